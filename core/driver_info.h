@@ -1,0 +1,37 @@
+/**
+ * @file
+ * What the rest of the library asks about a board before it decides what to do with it.
+ */
+#pragma once
+
+#include <ovk/core.h>
+
+extern "C" {
+
+/**
+ * The SLI mode of a board's host interface; OVK_SLI4 and above are SLI-4.
+ *
+ * @param board    library board index
+ * @param sliMode  receives the mode; untouched on failure
+ * @return OVK_OK; 2 on any failure
+ */
+OVK_API uint32_t get_sli_mode(uint32_t board, uint32_t* sliMode);
+
+/**
+ * The adapter type of a board.
+ *
+ * @param board  library board index
+ * @param type   receives the type; 0 on failure
+ * @return OVK_OK; OVK_FAILED when the command was not delivered; else the driver's status
+ */
+OVK_API uint32_t get_hba_type(uint32_t board, uint32_t* type);
+
+/**
+ * Whether a board can keep its link down across resets.
+ *
+ * @param board      library board index
+ * @param supported  receives 1 or 0; untouched on failure
+ * @return OVK_OK; OVK_FAILED
+ */
+OVK_API uint32_t support_persist_link_disable(uint32_t board, uint8_t* supported);
+}

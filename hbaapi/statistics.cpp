@@ -1,0 +1,3 @@
+#include <ovk/hbaapi.h>
+
+constinit PortStatistics ovk_rststatistics[OVK_MAX_BOARDS] = {};

@@ -1,0 +1,171 @@
+/**
+ * @file
+ * Adapter and port attributes in the record shapes of the SNIA HBA API (FC-HBA), by library board
+ * index instead of an HBA API handle.
+ *
+ * To walk the ports that a board discovered: RefreshInformation, then GetAdapterPortAttributes for
+ * their number, then GetDiscoveredPortAttributes for each index. OVK_STALE_DATA means that the
+ * fabric changed: refresh and start over.
+ */
+#ifndef OVK_HBAAPI_H
+#define OVK_HBAAPI_H
+
+#include <ovk/types.h>
+
+OVK_BEGIN_DECLS
+
+/* ---- Refresh and adapter attributes ---------------------------------------------------------- */
+
+/** The tag of each board's last RefreshInformation; 0 when it was never refreshed. */
+extern OVK_API uint32_t ovk_refresh_timer[OVK_MAX_BOARDS];
+
+/** Adapter attributes (FC-HBA). Texts are NUL-padded and not terminated when they fill a field. */
+typedef struct AdapterAttributes {
+  char Manufacturer[64];
+  char SerialNumber[64];
+  char Model[256];
+  char ModelDescription[256];
+  Wwn NodeWWN;
+  char NodeSymbolicName[256];
+  char HardwareVersion[256];
+  char DriverVersion[256];
+  char OptionROMVersion[256];
+  char FirmwareVersion[256];
+  uint32_t VendorSpecificID;
+  uint32_t NumberOfPorts;
+  char DriverName[256];
+} AdapterAttributes;
+
+OVK_ASSERT_SIZE(AdapterAttributes, 2192);
+OVK_ASSERT_OFFSET(AdapterAttributes, NodeWWN, 640);
+OVK_ASSERT_OFFSET(AdapterAttributes, NodeSymbolicName, 648);
+OVK_ASSERT_OFFSET(AdapterAttributes, DriverVersion, 1160);
+OVK_ASSERT_OFFSET(AdapterAttributes, VendorSpecificID, 1928);
+OVK_ASSERT_OFFSET(AdapterAttributes, NumberOfPorts, 1932);
+OVK_ASSERT_OFFSET(AdapterAttributes, DriverName, 1936);
+
+/**
+ * Has the driver take a fresh snapshot of what the board sees of the fabric. The snapshot's tag is
+ * kept in ovk_refresh_timer, unchanged on failure.
+ *
+ * @param board  library board index
+ * @return OVK_OK; OVK_FAILED
+ */
+OVK_API uint32_t RefreshInformation(uint32_t board);
+
+/**
+ * Reads the adapter attributes of a board.
+ *
+ * @param board  library board index
+ * @param attrs  receives the record; after a failed command, which only the log shows, its contents
+ *               are undefined
+ * @return OVK_OK, always
+ */
+OVK_API uint32_t GetAdapterAttributes(uint32_t board, AdapterAttributes* attrs);
+
+/* ---- Port attributes ------------------------------------------------------------------------- */
+
+/** Port attributes (FC-HBA). Codes and bit masks are those of FC-HBA, as the driver gives them. */
+typedef struct PortAttributes {
+  Wwn NodeWWN;
+  Wwn PortWWN;
+  uint32_t PortFcId; /**< the 24-bit FC address in the low bits */
+  uint32_t PortType;
+  uint32_t PortState;
+  uint32_t PortSupportedClassofService;
+  uint8_t PortFc4TypesSupported[32];
+  uint8_t PortFc4TypesActive[32];
+  char PortSymbolicName[256];
+  char OSDeviceName[256]; /**< bytes 116 to 255 are left as the caller had them */
+  uint32_t PortSupportedSpeed;
+  uint32_t PortSpeed;
+  uint32_t PortMaxFrameSize; /**< bytes */
+  Wwn FabricName;
+  uint32_t NumberofDiscoveredPorts;
+} PortAttributes;
+
+OVK_ASSERT_SIZE(PortAttributes, 632);
+OVK_ASSERT_OFFSET(PortAttributes, PortFcId, 16);
+OVK_ASSERT_OFFSET(PortAttributes, PortFc4TypesSupported, 32);
+OVK_ASSERT_OFFSET(PortAttributes, PortSymbolicName, 96);
+OVK_ASSERT_OFFSET(PortAttributes, OSDeviceName, 352);
+OVK_ASSERT_OFFSET(PortAttributes, PortSupportedSpeed, 608);
+OVK_ASSERT_OFFSET(PortAttributes, FabricName, 620);
+OVK_ASSERT_OFFSET(PortAttributes, NumberofDiscoveredPorts, 628);
+
+/**
+ * Reads the attributes of a board's own port.
+ *
+ * @param board       library board index
+ * @param port_index  ignored: a board has one port
+ * @param attrs       receives the record; untouched on failure
+ * @return OVK_OK; OVK_FAILED
+ */
+OVK_API uint32_t GetAdapterPortAttributes(uint32_t board, uint32_t port_index,
+                                          PortAttributes* attrs);
+
+/**
+ * Reads the attributes of a port that the board discovered, from its last snapshot.
+ *
+ * @param board             library board index
+ * @param port_index        ignored: a board has one port
+ * @param discovered_index  0 to NumberofDiscoveredPorts - 1
+ * @param attrs             receives the record; untouched on failure
+ * @return OVK_OK; OVK_FAILED; OVK_ILLEGAL_INDEX; OVK_STALE_DATA
+ */
+OVK_API uint32_t GetDiscoveredPortAttributes(uint32_t board, uint32_t port_index,
+                                             uint32_t discovered_index, PortAttributes* attrs);
+
+/**
+ * Reads the attributes of the port with a given name.
+ *
+ * @param board     library board index
+ * @param port_wwn  port WWN
+ * @param attrs     receives the record; untouched on failure
+ * @return OVK_OK; OVK_FAILED; OVK_ILLEGAL_WWN
+ */
+OVK_API uint32_t GetPortAttributesByWWN(uint32_t board, const Wwn* port_wwn, PortAttributes* attrs);
+
+/**
+ * Reads the attributes of a port by its index in the driver's list.
+ *
+ * @param board       library board index
+ * @param port_index  ignored: a board has one port
+ * @param index       place in the driver's list
+ * @param attrs       receives the record; untouched on failure
+ * @return OVK_OK; OVK_FAILED; OVK_ILLEGAL_INDEX; OVK_STALE_DATA
+ */
+OVK_API uint32_t GetPortAttributesByIndex(uint32_t board, uint32_t port_index, uint32_t index,
+                                          PortAttributes* attrs);
+
+/* ---- Port statistics ------------------------------------------------------------------------- */
+
+/** Port statistics (FC-HBA): fifteen counters. -1 means that the driver does not count this. */
+typedef struct PortStatistics {
+  int64_t SecondsSinceLastReset;
+  int64_t TxFrames;
+  int64_t TxWords;
+  int64_t RxFrames;
+  int64_t RxWords;
+  int64_t LIPCount;
+  int64_t NOSCount;
+  int64_t ErrorFrames;
+  int64_t DumpedFrames;
+  int64_t LinkFailureCount;
+  int64_t LossOfSyncCount;
+  int64_t LossOfSignalCount;
+  int64_t PrimitiveSeqProtocolErrCount;
+  int64_t InvalidTxWordCount;
+  int64_t InvalidCRCCount;
+} PortStatistics;
+
+OVK_ASSERT_SIZE(PortStatistics, 120);
+OVK_ASSERT_OFFSET(PortStatistics, LIPCount, 40);
+OVK_ASSERT_OFFSET(PortStatistics, InvalidCRCCount, 112);
+
+/** What the counters of each board read at its last reset; all 0 after an initialisation. */
+extern OVK_API PortStatistics ovk_rststatistics[OVK_MAX_BOARDS];
+
+OVK_END_DECLS
+
+#endif

@@ -1,0 +1,12 @@
+/**
+ * @file
+ * The whole interface of libovk. Each subsystem's header can also be included alone.
+ */
+#ifndef OVK_OVK_H
+#define OVK_OVK_H
+
+#include <ovk/core.h>
+#include <ovk/hbaapi.h>
+#include <ovk/types.h>
+
+#endif
