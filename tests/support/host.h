@@ -1,7 +1,7 @@
 /**
  * @file
  * The host around the library, as a test wants it: files below "/scratch", the clock, sleeping,
- * the host's name and memory that runs out. The program defines the C library's functions of these
+ * and the host's name. The program defines the C library's functions of these
  * names, so that the library finds them there; everything else passes on to the C library.
  */
 #pragma once
@@ -28,37 +28,5 @@ struct Host {
 
 /** The host of the running test. */
 Host& host();
-
-/**
- * Counts the library's allocations while it lives, and can have one fail. What the channel
- * allocates in the meantime does not count.
- */
-class AllocationWatch {
- public:
-  static constexpr int none_fails = -1;
-
-  /** @param failing  which allocation from now on has no memory, from 0 */
-  explicit AllocationWatch(int failing = none_fails);
-  ~AllocationWatch();
-  AllocationWatch(const AllocationWatch&) = delete;
-  AllocationWatch& operator=(const AllocationWatch&) = delete;
-
-  /** Allocations so far, the failed one included. */
-  [[nodiscard]] int allocations() const;
-  /** Allocations that were not freed. */
-  [[nodiscard]] int outstanding() const;
-};
-
-/** Suspends an AllocationWatch. */
-class AllocationsUncounted {
- public:
-  AllocationsUncounted();
-  ~AllocationsUncounted();
-  AllocationsUncounted(const AllocationsUncounted&) = delete;
-  AllocationsUncounted& operator=(const AllocationsUncounted&) = delete;
-
- private:
-  bool was_counting_;
-};
 
 }  // namespace ovk::test

@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
+#include <iostream>
 #include <regex>
 #include <sstream>
 #include <unistd.h>
@@ -14,6 +15,10 @@
 namespace ovk::test {
 
 namespace {
+
+constexpr std::uint32_t driver_info_size = 120;
+constexpr std::size_t sli_mode_offset = 96;
+constexpr std::size_t adapter_type_offset = 112;
 
 std::filesystem::path make_root() {
   std::string name = (std::filesystem::temp_directory_path() / "ovk-test-XXXXXX").string();
@@ -40,6 +45,17 @@ std::vector<LogLine> parse_log(std::istream& log) {
     lines.push_back(parse_log_line(line));
   }
   return lines;
+}
+
+/** Tells a fresh process's failures to the one that started it, which reads standard error. */
+int report_failures() {
+  const testing::TestResult& result =
+      *testing::UnitTest::GetInstance()->current_test_info()->result();
+  for (int i = 0; i < result.total_part_count(); ++i) {
+    const testing::TestPartResult& part = result.GetTestPartResult(i);
+    std::cerr << part.file_name() << ":" << part.line_number() << ": " << part.message() << "\n";
+  }
+  return result.Failed() ? EXIT_FAILURE : EXIT_SUCCESS;
 }
 
 }  // namespace
@@ -83,6 +99,29 @@ std::vector<LogLine> LibraryTest::log_lines() {
   return parse_log(log);
 }
 
+void LibraryTest::expect_sli_mode(std::uint32_t driver_board, std::uint32_t mode) {
+  ByteVector record(driver_info_size);
+  std::memcpy(record.data() + sli_mode_offset, &mode, sizeof mode);
+  channel.expect("RAVN_MGMT_GET_RAVNOVK_INFO", driver_board)
+      .word(2, driver_info_size)
+      .replies(1, record);
+  channel.expect("RAVN_MGMT_HBA_ADAPTERATTRIBUTES", driver_board);
+  channel.expect("RAVN_MGMT_HBA_PORTATTRIBUTES", driver_board);
+  channel.expect("RAVN_MGMT_MBOX_SLI_CFG_EXT_SUP", driver_board);
+}
+
+void LibraryTest::expect_no_sli_mode(std::uint32_t driver_board) {
+  channel.expect("RAVN_MGMT_GET_RAVNOVK_INFO", driver_board)
+      .word(2, driver_info_size)
+      .status(0x0BAD0001);
+}
+
+void LibraryTest::expect_adapter_type(std::uint32_t driver_board, std::uint32_t type) {
+  ByteVector record(driver_info_size);
+  std::memcpy(record.data() + adapter_type_offset, &type, sizeof type);
+  channel.expect("RAVN_MGMT_GET_RAVNOVK_INFO", driver_board).replies(1, record);
+}
+
 void LibraryTest::configure_log(const std::string& text) {
   std::filesystem::create_directories(host().root / "scratch/log");
   std::ofstream{host().root / "scratch/libovk.conf"} << text;
@@ -99,7 +138,7 @@ void LibraryTest::in_fresh_process(const std::function<void()>& body) {
       {
         body();
         channel.verify();
-        std::exit(HasFailure() ? EXIT_FAILURE : EXIT_SUCCESS);
+        std::exit(report_failures());
       },
       testing::ExitedWithCode(EXIT_SUCCESS), "");
 }

@@ -5,6 +5,7 @@
  */
 #pragma once
 
+#include "tests/support/allocation.h"
 #include "tests/support/host.h"
 #include "tests/support/scripted_channel.h"
 
@@ -44,6 +45,13 @@ class LibraryTest : public testing::Test {
   void log_at(std::uint32_t level);
   /** What was logged since. */
   std::vector<LogLine> log_lines();
+
+  /** Expects what the library asks for a board's SLI mode, and answers with this mode. */
+  void expect_sli_mode(std::uint32_t driver_board, std::uint32_t mode);
+  /** Expects the same, and refuses it. */
+  void expect_no_sli_mode(std::uint32_t driver_board);
+  /** Expects the question for a board's adapter type, and answers with this type. */
+  void expect_adapter_type(std::uint32_t driver_board, std::uint32_t type);
 
   /** Writes the library's configuration file. */
   void configure_log(const std::string& text);

@@ -1,7 +1,7 @@
 #include "tests/support/scripted_channel.h"
 
 #include "platform/vmkmgmt.h"
-#include "tests/support/host.h"
+#include "tests/support/allocation.h"
 
 #include <algorithm>
 #include <cstdarg>
