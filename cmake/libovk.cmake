@@ -11,8 +11,12 @@ add_library(ovk SHARED
   core/log.cpp
   core/signature.cpp
   hbaapi/adapter_attributes.cpp
+  hbaapi/events.cpp
   hbaapi/port_attributes.cpp
-  hbaapi/statistics.cpp)
+  hbaapi/rnid.cpp
+  hbaapi/statistics.cpp
+  npiv/nodes.cpp
+  npiv/virtual_ports.cpp)
 
 set_target_properties(ovk PROPERTIES
   VERSION ${PROJECT_VERSION}
