@@ -127,3 +127,23 @@ std::uint32_t support_persist_link_disable(std::uint32_t board, std::uint8_t* su
   *supported = (info.features & OVK_FEATURE_PERSISTENT_LINK_DOWN) != 0 ? 1 : 0;
   return OVK_OK;
 }
+
+namespace ovk {
+
+std::uint32_t require_sli4(std::uint32_t board, std::uint32_t otherwise) {
+  std::uint32_t mode = 0;
+  if (get_sli_mode(board, &mode) != OVK_OK) {
+    return OVK_FAILED;
+  }
+  return mode >= OVK_SLI4 ? std::uint32_t{OVK_OK} : otherwise;
+}
+
+std::uint32_t require_sli3(std::uint32_t board, std::uint32_t otherwise) {
+  std::uint32_t mode = 0;
+  if (get_sli_mode(board, &mode) != OVK_OK) {
+    return OVK_FAILED;
+  }
+  return mode < OVK_SLI4 ? std::uint32_t{OVK_OK} : otherwise;
+}
+
+}  // namespace ovk

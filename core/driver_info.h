@@ -6,6 +6,8 @@
 
 #include <ovk/core.h>
 
+#include <cstdint>
+
 extern "C" {
 
 /**
@@ -35,3 +37,17 @@ OVK_API uint32_t get_hba_type(uint32_t board, uint32_t* type);
  */
 OVK_API uint32_t support_persist_link_disable(uint32_t board, uint8_t* supported);
 }
+
+namespace ovk {
+
+/**
+ * The gate of the calls that exist on one kind of host interface only.
+ *
+ * @param board      library board index
+ * @param otherwise  the result on the other kind
+ * @return OVK_OK on the right kind; OVK_FAILED when the mode cannot be read; else `otherwise`
+ */
+std::uint32_t require_sli4(std::uint32_t board, std::uint32_t otherwise = OVK_NOT_SUPPORTED);
+std::uint32_t require_sli3(std::uint32_t board, std::uint32_t otherwise = OVK_NOT_SUPPORTED);
+
+}  // namespace ovk

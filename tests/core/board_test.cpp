@@ -1,0 +1,226 @@
+#include "tests/support/library_test.h"
+
+#include <ovk/core.h>
+#include <ovk/hbaapi.h>
+
+#include <cstring>
+#include <utility>
+#include <vector>
+
+namespace ovk::test {
+namespace {
+
+class BoardTest : public LibraryTest {
+ protected:
+  /** What the driver answers for the board with this number: every byte has a value of its own. */
+  static ByteVector discovery_record(std::uint32_t device, std::uint8_t readiness_top = 0x17) {
+    ByteVector record(81);
+    for (std::size_t i = 0; i < record.size(); ++i) {
+      record[i] = static_cast<std::uint8_t>(i);
+    }
+    std::memcpy(record.data(), &device, sizeof device);
+    record[23] = readiness_top;
+    return record;
+  }
+
+  void expect_probe_of(std::uint32_t number, std::uint32_t device) {
+    channel.expect("RAVN_MGMT_INITBRDS", number).replies(1, discovery_record(device));
+  }
+
+  void expect_no_board(std::uint32_t first, std::uint32_t last) {
+    for (std::uint32_t number = first; number <= last; ++number) {
+      channel.expect("RAVN_MGMT_INITBRDS", number).status(0x0BAD0001);
+    }
+  }
+};
+
+constexpr std::uint32_t fc_device = 0xF4001234;
+constexpr std::uint8_t untouched = 0xEE;
+
+template <typename Record>
+std::vector<Record> untouched_records(std::size_t count) {
+  std::vector<Record> records(count);
+  std::memset(records.data(), untouched, count * sizeof(Record));
+  return records;
+}
+
+TEST_F(BoardTest, NumbersTheFibreChannelFunctionsInTheOrderOfTheDriver) {
+  std::uint32_t number = 0;
+  for (const std::uint32_t other : {0x0714U, 0x0724U, 0x072CU, 0xE200U, 0xF100U}) {
+    expect_probe_of(number++, other << 16 | 0x0714);
+  }
+  expect_probe_of(5, 0x0714);  // only the upper half tells the function type
+  channel.expect("RAVN_MGMT_INITBRDS", 6).delivery_error(5);
+  for (number = 7; number < 32; ++number) {
+    expect_probe_of(number, fc_device);
+  }
+
+  EXPECT_EQ(OVK_InitDiagEnv(nullptr, 0), 26U);
+  EXPECT_EQ(ovravn_brdCnt, 26U);
+  EXPECT_EQ(ovk_brdno[0], 5);
+  EXPECT_EQ(ovk_brdno[1], 7);
+  EXPECT_EQ(ovk_brdno[25], 31);
+  EXPECT_EQ(ovk_brdno[26], -1);
+  EXPECT_EQ(ovk_brdno[31], -1);
+}
+
+TEST_F(BoardTest, DescribesBoardsUpToTheCapacityByteForByte) {
+  ovk_state[1] = 77;
+  expect_no_board(0, 3);
+  channel.expect("RAVN_MGMT_INITBRDS", 4).replies(1, discovery_record(fc_device, 0x80));
+  expect_probe_of(5, fc_device);
+  expect_no_board(6, 31);
+
+  auto boards = untouched_records<DiagBoardEntry>(2);
+  EXPECT_EQ(OVK_InitDiagEnv(boards.data(), 1), 2U);
+
+  const ByteVector record = discovery_record(fc_device, 0x80);
+  ByteVector expected(sizeof(DiagBoardEntry), untouched);
+  std::copy_n(record.begin(), 12, expected.begin() + 28);
+  expected[40] = record[80];
+  expected[41] = 10;
+  std::copy_n(record.begin() + 12, 2, expected.begin() + 42);
+  std::copy_n(record.begin() + 16, 60, expected.begin() + 44);
+  std::copy_n(record.begin() + 76, 4, expected.begin() + 104);
+  EXPECT_EQ(bytes_of(boards[0]), expected);
+  EXPECT_EQ(bytes_of(boards[1]), ByteVector(sizeof(DiagBoardEntry), untouched));
+
+  EXPECT_EQ(ovk_state[0], OVK_BOARD_NOT_READY);
+  EXPECT_EQ(ovk_state[1], 77) << "a board beyond the capacity gets no state";
+  EXPECT_EQ(ovk_brdno[1], 5) << "but it is mapped";
+}
+
+TEST_F(BoardTest, LegacyInitialisationKeepsOldMappingsAndFillsShortRecords) {
+  ovk_brdno[7] = 30;
+  expect_probe_of(0, fc_device);
+  expect_no_board(1, 31);
+
+  auto boards = untouched_records<LegacyBoardEntry>(2);
+  EXPECT_EQ(InitDiagEnv(boards.data()), 1U);
+
+  const ByteVector record = discovery_record(fc_device);
+  ByteVector expected(sizeof(LegacyBoardEntry), untouched);
+  std::copy_n(record.begin(), 12, expected.begin() + 28);
+  expected[43] = record[12];
+  std::copy_n(record.begin() + 16, 56, expected.begin() + 44);
+  EXPECT_EQ(bytes_of(boards[0]), expected);
+  EXPECT_EQ(bytes_of(boards[1]), ByteVector(sizeof(LegacyBoardEntry), untouched));
+  EXPECT_EQ(ovk_state[0], OVK_BOARD_NORMAL);
+  EXPECT_EQ(ovk_brdno[0], 0);
+  EXPECT_EQ(ovk_brdno[1], static_cast<std::int32_t>(board1));
+  EXPECT_EQ(ovk_brdno[7], 30);
+}
+
+TEST_F(BoardTest, DiscoveryClearsThePerBoardTablesWithoutTheHeap) {
+  std::memset(ovk_refresh_timer, untouched, sizeof ovk_refresh_timer);
+  std::memset(ovk_rststatistics, untouched, sizeof ovk_rststatistics);
+  expect_no_board(0, 31);
+
+  const AllocationWatch memory;
+  EXPECT_EQ(OVK_InitDiagEnv(nullptr, 0), 0U);
+  EXPECT_EQ(memory.allocations(), 0);
+  EXPECT_EQ(bytes_of(ovk_refresh_timer), ByteVector(sizeof ovk_refresh_timer));
+  EXPECT_EQ(bytes_of(ovk_rststatistics), ByteVector(sizeof ovk_rststatistics));
+}
+
+TEST_F(BoardTest, AHostWithoutAChannelHasNoBoardsAndChangesNothing) {
+  channel.open_result = 19;
+  EXPECT_EQ(OVK_InitDiagEnv(nullptr, 0), 0U);
+  EXPECT_EQ(InitDiagEnv(nullptr), 0U);
+  EXPECT_EQ(ovk_brdno[0], static_cast<std::int32_t>(board0));
+  EXPECT_EQ(ovravn_brdCnt, 2U);
+  EXPECT_EQ(refcnt, 0);
+}
+
+TEST_F(BoardTest, DiscoveryLogsBoardsUnderTheirDriverNumberAndIsSilentAboutAbsentOnes) {
+  in_fresh_process([this] {
+    configure_log("log 6");
+    expect_no_board(0, 2);
+    expect_probe_of(3, fc_device);
+    channel.expect("RAVN_MGMT_INITBRDS", 4).delivery_error(7);
+    expect_no_board(5, 31);
+    OVK_InitDiagEnv(nullptr, 0);
+    EXPECT_THAT(log_file(), testing::Contains(LogLine{"OVK_InitDiagEnv",
+                                                      "cmd ok:            RAVN_MGMT_INITBRDS "
+                                                      "brd[3] id"}));
+    EXPECT_EQ(log_file().size(), 3U) << "the two lines of a start, and one of a board";
+  });
+}
+
+class BoardStateTest : public LibraryTest {
+ protected:
+  Exchange& expect_sub_command(std::uint32_t sub_command, std::uint32_t answered_state) {
+    return channel.expect("RAVN_MGMT_SETDIAG", board0)
+        .word(6, sub_command)
+        .answers(4, answered_state);
+  }
+};
+
+TEST_F(BoardStateTest, SendsTheSubCommandOfEachModeAndKeepsTheAnsweredState) {
+  for (const auto& [mode, sub_command] :
+       {std::pair{0U, 16U}, std::pair{1U, 17U}, std::pair{3U, 19U}, std::pair{5U, 20U}}) {
+    expect_sub_command(sub_command, 40 + mode);
+    EXPECT_EQ(SetBrdEnv(0, mode), static_cast<std::int32_t>(40 + mode));
+    EXPECT_EQ(ovk_state[0], static_cast<std::int32_t>(40 + mode));
+  }
+  EXPECT_EQ(SetBrdEnv(0, 4), 0);
+  EXPECT_EQ(SetBrdEnv(0, 6), 0);
+}
+
+TEST_F(BoardStateTest, ModeTwoWaitsInSecondsWhileTheDriverReportsStateTwo) {
+  ovk_state[0] = 1;
+  expect_sub_command(16, 2);
+  expect_sub_command(16, 2);
+  expect_sub_command(16, 1);
+  expect_sub_command(18, 2);
+  EXPECT_EQ(SetBrdEnv(0, 2), 2);
+  EXPECT_EQ(host().sleeps, (std::vector<std::uint64_t>{1000000, 1000000}));
+  EXPECT_EQ(ovk_state[0], 2);
+}
+
+TEST_F(BoardStateTest, ModeTwoLeavesABoardAloneThatIsKnownToBeThere) {
+  ovk_state[0] = 2;
+  expect_sub_command(16, 2);
+  EXPECT_EQ(SetBrdEnv(0, 2), 2);
+
+  expect_sub_command(16, 1);
+  expect_sub_command(18, 7);
+  EXPECT_EQ(SetBrdEnv(0, 2), 7) << "the driver no longer has it there";
+  EXPECT_THAT(host().sleeps, testing::IsEmpty());
+}
+
+TEST_F(BoardStateTest, AFailureGivesZeroAndKeepsTheState) {
+  ovk_state[0] = 1;
+  expect_sub_command(17, 3).status(0x0BAD0001);
+  EXPECT_EQ(SetBrdEnv(0, 1), 0);
+  expect_sub_command(16, 3).delivery_error(1);
+  EXPECT_EQ(SetBrdEnv(0, 2), 0) << "a failed query ends the wait";
+  EXPECT_EQ(ovk_state[0], 1);
+}
+
+TEST_F(BoardStateTest, AllBoardsAreSetInOrderUpToTheFirstFailure) {
+  expect_sub_command(17, 3);
+  channel.expect("RAVN_MGMT_SETDIAG", board1).word(6, 17).answers(4, 6);
+  EXPECT_EQ(SetDiagEnv(1), 6);
+
+  expect_sub_command(17, 0);
+  EXPECT_EQ(SetDiagEnv(1), 0);
+
+  ovravn_brdCnt = 0;
+  EXPECT_EQ(SetDiagEnv(1), 0);
+}
+
+TEST_F(BoardStateTest, ABoardBeyondTheTablesIsSentAsUnmappedAndTouchesNoTable) {
+  const ByteVector states = bytes_of(ovk_state);
+  for (const std::uint32_t board : {unmapped_board, 32U, 33U, 0x80000000U, 0xFFFFFFFFU}) {
+    channel.expect("RAVN_MGMT_SETDIAG", unmapped_number).word(6, 16).answers(4, 0);
+    EXPECT_EQ(SetBrdEnv(board, 0), 0);
+  }
+  channel.expect("RAVN_MGMT_SETDIAG", unmapped_number).word(6, 16).answers(4, 1);
+  channel.expect("RAVN_MGMT_SETDIAG", unmapped_number).word(6, 18).answers(4, 9);
+  EXPECT_EQ(SetBrdEnv(32, 2), 9);
+  EXPECT_EQ(bytes_of(ovk_state), states);
+}
+
+}  // namespace
+}  // namespace ovk::test

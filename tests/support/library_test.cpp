@@ -1,0 +1,150 @@
+#include "tests/support/library_test.h"
+
+#include <ovk/core.h>
+#include <ovk/hbaapi.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+#include <iostream>
+#include <regex>
+#include <sstream>
+#include <unistd.h>
+
+namespace ovk::test {
+
+namespace {
+
+constexpr std::uint32_t driver_info_size = 120;
+constexpr std::size_t sli_mode_offset = 96;
+constexpr std::size_t adapter_type_offset = 112;
+
+std::filesystem::path make_root() {
+  std::string name = (std::filesystem::temp_directory_path() / "ovk-test-XXXXXX").string();
+  if (mkdtemp(name.data()) == nullptr) {
+    throw std::runtime_error("no temporary folder");
+  }
+  return name;
+}
+
+LogLine parse_log_line(const std::string& line) {
+  static const std::regex prefix{R"(^\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d  +(\w+): +\d+ (.*)$)"};
+  static const std::regex caller{"id\\[" + std::to_string(getpid()) + ":" +
+                                 std::to_string(gettid()) + "\\]$"};
+  std::smatch match;
+  if (!std::regex_match(line, match, prefix)) {
+    return {"", line};
+  }
+  return {match[1], std::regex_replace(match[2].str(), caller, "id")};
+}
+
+std::vector<LogLine> parse_log(std::istream& log) {
+  std::vector<LogLine> lines;
+  for (std::string line; std::getline(log, line);) {
+    lines.push_back(parse_log_line(line));
+  }
+  return lines;
+}
+
+/** Tells a fresh process's failures to the one that started it, which reads standard error. */
+int report_failures() {
+  const testing::TestResult& result =
+      *testing::UnitTest::GetInstance()->current_test_info()->result();
+  for (int i = 0; i < result.total_part_count(); ++i) {
+    const testing::TestPartResult& part = result.GetTestPartResult(i);
+    std::cerr << part.file_name() << ":" << part.line_number() << ": " << part.message() << "\n";
+  }
+  return result.Failed() ? EXIT_FAILURE : EXIT_SUCCESS;
+}
+
+}  // namespace
+
+std::ostream& operator<<(std::ostream& out, const LogLine& line) {
+  return out << line.function << ": " << line.text;
+}
+
+LibraryTest::LibraryTest() {
+  host() = Host{.root = make_root()};
+  std::memset(ovk_brdno, 0xFF, sizeof ovk_brdno);
+  ovk_brdno[0] = static_cast<std::int32_t>(board0);
+  ovk_brdno[1] = static_cast<std::int32_t>(board1);
+  ovravn_brdCnt = 2;
+  std::memset(ovk_state, 0, sizeof ovk_state);
+  std::memset(ovk_refresh_timer, 0, sizeof ovk_refresh_timer);
+  std::memset(ovk_rststatistics, 0, sizeof ovk_rststatistics);
+  refcnt = 0;
+  ravn_mgmt_handle = nullptr;
+  LogLevel = 0;
+  fLogger = nullptr;
+}
+
+LibraryTest::~LibraryTest() {
+  if (fLogger != nullptr) {
+    std::fclose(fLogger);
+    fLogger = nullptr;
+  }
+  std::free(log_text_);
+  std::filesystem::remove_all(host().root);
+}
+
+void LibraryTest::log_at(std::uint32_t level) {
+  fLogger = open_memstream(&log_text_, &log_size_);
+  LogLevel = level;
+}
+
+std::string LibraryTest::raw_log() {
+  std::fflush(fLogger);
+  return {log_text_, log_size_};
+}
+
+std::vector<LogLine> LibraryTest::log_lines() {
+  std::istringstream log{raw_log()};
+  return parse_log(log);
+}
+
+void LibraryTest::expect_sli_mode(std::uint32_t driver_board, std::uint32_t mode) {
+  ByteVector record(driver_info_size);
+  std::memcpy(record.data() + sli_mode_offset, &mode, sizeof mode);
+  channel.expect("RAVN_MGMT_GET_RAVNOVK_INFO", driver_board)
+      .word(2, driver_info_size)
+      .replies(1, record);
+  channel.expect("RAVN_MGMT_HBA_ADAPTERATTRIBUTES", driver_board);
+  channel.expect("RAVN_MGMT_HBA_PORTATTRIBUTES", driver_board);
+  channel.expect("RAVN_MGMT_MBOX_SLI_CFG_EXT_SUP", driver_board);
+}
+
+void LibraryTest::expect_no_sli_mode(std::uint32_t driver_board) {
+  channel.expect("RAVN_MGMT_GET_RAVNOVK_INFO", driver_board)
+      .word(2, driver_info_size)
+      .status(0x0BAD0001);
+}
+
+void LibraryTest::expect_adapter_type(std::uint32_t driver_board, std::uint32_t type) {
+  ByteVector record(driver_info_size);
+  std::memcpy(record.data() + adapter_type_offset, &type, sizeof type);
+  channel.expect("RAVN_MGMT_GET_RAVNOVK_INFO", driver_board).replies(1, record);
+}
+
+void LibraryTest::configure_log(const std::string& text) {
+  std::filesystem::create_directories(host().root / "scratch/log");
+  std::ofstream{host().root / "scratch/libovk.conf"} << text;
+}
+
+std::vector<LogLine> LibraryTest::log_file() {
+  std::ifstream log{host().root / "scratch/log/libovk.log"};
+  return parse_log(log);
+}
+
+void LibraryTest::in_fresh_process(const std::function<void()>& body) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");  // starts the program anew
+  EXPECT_EXIT(
+      {
+        body();
+        channel.verify();
+        std::exit(report_failures());
+      },
+      testing::ExitedWithCode(EXIT_SUCCESS), "");
+}
+
+}  // namespace ovk::test

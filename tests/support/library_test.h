@@ -1,0 +1,72 @@
+/**
+ * @file
+ * What every test of the library starts from: a scripted channel, a host, no log, board 0 mapped to
+ * driver board 5 and board 1 to driver board 9.
+ */
+#pragma once
+
+#include "tests/support/allocation.h"
+#include "tests/support/host.h"
+#include "tests/support/scripted_channel.h"
+
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace ovk::test {
+
+/** Driver board numbers of the boards that LibraryTest maps. */
+inline constexpr std::uint32_t board0 = 5;
+inline constexpr std::uint32_t board1 = 9;
+
+/** A board index without a board, and what the driver is sent for it. */
+inline constexpr std::uint32_t unmapped_board = 2;
+inline constexpr std::uint32_t unmapped_number = 0xFFFFFFFF;
+
+/** A log line without its time, line number, process and thread. */
+struct LogLine {
+  std::string function;
+  std::string text;
+  bool operator==(const LogLine&) const = default;
+};
+
+std::ostream& operator<<(std::ostream& out, const LogLine& line);
+
+class LibraryTest : public testing::Test {
+ protected:
+  LibraryTest();
+  ~LibraryTest() override;
+
+  /** Opens a log in memory at a level. */
+  void log_at(std::uint32_t level);
+  /** What was logged since. */
+  std::vector<LogLine> log_lines();
+  std::string raw_log();
+
+  /** Expects what the library asks for a board's SLI mode, and answers with this mode. */
+  void expect_sli_mode(std::uint32_t driver_board, std::uint32_t mode);
+  /** Expects the same, and refuses it. */
+  void expect_no_sli_mode(std::uint32_t driver_board);
+  /** Expects the question for a board's adapter type, and answers with this type. */
+  void expect_adapter_type(std::uint32_t driver_board, std::uint32_t type);
+
+  /** Writes the library's configuration file. */
+  void configure_log(const std::string& text);
+  /** What the library's own log file holds. */
+  std::vector<LogLine> log_file();
+
+  /** Runs a test's body in a process in which the library has not been used yet. */
+  void in_fresh_process(const std::function<void()>& body);
+
+  ScriptedChannel channel;
+
+ private:
+  char* log_text_ = nullptr;
+  std::size_t log_size_ = 0;
+};
+
+}  // namespace ovk::test
