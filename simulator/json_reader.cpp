@@ -29,29 +29,68 @@ std::string reason_of(const nlohmann::json::parse_error& error) {
   return std::string{reason == std::string_view::npos ? text : text.substr(reason + 2)};
 }
 
+/** A member name as a JSON pointer writes it. */
+std::string pointer_token(std::string_view name) {
+  std::string token = "/";
+  for (const char c : name) {
+    if (c == '~' || c == '/') {
+      token += c == '~' ? "~0" : "~1";
+    } else {
+      token += c;
+    }
+  }
+  return token;
+}
+
 /** Watches the parser for members that stand twice in one object, the later of which would
     silently win. */
 class DuplicateWatch {
  public:
+  explicit DuplicateWatch(const std::string& file) : file_{file} {}
+
   bool operator()(nlohmann::json::parse_event_t event, const nlohmann::json& parsed) {
     using enum nlohmann::json::parse_event_t;
-    if (event == object_start) {
-      members_.emplace_back();
-    } else if (event == object_end) {
-      members_.pop_back();
-    } else if (event == key && !members_.back().insert(parsed.get<std::string>()).second) {
-      throw ConfigurationError{"member \"" + parsed.get<std::string>() +
-                               "\" stands twice in one object"};
+    if (event == key) {
+      take_key(parsed.get<std::string>());
+    } else if (event == object_end || event == array_end) {
+      levels_.pop_back();
+    } else {
+      if (!levels_.empty() && levels_.back().is_list) {
+        levels_.back().token = "/" + std::to_string(levels_.back().length++);
+      }
+      if (event != value) {
+        levels_.push_back({.is_list = event == array_start});
+      }
     }
     return true;
   }
 
  private:
-  std::vector<std::set<std::string>> members_;
+  struct Level {
+    bool is_list;
+    std::size_t length = 0;
+    std::set<std::string> members{};
+    std::string token{};
+  };
+
+  void take_key(const std::string& name) {
+    Level& level = levels_.back();
+    level.token = pointer_token(name);
+    if (!level.members.insert(name).second) {
+      std::string pointer;
+      for (const Level& outer : levels_) {
+        pointer += outer.token;
+      }
+      throw ConfigurationError{file_ + ": " + pointer + ": this member stands twice"};
+    }
+  }
+
+  const std::string& file_;
+  std::vector<Level> levels_;
 };
 
 nlohmann::json parse(const std::string& name, std::string_view text) {
-  DuplicateWatch watch;
+  DuplicateWatch watch{name};
   try {
     return nlohmann::json::parse(
         text,
@@ -62,22 +101,14 @@ nlohmann::json parse(const std::string& name, std::string_view text) {
   } catch (const nlohmann::json::parse_error& error) {
     throw ConfigurationError{name + ":" + line_and_column(text, error.byte - (error.byte > 0)) +
                              ": " + reason_of(error)};
-  } catch (const ConfigurationError& error) {
-    throw ConfigurationError{name + ": " + error.what()};
   }
 }
 
-/** A member name as a JSON pointer writes it. */
-std::string pointer_token(const std::string& name) {
-  std::string token = "/";
-  for (const char c : name) {
-    if (c == '~' || c == '/') {
-      token += c == '~' ? "~0" : "~1";
-    } else {
-      token += c;
-    }
-  }
-  return token;
+/** A value as messages show it. */
+std::string shown(const nlohmann::json& value) {
+  constexpr std::size_t longest = 60;
+  const std::string text = value.dump();
+  return text.size() <= longest ? text : text.substr(0, longest) + "...";
 }
 
 std::optional<std::uint64_t> parse_hex(std::string_view text) {
@@ -127,7 +158,7 @@ bool JsonValue::is_text() const { return present() && json_->is_string(); }
 
 bool JsonValue::flag() const {
   if (!value().is_boolean()) {
-    refuse("true or false is wanted here, not " + value().dump());
+    refuse("true or false is wanted here, not " + shown(value()));
   }
   return value().get<bool>();
 }
@@ -135,10 +166,11 @@ bool JsonValue::flag() const {
 std::uint64_t JsonValue::number_between(std::uint64_t least, std::uint64_t most) const {
   const auto number = whole_number(value());
   if (!number) {
-    refuse("a whole number, or its hex text \"0x...\", is wanted here, not " + value().dump());
+    refuse("a whole number from 0 on, or its hex text \"0x...\", is wanted here, not " +
+           shown(value()));
   }
   if (*number < least || *number > most) {
-    refuse(value().dump() + " is not between " + std::to_string(least) + " and " +
+    refuse(shown(value()) + " is not between " + std::to_string(least) + " and " +
            std::to_string(most));
   }
   return *number;
@@ -146,7 +178,7 @@ std::uint64_t JsonValue::number_between(std::uint64_t least, std::uint64_t most)
 
 std::string JsonValue::text(std::size_t longest) const {
   if (!value().is_string()) {
-    refuse("a text is wanted here, not " + value().dump());
+    refuse("a text is wanted here, not " + shown(value()));
   }
   const auto& text = value().get_ref<const std::string&>();
   if (text.size() > longest) {
@@ -167,13 +199,10 @@ Wwn JsonValue::wwn() const {
 }
 
 std::vector<JsonValue> JsonValue::elements() const {
-  std::vector<JsonValue> elements;
-  if (!present()) {
-    return elements;
-  }
   if (!value().is_array()) {
-    refuse("a list is wanted here, not " + value().dump());
+    refuse("a list is wanted here, not " + shown(value()));
   }
+  std::vector<JsonValue> elements;
   for (const nlohmann::json& element : *json_) {
     elements.push_back({file_, pointer_ + "/" + std::to_string(elements.size()), &element});
   }
@@ -182,7 +211,7 @@ std::vector<JsonValue> JsonValue::elements() const {
 
 JsonObject::JsonObject(JsonValue object) : object_{std::move(object)} {
   if (!object_.value().is_object()) {
-    object_.refuse("an object is wanted here, not " + object_.value().dump());
+    object_.refuse("an object is wanted here, not " + shown(object_.value()));
   }
 }
 
@@ -209,12 +238,14 @@ JsonDocument::JsonDocument(JsonDocument&&) noexcept = default;
 JsonDocument::~JsonDocument() = default;
 
 JsonDocument JsonDocument::from_file(const std::string& path) {
-  std::ifstream file{path, std::ios::binary};
-  const std::string text{std::istreambuf_iterator<char>{file}, {}};
-  if (!file.is_open() || file.bad()) {
+  try {
+    std::ifstream file;
+    file.exceptions(std::ios::failbit | std::ios::badbit);
+    file.open(path, std::ios::binary);
+    return {path, std::string{std::istreambuf_iterator<char>{file}, {}}};
+  } catch (const std::ios::failure&) {
     throw ConfigurationError{path + ": cannot be read: " + std::strerror(errno)};
   }
-  return {path, text};
 }
 
 JsonDocument JsonDocument::from_text(const std::string& name, std::string_view text) {

@@ -98,8 +98,11 @@ class JsonValue {
     return present() ? word(words) : fallback;
   }
 
-  /** The elements of a list; none when there is no value. */
+  /** The elements of a list. */
   [[nodiscard]] std::vector<JsonValue> elements() const;
+  [[nodiscard]] std::vector<JsonValue> elements_or_none() const {
+    return present() ? elements() : std::vector<JsonValue>{};
+  }
 
   /** The file and the place in it, as messages give them. */
   [[nodiscard]] std::string where() const;

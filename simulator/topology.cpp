@@ -62,7 +62,7 @@ std::uint32_t read_speed(const JsonValue& value) {
 
 std::uint32_t read_speeds(const JsonValue& list) {
   std::uint32_t speeds = 0;
-  for (const JsonValue& speed : list.elements()) {
+  for (const JsonValue& speed : list.elements_or_none()) {
     speeds |= read_speed(speed);
   }
   return speeds;
@@ -70,7 +70,7 @@ std::uint32_t read_speeds(const JsonValue& list) {
 
 std::uint32_t read_classes(const JsonValue& list) {
   std::uint32_t classes = list.present() ? 0 : 1U << 3;  // class 3 is what everyone speaks
-  for (const JsonValue& number : list.elements()) {
+  for (const JsonValue& number : list.elements_or_none()) {
     classes |= 1U << number.number<std::uint32_t>({1, largest_class});
   }
   return classes;
@@ -81,7 +81,7 @@ Fc4Types read_fc4_types(const JsonValue& list, const Fc4Types& fallback) {
     return fallback;
   }
   Fc4Types types{};
-  for (const JsonValue& name : list.elements()) {
+  for (const JsonValue& name : list.elements_or_none()) {
     const auto type = name.word<std::uint32_t>({{"fcp", 0x08}, {"ct", 0x20}, {"nvme", 0x28}});
     // The map is of big-endian words, the type's bit counted from the word's least significant.
     constexpr std::uint32_t word_bits = 32;
@@ -150,7 +150,7 @@ BoardTopology read_board(const JsonValue& value) {
     board.ready = members.at("ready").flag(true);
     read_identity(board, members);
     board.port = read_port(members.at("port"));
-    for (const JsonValue& place : members.at("discovered_ports").elements()) {
+    for (const JsonValue& place : members.at("discovered_ports").elements_or_none()) {
       const PortTopology port = read_port(place);
       refuse_known_port(board, port, place);
       board.discovered_ports.push_back(port);
