@@ -7,6 +7,10 @@ HandlerTable all_handlers() {
   add_attributes_handlers(table);
   add_boards_handlers(table);
   add_driver_info_handlers(table);
+  add_events_handlers(table);
+  add_npiv_handlers(table);
+  add_rnid_handlers(table);
+  add_statistics_handlers(table);
   return table;
 }
 

@@ -12,6 +12,10 @@ namespace ravnsim {
 void add_attributes_handlers(HandlerTable& table);
 void add_boards_handlers(HandlerTable& table);
 void add_driver_info_handlers(HandlerTable& table);
+void add_events_handlers(HandlerTable& table);
+void add_npiv_handlers(HandlerTable& table);
+void add_rnid_handlers(HandlerTable& table);
+void add_statistics_handlers(HandlerTable& table);
 
 /** The table of all of them. */
 HandlerTable all_handlers();
