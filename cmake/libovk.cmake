@@ -3,6 +3,7 @@
 find_package(Threads REQUIRED)
 
 add_library(ovk SHARED
+  core/assertion.cpp
   core/board_state.cpp
   core/boards.cpp
   core/command.cpp
@@ -12,7 +13,16 @@ add_library(ovk SHARED
   core/signature.cpp
   hbaapi/adapter_attributes.cpp
   hbaapi/port_attributes.cpp
-  hbaapi/statistics.cpp)
+  hbaapi/statistics.cpp
+  mailbox/compatibility.cpp
+  mailbox/dump.cpp
+  mailbox/extended_sli_config.cpp
+  mailbox/legacy_region.cpp
+  mailbox/loopback.cpp
+  mailbox/passthrough.cpp
+  mailbox/region_mailbox.cpp
+  mailbox/reset.cpp
+  mailbox/retry.cpp)
 
 set_target_properties(ovk PROPERTIES
   VERSION ${PROJECT_VERSION}

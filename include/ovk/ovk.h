@@ -7,6 +7,7 @@
 
 #include <ovk/core.h>
 #include <ovk/hbaapi.h>
+#include <ovk/mailbox.h>
 #include <ovk/types.h>
 
 #endif
