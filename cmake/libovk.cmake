@@ -22,7 +22,8 @@ add_library(ovk SHARED
   mailbox/passthrough.cpp
   mailbox/region_mailbox.cpp
   mailbox/reset.cpp
-  mailbox/retry.cpp)
+  mailbox/retry.cpp
+)
 
 set_target_properties(ovk PROPERTIES
   VERSION ${PROJECT_VERSION}
