@@ -12,6 +12,7 @@ add_library(ovk SHARED
   core/log.cpp
   core/signature.cpp
   hbaapi/adapter_attributes.cpp
+  hbaapi/events.cpp
   hbaapi/port_attributes.cpp
   hbaapi/statistics.cpp
   mailbox/compatibility.cpp
@@ -24,6 +25,10 @@ add_library(ovk SHARED
   mailbox/reset.cpp
   mailbox/retry.cpp
 )
+  hbaapi/rnid.cpp
+  hbaapi/statistics.cpp
+  npiv/nodes.cpp
+  npiv/virtual_ports.cpp)
 
 set_target_properties(ovk PROPERTIES
   VERSION ${PROJECT_VERSION}
