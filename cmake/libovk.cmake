@@ -9,10 +9,16 @@ add_library(ovk SHARED
   core/driver_info.cpp
   core/lifecycle.cpp
   core/log.cpp
+  core/module_services.cpp
   core/signature.cpp
   hbaapi/adapter_attributes.cpp
   hbaapi/port_attributes.cpp
-  hbaapi/statistics.cpp)
+  hbaapi/statistics.cpp
+  info/link.cpp
+  info/location.cpp
+  info/parameters.cpp
+  info/raw_access.cpp
+  info/vpd.cpp)
 
 set_target_properties(ovk PROPERTIES
   VERSION ${PROJECT_VERSION}

@@ -7,6 +7,7 @@
 
 #include <ovk/core.h>
 #include <ovk/hbaapi.h>
+#include <ovk/info.h>
 #include <ovk/types.h>
 
 #endif
