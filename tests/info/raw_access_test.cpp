@@ -161,9 +161,9 @@ TEST_F(RawAccessTest, MemoryAndRegistersNeedSli3WithResultsOfTheirOwn) {
       continue;
     }
     expect_sli_mode(board0, 4);
+    expect_no_sli_mode(board0);
     const AllocationWatch memory;
     EXPECT_EQ(raw.call(buffer), raw.result_on_sli4) << raw.command;
-    expect_no_sli_mode(board0);
     EXPECT_EQ(raw.call(buffer), OVK_FAILED) << raw.command;
     EXPECT_EQ(memory.outstanding(), 0) << raw.command;
   }
