@@ -10,6 +10,7 @@ add_library(ovk SHARED
   core/driver_info.cpp
   core/lifecycle.cpp
   core/log.cpp
+  core/module_services.cpp
   core/signature.cpp
   hbaapi/adapter_attributes.cpp
   hbaapi/events.cpp
@@ -29,6 +30,11 @@ add_library(ovk SHARED
   hbaapi/statistics.cpp
   npiv/nodes.cpp
   npiv/virtual_ports.cpp)
+  info/link.cpp
+  info/location.cpp
+  info/parameters.cpp
+  info/raw_access.cpp
+  info/vpd.cpp)
 
 set_target_properties(ovk PROPERTIES
   VERSION ${PROJECT_VERSION}

@@ -9,6 +9,7 @@
 #include <ovk/hbaapi.h>
 #include <ovk/mailbox.h>
 #include <ovk/npiv.h>
+#include <ovk/info.h>
 #include <ovk/types.h>
 
 #endif
