@@ -159,7 +159,7 @@ TEST_F(LogConfigurationTest, AnOddConfigurationLeavesTheLevelAndHarmsNothing) {
       EXPECT_EQ(log_file(), start_lines(odd.logged)) << odd.what;
     });
   }
-  in_fresh_process([this] {
+  in_fresh_process([] {
     std::filesystem::create_directories(host().root / "scratch/libovk.conf");
     LogLevel = 7;
     OpenLogger();
