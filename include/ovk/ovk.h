@@ -8,6 +8,7 @@
 #include <ovk/core.h>
 #include <ovk/hbaapi.h>
 #include <ovk/mailbox.h>
+#include <ovk/regions.h>
 #include <ovk/types.h>
 
 #endif
