@@ -2,13 +2,17 @@
 
 #include "core/log.h"
 
+#include <cstring>
+
 using ovk::RecordCursor;
 using ovk::RecordHeader;
 using ovk::RecordType;
 
 namespace ovk {
 
-SearchCode check_region23(const Region23Header& header) {
+SearchCode check_region23(const void* image) {
+  Region23Header header;
+  std::memcpy(&header, image, sizeof header);
   if (header.signature != region23_signature) {
     return wrong_signature;
   }
@@ -26,7 +30,7 @@ RecordHeader* searchRegion23(void* image, std::uint32_t length, std::uint8_t typ
     }
   };
 
-  *code = ovk::check_region23(*static_cast<const ovk::Region23Header*>(image));
+  *code = ovk::check_region23(image);
   if (*code != ovk::record_found) {
     return nullptr;
   }

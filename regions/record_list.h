@@ -69,6 +69,6 @@ class RecordCursor {
 };
 
 /** Whether an image is a Region 23 at all: 0, wrong_signature or wrong_version. */
-SearchCode check_region23(const Region23Header& header);
+SearchCode check_region23(const void* image);
 
 }  // namespace ovk

@@ -28,7 +28,7 @@ bool is_known(RecordType type) {
 }
 
 bool is_region23(Region23Image& image) {
-  if (ovk::check_region23(image.header) != ovk::record_found) {
+  if (ovk::check_region23(&image) != ovk::record_found) {
     return false;
   }
   // Intended: the end of the list is stepped over like any record.
