@@ -10,10 +10,18 @@ add_library(ovk SHARED
   core/driver_info.cpp
   core/lifecycle.cpp
   core/log.cpp
+  core/module_services.cpp
   core/signature.cpp
   hbaapi/adapter_attributes.cpp
+  hbaapi/events.cpp
   hbaapi/port_attributes.cpp
+  hbaapi/rnid.cpp
   hbaapi/statistics.cpp
+  info/link.cpp
+  info/location.cpp
+  info/parameters.cpp
+  info/raw_access.cpp
+  info/vpd.cpp
   mailbox/compatibility.cpp
   mailbox/dump.cpp
   mailbox/extended_sli_config.cpp
@@ -30,6 +38,9 @@ add_library(ovk SHARED
   regions/region22.cpp
   regions/region23.cpp
   regions/region_update.cpp)
+  npiv/nodes.cpp
+  npiv/virtual_ports.cpp
+)
 
 set_target_properties(ovk PROPERTIES
   VERSION ${PROJECT_VERSION}

@@ -7,8 +7,10 @@
 
 #include <ovk/core.h>
 #include <ovk/hbaapi.h>
+#include <ovk/info.h>
 #include <ovk/mailbox.h>
 #include <ovk/regions.h>
+#include <ovk/npiv.h>
 #include <ovk/types.h>
 
 #endif
