@@ -9,8 +9,8 @@
 #include <ovk/hbaapi.h>
 #include <ovk/info.h>
 #include <ovk/mailbox.h>
-#include <ovk/regions.h>
 #include <ovk/npiv.h>
+#include <ovk/regions.h>
 #include <ovk/types.h>
 
 #endif
