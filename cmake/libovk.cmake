@@ -10,9 +10,15 @@ add_library(ovk SHARED
   core/lifecycle.cpp
   core/log.cpp
   core/signature.cpp
+  fabric/ct.cpp
+  fabric/els.cpp
+  fabric/scsi.cpp
   hbaapi/adapter_attributes.cpp
+  hbaapi/bindings.cpp
   hbaapi/port_attributes.cpp
-  hbaapi/statistics.cpp)
+  hbaapi/scsi_convenience.cpp
+  hbaapi/statistics.cpp
+  hbaapi/target_mapping.cpp)
 
 set_target_properties(ovk PROPERTIES
   VERSION ${PROJECT_VERSION}
