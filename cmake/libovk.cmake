@@ -12,7 +12,15 @@ add_library(ovk SHARED
   core/log.cpp
   core/module_services.cpp
   core/signature.cpp
+  fabric/ct.cpp
+  fabric/els.cpp
+  fabric/scsi.cpp
   hbaapi/adapter_attributes.cpp
+  hbaapi/bindings.cpp
+  hbaapi/port_attributes.cpp
+  hbaapi/scsi_convenience.cpp
+  hbaapi/statistics.cpp
+  hbaapi/target_mapping.cpp)
   hbaapi/events.cpp
   hbaapi/port_attributes.cpp
   hbaapi/rnid.cpp

@@ -6,6 +6,7 @@
 #define OVK_OVK_H
 
 #include <ovk/core.h>
+#include <ovk/fabric.h>
 #include <ovk/hbaapi.h>
 #include <ovk/info.h>
 #include <ovk/mailbox.h>
