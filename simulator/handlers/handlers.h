@@ -15,6 +15,10 @@ void add_driver_info_handlers(HandlerTable& table);
 void add_loopback_handlers(HandlerTable& table);
 void add_mailbox_handlers(HandlerTable& table);
 void add_reset_handlers(HandlerTable& table);
+void add_events_handlers(HandlerTable& table);
+void add_npiv_handlers(HandlerTable& table);
+void add_rnid_handlers(HandlerTable& table);
+void add_statistics_handlers(HandlerTable& table);
 
 /** The table of all of them. */
 HandlerTable all_handlers();
