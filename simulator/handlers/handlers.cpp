@@ -7,6 +7,10 @@ HandlerTable all_handlers() {
   add_attributes_handlers(table);
   add_boards_handlers(table);
   add_driver_info_handlers(table);
+  add_hardware_handlers(table);
+  add_module_handlers(table);
+  add_parameters_handlers(table);
+  add_raw_access_handlers(table);
   return table;
 }
 
