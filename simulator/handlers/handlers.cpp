@@ -11,6 +11,10 @@ HandlerTable all_handlers() {
   add_module_handlers(table);
   add_parameters_handlers(table);
   add_raw_access_handlers(table);
+  add_events_handlers(table);
+  add_npiv_handlers(table);
+  add_rnid_handlers(table);
+  add_statistics_handlers(table);
   return table;
 }
 

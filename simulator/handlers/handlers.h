@@ -16,6 +16,10 @@ void add_hardware_handlers(HandlerTable& table);
 void add_module_handlers(HandlerTable& table);
 void add_parameters_handlers(HandlerTable& table);
 void add_raw_access_handlers(HandlerTable& table);
+void add_events_handlers(HandlerTable& table);
+void add_npiv_handlers(HandlerTable& table);
+void add_rnid_handlers(HandlerTable& table);
+void add_statistics_handlers(HandlerTable& table);
 
 /** The table of all of them. */
 HandlerTable all_handlers();
