@@ -8,6 +8,7 @@
  */
 #pragma once
 
+#include "simulator/hardware_topology.h"
 #include "simulator/wwn.h"
 
 #include <array>
@@ -162,6 +163,7 @@ struct BoardTopology {
   std::string option_rom_version;
   std::string firmware_version;
   std::uint32_t vendor_specific_id = 0;
+  HardwareTopology hardware;
 
   PortTopology port;
   std::vector<PortTopology> discovered_ports;
