@@ -8,9 +8,11 @@
  */
 #pragma once
 
+#include "simulator/hardware_topology.h"
 #include "simulator/wwn.h"
 
 #include <array>
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -149,6 +151,9 @@ struct BoardTopology {
   std::uint32_t features = 0;  ///< the driver's feature flags
   bool extended_sli_config = false;
   bool ready = true;  ///< false: a board that does not get up
+  std::chrono::milliseconds reset_time{};
+  bool loopback_plug = false;          ///< whether one stands in the port
+  std::uint32_t dump_region_size = 0;  ///< bytes; 0: there is none
 
   std::string manufacturer;
   std::string serial_number;
@@ -158,6 +163,7 @@ struct BoardTopology {
   std::string option_rom_version;
   std::string firmware_version;
   std::uint32_t vendor_specific_id = 0;
+  HardwareTopology hardware;
 
   PortTopology port;
   std::vector<PortTopology> discovered_ports;
@@ -171,6 +177,7 @@ struct BoardTopology {
 struct DriverTopology {
   std::string name;
   std::string version;
+  bool reset_mode_3 = true;  ///< whether it has the third mode of a reset
 };
 
 /** A simulated host. */
