@@ -3,6 +3,9 @@
 find_package(Threads REQUIRED)
 
 add_library(ovk SHARED
+  auth/authentication.cpp
+  auth/configuration.cpp
+  auth/first_generation.cpp
   core/board_state.cpp
   core/boards.cpp
   core/command.cpp
@@ -10,6 +13,9 @@ add_library(ovk SHARED
   core/lifecycle.cpp
   core/log.cpp
   core/signature.cpp
+  features/fcp_priority.cpp
+  features/ras_log.cpp
+  features/vmid.cpp
   hbaapi/adapter_attributes.cpp
   hbaapi/port_attributes.cpp
   hbaapi/statistics.cpp)

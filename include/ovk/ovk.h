@@ -5,7 +5,9 @@
 #ifndef OVK_OVK_H
 #define OVK_OVK_H
 
+#include <ovk/auth.h>
 #include <ovk/core.h>
+#include <ovk/features.h>
 #include <ovk/hbaapi.h>
 #include <ovk/types.h>
 
