@@ -2,24 +2,6 @@
 
 namespace ovk {
 
-std::uint32_t Outcome::result(std::initializer_list<StatusResult> map,
-                              std::uint32_t otherwise) const {
-  if (succeeded()) {
-    return OVK_OK;
-  }
-  for (const StatusResult& entry : map) {
-    if (entry.status == status) {
-      return entry.result;
-    }
-  }
-  return otherwise;
-}
-
-std::uint32_t Outcome::result_if_delivered(std::initializer_list<StatusResult> map,
-                                           std::uint32_t otherwise) const {
-  return delivered() ? result(map, otherwise) : otherwise;
-}
-
 void Command::write_call_line(const char* name) const {
   write_log_line(place_, "call: %s id[%d:%ld]\n", name, process_id(), thread_id());
 }

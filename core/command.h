@@ -11,6 +11,8 @@
 
 #include <ovk/types.h>
 
+#include <algorithm>
+#include <cstddef>
 #include <cstdint>
 #include <initializer_list>
 #include <type_traits>
@@ -68,11 +70,19 @@ struct [[nodiscard]] Outcome {
   /** OVK_OK, or the result that the map gives for the status, or `otherwise`. A status that the
       map names decides also when the command was not delivered. */
   [[nodiscard]] std::uint32_t result(std::initializer_list<StatusResult> map = {},
-                                     std::uint32_t otherwise = OVK_FAILED) const;
+                                     std::uint32_t otherwise = OVK_FAILED) const {
+    if (succeeded()) {
+      return OVK_OK;
+    }
+    const auto* entry = std::ranges::find(map, status, &StatusResult::status);
+    return entry != map.end() ? entry->result : otherwise;
+  }
 
   /** The same, but a command that was not delivered gives `otherwise` whatever its status. */
   [[nodiscard]] std::uint32_t result_if_delivered(std::initializer_list<StatusResult> map,
-                                                  std::uint32_t otherwise = OVK_FAILED) const;
+                                                  std::uint32_t otherwise = OVK_FAILED) const {
+    return delivered() ? result(map, otherwise) : otherwise;
+  }
 
   /** The host's error when there is one, else the driver's status as it is. */
   [[nodiscard]] std::uint32_t raw() const {

@@ -93,9 +93,13 @@ void LibraryTest::log_at(std::uint32_t level) {
   LogLevel = level;
 }
 
-std::vector<LogLine> LibraryTest::log_lines() {
+std::string LibraryTest::raw_log() {
   std::fflush(fLogger);
-  std::istringstream log{std::string{log_text_, log_size_}};
+  return {log_text_, log_size_};
+}
+
+std::vector<LogLine> LibraryTest::log_lines() {
+  std::istringstream log{raw_log()};
   return parse_log(log);
 }
 

@@ -45,6 +45,7 @@ class LibraryTest : public testing::Test {
   void log_at(std::uint32_t level);
   /** What was logged since. */
   std::vector<LogLine> log_lines();
+  std::string raw_log();
 
   /** Expects what the library asks for a board's SLI mode, and answers with this mode. */
   void expect_sli_mode(std::uint32_t driver_board, std::uint32_t mode);

@@ -1,0 +1,124 @@
+// Holds the version script, the headers and the binary against each other.
+
+#include <array>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <memory>
+#include <regex>
+#include <set>
+#include <string>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace ovk::test {
+namespace {
+
+using Names = std::set<std::string>;
+
+std::string read_file(const std::filesystem::path& path) {
+  std::ifstream file{path};
+  EXPECT_TRUE(file) << path;
+  return {std::istreambuf_iterator<char>{file}, {}};
+}
+
+std::string output_of(const std::string& command) {
+  const std::unique_ptr<FILE, int (*)(FILE*)> pipe{popen(command.c_str(), "r"), pclose};
+  std::string output;
+  std::array<char, 4096> part;
+  while (std::fgets(part.data(), part.size(), pipe.get()) != nullptr) {
+    output += part.data();
+  }
+  EXPECT_FALSE(output.empty()) << command;
+  return output;
+}
+
+Names all_matches(const std::string& text, const std::regex& pattern) {
+  Names names;
+  for (std::sregex_iterator match{text.begin(), text.end(), pattern}, end; match != end; ++match) {
+    names.insert((*match)[1]);
+  }
+  return names;
+}
+
+/** The names that a node of the version script lists. */
+Names scripted(const std::string& node) {
+  const std::string script = read_file(OVK_SOURCE_DIR "/core/libovk.map");
+  const std::size_t begin = script.find(node + " {");
+  const std::size_t end = script.find('}', begin);
+  EXPECT_LT(end, script.size()) << node;
+  return all_matches(script.substr(begin, end - begin), std::regex{R"(\n\s+(\w+);)"});
+}
+
+/** The names that the library's binary exports under a node. */
+Names exported(const std::string& node) {
+  return all_matches(
+      output_of("nm --dynamic --defined-only --with-symbol-versions '" OVK_LIBRARY "'"),
+      std::regex{"\\b(\\w+)@@" + node});
+}
+
+/** The names that the headers of a folder declare as exported. */
+Names declared(const std::filesystem::path& folder) {
+  static const std::regex declaration{R"((?:\n|extern )OVK_API\b[^;(\[]*?\b(\w+)\s*[(\[;])"};
+  Names names;
+  for (const auto& entry : std::filesystem::directory_iterator{folder}) {
+    if (entry.path().extension() == ".h") {
+      names.merge(all_matches(read_file(entry.path()), declaration));
+    }
+  }
+  return names;
+}
+
+constexpr std::array rooms = {"core",     "mailbox", "fabric", "info", "regions",
+                              "features", "hbaapi",  "npiv",   "auth"};
+
+TEST(InterfaceTest, TheApplicationInterfaceIsTheSameInScriptHeadersAndBinary) {
+  const Names names = scripted("OVK_14");
+  EXPECT_THAT(names, testing::Contains("OVK_InitDiagEnv"));
+  EXPECT_EQ(exported("OVK_14"), names);
+  EXPECT_EQ(declared(OVK_SOURCE_DIR "/include/ovk"), names);
+}
+
+TEST(InterfaceTest, TheInternalEntryPointsAreTheSameInScriptHeadersAndBinary) {
+  const Names names = scripted("OVK_PRIVATE");
+  EXPECT_THAT(names, testing::Contains("get_sli_mode"));
+  EXPECT_EQ(exported("OVK_PRIVATE"), names);
+  Names in_rooms;
+  for (const char* room : rooms) {
+    in_rooms.merge(declared(std::filesystem::path{OVK_SOURCE_DIR} / room));
+  }
+  EXPECT_EQ(in_rooms, names);
+}
+
+TEST(InterfaceTest, OvkHeaderPullsInEverySubsystem) {
+  const std::string all = read_file(OVK_SOURCE_DIR "/include/ovk/ovk.h");
+  for (const auto& entry : std::filesystem::directory_iterator{OVK_SOURCE_DIR "/include/ovk"}) {
+    const std::string name = entry.path().filename();
+    if (name != "ovk.h") {
+      EXPECT_THAT(all, testing::HasSubstr("<ovk/" + name + ">"));
+    }
+  }
+}
+
+TEST(InterfaceTest, TheBinaryIsAHardenedI386LibraryOfFewNeeds) {
+  const std::string elf =
+      output_of("readelf --wide --file-header --dynamic --program-headers '" OVK_LIBRARY "'");
+  EXPECT_THAT(elf, testing::HasSubstr("ELF32"));
+  EXPECT_THAT(elf, testing::HasSubstr("Library soname: [libovk.so.14]"));
+  EXPECT_THAT(elf, testing::HasSubstr("GNU_RELRO"));
+  EXPECT_THAT(elf, testing::HasSubstr("BIND_NOW"));
+  EXPECT_THAT(elf, testing::ContainsRegex("GNU_STACK.* RW "));
+  EXPECT_THAT(elf, testing::Not(testing::HasSubstr("TEXTREL")));
+
+  const Names needed = all_matches(elf, std::regex{R"(Shared library: \[([^\]]+)\])"});
+#ifdef OVK_SANITIZED
+  EXPECT_THAT(needed, testing::IsSupersetOf({"libc.so.6", "libvmkmgmt.so"}));
+#else
+  EXPECT_THAT(needed, testing::UnorderedElementsAre("libc.so.6", "libvmkmgmt.so"));
+#endif
+}
+
+}  // namespace
+}  // namespace ovk::test
