@@ -17,8 +17,12 @@ add_library(ovk SHARED
   features/ras_log.cpp
   features/vmid.cpp
   hbaapi/adapter_attributes.cpp
+  hbaapi/events.cpp
   hbaapi/port_attributes.cpp
-  hbaapi/statistics.cpp)
+  hbaapi/rnid.cpp
+  hbaapi/statistics.cpp
+  npiv/nodes.cpp
+  npiv/virtual_ports.cpp)
 
 set_target_properties(ovk PROPERTIES
   VERSION ${PROJECT_VERSION}

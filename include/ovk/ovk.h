@@ -9,6 +9,7 @@
 #include <ovk/core.h>
 #include <ovk/features.h>
 #include <ovk/hbaapi.h>
+#include <ovk/npiv.h>
 #include <ovk/types.h>
 
 #endif
