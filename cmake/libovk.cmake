@@ -14,6 +14,7 @@ add_library(ovk SHARED
   core/log.cpp
   core/signature.cpp
   features/fcp_priority.cpp
+  features/oas.cpp
   features/ras_log.cpp
   features/vmid.cpp
   hbaapi/adapter_attributes.cpp

@@ -85,6 +85,118 @@ OVK_API uint32_t OVK_QoSGetConfig(uint32_t board, FcpPriorityList* list);
  */
 OVK_API uint32_t OVK_QoSSetConfig(uint32_t board, FcpPriorityList* list);
 
+/* ---- Optimized access storage (OAS) ------------------------------------------------------------
+ */
+
+/** A logical unit with optimized access, as the driver has it. */
+typedef struct OasLun {
+  uint8_t lun[8];     /**< the LUN as a number, first level lowest, most significant byte first */
+  uint64_t scsi_lun;  /**< the 8 bytes of the LUN (SAM) as one big-endian number */
+  uint8_t flag1;      /**< 0 or 1: bit 1 of the driver's flags */
+  uint8_t flag0;      /**< 0 or 1: bit 0 of the driver's flags */
+  uint8_t priority;   /**< as the driver gives it */
+  uint8_t reserved19; /**< left as the caller had it */
+  Wwn port_wwns[2];   /**< as the driver gives them */
+} OasLun;
+
+OVK_ASSERT_SIZE(OasLun, 36);
+OVK_ASSERT_OFFSET(OasLun, scsi_lun, 8);
+OVK_ASSERT_OFFSET(OasLun, flag1, 16);
+OVK_ASSERT_OFFSET(OasLun, priority, 18);
+OVK_ASSERT_OFFSET(OasLun, port_wwns, 20);
+
+/** The most logical units that one answer of the driver holds. */
+#define OVK_OAS_MAX_LUNS 256
+
+/** Logical units with optimized access. A caller may provide as many entries only as count says. */
+typedef struct OasLunList {
+  uint32_t count;
+  OasLun luns[OVK_OAS_MAX_LUNS];
+} OasLunList;
+
+OVK_ASSERT_SIZE(OasLunList, 9220);
+OVK_ASSERT_OFFSET(OasLunList, luns, 4);
+
+/** What OVK_SetOASLun does with a rule. */
+enum OvkOasOperation { OVK_OAS_CLEAR = 0, OVK_OAS_SET = 1 };
+
+/** The highest priority of a rule. */
+#define OVK_OAS_MAX_PRIORITY 127
+
+/** A rule of OVK_SetOASLunV2. */
+typedef struct OasRule {
+  uint8_t reserved0;
+  uint8_t operation; /**< OvkOasOperation */
+  uint8_t priority;  /**< at most OVK_OAS_MAX_PRIORITY */
+  uint8_t reserved3[5];
+  uint64_t lun;
+} OasRule;
+
+OVK_ASSERT_SIZE(OasRule, 16);
+OVK_ASSERT_OFFSET(OasRule, operation, 1);
+OVK_ASSERT_OFFSET(OasRule, priority, 2);
+OVK_ASSERT_OFFSET(OasRule, lun, 8);
+
+/** Results of the OAS calls beside those of OvkResult. */
+enum OvkOasResult {
+  OVK_OAS_VERSION_TOO_LOW = 4, /**< OVK_SetOASLunV2: the driver's OAS version is below 1 */
+  OVK_OAS_NO_SUCH_PORT = 5,    /**< list: the driver does not know the ports */
+  OVK_OAS_NO_LUN = 15,         /**< list: the ports have no logical unit */
+  OVK_OAS_NO_MEMORY = 16,      /**< set: no memory, here or in the driver */
+  OVK_OAS_NODES_UNKNOWN = 17,  /**< set: the rule was sent, the local port's nodes are unknown */
+  OVK_OAS_TARGET_UNKNOWN = 18, /**< set: the rule was sent, the target is not a node of the port */
+  OVK_OAS_NOT_SUPPORTED = 32,  /**< the driver does not offer OAS */
+  OVK_OAS_DISABLED = 33,       /**< OAS is switched off on the adapter */
+  OVK_OAS_RULE_REFUSED = 34    /**< set: the driver does not take the rule */
+};
+
+/**
+ * Lists the logical units with optimized access between two ports.
+ *
+ * @param board        library board index
+ * @param local_port   WWN of the board's port
+ * @param target_port  WWN of the target's port
+ * @param unused       ignored
+ * @param list         in: count is the number of entries that it has room for; out: count is the
+ *                     number that the driver has, and as many entries as there is room for are
+ *                     written, at most OVK_OAS_MAX_LUNS. Untouched on failure. May be null.
+ * @return OVK_OK; OVK_MORE_DATA when the driver has more, without a list, and when the platform's
+ *         error is 7; OVK_FAILED; OVK_NO_MEMORY; OvkOasResult
+ */
+OVK_API uint32_t OVK_GetOASLunList(uint32_t board, const Wwn* local_port, const Wwn* target_port,
+                                   uint32_t unused, OasLunList* list);
+
+/**
+ * Sets or clears optimized access for a logical unit, then checks that the target's port is among
+ * the nodes of the local port.
+ *
+ * @param board        library board index
+ * @param local_port   WWN of the board's port
+ * @param target_port  WWN of the target's port
+ * @param lun_low      low half of the LUN
+ * @param lun_high     high half of the LUN
+ * @param unused       ignored
+ * @param operation    OvkOasOperation
+ * @return OVK_OK; OVK_FAILED, also for an unknown operation; OVK_NO_MEMORY when the rule was sent
+ *         and the target could not be checked; OvkOasResult
+ */
+OVK_API uint32_t OVK_SetOASLun(uint32_t board, const Wwn* local_port, const Wwn* target_port,
+                               uint32_t lun_low, uint32_t lun_high, uint32_t unused,
+                               uint8_t operation);
+
+/**
+ * As OVK_SetOASLun, with a priority.
+ *
+ * @param board        library board index
+ * @param local_port   WWN of the board's port
+ * @param target_port  WWN of the target's port
+ * @param unused       ignored
+ * @param rule         what to set or clear
+ * @return as OVK_SetOASLun; OVK_FAILED also for a priority above OVK_OAS_MAX_PRIORITY
+ */
+OVK_API uint32_t OVK_SetOASLunV2(uint32_t board, const Wwn* local_port, const Wwn* target_port,
+                                 uint32_t unused, const OasRule* rule);
+
 /* ---- VMID and QFPA --------------------------------------------------------------------------- */
 
 /** The QFPA priority ranges that the fabric gave (FC-LS). The layout is the driver's. */
