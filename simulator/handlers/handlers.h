@@ -1,0 +1,19 @@
+/**
+ * @file
+ * The handlers of the driver's commands, a function for each subsystem. A new subsystem adds its
+ * line here and in handlers.cpp.
+ */
+#pragma once
+
+#include "simulator/handler_table.h"
+
+namespace ravnsim {
+
+void add_attributes_handlers(HandlerTable& table);
+void add_boards_handlers(HandlerTable& table);
+void add_driver_info_handlers(HandlerTable& table);
+
+/** The table of all of them. */
+HandlerTable all_handlers();
+
+}  // namespace ravnsim
