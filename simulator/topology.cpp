@@ -149,6 +149,7 @@ BoardTopology read_board(const JsonValue& value) {
     board.extended_sli_config = members.at("extended_sli_config").flag(board.sli_mode >= sli4);
     board.ready = members.at("ready").flag(true);
     read_identity(board, members);
+    board.offers = read_feature_topology(members);
     board.port = read_port(members.at("port"));
     for (const JsonValue& place : members.at("discovered_ports").elements_or_none()) {
       const PortTopology port = read_port(place);

@@ -8,6 +8,7 @@
  */
 #pragma once
 
+#include "simulator/feature_topology.h"
 #include "simulator/wwn.h"
 
 #include <array>
@@ -93,6 +94,8 @@ struct BoardTopology {
   std::string option_rom_version;
   std::string firmware_version;
   std::uint32_t vendor_specific_id = 0;
+
+  FeatureTopology offers;
 
   PortTopology port;
   std::vector<PortTopology> discovered_ports;

@@ -10,8 +10,13 @@
 namespace ravnsim {
 
 void add_attributes_handlers(HandlerTable& table);
+void add_auth_handlers(HandlerTable& table);
 void add_boards_handlers(HandlerTable& table);
 void add_driver_info_handlers(HandlerTable& table);
+void add_fcp_priority_handlers(HandlerTable& table);
+void add_oas_handlers(HandlerTable& table);
+void add_ras_log_handlers(HandlerTable& table);
+void add_vmid_handlers(HandlerTable& table);
 
 /** The table of all of them. */
 HandlerTable all_handlers();
