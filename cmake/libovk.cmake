@@ -6,12 +6,14 @@ add_library(ovk SHARED
   auth/authentication.cpp
   auth/configuration.cpp
   auth/first_generation.cpp
+  core/assertion.cpp
   core/board_state.cpp
   core/boards.cpp
   core/command.cpp
   core/driver_info.cpp
   core/lifecycle.cpp
   core/log.cpp
+  core/module_services.cpp
   core/signature.cpp
   features/fcp_priority.cpp
   features/oas.cpp
@@ -20,10 +22,26 @@ add_library(ovk SHARED
   hbaapi/adapter_attributes.cpp
   hbaapi/events.cpp
   hbaapi/port_attributes.cpp
+  hbaapi/statistics.cpp
+  mailbox/compatibility.cpp
+  mailbox/dump.cpp
+  mailbox/extended_sli_config.cpp
+  mailbox/legacy_region.cpp
+  mailbox/loopback.cpp
+  mailbox/passthrough.cpp
+  mailbox/region_mailbox.cpp
+  mailbox/reset.cpp
+  mailbox/retry.cpp
+)
   hbaapi/rnid.cpp
   hbaapi/statistics.cpp
   npiv/nodes.cpp
   npiv/virtual_ports.cpp)
+  info/link.cpp
+  info/location.cpp
+  info/parameters.cpp
+  info/raw_access.cpp
+  info/vpd.cpp)
 
 set_target_properties(ovk PROPERTIES
   VERSION ${PROJECT_VERSION}

@@ -58,7 +58,7 @@ class JsonValue {
   [[nodiscard]] bool flag() const;
   [[nodiscard]] bool flag(bool fallback) const { return present() ? flag() : fallback; }
 
-  /** A whole number, or its hex text ("0x0BAD0003"). */
+  /** A whole number, or its hex text ("0x0400"). */
   template <typename Number>
   [[nodiscard]] Number number(Range<Number> range = {}) const {
     return static_cast<Number>(number_between(range.least, range.most));

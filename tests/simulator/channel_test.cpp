@@ -183,7 +183,7 @@ TEST_F(ChannelTest, WritesBehindADescriptorNoMoreThanItAdmits) {
   EXPECT_THROW(write({.length = 4, .address = 0}), Refusal);
 }
 
-TEST(LibraryTest, ExportsTheThreeFunctionsOfTheChannelAndNothingElse) {
+TEST(ChannelLibraryTest, ExportsTheThreeFunctionsOfTheChannelAndNothingElse) {
   FILE* const names = popen("nm -D --defined-only --format=just-symbols " RAVNSIM_LIBRARY, "r");
   ASSERT_NE(names, nullptr);
   std::vector<std::string> exported;
