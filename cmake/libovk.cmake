@@ -22,7 +22,13 @@ add_library(ovk SHARED
   hbaapi/adapter_attributes.cpp
   hbaapi/events.cpp
   hbaapi/port_attributes.cpp
+  hbaapi/rnid.cpp
   hbaapi/statistics.cpp
+  info/link.cpp
+  info/location.cpp
+  info/parameters.cpp
+  info/raw_access.cpp
+  info/vpd.cpp
   mailbox/compatibility.cpp
   mailbox/dump.cpp
   mailbox/extended_sli_config.cpp
@@ -32,16 +38,9 @@ add_library(ovk SHARED
   mailbox/region_mailbox.cpp
   mailbox/reset.cpp
   mailbox/retry.cpp
-)
-  hbaapi/rnid.cpp
-  hbaapi/statistics.cpp
   npiv/nodes.cpp
-  npiv/virtual_ports.cpp)
-  info/link.cpp
-  info/location.cpp
-  info/parameters.cpp
-  info/raw_access.cpp
-  info/vpd.cpp)
+  npiv/virtual_ports.cpp
+)
 
 set_target_properties(ovk PROPERTIES
   VERSION ${PROJECT_VERSION}

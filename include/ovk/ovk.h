@@ -9,9 +9,9 @@
 #include <ovk/core.h>
 #include <ovk/features.h>
 #include <ovk/hbaapi.h>
+#include <ovk/info.h>
 #include <ovk/mailbox.h>
 #include <ovk/npiv.h>
-#include <ovk/info.h>
 #include <ovk/types.h>
 
 #endif
