@@ -3,16 +3,37 @@
 find_package(Threads REQUIRED)
 
 add_library(ovk SHARED
+  core/assertion.cpp
   core/board_state.cpp
   core/boards.cpp
   core/command.cpp
   core/driver_info.cpp
   core/lifecycle.cpp
   core/log.cpp
+  core/module_services.cpp
   core/signature.cpp
   hbaapi/adapter_attributes.cpp
+  hbaapi/events.cpp
   hbaapi/port_attributes.cpp
-  hbaapi/statistics.cpp)
+  hbaapi/rnid.cpp
+  hbaapi/statistics.cpp
+  info/link.cpp
+  info/location.cpp
+  info/parameters.cpp
+  info/raw_access.cpp
+  info/vpd.cpp
+  mailbox/compatibility.cpp
+  mailbox/dump.cpp
+  mailbox/extended_sli_config.cpp
+  mailbox/legacy_region.cpp
+  mailbox/loopback.cpp
+  mailbox/passthrough.cpp
+  mailbox/region_mailbox.cpp
+  mailbox/reset.cpp
+  mailbox/retry.cpp
+  npiv/nodes.cpp
+  npiv/virtual_ports.cpp
+)
 
 set_target_properties(ovk PROPERTIES
   VERSION ${PROJECT_VERSION}

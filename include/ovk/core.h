@@ -1,6 +1,7 @@
 /**
  * @file
- * Start and end, boards, driver information, and the globals of the library core.
+ * Start and end, boards, driver information, the driver module, and the globals of the library
+ * core.
  *
  * The library takes no locks. Initialisation and release belong to one thread, while no other
  * thread is in the library; all other calls may run on several threads at once.
@@ -256,6 +257,71 @@ OVK_ASSERT_OFFSET(DrvInfo, word108, 144);
  * @return OVK_OK; 2 on any failure
  */
 OVK_API uint32_t OVK_GetDrvInfo(uint32_t board, DrvInfo* info);
+
+/* ---- Driver module --------------------------------------------------------------------------- */
+
+/** What the driver says of its module. */
+typedef struct ModuleInfo {
+  uint8_t bytes0[6276];
+} ModuleInfo;
+
+OVK_ASSERT_SIZE(ModuleInfo, 6276);
+
+/** A line for the driver's log. */
+typedef struct LogMessage {
+  char text[64];
+} LogMessage;
+
+OVK_ASSERT_SIZE(LogMessage, 64);
+
+/** Names one side of the management interface. The library's own is ravn_mgmt_signature. */
+typedef struct VersionSignature {
+  uint32_t revision; /**< major, minor, update, patch, high to low byte */
+  char name[32];     /**< NUL-terminated */
+  char vendor[32];   /**< NUL-terminated */
+  uint32_t callback_count;
+} VersionSignature;
+
+OVK_ASSERT_SIZE(VersionSignature, 72);
+OVK_ASSERT_OFFSET(VersionSignature, name, 4);
+OVK_ASSERT_OFFSET(VersionSignature, vendor, 36);
+OVK_ASSERT_OFFSET(VersionSignature, callback_count, 68);
+
+/**
+ * Reads what the driver says of its module. Needs no board.
+ *
+ * @param info  written by the driver itself, after a failure too
+ * @return OVK_OK; the channel's error; the driver's status
+ */
+OVK_API uint32_t ModInfo(ModuleInfo* info);
+
+/**
+ * Writes a line into the driver's log. Needs no board.
+ *
+ * @param message  the line
+ * @return OVK_OK; the channel's error; the driver's status
+ */
+OVK_API uint32_t LogMsg(const LogMessage* message);
+
+/**
+ * Gives the signatures of both sides, for the caller to compare. Needs no board.
+ *
+ * @param driver   written by the driver itself
+ * @param library  receives the library's signature, after a failure too; the bytes behind the
+ *                 terminators of its texts are left as the caller had them
+ * @return OVK_OK; the channel's error; the driver's status
+ */
+OVK_API uint32_t CallVer(VersionSignature* driver, VersionSignature* library);
+
+/**
+ * Has the driver raise a test event.
+ *
+ * @param board  library board index
+ * @param a      first argument of the event
+ * @param b      second argument of the event
+ * @return OVK_OK; the channel's error; the driver's status
+ */
+OVK_API uint32_t EventTest(uint32_t board, uint32_t a, uint32_t b);
 
 OVK_END_DECLS
 

@@ -166,6 +166,134 @@ OVK_ASSERT_OFFSET(PortStatistics, InvalidCRCCount, 112);
 /** What the counters of each board read at its last reset; all 0 after an initialisation. */
 extern OVK_API PortStatistics ovk_rststatistics[OVK_MAX_BOARDS];
 
+/** The port index with which GetPortStatistics reads the driver's counters themselves. */
+#define OVK_STATISTICS_SNAPSHOT 0xFFFFFFFFU
+
+/**
+ * Reads the statistics of a board's port since the last ResetStatistics.
+ *
+ * Each counter is what the driver reads less what it read at the reset, modulo 2^64: a counter of
+ * a driver that was reloaded in between can be negative.
+ *
+ * @param board       library board index
+ * @param port_index  OVK_STATISTICS_SNAPSHOT: the counters as the driver reads them, but LIPCount,
+ *                    NOSCount and DumpedFrames are 0 where it does not count them; any other value
+ *                    is ignored: a board has one port
+ * @param stats       receives the record; untouched on failure
+ * @return OVK_OK; OVK_FAILED
+ */
+OVK_API uint32_t GetPortStatistics(uint32_t board, uint32_t port_index, PortStatistics* stats);
+
+/**
+ * Has the statistics of a board's port count from now on. The driver's own counters go on; what
+ * they read now is kept in ovk_rststatistics, unchanged on failure. After it, LIPCount, NOSCount
+ * and DumpedFrames still read -1 where the driver does not count them, other counters 0.
+ *
+ * @param board  library board index
+ * @return OVK_OK; OVK_FAILED
+ */
+OVK_API uint32_t ResetStatistics(uint32_t board);
+
+/* ---- Request node identification data (RNID) ------------------------------------------------- */
+
+/** What a board answers when it is asked for its node identification data (FC-HBA). */
+typedef struct RnidMgmtInfo {
+  Wwn wwn;
+  uint32_t unittype;
+  uint32_t PortId;
+  uint32_t NumberOfAttachedNodes;
+  uint16_t IPVersion;
+  uint16_t UDPPort;
+  uint8_t IPAddress[16];
+  uint16_t reserved; /**< not sent, and left as the caller had it */
+  uint16_t TopologyDiscoveryFlags;
+} RnidMgmtInfo;
+
+OVK_ASSERT_SIZE(RnidMgmtInfo, 44);
+OVK_ASSERT_OFFSET(RnidMgmtInfo, unittype, 8);
+OVK_ASSERT_OFFSET(RnidMgmtInfo, IPVersion, 20);
+OVK_ASSERT_OFFSET(RnidMgmtInfo, IPAddress, 24);
+OVK_ASSERT_OFFSET(RnidMgmtInfo, TopologyDiscoveryFlags, 42);
+
+/** Which name of a port is given. */
+enum OvkWwnType { OVK_NODE_WWN = 0, OVK_PORT_WWN = 1 };
+
+/** The most bytes of an RNID reply. */
+#define OVK_RNID_REPLY_SIZE 64
+
+/**
+ * Asks a remote port for its node identification data (RNID ELS, FC-LS).
+ *
+ * @param board      library board index
+ * @param wwn        the name of the remote node or port
+ * @param wwn_type   an OvkWwnType; with another value no name is sent
+ * @param reply      receives the payload of the reply. With room for OVK_RNID_REPLY_SIZE bytes or
+ *                   more the driver writes here itself
+ * @param reply_len  on entry the bytes that reply has room for; on return the length of the reply
+ *                   in bytes, also with OVK_MORE_DATA; unchanged on failure
+ * @return OVK_OK; OVK_FAILED; OVK_MORE_DATA, the reply is longer than the room; OVK_NO_MEMORY
+ */
+OVK_API uint32_t SendRNID(uint32_t board, const Wwn* wwn, uint32_t wwn_type, void* reply,
+                          uint32_t* reply_len);
+
+/**
+ * Sets what a board answers when it is asked for its node identification data.
+ *
+ * @param board  library board index
+ * @param info   the record; its reserved field is not sent
+ * @return OVK_OK; OVK_FAILED
+ */
+OVK_API uint32_t SetRNIDMgmtInfo(uint32_t board, const RnidMgmtInfo* info);
+
+/**
+ * Reads what a board answers when it is asked for its node identification data.
+ *
+ * @param board  library board index
+ * @param info   receives the record but for its reserved field; untouched on failure
+ * @return OVK_OK; OVK_FAILED
+ */
+OVK_API uint32_t GetRNIDMgmtInfo(uint32_t board, RnidMgmtInfo* info);
+
+/* ---- Events ---------------------------------------------------------------------------------- */
+
+/** The codes of the events (FC-HBA). */
+enum OvkEventCode {
+  OVK_EVENT_LIP = 1,       /**< a loop was initialised */
+  OVK_EVENT_LINK_UP = 2,   /**< the link came up */
+  OVK_EVENT_LINK_DOWN = 3, /**< the link went down */
+  OVK_EVENT_LIP_RESET = 4, /**< a loop was reset */
+  OVK_EVENT_RSCN = 5,      /**< the fabric reported a change of state */
+  OVK_EVENT_PROPRIETARY = 0xFFFF
+};
+
+/** An event of a board (FC-HBA). */
+typedef struct EventInfo {
+  uint32_t EventCode;    /**< an OvkEventCode */
+  uint32_t EventData[4]; /**< by the code; of link events and RSCNs [0] is the port's FC address */
+} EventInfo;
+
+OVK_ASSERT_SIZE(EventInfo, 20);
+OVK_ASSERT_OFFSET(EventInfo, EventData, 4);
+
+/** The most events that the driver gives at a time. */
+#define OVK_MAX_EVENTS 32
+
+/** The events that were lost because the driver's queue was full, as the last successful
+    GetEventBuffer, of whichever board, was told. */
+extern OVK_API uint32_t EventMissedCount;
+
+/**
+ * Takes the oldest events out of the driver's queue of a board.
+ *
+ * @param board   library board index
+ * @param events  receives the events. With room for OVK_MAX_EVENTS or more the driver writes here
+ *                itself
+ * @param count   on entry the records that events has room for; on return the number that the
+ *                driver gave; unchanged on failure. The driver alone keeps to the room.
+ * @return OVK_OK; OVK_FAILED; OVK_NO_MEMORY
+ */
+OVK_API uint32_t GetEventBuffer(uint32_t board, EventInfo* events, uint32_t* count);
+
 OVK_END_DECLS
 
 #endif

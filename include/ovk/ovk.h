@@ -7,6 +7,9 @@
 
 #include <ovk/core.h>
 #include <ovk/hbaapi.h>
+#include <ovk/info.h>
+#include <ovk/mailbox.h>
+#include <ovk/npiv.h>
 #include <ovk/types.h>
 
 #endif

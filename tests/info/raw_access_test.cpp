@@ -1,0 +1,184 @@
+#include "tests/support/library_test.h"
+
+#include <ovk/info.h>
+
+#include <algorithm>
+#include <numeric>
+#include <string_view>
+#include <utility>
+
+namespace ovk::test {
+namespace {
+
+constexpr std::uint32_t transfer_size = 4096;
+
+using Read = std::uint32_t(std::uint32_t, void*, std::uint32_t, std::uint32_t);
+using Write = std::uint32_t(std::uint32_t, const void*, std::uint32_t, std::uint32_t);
+using Range = std::pair<std::uint32_t, std::uint32_t>;
+
+/** Bytes that differ from their neighbours: one transfer, or as much more as a caller has. */
+ByteVector numbered_bytes(std::size_t size = transfer_size) {
+  ByteVector bytes(size);
+  std::iota(bytes.begin(), bytes.end(), std::uint8_t{1});
+  return bytes;
+}
+
+class RawAccessTest : public LibraryTest {
+ protected:
+  Exchange& expect_transfer(std::string_view name, Range range) {
+    return channel.expect(name, board0).word(1, range.first).word(2, range.second);
+  }
+
+  /** Checks that the buffer got this many bytes of the driver's, and nothing behind them. */
+  void expect_received(std::size_t count) {
+    ByteVector expected = numbered_bytes(buffer.size());
+    std::fill(expected.begin() + static_cast<std::ptrdiff_t>(count), expected.end(),
+              std::uint8_t{0});
+    EXPECT_EQ(buffer, expected);
+  }
+
+  ByteVector buffer = ByteVector(2 * transfer_size);
+};
+
+TEST_F(RawAccessTest, PciReadsDeliverTheBytesThatWereAskedFor) {
+  for (Read* read : {OVK_ReadPciCfg, ReadPciCfg}) {
+    for (const Range& range : {Range{0, 4}, Range{4096, 4}, Range{256, 4096}, Range{64, 0}}) {
+      std::ranges::fill(buffer, std::uint8_t{0});
+      expect_transfer("RAVN_MGMT_READ_PCI", range).replies(1, numbered_bytes());
+      const AllocationWatch memory;
+      EXPECT_EQ(read(0, buffer.data(), range.first, range.second), OVK_OK);
+      EXPECT_EQ(memory.outstanding(), 0);
+      expect_received(range.second);
+    }
+  }
+}
+
+TEST_F(RawAccessTest, PciAccessRefusesAWrongRangeBeforeTheDriverIsAsked) {
+  const AllocationWatch memory;
+  for (const Range& range : {Range{0, 4097}, Range{0, 4100}, Range{0, 6}, Range{2, 4},
+                             Range{4100, 4}, Range{0xFFFFFFFC, 4}, Range{0, 0xFFFFFFFC}}) {
+    EXPECT_EQ(OVK_ReadPciCfg(0, buffer.data(), range.first, range.second), OVK_FAILED);
+  }
+  for (const std::uint32_t offset : {1U, 4097U, 4100U}) {
+    EXPECT_EQ(WritePciCfg(0, buffer.data(), offset, 4), OVK_FAILED);
+  }
+  EXPECT_EQ(memory.outstanding(), 0);
+}
+
+TEST_F(RawAccessTest, PciWritesSendAnyCountButNoMoreThanOneTransfer) {
+  const ByteVector data = numbered_bytes(buffer.size());
+  for (const Range& range : {Range{4096, 7}, Range{0, 4096}, Range{16, 8192}}) {
+    const auto sent = std::min(range.second, transfer_size);
+    expect_transfer("RAVN_MGMT_WRITE_PCI", range).sends(1, numbered_bytes(sent));
+    EXPECT_EQ(WritePciCfg(0, data.data(), range.first, range.second), OVK_OK);
+  }
+}
+
+TEST_F(RawAccessTest, MemoryMovesAnyCountButNoMoreThanOneTransfer) {
+  const ByteVector data = numbered_bytes(buffer.size());
+  for (const Range& range : {Range{3, 5}, Range{0xFFFFFFFF, 4096}, Range{0, 8192}}) {
+    const auto moved = std::min(range.second, transfer_size);
+    std::ranges::fill(buffer, std::uint8_t{0});
+    expect_sli_mode(board0, 3);
+    expect_transfer("RAVN_MGMT_READ_MEM", range).replies(1, numbered_bytes());
+    EXPECT_EQ(ReadMem(0, buffer.data(), range.first, range.second), OVK_OK);
+    expect_received(moved);
+
+    expect_sli_mode(board0, 3);
+    expect_transfer("RAVN_MGMT_WRITE_MEM", range).sends(1, numbered_bytes(moved));
+    EXPECT_EQ(WriteMem(0, data.data(), range.first, range.second), OVK_OK);
+  }
+}
+
+TEST_F(RawAccessTest, RegistersAreReadFromAndWrittenToTheirWord) {
+  std::uint32_t value = 0;
+  expect_sli_mode(board0, 2);
+  channel.expect("RAVN_MGMT_READ_CTLREG", board0).word(1, 0xC).answers(4, 0xF0E1D2C3);
+  EXPECT_EQ(ReadCtlReg(0, &value, 0xC), OVK_OK);
+  EXPECT_EQ(value, 0xF0E1D2C3);
+  expect_sli_mode(board0, 2);
+  channel.expect("RAVN_MGMT_WRITE_CTLREG", board0).word(1, 0x8).word(4, 0xF0E1D2C3);
+  EXPECT_EQ(WriteCtlReg(0, &value, 0x8), OVK_OK);
+}
+
+/** One call of each kind, on the first eight bytes of the buffer. */
+struct RawCall {
+  const char* command;
+  bool needs_sli3;
+  std::uint32_t result_on_sli4;
+  std::uint32_t result_of_failure;
+  std::uint32_t (*call)(ByteVector& buffer);
+};
+
+constexpr RawCall raw_calls[] = {
+    {"RAVN_MGMT_READ_PCI", false, 0, 1,
+     [](ByteVector& buffer) { return OVK_ReadPciCfg(0, buffer.data(), 0, 8); }},
+    {"RAVN_MGMT_WRITE_PCI", false, 0, 22,
+     [](ByteVector& buffer) { return WritePciCfg(0, buffer.data(), 0, 8); }},
+    {"RAVN_MGMT_READ_MEM", true, 4, 22,
+     [](ByteVector& buffer) { return ReadMem(0, buffer.data(), 0, 8); }},
+    {"RAVN_MGMT_WRITE_MEM", true, 4, 22,
+     [](ByteVector& buffer) { return WriteMem(0, buffer.data(), 0, 8); }},
+    {"RAVN_MGMT_READ_CTLREG", true, 2, 22,
+     [](ByteVector& buffer) {
+       void* value = buffer.data();
+       return ReadCtlReg(0, static_cast<std::uint32_t*>(value), 0);
+     }},
+    {"RAVN_MGMT_WRITE_CTLREG", true, 2, 22,
+     [](ByteVector& buffer) {
+       const void* value = buffer.data();
+       return WriteCtlReg(0, static_cast<const std::uint32_t*>(value), 0);
+     }},
+};
+
+bool moves_payload(const RawCall& raw) { return !std::string_view{raw.command}.ends_with("REG"); }
+
+TEST_F(RawAccessTest, EveryCallHasItsOwnResultForAFailureAndTouchesNothing) {
+  for (const RawCall& raw : raw_calls) {
+    for (const bool delivered : {true, false}) {
+      if (raw.needs_sli3) {
+        expect_sli_mode(board0, 3);
+      }
+      Exchange& exchange = channel.expect(raw.command, board0).answers(4, 0xEEEEEEEE);
+      if (moves_payload(raw)) {
+        exchange.word(2, 8);
+      }
+      if (moves_payload(raw) && std::string_view{raw.command}.starts_with("RAVN_MGMT_READ")) {
+        exchange.replies(1, numbered_bytes());
+      }
+      delivered ? exchange.status(0x0BAD0001) : exchange.delivery_error(1);
+      const AllocationWatch memory;
+      EXPECT_EQ(raw.call(buffer), raw.result_of_failure) << raw.command;
+      EXPECT_EQ(memory.outstanding(), 0) << raw.command;
+    }
+  }
+  expect_received(0);
+}
+
+TEST_F(RawAccessTest, MemoryAndRegistersNeedSli3WithResultsOfTheirOwn) {
+  for (const RawCall& raw : raw_calls) {
+    if (!raw.needs_sli3) {
+      continue;
+    }
+    expect_sli_mode(board0, 4);
+    expect_no_sli_mode(board0);
+    const AllocationWatch memory;
+    EXPECT_EQ(raw.call(buffer), raw.result_on_sli4) << raw.command;
+    EXPECT_EQ(raw.call(buffer), OVK_FAILED) << raw.command;
+    EXPECT_EQ(memory.outstanding(), 0) << raw.command;
+  }
+}
+
+TEST_F(RawAccessTest, TransfersWithoutMemorySendNothing) {
+  for (const RawCall& raw : raw_calls) {
+    if (moves_payload(raw)) {
+      const AllocationWatch memory{0};
+      EXPECT_EQ(raw.call(buffer), OVK_NO_MEMORY) << raw.command;
+    }
+  }
+  const AllocationWatch memory{0};
+  EXPECT_EQ(OVK_ReadPciCfg(0, buffer.data(), 2, 6), OVK_NO_MEMORY) << "before the range is checked";
+}
+
+}  // namespace
+}  // namespace ovk::test

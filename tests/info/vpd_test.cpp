@@ -1,0 +1,79 @@
+#include "tests/support/library_test.h"
+
+#include <ovk/core.h>
+#include <ovk/info.h>
+
+#include <cstring>
+
+namespace ovk::test {
+namespace {
+
+class VpdTest : public LibraryTest {};
+
+TEST_F(VpdTest, SendsTheCallersFirstWordAndDeliversTheRecord) {
+  const ByteVector record(sizeof(VpdInfo), 0xA7);
+  channel.expect("RAVN_MGMT_GET_VPD", board1).word(6, 0x1234).replies(1, record);
+  VpdInfo info{.word0 = 0x1234};
+  EXPECT_EQ(GetVPDInfo(1, &info), OVK_OK);
+  EXPECT_EQ(bytes_of(info), record);
+}
+
+TEST_F(VpdTest, TellsAnAbsentRecordFromOtherFailuresAndTouchesNothing) {
+  VpdInfo info{};
+  const auto expect_record = [this]() -> Exchange& {
+    return channel.expect("RAVN_MGMT_GET_VPD", board0).replies(1, ByteVector(616, 0xA7));
+  };
+  expect_record().status(0x0BAD0084);
+  EXPECT_EQ(GetVPDInfo(0, &info), 1);
+  expect_record().status(0x0BAD0084).delivery_error(5);
+  EXPECT_EQ(GetVPDInfo(0, &info), 1) << "the status decides also when the delivery failed";
+  expect_record().status(0x0BAD0021);
+  EXPECT_EQ(GetVPDInfo(0, &info), 3);
+  expect_record().delivery_error(1);
+  EXPECT_EQ(GetVPDInfo(0, &info), 3);
+  EXPECT_EQ(bytes_of(info), ByteVector(sizeof info));
+}
+
+class LogicalSpeedTest : public LibraryTest {
+ protected:
+  Exchange& expect_query() {
+    expect_sli_mode(board0, 4);
+    return channel.expect("RAVN_MGMT_GET_LOGICAL_LINK_SPEED", board0);
+  }
+
+  std::uint16_t speed = 0xEEEE;
+};
+
+TEST_F(LogicalSpeedTest, IsATenthOfTheLowHalfAndMarkedWhenTheWholeWordIsZero) {
+  struct Case {
+    std::uint32_t word;
+    std::uint16_t speed;
+  };
+  for (const Case& c : {Case{0, 0xFFFF}, Case{100, 10}, Case{9, 0}, Case{0x10064, 10},
+                        Case{0x10000, 0}, Case{0xFFFF, 6553}}) {
+    expect_query().answers(4, c.word);
+    EXPECT_EQ(OVK_GetQoSLinkSpeed(0, &speed), OVK_OK);
+    EXPECT_EQ(speed, c.speed) << c.word;
+  }
+}
+
+TEST_F(LogicalSpeedTest, NeedsSli4) {
+  expect_sli_mode(board0, 3);
+  EXPECT_EQ(OVK_GetQoSLinkSpeed(0, &speed), OVK_NOT_SUPPORTED);
+  expect_no_sli_mode(board0);
+  EXPECT_EQ(OVK_GetQoSLinkSpeed(0, &speed), OVK_FAILED);
+  EXPECT_EQ(speed, 0xEEEE);
+}
+
+TEST_F(LogicalSpeedTest, AFailureLeavesTheSpeedUntouchedAndIsLoggedAsAVpdQuery) {
+  log_at(OVK_LOG_ERROR);
+  expect_query().answers(4, 80).status(0x0BAD0020);
+  EXPECT_EQ(OVK_GetQoSLinkSpeed(0, &speed), OVK_FAILED);
+  EXPECT_EQ(speed, 0xEEEE);
+  EXPECT_THAT(log_lines(), testing::ElementsAre(LogLine{"OVK_GetQoSLinkSpeed",
+                                                        "cmd err:            RAVN_MGMT_GET_VPD "
+                                                        "brd[0] stat[x0:xbad0020] id"}));
+}
+
+}  // namespace
+}  // namespace ovk::test
