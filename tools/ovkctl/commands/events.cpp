@@ -132,11 +132,16 @@ Report missed_line(std::uint32_t board, const Events& taken) {
   return report;
 }
 
-[[noreturn]] void follow(const Context& context, std::uint32_t board, std::uint32_t interval) {
-  while (true) {
+/** Shows events as they come, until so many were shown; 0 for ever. */
+void follow(const Context& context, std::uint32_t board, std::uint32_t interval,
+            std::uint32_t most) {
+  for (std::uint32_t shown = 0; true;) {
     const Events taken = take_events(board);
     for (const EventInfo& event : taken.events) {
       context.print_next(event_line(board, event));
+      if (++shown == most) {
+        return;
+      }
     }
     if (taken.missed != 0) {
       context.print_next(missed_line(board, taken));
@@ -157,12 +162,19 @@ void add_events(Command root) {
   const auto interval =
       events.option<std::uint32_t>("--interval", "SECONDS", "how often --follow asks the driver", 1,
                                    between(1, kLongestInterval));
+  const auto most = events.option<std::uint32_t>(
+      "--count", "NUMBER", "end --follow after so many events", 0, between(1, 0xFFFFFFFF));
   events.action([=](const Context& context) {
-    const Session session;
-    if (*follows) {
-      follow(context, session.board(*board), *interval);
+    if (most.present() && !*follows) {
+      throw UsageError("--count goes with --follow.");
     }
-    context.print(events_report(session.board(*board)));
+    const Session session;
+    const std::uint32_t index = session.board(*board);
+    if (*follows) {
+      follow(context, index, *interval, *most);
+    } else {
+      context.print(events_report(index));
+    }
   });
 }
 

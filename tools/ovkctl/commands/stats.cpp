@@ -143,9 +143,7 @@ void watch(const Context& context, Reader& reader, std::uint32_t interval,
   for (std::uint32_t i = 0; !reports || i < *reports; ++i) {
     std::this_thread::sleep_for(std::chrono::seconds(interval));
     const Reading now = reader.read();
-    Report report = rates_report(reader, before, now);
-    report.note("");
-    context.print_next(report);
+    context.print_next(rates_report(reader, before, now));
     before = now;
   }
 }

@@ -17,6 +17,11 @@ constexpr ResultText kNoVportResults[] = {
      "See with \"ovkctl vports list\" which virtual ports the board has."},
 };
 
+constexpr ResultText kNoNpivResults[] = {
+    {OVK_FAILED, "the command was not delivered, or the board has no virtual ports at all",
+     "See with \"ovkctl vports ready\" whether the board can host virtual ports."},
+};
+
 /** The two names of which a virtual port's identity consists. */
 struct Identity {
   Wwn port_wwn;
@@ -32,7 +37,7 @@ Identity identity_of(const VportEntry& entry) {
 
 std::span<const VportEntry> read_list(std::uint32_t board, VportList& list) {
   list.count = OVK_MAX_VPORTS;
-  check_board(OVK_VPGetList(board, &list), board, "Listing the virtual ports");
+  check_board(OVK_VPGetList(board, &list), board, "Listing the virtual ports", kNoNpivResults);
   if (list.count > OVK_MAX_VPORTS) {
     throw OperationFailed("The driver says that it gave " + std::to_string(list.count) +
                           " virtual ports where " + std::to_string(OVK_MAX_VPORTS) + " have room.");
@@ -64,7 +69,8 @@ VportAttributes read_attributes(std::uint32_t board, const Wwn& wwn) {
 
 Report resources_report(std::uint32_t board) {
   VportResources resources{};
-  check_board(OVK_VPGetResource(board, &resources), board, "Reading the virtual-port resources");
+  check_board(OVK_VPGetResource(board, &resources), board, "Reading the virtual-port resources",
+              kNoNpivResults);
   Report report;
   report.field("board", "Board", board);
   Section& section = report.section("resources", "Resources, as the driver gives them");
