@@ -1,9 +1,12 @@
 #include "simulator/topology.h"
 
 #include "simulator/json_reader.h"
+#include "simulator/regions.h"
 
 #include <algorithm>
+#include <cctype>
 #include <map>
+#include <optional>
 
 namespace ravnsim {
 
@@ -18,6 +21,8 @@ constexpr std::uint32_t largest_fc_id = 0xFFFFFF;
 constexpr std::uint32_t largest_class = 6;
 constexpr Range<std::uint32_t> frame_sizes{256, 9216};
 constexpr Range<std::uint32_t> sli_modes{1, 5};
+constexpr Range<std::uint16_t> fcf_indices{0, 0xFFFE};
+constexpr Range<std::uint32_t> vlan_ids{0, 4095};
 constexpr Range<std::uint32_t> reset_times{0, 3600000};
 constexpr std::uint32_t default_reset_time = 2000;
 constexpr std::uint32_t default_dump_region_size = 0x100000;
@@ -140,6 +145,91 @@ void read_identity(BoardTopology& board, JsonObject& members) {
       members.at("vendor_specific_id").number<std::uint32_t>({}, board.device);
 }
 
+/** A hex digit's value; nothing for another character. */
+std::optional<unsigned> digit_of(char digit) {
+  constexpr std::string_view digits = "0123456789abcdef";
+  const auto value =
+      digits.find(static_cast<char>(std::tolower(static_cast<unsigned char>(digit))));
+  return value != std::string_view::npos ? std::optional{static_cast<unsigned>(value)}
+                                         : std::nullopt;
+}
+
+/** Bytes as hex digits, with or without blanks between them. */
+std::vector<std::byte> read_bytes(const JsonValue& value, std::size_t most) {
+  std::vector<std::byte> bytes;
+  std::optional<unsigned> upper;
+  for (const char character : value.text(3 * most, "")) {
+    if (character == ' ') {
+      continue;
+    }
+    const auto digit = digit_of(character);
+    if (!digit) {
+      value.refuse("bytes are written as hex digits");
+    }
+    if (upper) {
+      bytes.push_back(std::byte(*upper << 4 | *digit));
+      upper.reset();
+    } else {
+      upper = digit;
+    }
+  }
+  if (upper || bytes.size() > most) {
+    value.refuse("the region takes up to " + std::to_string(most) + " whole bytes");
+  }
+  return bytes;
+}
+
+RegionTopology read_region(const JsonValue& value) {
+  RegionTopology region;
+  read_object(value, [&](JsonObject& members) {
+    const JsonValue number = members.at("number");
+    region.number = number.number<std::uint32_t>();
+    const std::uint32_t length = region_length(region.number);
+    if (length == 0) {
+      number.refuse("the firmware has no such region");
+    }
+    region.contents = read_bytes(members.at("contents"), length);
+    region.locked = members.at("locked").flag(false);
+  });
+  return region;
+}
+
+FcfTopology read_fcf(const JsonValue& value, std::uint16_t place) {
+  FcfTopology fcf;
+  read_object(value, [&](JsonObject& members) {
+    fcf.index = members.at("index").number(fcf_indices, place);
+    fcf.fabric_name = members.at("fabric_name").wwn();
+    fcf.switch_name = members.at("switch_name").wwn();
+    fcf.priority = members.at("priority").number<std::uint32_t>({}, 128);
+    fcf.max_receive_size = members.at("max_receive_size").number<std::uint32_t>({}, 2158);
+    fcf.keep_alive = members.at("keep_alive_milliseconds").number<std::uint32_t>({}, 8000);
+    for (const JsonValue& vlan : members.at("vlans").elements_or_none()) {
+      fcf.vlans.push_back(vlan.number(vlan_ids));
+    }
+    fcf.available = members.at("available").flag(true);
+    fcf.valid = members.at("valid").flag(true);
+  });
+  return fcf;
+}
+
+void read_regions_and_fcfs(BoardTopology& board, JsonObject& members) {
+  for (const JsonValue& place : members.at("regions").elements_or_none()) {
+    const RegionTopology region = read_region(place);
+    if (std::ranges::find(board.regions, region.number, &RegionTopology::number) !=
+        board.regions.end()) {
+      place.refuse("the board has this region already");
+    }
+    board.regions.push_back(region);
+  }
+  for (const JsonValue& place : members.at("fcfs").elements_or_none()) {
+    const FcfTopology fcf = read_fcf(place, static_cast<std::uint16_t>(board.fcfs.size()));
+    if (std::ranges::find(board.fcfs, fcf.index, &FcfTopology::index) != board.fcfs.end()) {
+      place.refuse("the board has another FCF of this index");
+    }
+    board.fcfs.push_back(fcf);
+  }
+}
+
 BoardTopology read_board(const JsonValue& value) {
   BoardTopology board;
   read_object(value, [&](JsonObject& members) {
@@ -163,6 +253,7 @@ BoardTopology read_board(const JsonValue& value) {
       refuse_known_port(board, port, place);
       board.discovered_ports.push_back(port);
     }
+    read_regions_and_fcfs(board, members);
   });
   return board;
 }

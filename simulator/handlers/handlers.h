@@ -12,8 +12,10 @@ namespace ravnsim {
 void add_attributes_handlers(HandlerTable& table);
 void add_boards_handlers(HandlerTable& table);
 void add_driver_info_handlers(HandlerTable& table);
+void add_fcf_handlers(HandlerTable& table);
 void add_loopback_handlers(HandlerTable& table);
 void add_mailbox_handlers(HandlerTable& table);
+void add_regions_handlers(HandlerTable& table);
 void add_reset_handlers(HandlerTable& table);
 
 /** The table of all of them. */
