@@ -1,12 +1,10 @@
 #include "simulator/topology.h"
 
 #include "simulator/json_reader.h"
-#include "simulator/regions.h"
+#include "simulator/topology_parts.h"
 
 #include <algorithm>
-#include <cctype>
 #include <map>
-#include <optional>
 
 namespace ravnsim {
 
@@ -19,10 +17,9 @@ constexpr std::size_t os_device_name_length = 114;
 
 constexpr std::uint32_t largest_fc_id = 0xFFFFFF;
 constexpr std::uint32_t largest_class = 6;
+constexpr std::uint32_t usual_event_queue_capacity = 64;
 constexpr Range<std::uint32_t> frame_sizes{256, 9216};
 constexpr Range<std::uint32_t> sli_modes{1, 5};
-constexpr Range<std::uint16_t> fcf_indices{0, 0xFFFE};
-constexpr Range<std::uint32_t> vlan_ids{0, 4095};
 constexpr Range<std::uint32_t> reset_times{0, 3600000};
 constexpr std::uint32_t default_reset_time = 2000;
 constexpr std::uint32_t default_dump_region_size = 0x100000;
@@ -99,7 +96,9 @@ Fc4Types read_fc4_types(const JsonValue& list, const Fc4Types& fallback) {
   return types;
 }
 
-PortTopology read_port(const JsonValue& value) {
+}  // namespace
+
+PortTopology read_port(const JsonValue& value, std::uint32_t unit_type) {
   PortTopology port;
   read_object(value, [&](JsonObject& members) {
     port.node_wwn = members.at("node_wwn").wwn();
@@ -118,9 +117,12 @@ PortTopology read_port(const JsonValue& value) {
     port.speed = speed.present() ? read_speed(speed) : 0;
     port.max_frame_size = members.at("max_frame_size").number(frame_sizes, 2048U);
     port.fabric_name = members.at("fabric_name").wwn(Wwn{});
+    port.rnid = read_rnid(members.at("rnid"), unit_type);
   });
   return port;
 }
+
+namespace {
 
 /** The ports of one board are told apart by their names. */
 void refuse_known_port(const BoardTopology& board, const PortTopology& port,
@@ -145,91 +147,6 @@ void read_identity(BoardTopology& board, JsonObject& members) {
       members.at("vendor_specific_id").number<std::uint32_t>({}, board.device);
 }
 
-/** A hex digit's value; nothing for another character. */
-std::optional<unsigned> digit_of(char digit) {
-  constexpr std::string_view digits = "0123456789abcdef";
-  const auto value =
-      digits.find(static_cast<char>(std::tolower(static_cast<unsigned char>(digit))));
-  return value != std::string_view::npos ? std::optional{static_cast<unsigned>(value)}
-                                         : std::nullopt;
-}
-
-/** Bytes as hex digits, with or without blanks between them. */
-std::vector<std::byte> read_bytes(const JsonValue& value, std::size_t most) {
-  std::vector<std::byte> bytes;
-  std::optional<unsigned> upper;
-  for (const char character : value.text(3 * most, "")) {
-    if (character == ' ') {
-      continue;
-    }
-    const auto digit = digit_of(character);
-    if (!digit) {
-      value.refuse("bytes are written as hex digits");
-    }
-    if (upper) {
-      bytes.push_back(std::byte(*upper << 4 | *digit));
-      upper.reset();
-    } else {
-      upper = digit;
-    }
-  }
-  if (upper || bytes.size() > most) {
-    value.refuse("the region takes up to " + std::to_string(most) + " whole bytes");
-  }
-  return bytes;
-}
-
-RegionTopology read_region(const JsonValue& value) {
-  RegionTopology region;
-  read_object(value, [&](JsonObject& members) {
-    const JsonValue number = members.at("number");
-    region.number = number.number<std::uint32_t>();
-    const std::uint32_t length = region_length(region.number);
-    if (length == 0) {
-      number.refuse("the firmware has no such region");
-    }
-    region.contents = read_bytes(members.at("contents"), length);
-    region.locked = members.at("locked").flag(false);
-  });
-  return region;
-}
-
-FcfTopology read_fcf(const JsonValue& value, std::uint16_t place) {
-  FcfTopology fcf;
-  read_object(value, [&](JsonObject& members) {
-    fcf.index = members.at("index").number(fcf_indices, place);
-    fcf.fabric_name = members.at("fabric_name").wwn();
-    fcf.switch_name = members.at("switch_name").wwn();
-    fcf.priority = members.at("priority").number<std::uint32_t>({}, 128);
-    fcf.max_receive_size = members.at("max_receive_size").number<std::uint32_t>({}, 2158);
-    fcf.keep_alive = members.at("keep_alive_milliseconds").number<std::uint32_t>({}, 8000);
-    for (const JsonValue& vlan : members.at("vlans").elements_or_none()) {
-      fcf.vlans.push_back(vlan.number(vlan_ids));
-    }
-    fcf.available = members.at("available").flag(true);
-    fcf.valid = members.at("valid").flag(true);
-  });
-  return fcf;
-}
-
-void read_regions_and_fcfs(BoardTopology& board, JsonObject& members) {
-  for (const JsonValue& place : members.at("regions").elements_or_none()) {
-    const RegionTopology region = read_region(place);
-    if (std::ranges::find(board.regions, region.number, &RegionTopology::number) !=
-        board.regions.end()) {
-      place.refuse("the board has this region already");
-    }
-    board.regions.push_back(region);
-  }
-  for (const JsonValue& place : members.at("fcfs").elements_or_none()) {
-    const FcfTopology fcf = read_fcf(place, static_cast<std::uint16_t>(board.fcfs.size()));
-    if (std::ranges::find(board.fcfs, fcf.index, &FcfTopology::index) != board.fcfs.end()) {
-      place.refuse("the board has another FCF of this index");
-    }
-    board.fcfs.push_back(fcf);
-  }
-}
-
 BoardTopology read_board(const JsonValue& value) {
   BoardTopology board;
   read_object(value, [&](JsonObject& members) {
@@ -247,13 +164,21 @@ BoardTopology read_board(const JsonValue& value) {
     board.dump_region_size =
         members.at("dump_region_size").number<std::uint32_t>({}, default_dump_region_size);
     read_identity(board, members);
-    board.port = read_port(members.at("port"));
+    board.hardware = read_hardware(board, members);
+    board.offers = read_feature_topology(members);
+    board.port = read_port(members.at("port"), host_type);
     for (const JsonValue& place : members.at("discovered_ports").elements_or_none()) {
-      const PortTopology port = read_port(place);
+      const PortTopology port = read_port(place, storage_device_type);
       refuse_known_port(board, port, place);
       board.discovered_ports.push_back(port);
     }
-    read_regions_and_fcfs(board, members);
+    board.statistics = read_statistics(members.at("statistics"));
+    board.event_queue_capacity =
+        members.at("event_queue_capacity").number<std::uint32_t>({}, usual_event_queue_capacity);
+    board.timeline = read_timeline(members.at("timeline"), board);
+    board.npiv = read_npiv(members.at("npiv"), board);
+    board.regions = read_regions(members.at("regions"));
+    board.fcfs = read_fcfs(members.at("fcfs"));
   });
   return board;
 }
