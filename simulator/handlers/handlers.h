@@ -12,6 +12,9 @@ namespace ravnsim {
 void add_attributes_handlers(HandlerTable& table);
 void add_boards_handlers(HandlerTable& table);
 void add_driver_info_handlers(HandlerTable& table);
+void add_fabric_handlers(HandlerTable& table);
+void add_scsi_handlers(HandlerTable& table);
+void add_target_mapping_handlers(HandlerTable& table);
 
 /** The table of all of them. */
 HandlerTable all_handlers();
