@@ -39,6 +39,13 @@ add_library(ovk SHARED
   mailbox/retry.cpp
   npiv/nodes.cpp
   npiv/virtual_ports.cpp
+  regions/fcf_list.cpp
+  regions/fcoe_records.cpp
+  regions/persistent_link_down.cpp
+  regions/record_list.cpp
+  regions/region22.cpp
+  regions/region23.cpp
+  regions/region_update.cpp
 )
 
 set_target_properties(ovk PROPERTIES

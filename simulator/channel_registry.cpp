@@ -13,6 +13,9 @@
 
 /** An open channel: what its owner declared, and the host that it leads to. */
 struct vmk_MgmtChannel {
+  vmk_MgmtChannel(ravnsim::Signature its_signature, std::shared_ptr<ravnsim::Host> its_host)
+      : signature{std::move(its_signature)}, host{std::move(its_host)} {}
+
   ravnsim::Signature signature;
   std::shared_ptr<ravnsim::Host> host;
 };
@@ -65,7 +68,8 @@ int ChannelRegistry::open(const vmk_MgmtSignature* signature, vmk_MgmtChannel** 
     if (signature == nullptr || channel == nullptr) {
       throw Refusal{ChannelError::missing_parameter};
     }
-    auto opened = std::make_unique<vmk_MgmtChannel>(Signature{*signature}, host());
+    Signature declared{*signature};
+    auto opened = std::make_unique<vmk_MgmtChannel>(std::move(declared), host());
     vmk_MgmtChannel* const handle = opened.get();
     channels_.emplace(handle, std::move(opened));
     *channel = handle;

@@ -12,7 +12,7 @@ namespace ravnsim {
 namespace {
 
 constexpr std::size_t longest_word = 64;
-constexpr Range<int> errors{1, 4095};
+constexpr Range<std::uint32_t> errors{1, 4095};
 constexpr Range<std::uint32_t> statuses{1, 0xFFFFFFFF};
 
 DriverCommand read_command(const JsonValue& place) {
@@ -69,7 +69,7 @@ void Fault::read_kind(JsonObject& members, const HandlerTable& handlers) {
   if (status.present()) {
     kind_ = static_cast<DriverStatus>(status.number(statuses));
   } else if (error.present()) {
-    kind_ = DeliveryFault{error.number(errors)};
+    kind_ = DeliveryFault{static_cast<int>(error.number(errors))};
   } else {
     const std::string word = effect.text(longest_word);
     if (const auto known = handlers.effects_of(command_);

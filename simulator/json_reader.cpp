@@ -49,17 +49,17 @@ class DuplicateWatch {
   explicit DuplicateWatch(const std::string& file) : file_{file} {}
 
   bool operator()(nlohmann::json::parse_event_t event, const nlohmann::json& parsed) {
-    using enum nlohmann::json::parse_event_t;
-    if (event == key) {
+    using Event = nlohmann::json::parse_event_t;
+    if (event == Event::key) {
       take_key(parsed.get<std::string>());
-    } else if (event == object_end || event == array_end) {
+    } else if (event == Event::object_end || event == Event::array_end) {
       levels_.pop_back();
     } else {
       if (!levels_.empty() && levels_.back().is_list) {
-        levels_.back().token = "/" + std::to_string(levels_.back().length++);
+        levels_.back().token = pointer_token(std::to_string(levels_.back().length++));
       }
-      if (event != value) {
-        levels_.push_back({.is_list = event == array_start});
+      if (event != Event::value) {
+        levels_.push_back({.is_list = event == Event::array_start});
       }
     }
     return true;

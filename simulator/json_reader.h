@@ -13,6 +13,7 @@
 
 #include "simulator/wwn.h"
 
+#include <concepts>
 #include <cstddef>
 #include <cstdint>
 #include <initializer_list>
@@ -36,7 +37,7 @@ class ConfigurationError : public std::runtime_error {
 };
 
 /** The numbers that a member admits, both ends included. */
-template <typename Number>
+template <std::unsigned_integral Number>
 struct Range {
   Number least = 0;
   Number most = std::numeric_limits<Number>::max();

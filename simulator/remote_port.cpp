@@ -32,13 +32,27 @@ ByteVector echo(std::span<const std::uint8_t> request) {
   return reply;
 }
 
+/** The general topology discovery data of a port. */
+void put_topology(ByteVector& bytes, const RnidTopology& rnid) {
+  constexpr std::size_t vendor_unique_length = 16;
+  put_zeros(bytes, vendor_unique_length);
+  put_number(bytes, rnid.unit_type, 4);
+  put_number(bytes, rnid.physical_port, 4);
+  put_number(bytes, rnid.attached_nodes, 4);
+  put_number(bytes, 0, 1);  // node management
+  put_number(bytes, rnid.ip_version, 1);
+  put_number(bytes, rnid.udp_port, 2);
+  put_bytes(bytes, rnid.ip_address);
+  put_zeros(bytes, 2);
+  put_number(bytes, rnid.topology_flags, 2);
+}
+
 /** Request node identification data, without or with the general topology data. */
 ByteVector identify_node(const PortTopology& port, std::span<const std::uint8_t> request) {
   constexpr std::uint8_t common_only = 0x00;
   constexpr std::uint8_t general_topology = 0xDF;
   constexpr std::uint8_t common_length = 16;
   constexpr std::uint8_t topology_length = 52;
-  constexpr std::uint32_t host_or_storage_type = 0x0A;
   if (request.size() < 2 * word) {
     return ls_reject(wrong_payload);
   }
@@ -53,12 +67,7 @@ ByteVector identify_node(const PortTopology& port, std::span<const std::uint8_t>
   put_bytes(reply, port.port_wwn.bytes);
   put_bytes(reply, port.node_wwn.bytes);
   if (has_topology) {
-    put_bytes(reply, port.node_wwn.bytes);  // vendor-unique
-    put_zeros(reply, 8);
-    put_number(reply, host_or_storage_type, 4);
-    put_number(reply, port.fc_id & 0xFF, 4);  // physical port number
-    put_number(reply, 1, 4);                  // attached nodes
-    put_zeros(reply, 24);                     // no management address, no flags
+    put_topology(reply, port.rnid);
   }
   return reply;
 }

@@ -1,9 +1,9 @@
 #include "simulator/topology.h"
 
 #include "simulator/json_reader.h"
+#include "simulator/topology_parts.h"
 
 #include <algorithm>
-#include <filesystem>
 #include <map>
 
 namespace ravnsim {
@@ -15,19 +15,14 @@ constexpr std::size_t short_text = 64;
 constexpr std::size_t long_text = 256;
 constexpr std::size_t os_device_name_length = 114;
 
-constexpr std::size_t scsi_vendor_length = 8;
-constexpr std::size_t scsi_product_length = 16;
-constexpr std::size_t scsi_revision_length = 4;
-constexpr std::size_t scsi_serial_length = 64;
-constexpr std::size_t longest_path = 4096;
-
-constexpr std::uint32_t largest_lun = 0x3FFF;
-constexpr std::uint32_t most_blocks = 0xFFFFFFFE;  // more do not fit into READ CAPACITY(10)
-constexpr std::size_t most_bindings = 4096;
 constexpr std::uint32_t largest_fc_id = 0xFFFFFF;
 constexpr std::uint32_t largest_class = 6;
+constexpr std::uint32_t usual_event_queue_capacity = 64;
 constexpr Range<std::uint32_t> frame_sizes{256, 9216};
 constexpr Range<std::uint32_t> sli_modes{1, 5};
+constexpr Range<std::uint32_t> reset_times{0, 3600000};
+constexpr std::uint32_t default_reset_time = 2000;
+constexpr std::uint32_t default_dump_region_size = 0x100000;
 
 PortType read_port_type(const JsonValue& value) {
   using enum PortType;
@@ -101,117 +96,9 @@ Fc4Types read_fc4_types(const JsonValue& list, const Fc4Types& fallback) {
   return types;
 }
 
-/** An NAA identifier: 8 bytes of the formats 2, 3 and 5, or 16 of format 6. */
-std::vector<std::uint8_t> read_naa(const JsonValue& value) {
-  constexpr std::size_t short_digits = 16;
-  constexpr std::size_t long_digits = 32;
-  if (!value.present()) {
-    return {};
-  }
-  std::string digits = value.text(3 * long_digits / 2);
-  std::erase(digits, ':');
-  const bool has_format =
-      digits.size() == short_digits
-          ? std::string_view{"235"}.find(digits.front()) != std::string_view::npos
-          : digits.size() == long_digits && digits.front() == '6';
-  const bool is_hex = digits.find_first_not_of("0123456789abcdefABCDEF") == std::string::npos;
-  if (!has_format || !is_hex) {
-    value.refuse("\"" + digits +
-                 "\" is no NAA identifier: 16 hex digits that begin with 2, 3 or 5, "
-                 "or 32 that begin with 6");
-  }
-  std::vector<std::uint8_t> bytes;
-  for (std::size_t i = 0; i < digits.size(); i += 2) {
-    bytes.push_back(static_cast<std::uint8_t>(std::stoul(digits.substr(i, 2), nullptr, 16)));
-  }
-  return bytes;
-}
+}  // namespace
 
-/** The blocks of a file that holds a disk. */
-std::uint32_t blocks_of_file(const JsonValue& place, const std::string& path) {
-  std::error_code error;
-  const std::uintmax_t size = std::filesystem::file_size(path, error);
-  if (error) {
-    place.refuse(path + ": " + error.message());
-  }
-  if (size == 0 || size % block_size != 0 || size / block_size > most_blocks) {
-    place.refuse(path + " has " + std::to_string(size) +
-                 " bytes, which is no number of blocks of " + std::to_string(block_size));
-  }
-  return static_cast<std::uint32_t>(size / block_size);
-}
-
-void read_medium(LunTopology& unit, JsonObject& members) {
-  const JsonValue blocks = members.at("blocks");
-  const JsonValue file = members.at("file");
-  unit.read_only = members.at("read_only").flag(false);
-  if (unit.type != DeviceType::disk) {
-    if (blocks.present() || file.present()) {
-      members.place().refuse("only a disk has blocks");
-    }
-    return;
-  }
-  if (blocks.present() == file.present()) {
-    members.place().refuse("a disk has either blocks or a file");
-  }
-  if (file.present()) {
-    unit.file = file.text(longest_path);
-    unit.blocks = blocks_of_file(file, unit.file);
-  } else {
-    unit.blocks = blocks.number<std::uint32_t>({1, most_blocks});
-  }
-}
-
-LunTopology read_lun(const JsonValue& value) {
-  LunTopology unit;
-  read_object(value, [&](JsonObject& members) {
-    unit.number = members.at("lun").number<std::uint32_t>({0, largest_lun});
-    unit.type = members.at("type").word<DeviceType>(
-        {{"disk", DeviceType::disk}, {"tape", DeviceType::tape}}, DeviceType::disk);
-    unit.vendor = members.at("vendor").text(scsi_vendor_length, "RAVNSIM");
-    unit.product = members.at("product").text(scsi_product_length, "Logical unit");
-    unit.revision = members.at("revision").text(scsi_revision_length, "1.0");
-    unit.serial_number = members.at("serial_number").text(scsi_serial_length);
-    unit.naa = read_naa(members.at("naa"));
-    const JsonValue eui64 = members.at("eui64");
-    if (eui64.present()) {
-      unit.eui64 = eui64.wwn();
-    }
-    unit.os_device_name = members.at("os_device_name").text(long_text, "");
-    read_medium(unit, members);
-  });
-  return unit;
-}
-
-std::vector<LunTopology> read_luns(const JsonValue& list) {
-  std::vector<LunTopology> luns;
-  for (const JsonValue& place : list.elements_or_none()) {
-    const LunTopology unit = read_lun(place);
-    if (std::ranges::find(luns, unit.number, &LunTopology::number) != luns.end()) {
-      place.refuse("the port has another logical unit with the lun " + std::to_string(unit.number));
-    }
-    luns.push_back(unit);
-  }
-  std::ranges::sort(luns, {}, &LunTopology::number);
-  return luns;
-}
-
-std::vector<BindingTopology> read_bindings(const JsonValue& list) {
-  std::vector<BindingTopology> bindings;
-  for (const JsonValue& place : list.elements_or_none()) {
-    read_object(place, [&](JsonObject& members) {
-      bindings.push_back({.port_wwn = members.at("port_wwn").wwn(),
-                          .bus = members.at("bus").number<std::uint32_t>({}, 0),
-                          .target = members.at("target").number<std::uint32_t>()});
-    });
-  }
-  if (bindings.size() > most_bindings) {
-    list.refuse("a board has at most " + std::to_string(most_bindings) + " bindings");
-  }
-  return bindings;
-}
-
-PortTopology read_port(const JsonValue& value) {
+PortTopology read_port(const JsonValue& value, std::uint32_t unit_type) {
   PortTopology port;
   read_object(value, [&](JsonObject& members) {
     port.node_wwn = members.at("node_wwn").wwn();
@@ -230,10 +117,13 @@ PortTopology read_port(const JsonValue& value) {
     port.speed = speed.present() ? read_speed(speed) : 0;
     port.max_frame_size = members.at("max_frame_size").number(frame_sizes, 2048U);
     port.fabric_name = members.at("fabric_name").wwn(Wwn{});
+    port.rnid = read_rnid(members.at("rnid"), unit_type);
     port.luns = read_luns(members.at("luns"));
   });
   return port;
 }
+
+namespace {
 
 /** The ports of one board are told apart by their names. */
 void refuse_known_port(const BoardTopology& board, const PortTopology& port,
@@ -269,14 +159,25 @@ BoardTopology read_board(const JsonValue& value) {
     board.features = members.at("features").number<std::uint32_t>({}, 0);
     board.extended_sli_config = members.at("extended_sli_config").flag(board.sli_mode >= sli4);
     board.ready = members.at("ready").flag(true);
+    board.reset_time = std::chrono::milliseconds{
+        members.at("reset_milliseconds").number(reset_times, default_reset_time)};
+    board.loopback_plug = members.at("loopback_plug").flag(false);
+    board.dump_region_size =
+        members.at("dump_region_size").number<std::uint32_t>({}, default_dump_region_size);
     read_identity(board, members);
-    board.port = read_port(members.at("port"));
+    board.hardware = read_hardware(board, members);
+    board.port = read_port(members.at("port"), host_type);
     for (const JsonValue& place : members.at("discovered_ports").elements_or_none()) {
-      const PortTopology port = read_port(place);
+      const PortTopology port = read_port(place, storage_device_type);
       refuse_known_port(board, port, place);
       board.discovered_ports.push_back(port);
     }
     board.bindings = read_bindings(members.at("bindings"));
+    board.statistics = read_statistics(members.at("statistics"));
+    board.event_queue_capacity =
+        members.at("event_queue_capacity").number<std::uint32_t>({}, usual_event_queue_capacity);
+    board.timeline = read_timeline(members.at("timeline"), board);
+    board.npiv = read_npiv(members.at("npiv"), board);
   });
   return board;
 }
@@ -289,6 +190,7 @@ Topology read_topology(const JsonDocument& document) {
     read_object(members.at("driver"), [&](JsonObject& driver) {
       topology.driver.name = driver.at("name").text(long_text);
       topology.driver.version = driver.at("version").text(long_text);
+      topology.driver.reset_mode_3 = driver.at("reset_mode_3").flag(true);
     });
     for (const JsonValue& place : members.at("boards").elements()) {
       const BoardTopology board = read_board(place);

@@ -11,6 +11,7 @@
 #include <ovk/info.h>
 #include <ovk/mailbox.h>
 #include <ovk/npiv.h>
+#include <ovk/regions.h>
 #include <ovk/types.h>
 
 #endif

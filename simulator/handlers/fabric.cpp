@@ -1,6 +1,7 @@
 #include "simulator/fabric_link.h"
 #include "simulator/fabric_servers.h"
 #include "simulator/handlers/handlers.h"
+#include "simulator/port_counters.h"
 #include "simulator/remote_port.h"
 #include "simulator/request.h"
 
@@ -32,10 +33,13 @@ std::optional<std::span<const std::uint8_t>> payload(const Request& request, std
 }
 
 /** Gives an answer, if there is room for all of it, and in any case its size. */
-DriverStatus give(const Request& request, std::size_t number, std::uint32_t room,
+DriverStatus give(Adapter& adapter, const Request& request, std::size_t number,
                   const ByteVector& answer) {
+  CommandBlock& block = request.block();
+  const std::uint32_t room = block.reply_size;
   const auto output = wire_bytes(request.output_bytes(number));
-  request.block().reply_size = static_cast<std::uint32_t>(answer.size());
+  block.reply_size = static_cast<std::uint32_t>(answer.size());
+  adapter.state<PortCounters>().add_exchange(block.request_size, answer.size());
   if (answer.size() > std::min<std::size_t>(room, output.size())) {
     return DriverStatus::does_not_fit;
   }
@@ -62,7 +66,7 @@ DriverStatus exchange_ct(Adapter& adapter, const Request& request, std::uint32_t
   if (const auto reject = request.effect("reject")) {
     answer = ct_reject(*iu, {second_byte(*reject), static_cast<std::uint8_t>(*reject)});
   }
-  return give(request, request_parameter + 1, block.reply_size, *answer);
+  return give(adapter, request, request_parameter + 1, *answer);
 }
 
 DriverStatus send_ct(Adapter& adapter, Request& request) {
@@ -104,10 +108,10 @@ DriverStatus send_els(Adapter& adapter, Request& request) {
     return DriverStatus::no_response;
   }
   if (const auto reject = request.effect("reject")) {
-    return give(request, 3, block.reply_size,
+    return give(adapter, request, 3,
                 ls_reject({second_byte(*reject), static_cast<std::uint8_t>(*reject)}));
   }
-  return give(request, 3, block.reply_size, ports.answer_els(*port, *els));
+  return give(adapter, request, 3, ports.answer_els(*port, *els));
 }
 
 }  // namespace

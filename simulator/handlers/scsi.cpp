@@ -1,11 +1,13 @@
 #include "simulator/fabric_link.h"
 #include "simulator/handlers/handlers.h"
+#include "simulator/port_counters.h"
 #include "simulator/port_list.h"
 #include "simulator/request.h"
 #include "simulator/scsi_target.h"
 
 #include <algorithm>
 #include <cstddef>
+#include <cstring>
 
 namespace ravnsim {
 
@@ -61,6 +63,8 @@ DriverStatus execute(Adapter& adapter, Request& request, const Wwn& target,
   const auto transferred = std::min<std::size_t>(reply.data.size(), data_length);
   std::copy_n(reply.data.begin(), std::min(transferred, room), buffer.begin());
   block.reply_size = static_cast<std::uint32_t>(transferred) + reply.taken;
+  adapter.state<PortCounters>().add_exchange(sizeof command + reply.taken,
+                                             transferred + reply.sense.size());
   return DriverStatus::success;
 }
 

@@ -4,8 +4,9 @@
 #include "simulator/scsi_target.h"
 #include "simulator/text_field.h"
 
+#include <algorithm>
 #include <cstddef>
-#include <cstring>
+#include <iterator>
 
 namespace ravnsim {
 

@@ -5,10 +5,12 @@
 #include "tests/simulator/simulator_test.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cstdio>
 #include <cstring>
 #include <functional>
 #include <string>
+#include <thread>
 
 #include <gmock/gmock.h>
 
@@ -83,7 +85,7 @@ TEST_F(ChannelTest, RefusesWrongCallsAndTouchesNothing) {
             code(ChannelError::not_open));
   EXPECT_EQ(vmk_MgmtUserCallbackInvokeInt(unknown, 0, initbrds, 2, &block, &reply),
             code(ChannelError::not_open));
-  EXPECT_EQ(channel.invoke(DriverCommand::get_vpd, block, &reply),
+  EXPECT_EQ(channel.invoke(DriverCommand{0x1234}, block, &reply),
             code(ChannelError::undeclared_callback));
   block.driver_board = 2;
   EXPECT_EQ(channel.invoke(DriverCommand::initbrds, block, &reply),
@@ -110,7 +112,18 @@ TEST_F(ChannelTest, RefusesACallThatDeclaresLessThanTheDriverUses) {
 TEST_F(ChannelTest, AnswersACommandWithoutAHandlerAsNotSupported) {
   const Channel channel;
   CommandBlock block{.driver_board = 3};
-  EXPECT_EQ(channel.send(DriverCommand{0x1234}, block), DriverStatus::not_supported);
+  EXPECT_EQ(channel.send(DriverCommand{0x100f}, block), DriverStatus::not_supported);
+}
+
+TEST_F(ChannelTest, EveryInvokedCommandOfTheInterfaceHasItsName) {
+  std::size_t named = 0;
+  for (const auto& declared : callbacks()) {
+    const DriverCommand command{declared.id};
+    named += command_named(name_of(command)) == command ? 1 : 0;
+  }
+  EXPECT_EQ(named, 82U);
+  EXPECT_EQ(name_of(DriverCommand::initbrds), "RAVN_MGMT_INITBRDS");
+  EXPECT_EQ(command_named("RAVN_MGMT_"), std::nullopt);
 }
 
 TEST_F(ChannelTest, RefusesForeignAndInvalidSignatures) {
@@ -129,10 +142,10 @@ TEST_F(ChannelTest, RefusesForeignAndInvalidSignatures) {
       {[](auto&, auto& c) { c.parameter_types[1] = 3; }, ChannelError::wrong_declaration},
       {[](auto&, auto& c) { c.parameter_sizes[1] = 0; }, ChannelError::wrong_declaration},
       {[](auto&, auto& c) { c.parameter_sizes[1] = 0x80000000; }, ChannelError::wrong_declaration},
-      {[](auto&, auto& c) { c.id = 0x7b; }, ChannelError::wrong_declaration},
+      {[](auto&, auto& c) { c.id = 0x60; }, ChannelError::wrong_declaration},
   };
   for (const auto& [change, error] : changes) {
-    auto table = callbacks();  // the second one has the id 0x7b
+    auto table = callbacks();  // the second one has the id 0x60
     vmk_MgmtSignature record = signature(table);
     change(record, table[0]);
     vmk_MgmtChannel* channel = nullptr;
@@ -160,6 +173,31 @@ TEST_F(ChannelTest, ChannelsOfOneProcessLeadToOneHostUntilTheLastIsClosed) {
   const Channel third;
   EXPECT_EQ(third.send(DriverCommand::setdiag, block), DriverStatus::success);
   EXPECT_EQ(block.value, 1U) << "without a state folder, a new host starts afresh";
+}
+
+TEST_F(ChannelTest, ThreadsMayCallAtOnceThroughChannelsOfTheirOwnOrOfOneAnother) {
+  const Channel shared;
+  std::atomic<int> wrong = 0;
+  const auto walk = [&] {
+    const Channel own;
+    for (int i = 0; i < 100; ++i) {
+      const Channel& channel = i % 2 == 0 ? shared : own;
+      CommandBlock block{.driver_board = 3};
+      std::array<std::uint32_t, 123> reply{};
+      const bool refreshed = channel.invoke(DriverCommand::hba_refreshinfo, block) == 0;
+      block.index = 1;
+      const int result = channel.invoke(DriverCommand::hba_discportattributes, block, &reply);
+      wrong += refreshed && result == 0 && reply[4] == 3 ? 0 : 1;
+    }
+  };
+  std::vector<std::thread> threads;
+  for (int i = 0; i < 4; ++i) {
+    threads.emplace_back(walk);
+  }
+  for (std::thread& thread : threads) {
+    thread.join();
+  }
+  EXPECT_EQ(wrong, 0);
 }
 
 TEST_F(ChannelTest, WritesBehindADescriptorNoMoreThanItAdmits) {

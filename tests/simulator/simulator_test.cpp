@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
+#include <sstream>
 
 namespace ravnsim::test {
 
@@ -41,20 +42,23 @@ vmk_MgmtCallbackInfo callback(DriverCommand command,
 }
 
 std::vector<vmk_MgmtCallbackInfo> callbacks() {
-  return {
-      callback(DriverCommand::initbrds, {{81, VMK_MGMT_PARAMETER_OUT}}),
-      callback(DriverCommand::setdiag),
-      callback(DriverCommand::get_ravnovk_info, {{120, VMK_MGMT_PARAMETER_OUT}}),
-      callback(DriverCommand::mbox_sli_cfg_ext_sup),
-      callback(DriverCommand::hba_adapterattributes, {{2192, VMK_MGMT_PARAMETER_OUT}}),
-      callback(DriverCommand::hba_portattributes, {{490, VMK_MGMT_PARAMETER_OUT}}),
-      callback(DriverCommand::hba_discportattributes, {{490, VMK_MGMT_PARAMETER_OUT}}),
-      callback(DriverCommand::hba_indexportattributes, {{490, VMK_MGMT_PARAMETER_OUT}}),
-      callback(DriverCommand::hba_wwpnportattributes,
-               {{490, VMK_MGMT_PARAMETER_OUT}, {28, VMK_MGMT_PARAMETER_IN}}),
-      callback(DriverCommand::hba_refreshinfo),
-      callback(DriverCommand{0x1234}),
-  };
+  std::ifstream file{OVK_SOURCE_DIR "/tests/core/driver_commands.txt"};
+  std::vector<vmk_MgmtCallbackInfo> table;
+  for (std::string line; std::getline(file, line);) {
+    std::istringstream words{line};
+    std::size_t row = 0;
+    std::string id;
+    words >> row >> id;
+    std::vector<std::array<std::uint32_t, 2>> parameters;
+    char colon = 0;
+    for (std::array<std::uint32_t, 2> next{}; words >> next[0] >> colon >> next[1];) {
+      parameters.push_back(next);
+    }
+    parameters.erase(parameters.begin());  // the Command block
+    table.push_back(callback(DriverCommand{std::stoull(id, nullptr, 16)}, parameters));
+  }
+  EXPECT_EQ(table.size(), 94U);
+  return table;
 }
 
 vmk_MgmtSignature signature(const std::vector<vmk_MgmtCallbackInfo>& callbacks) {

@@ -22,7 +22,7 @@ namespace ravnsim::test {
 vmk_MgmtCallbackInfo callback(DriverCommand command,
                               std::vector<std::array<std::uint32_t, 2>> size_and_type = {});
 
-/** The callbacks that the tests declare. */
+/** All callbacks of the interface. */
 std::vector<vmk_MgmtCallbackInfo> callbacks();
 
 /** The signature over some callbacks. */

@@ -1,0 +1,209 @@
+#include "command.h"
+
+#include "errors.h"
+#include "terminal.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <deque>
+
+#include <CLI/CLI.hpp>
+
+namespace ovkctl {
+
+struct Command::Node {
+  explicit Node(CLI::App& command_app) : app(command_app) {}
+
+  CLI::App& app;
+  std::deque<Node> subcommands;
+  std::vector<std::string> examples;
+  std::function<void(const Context&)> run;
+  Given<bool> json{false};
+};
+
+namespace {
+
+/** The help without the parser's notes on types and on what is required. */
+class HelpFormatter : public CLI::Formatter {
+ public:
+  HelpFormatter() {
+    label("Positionals", "Arguments");
+    label("SUBCOMMAND", "COMMAND");
+    label("Subcommands", "Commands");
+    column_width(28);
+  }
+
+  std::string make_option_opts(const CLI::Option* option) const override {
+    return option->get_positional() ? std::string() : " " + option->get_type_name();
+  }
+};
+
+std::string example_text(const std::vector<std::string>& examples) {
+  std::string text = examples.size() == 1 ? "Example:" : "Examples:";
+  for (const std::string& example : examples) {
+    text += "\n  " + example;
+  }
+  return text;
+}
+
+/** The command that the command line named last, which is the one to run. */
+Command::Node& selected(Command::Node& node) {
+  for (Command::Node& subcommand : node.subcommands) {
+    if (subcommand.app.parsed()) {
+      return selected(subcommand);
+    }
+  }
+  return node;
+}
+
+void write_output(const std::string& text) {
+  const bool whole = std::fwrite(text.data(), 1, text.size(), stdout) == text.size();
+  if (std::fflush(stdout) != 0 || !whole) {
+    throw OperationFailed("The output could not be written.");
+  }
+}
+
+Report error_report(int exit_code, const char* message, const OperationFailed* failure) {
+  Report report;
+  Section& error = report.section("error", "Error");
+  error.field("exit_code", "Exit code", exit_code).field("message", "Message", message);
+  if (failure != nullptr) {
+    error.field("result", "Result", failure->result()).field("advice", "Advice", failure->advice());
+  }
+  return report;
+}
+
+int end_with(int exit_code, const std::exception& error, const Context& context) {
+  const auto* const failure = dynamic_cast<const OperationFailed*>(&error);
+  std::fprintf(stderr, "ovkctl: %s\n", error.what());
+  if (failure != nullptr && !failure->advice().empty()) {
+    std::fprintf(stderr, "%s\n", failure->advice().c_str());
+  }
+  if (context.json()) {
+    // Nothing more can be done when standard output is what failed.
+    std::fputs(render_json(error_report(exit_code, error.what(), failure)).c_str(), stdout);
+  }
+  return exit_code;
+}
+
+int run(const Command::Node& node) {
+  const Context context(*node.json);
+  try {
+    node.run(context);
+    return kSuccess;
+  } catch (const UsageError& error) {
+    return end_with(kWrongUsage, error, context);
+  } catch (const std::exception& error) {
+    return end_with(kOperationFailed, error, context);
+  }
+}
+
+int refuse(const std::string& mistake) {
+  std::fprintf(stderr, "ovkctl: %s\nSee \"ovkctl --help\".\n", mistake.c_str());
+  return kWrongUsage;
+}
+
+}  // namespace
+
+Check<std::uint32_t> between(std::uint32_t least, std::uint32_t most) {
+  return [least, most](const std::uint32_t& number) {
+    if (number < least || number > most) {
+      throw UsageError(std::to_string(number) + " is not from " + std::to_string(least) + " to " +
+                       std::to_string(most));
+    }
+  };
+}
+
+void Context::print(const Report& report) const {
+  write_output(json_ ? render_json(report) : render_text(report));
+}
+
+void Context::print_next(const Report& report) const {
+  write_output(json_ ? render_json(report, JsonForm::kOneLine) : render_text(report));
+}
+
+Command Command::subcommand(const std::string& name, const std::string& summary) const {
+  CLI::App* const app = node_->app.add_subcommand(name, summary);
+  // What this command needs is not needed when the line goes on to one below it.
+  for (CLI::Option* const option : node_->app.get_options()) {
+    option->required(false);
+  }
+  return Command(node_->subcommands.emplace_back(*app));
+}
+
+void Command::example(const std::string& line) const {
+  node_->examples.push_back(line);
+  node_->app.footer(example_text(node_->examples));
+}
+
+Given<bool> Command::flag(const std::string& names, const std::string& help) const {
+  const Given<bool> given(false);
+  declare({names, {}, help, Kind::kFlag}, [given](const std::string&) { given.take() = true; });
+  return given;
+}
+
+void Command::action(std::function<void(const Context&)> run_action) const {
+  if (node_->examples.empty()) {
+    throw std::logic_error("the command \"" + node_->app.get_name() + "\" has no example");
+  }
+  node_->json = flag("--json", "print JSON instead of text");
+  node_->run = std::move(run_action);
+}
+
+void Command::declare(const Declaration& declaration, Take take) const {
+  const auto take_all = [names = declaration.names,
+                         take = std::move(take)](const std::vector<std::string>& texts) {
+    try {
+      std::ranges::for_each(texts, take);
+    } catch (const UsageError& error) {
+      throw UsageError(names + ": " + error.what());
+    }
+    return true;
+  };
+  CLI::Option* const option = node_->app.add_option(declaration.names, take_all, declaration.help);
+  option->type_name(declaration.value_name);
+  const bool needed = declaration.kind == Kind::kArgument || declaration.kind == Kind::kArguments;
+  option->required(needed && node_->subcommands.empty());
+  if (declaration.kind == Kind::kArguments) {
+    option->expected(1, CLI::detail::expected_max_vector_size);
+  } else if (declaration.kind == Kind::kFlag) {
+    option->type_size(0)->expected(0)->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
+  }
+}
+
+std::string Command::joined(const std::vector<std::string>& words, char separator) {
+  std::string text;
+  for (const std::string& word : words) {
+    text += text.empty() ? word : separator + word;
+  }
+  return text;
+}
+
+std::size_t Command::place_of(const std::string& text, const std::vector<std::string>& words) {
+  const auto word = std::ranges::find(words, text);
+  if (word == words.end()) {
+    throw UsageError("\"" + text + "\" is none of " + joined(words, '|'));
+  }
+  return static_cast<std::size_t>(word - words.begin());
+}
+
+int run_command_line(int argc, const char* const* argv) {
+  CLI::App app("Looks at and manages Fibre Channel and FCoE host bus adapters.", "ovkctl");
+  app.formatter(std::make_shared<HelpFormatter>());
+  app.require_subcommand(0, 1);
+  app.footer(example_text({"ovkctl list", "ovkctl list --help"}));
+  Command::Node root(app);
+  add_commands(Command(root));
+
+  try {
+    app.parse(argc, argv);
+    const Command::Node& node = selected(root);
+    return node.run ? run(node) : refuse("Which command of \"" + node.app.get_name() + "\"?");
+  } catch (const CLI::ParseError& error) {
+    return error.get_exit_code() == kSuccess ? app.exit(error) : refuse(error.what());
+  } catch (const UsageError& error) {
+    return refuse(error.what());
+  }
+}
+
+}  // namespace ovkctl

@@ -1,0 +1,68 @@
+/**
+ * @file
+ * How a command ends when it does not succeed: wrong usage, or an operation that failed.
+ */
+#ifndef OVKCTL_ERRORS_H
+#define OVKCTL_ERRORS_H
+
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <stdexcept>
+#include <string>
+
+namespace ovkctl {
+
+/** What ovkctl exits with. */
+enum ExitCode { kSuccess = 0, kOperationFailed = 1, kWrongUsage = 2 };
+
+/** The command line asks for something that cannot be asked for: exit code 2. */
+class UsageError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+/** The operation did not succeed: exit code 1. */
+class OperationFailed : public std::runtime_error {
+ public:
+  /**
+   * @param message  one sentence that says what failed
+   * @param advice   what the operator can do about it; may be empty
+   * @param result   the library's result code, when there is one
+   */
+  explicit OperationFailed(const std::string& message, std::string advice = {},
+                           std::optional<std::uint32_t> result = {});
+
+  const std::string& advice() const { return advice_; }
+  std::optional<std::uint32_t> result() const { return result_; }
+
+ private:
+  std::string advice_;
+  std::optional<std::uint32_t> result_;
+};
+
+/** What one result code of one call means, and what to do about it. */
+struct ResultText {
+  std::uint32_t result;
+  const char* meaning;
+  const char* advice;
+};
+
+/**
+ * Throws OperationFailed unless the result is OVK_OK.
+ *
+ * @param result     what the library's function returned
+ * @param operation  what was tried, as the start of a sentence: "Reading the VPD of board 0"
+ * @param own        the codes that mean something of their own in this call; the others have the
+ *                   meaning that they share in all calls
+ */
+void check(std::uint32_t result, const std::string& operation,
+           std::span<const ResultText> own = {});
+
+/** check for an operation on a board: "Reading the VPD" becomes "Reading the VPD of board 0". */
+void check_board(std::uint32_t result, std::uint32_t board, const std::string& operation,
+                 std::span<const ResultText> own = {});
+
+}  // namespace ovkctl
+
+#endif

@@ -1,0 +1,43 @@
+/**
+ * @file
+ * What happens only at a terminal: questions and progress.
+ */
+#ifndef OVKCTL_TERMINAL_H
+#define OVKCTL_TERMINAL_H
+
+#include <cstdint>
+#include <string>
+
+namespace ovkctl {
+
+/**
+ * Lets an operation begin that changes or interrupts an adapter. Without --yes it asks the person
+ * at the terminal; throws UsageError when there is none, OperationFailed when the person declines.
+ *
+ * @param yes      whether the command line has --yes
+ * @param warning  a sentence that says what is about to happen
+ */
+void confirm(bool yes, const std::string& warning);
+
+/** A progress bar on standard error when that is a terminal; nothing otherwise. */
+class Progress {
+ public:
+  /** @param total  how much there is to do, in any unit */
+  Progress(std::string label, std::uint64_t total);
+  ~Progress();
+  Progress(const Progress&) = delete;
+  Progress& operator=(const Progress&) = delete;
+
+  /** Shows that so much of the total is done. */
+  void update(std::uint64_t done);
+
+ private:
+  std::string label_;
+  std::uint64_t total_;
+  unsigned shown_percent_;
+  bool visible_;
+};
+
+}  // namespace ovkctl
+
+#endif

@@ -1,0 +1,71 @@
+/**
+ * @file
+ * Typed values from the words of a command line, and the texts of records as values.
+ *
+ * A parse_value overload makes a type usable for arguments and options; it throws UsageError.
+ */
+#ifndef OVKCTL_VALUES_H
+#define OVKCTL_VALUES_H
+
+#include <ovk/types.h>
+
+#include <concepts>
+#include <cstddef>
+#include <cstdint>
+#include <limits>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace ovkctl {
+
+/** A library board index as the command line gave it; Session::board makes it usable. */
+struct BoardIndex {
+  std::uint32_t given = 0;
+};
+
+/** Bytes that the command line gives in hex: "0a0b", "0a 0b", "0a:0b". */
+struct HexBytes {
+  std::vector<std::uint8_t> bytes;
+};
+
+/** Reads a number, decimal or in hex after "0x"; refuses what is above most. */
+std::uint64_t parse_number(const std::string& text, std::uint64_t most);
+
+/** Takes the text as it stands. */
+void parse_value(const std::string& text, std::string& value);
+
+/** Reads an unsigned number, decimal or in hex after "0x", that fits its type. */
+template <std::unsigned_integral T>
+void parse_value(const std::string& text, T& value) {
+  value = static_cast<T>(parse_number(text, std::numeric_limits<T>::max()));
+}
+
+/** Reads 16 hex digits, with colons between the bytes or without. */
+void parse_value(const std::string& text, Wwn& value);
+
+/** Reads a board index; whether that board exists is the session's to say. */
+void parse_value(const std::string& text, BoardIndex& value);
+
+/** Reads pairs of hex digits with blanks, colons or nothing between them. */
+void parse_value(const std::string& text, HexBytes& value);
+
+/** A world-wide name as colon-separated hex. */
+std::string wwn_text(const Wwn& wwn);
+
+/** A number in hex after "0x" with at least that many digits. */
+std::string hex_text(std::uint64_t value, int digits);
+
+/**
+ * The text of a fixed-size field that may lack its terminator: up to the first NUL, without
+ * trailing blanks. What could disturb a terminal is shown as '?'.
+ */
+std::string fixed_text(std::span<const char> field);
+
+/** Lines of offset, hex and ASCII, each with a line end. */
+std::string hexdump(std::span<const std::uint8_t> bytes);
+
+}  // namespace ovkctl
+
+#endif
