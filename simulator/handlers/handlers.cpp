@@ -16,7 +16,6 @@ HandlerTable all_handlers() {
   add_mailbox_handlers(table);
   add_module_handlers(table);
   add_npiv_handlers(table);
-  add_parameters_handlers(table);
   add_oas_handlers(table);
   add_parameters_handlers(table);
   add_ras_log_handlers(table);

@@ -21,7 +21,6 @@ void add_loopback_handlers(HandlerTable& table);
 void add_mailbox_handlers(HandlerTable& table);
 void add_module_handlers(HandlerTable& table);
 void add_npiv_handlers(HandlerTable& table);
-void add_parameters_handlers(HandlerTable& table);
 void add_oas_handlers(HandlerTable& table);
 void add_parameters_handlers(HandlerTable& table);
 void add_ras_log_handlers(HandlerTable& table);

@@ -32,7 +32,7 @@ Report capacity_report(const LogicalUnit& unit, const ByteVector& data) {
       .field("lun", "", unit.lun)
       .field("blocks", "Blocks", blocks)
       .field("block_size", "Block size", Size{block_size})
-      .field("size", "Size", Size{blocks * block_size});
+      .field("size", "Size", LargeSize{blocks * block_size});
   if (last_block == kBeyondTenByteCommands) {
     report.note("The logical unit has more blocks than READ CAPACITY(10) can tell.");
   }
