@@ -118,6 +118,7 @@ PortTopology read_port(const JsonValue& value, std::uint32_t unit_type) {
     port.max_frame_size = members.at("max_frame_size").number(frame_sizes, 2048U);
     port.fabric_name = members.at("fabric_name").wwn(Wwn{});
     port.rnid = read_rnid(members.at("rnid"), unit_type);
+    port.luns = read_luns(members.at("luns"));
   });
   return port;
 }
@@ -172,6 +173,7 @@ BoardTopology read_board(const JsonValue& value) {
       refuse_known_port(board, port, place);
       board.discovered_ports.push_back(port);
     }
+    board.bindings = read_bindings(members.at("bindings"));
     board.statistics = read_statistics(members.at("statistics"));
     board.event_queue_capacity =
         members.at("event_queue_capacity").number<std::uint32_t>({}, usual_event_queue_capacity);
