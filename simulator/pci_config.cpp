@@ -1,6 +1,7 @@
 #include "simulator/pci_config.h"
 
 #include <algorithm>
+#include <iterator>
 #include <cstring>
 
 namespace ravnsim {

@@ -8,6 +8,7 @@ HandlerTable all_handlers() {
   add_boards_handlers(table);
   add_driver_info_handlers(table);
   add_hardware_handlers(table);
+  add_link_handlers(table);
   add_module_handlers(table);
   add_parameters_handlers(table);
   add_raw_access_handlers(table);

@@ -13,6 +13,7 @@ void add_attributes_handlers(HandlerTable& table);
 void add_boards_handlers(HandlerTable& table);
 void add_driver_info_handlers(HandlerTable& table);
 void add_hardware_handlers(HandlerTable& table);
+void add_link_handlers(HandlerTable& table);
 void add_module_handlers(HandlerTable& table);
 void add_parameters_handlers(HandlerTable& table);
 void add_raw_access_handlers(HandlerTable& table);
