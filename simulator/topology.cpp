@@ -20,6 +20,9 @@ constexpr std::uint32_t largest_class = 6;
 constexpr std::uint32_t usual_event_queue_capacity = 64;
 constexpr Range<std::uint32_t> frame_sizes{256, 9216};
 constexpr Range<std::uint32_t> sli_modes{1, 5};
+constexpr Range<std::uint32_t> reset_times{0, 3600000};
+constexpr std::uint32_t default_reset_time = 2000;
+constexpr std::uint32_t default_dump_region_size = 0x100000;
 
 PortType read_port_type(const JsonValue& value) {
   using enum PortType;
@@ -152,6 +155,11 @@ BoardTopology read_board(const JsonValue& value) {
     board.features = members.at("features").number<std::uint32_t>({}, 0);
     board.extended_sli_config = members.at("extended_sli_config").flag(board.sli_mode >= sli4);
     board.ready = members.at("ready").flag(true);
+    board.reset_time = std::chrono::milliseconds{
+        members.at("reset_milliseconds").number(reset_times, default_reset_time)};
+    board.loopback_plug = members.at("loopback_plug").flag(false);
+    board.dump_region_size =
+        members.at("dump_region_size").number<std::uint32_t>({}, default_dump_region_size);
     read_identity(board, members);
     board.hardware = read_hardware(board, members);
     board.port = read_port(members.at("port"), host_type);
@@ -177,6 +185,7 @@ Topology read_topology(const JsonDocument& document) {
     read_object(members.at("driver"), [&](JsonObject& driver) {
       topology.driver.name = driver.at("name").text(long_text);
       topology.driver.version = driver.at("version").text(long_text);
+      topology.driver.reset_mode_3 = driver.at("reset_mode_3").flag(true);
     });
     for (const JsonValue& place : members.at("boards").elements()) {
       const BoardTopology board = read_board(place);

@@ -12,6 +12,7 @@
 #include "simulator/wwn.h"
 
 #include <array>
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -150,6 +151,9 @@ struct BoardTopology {
   std::uint32_t features = 0;  ///< the driver's feature flags
   bool extended_sli_config = false;
   bool ready = true;  ///< false: a board that does not get up
+  std::chrono::milliseconds reset_time{};
+  bool loopback_plug = false;          ///< whether one stands in the port
+  std::uint32_t dump_region_size = 0;  ///< bytes; 0: there is none
 
   std::string manufacturer;
   std::string serial_number;
@@ -173,6 +177,7 @@ struct BoardTopology {
 struct DriverTopology {
   std::string name;
   std::string version;
+  bool reset_mode_3 = true;  ///< whether it has the third mode of a reset
 };
 
 /** A simulated host. */

@@ -6,10 +6,12 @@
 #define OVK_OVK_H
 
 #include <ovk/core.h>
+#include <ovk/fabric.h>
 #include <ovk/hbaapi.h>
 #include <ovk/info.h>
 #include <ovk/mailbox.h>
 #include <ovk/npiv.h>
+#include <ovk/regions.h>
 #include <ovk/types.h>
 
 #endif

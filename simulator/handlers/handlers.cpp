@@ -7,6 +7,9 @@ HandlerTable all_handlers() {
   add_attributes_handlers(table);
   add_boards_handlers(table);
   add_driver_info_handlers(table);
+  add_loopback_handlers(table);
+  add_mailbox_handlers(table);
+  add_reset_handlers(table);
   add_hardware_handlers(table);
   add_link_handlers(table);
   add_module_handlers(table);

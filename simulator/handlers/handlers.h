@@ -12,6 +12,9 @@ namespace ravnsim {
 void add_attributes_handlers(HandlerTable& table);
 void add_boards_handlers(HandlerTable& table);
 void add_driver_info_handlers(HandlerTable& table);
+void add_loopback_handlers(HandlerTable& table);
+void add_mailbox_handlers(HandlerTable& table);
+void add_reset_handlers(HandlerTable& table);
 void add_hardware_handlers(HandlerTable& table);
 void add_link_handlers(HandlerTable& table);
 void add_module_handlers(HandlerTable& table);
