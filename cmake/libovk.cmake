@@ -17,14 +17,12 @@ add_library(ovk SHARED
   fabric/scsi.cpp
   hbaapi/adapter_attributes.cpp
   hbaapi/bindings.cpp
-  hbaapi/port_attributes.cpp
-  hbaapi/scsi_convenience.cpp
-  hbaapi/statistics.cpp
-  hbaapi/target_mapping.cpp)
   hbaapi/events.cpp
   hbaapi/port_attributes.cpp
   hbaapi/rnid.cpp
+  hbaapi/scsi_convenience.cpp
   hbaapi/statistics.cpp
+  hbaapi/target_mapping.cpp
   info/link.cpp
   info/location.cpp
   info/parameters.cpp

@@ -1,8 +1,8 @@
 #include "simulator/pci_config.h"
 
 #include <algorithm>
-#include <iterator>
 #include <cstring>
+#include <iterator>
 
 namespace ravnsim {
 
