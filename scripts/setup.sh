@@ -12,6 +12,7 @@ packages=(
   libcli11-dev
   ninja-build
   nlohmann-json3-dev
+  pciutils
 )
 if [[ ${1:-} == --checks ]]; then
   packages+=(clang clang-format)

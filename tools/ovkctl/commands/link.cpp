@@ -28,6 +28,12 @@ std::string topology_text(std::uint32_t topology) {
   }
 }
 
+/** A counter; all ones where the driver does not count. */
+Cell count(std::uint32_t counter) {
+  constexpr std::uint32_t not_counted = 0xFFFFFFFF;
+  return counter != not_counted ? Cell(counter) : Cell();
+}
+
 List loop_positions(const LinkRecord& link) {
   List positions;
   const std::size_t count = std::min<std::size_t>(link.loop_positions, sizeof link.loop_al_pas);
@@ -64,10 +70,10 @@ void add_link_fields(Section& section, std::uint32_t board) {
       .field("on_fabric", "On a fabric", link.on_fabric != 0)
       .field("al_pa", loop ? "AL_PA" : "", loop ? Cell(Hex{link.al_pa, 2}) : nothing)
       .field("loop_positions", loop ? "Loop positions" : "", loop_positions(link))
-      .field("link_failures", "Link failures", link.link_failures)
-      .field("losses_of_sync", "Losses of sync", link.losses_of_sync)
-      .field("losses_of_signal", "Losses of signal", link.losses_of_signal)
-      .field("lips", "LIPs", link.lips);
+      .field("link_failures", "Link failures", count(link.link_failures))
+      .field("losses_of_sync", "Losses of sync", count(link.losses_of_sync))
+      .field("losses_of_signal", "Losses of signal", count(link.losses_of_signal))
+      .field("lips", "LIPs", count(link.lips));
 }
 
 void add_nodes(Section& section, std::uint32_t board) {

@@ -23,7 +23,7 @@ Report info_report() {
   const auto module = decode<ModuleRecord>(*info);
   Report report;
   report.field("name", "Driver", fixed_text(module.name))
-      .field("version", "Version", fixed_text(module.version))
+      .field("driver_version", "Version", fixed_text(module.version))
       .field("interface", "Interface", revision_text(module.interface_revision))
       .field("logged_messages", "Messages logged", module.logged_messages);
   Table& boards = report.table("boards", "",
@@ -91,13 +91,21 @@ void add_log_command(const Command& module) {
   });
 }
 
+constexpr std::uint32_t kRscn = 5;
+
+/** The events of FC-HBA. */
+const Choices<std::uint32_t> kEvents = {
+    {"lip", 1}, {"link-up", 2}, {"link-down", 3}, {"lip-reset", 4}, {"rscn", kRscn}};
+
+std::string event_text(std::uint32_t code) {
+  return std::ranges::find(kEvents, code, &std::pair<std::string, std::uint32_t>::second)->first;
+}
+
 void add_test_event_command(const Command& module) {
   const Command test = module.subcommand("test-event", "Have the driver raise an event for a test");
   test.example("ovkctl module test-event 0 --event rscn --detail 0x010200");
   const auto board = test.board();
-  const Choices<std::uint32_t> events = {
-      {"lip", 1}, {"link-up", 2}, {"link-down", 3}, {"lip-reset", 4}, {"rscn", 5}};
-  const auto event = test.choice<std::uint32_t>("--event", "the event", events, 5);
+  const auto event = test.choice<std::uint32_t>("--event", "the event", kEvents, kRscn);
   const auto detail = test.option<std::uint32_t>("--detail", "NUMBER", "what the event carries");
   test.action([=](const Context& context) {
     const Session session;
@@ -105,7 +113,7 @@ void add_test_event_command(const Command& module) {
     check_board(EventTest(index, *event, *detail), index, "Raising a test event");
     Report report;
     report.field("board", "Board", index)
-        .field("event", "Event", *event)
+        .field("event", "Event", event_text(*event))
         .field("detail", "Detail", Hex{*detail, 6});
     context.print(report);
   });
