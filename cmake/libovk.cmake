@@ -3,6 +3,9 @@
 find_package(Threads REQUIRED)
 
 add_library(ovk SHARED
+  auth/authentication.cpp
+  auth/configuration.cpp
+  auth/first_generation.cpp
   core/assertion.cpp
   core/board_state.cpp
   core/boards.cpp
@@ -15,6 +18,10 @@ add_library(ovk SHARED
   fabric/ct.cpp
   fabric/els.cpp
   fabric/scsi.cpp
+  features/fcp_priority.cpp
+  features/oas.cpp
+  features/ras_log.cpp
+  features/vmid.cpp
   hbaapi/adapter_attributes.cpp
   hbaapi/bindings.cpp
   hbaapi/events.cpp

@@ -162,6 +162,7 @@ BoardTopology read_board(const JsonValue& value) {
         members.at("dump_region_size").number<std::uint32_t>({}, default_dump_region_size);
     read_identity(board, members);
     board.hardware = read_hardware(board, members);
+    board.offers = read_feature_topology(members);
     board.port = read_port(members.at("port"), host_type);
     for (const JsonValue& place : members.at("discovered_ports").elements_or_none()) {
       const PortTopology port = read_port(place, storage_device_type);

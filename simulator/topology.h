@@ -8,6 +8,7 @@
  */
 #pragma once
 
+#include "simulator/feature_topology.h"
 #include "simulator/hardware_topology.h"
 #include "simulator/wwn.h"
 
@@ -164,6 +165,8 @@ struct BoardTopology {
   std::string firmware_version;
   std::uint32_t vendor_specific_id = 0;
   HardwareTopology hardware;
+
+  FeatureTopology offers;
 
   PortTopology port;
   std::vector<PortTopology> discovered_ports;

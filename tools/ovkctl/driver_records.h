@@ -1,135 +1,120 @@
 /**
  * @file
- * The driver's own layouts of the records that the library hands on as they are.
- *
- * They are those that docs/simulator.md describes.
+ * The records that the library hands through and that only the driver lays out, in the layout that
+ * docs/simulator.md describes.
  */
 #ifndef OVKCTL_DRIVER_RECORDS_H
 #define OVKCTL_DRIVER_RECORDS_H
 
+#include "record_cast.h"
+
+#include <ovk/auth.h>
+#include <ovk/features.h>
 #include <ovk/types.h>
 
+#include <array>
+#include <cstddef>
 #include <cstdint>
-#include <cstring>
 
 namespace ovkctl {
 
-struct LinkRecord {
-  enum State : std::uint32_t { kDown = 1, kUp = 2 };
-  enum Topology : std::uint32_t { kNone = 0, kPointToPoint = 1, kLoop = 2 };
-
-  std::uint32_t state;
-  std::uint32_t topology;
-  std::uint32_t speed_mbit;
-  std::uint32_t fc_id;
-  std::uint32_t on_fabric;
-  std::uint8_t al_pa;
-  std::uint8_t reserved21[3];
-  std::uint8_t loop_positions;
-  std::uint8_t loop_al_pas[127];
-  std::uint32_t link_failures;
-  std::uint32_t losses_of_sync;
-  std::uint32_t losses_of_signal;
-  std::uint32_t lips;
+/** A range of priorities that the fabric gives to virtual machines. */
+struct QfpaRange {
+  std::uint8_t low;
+  std::uint8_t high;
+  std::uint8_t qos_priority;
+  std::uint8_t ve_id_usage;
+  std::uint8_t reserved4[4];
 };
 
-struct IoRecord {
-  std::uint32_t seconds;
-  std::uint32_t tx_frames;
-  std::uint32_t rx_frames;
-  std::uint32_t tx_kib;
-  std::uint32_t rx_kib;
-  std::uint32_t reads;
-  std::uint32_t writes;
-  std::uint32_t without_data;
-  std::uint32_t failed;
-  std::uint32_t read_kib;
-  std::uint32_t written_kib;
-  std::uint32_t nodes;
-  std::uint32_t error_frames;
-  std::uint32_t dumped_frames;
-  std::uint32_t reserved56[10];
+/** What is in a QfpaPriorityList. */
+struct [[gnu::packed]] QfpaRecord {
+  std::uint16_t count;
+  std::array<QfpaRange, 64> ranges;
 };
 
-struct NodeRecord {
-  enum State : std::uint16_t { kLoggedIn = 1, kMapped = 2 };
-  static constexpr std::uint32_t kNoTarget = 0xFFFFFFFF;
+static_assert(sizeof(QfpaRecord) == sizeof(QfpaPriorityList));
 
-  std::uint16_t handle;
-  std::uint16_t state;
-  std::uint32_t fc_id;
-  Wwn port_wwn;
-  Wwn node_wwn;
-  std::uint32_t target_id;
+/** What an update does with a machine. */
+enum VmidAction : std::uint32_t { kAddMachine = 1, kRemoveMachine = 2 };
+
+/** A virtual machine and the identifier of its frames. */
+struct VmidMachine {
+  std::array<std::uint8_t, 16> uuid;
+  std::array<char, 256> name;
+  std::uint32_t identifier;
+  std::uint32_t action;
+  std::uint32_t qos_priority;
+  std::uint8_t reserved284[16];
 };
 
-struct VpdRecord {
-  std::uint32_t version;
-  std::uint8_t read_only[256];
-  char product[80];
-  std::uint8_t read_write[256];
-  std::uint32_t read_only_size;
-  std::uint32_t read_write_size;
-  std::uint32_t reserved604[3];
+/** What is in a VMidMapping. */
+struct VmidRecord {
+  std::uint32_t count;
+  std::uint32_t reserved4;
+  std::array<VmidMachine, 256> machines;
 };
 
-struct ParameterRecord {
-  enum TakesEffect : std::uint32_t { kAtOnce = 0, kAtLinkUp = 1, kAtDriverLoad = 2, kNeverSet = 3 };
+static_assert(sizeof(VmidMachine) == 300);
+static_assert(sizeof(VmidRecord) == sizeof(VMidMapping));
 
-  char name[32];
-  std::uint32_t least;
-  std::uint32_t most;
-  std::uint32_t initial;
-  std::uint32_t value;
-  std::uint32_t takes_effect;
-  char description[80];
+/** The two ports with which every authentication record begins. */
+struct PortPair {
+  Wwn local;
+  Wwn remote;
 };
 
-struct TrunkRecord {
-  std::uint32_t ports;     ///< bit n: port n
-  std::uint32_t ports_up;  ///< bit n: port n
-  std::uint32_t port_speed_mbit;
+/** What is in an AuthConfig. */
+struct AuthConfigRecord {
+  PortPair ports;
+  std::uint8_t mode;
+  std::uint8_t bidirectional;
+  std::uint16_t timeout_seconds;
+  std::uint8_t hash_count;
+  std::array<std::uint8_t, 4> hashes;
+  std::uint8_t group_count;
+  std::array<std::uint8_t, 6> groups;
+  std::uint32_t interval_seconds;
+  std::uint8_t reserved36[744];
 };
 
-struct PciLocationRecord {
-  std::uint32_t segment;
-  std::uint32_t bus;
-  std::uint32_t device;
-  std::uint32_t function;
-  std::uint32_t reserved16[2];
+static_assert(sizeof(AuthConfigRecord) == sizeof(AuthConfig));
+static_assert(offsetof(AuthConfigRecord, interval_seconds) == 32);
+
+/** The form of a secret. */
+enum SecretType : std::uint8_t { kNoSecret = 0, kTextSecret = 1 };
+
+/** What is in an AuthPassword. */
+struct AuthPasswordRecord {
+  PortPair ports;
+  std::uint8_t local_type;
+  std::uint8_t local_length;
+  std::uint8_t remote_type;
+  std::uint8_t remote_length;
+  std::array<char, 128> local;
+  std::array<char, 128> remote;
+  std::uint32_t reserved276;
 };
 
-struct ModuleRecord {
-  struct Board {
-    std::uint32_t driver_number;
-    std::uint32_t device;
-    std::uint32_t subsystem;
-    std::uint32_t sli_mode;
-    char model[64];
-    char serial_number[32];
-    char firmware_version[32];
-    char os_device_name[32];
-    Wwn port_wwn;
-    std::uint32_t reserved184[2];
-  };
+static_assert(sizeof(AuthPasswordRecord) == sizeof(AuthPassword));
+static_assert(offsetof(AuthPasswordRecord, local) == 20);
 
-  char name[32];
-  char version[32];
-  std::uint32_t interface_revision;
-  std::uint32_t board_count;
-  std::uint32_t logged_messages;
-  std::uint32_t reserved76[14];
-  Board boards[OVK_MAX_BOARDS];
+/** What is in an AuthStatus. */
+struct AuthStatusRecord {
+  PortPair ports;
+  std::uint8_t state;
+  std::uint8_t bidirectional;
+  std::uint8_t hash;
+  std::uint8_t group;
+  std::uint32_t reason;
+  std::uint32_t attempts;
+  std::uint32_t time;
+  std::uint32_t interval_seconds;
+  std::uint32_t reserved36;
 };
 
-/** An opaque record of the library in the driver's layout. */
-template <typename Layout, typename Record>
-Layout decode(const Record& record) {
-  static_assert(sizeof(Layout) == sizeof(Record));
-  Layout layout;
-  std::memcpy(&layout, &record, sizeof layout);
-  return layout;
-}
+static_assert(sizeof(AuthStatusRecord) == sizeof(AuthStatus));
+static_assert(offsetof(AuthStatusRecord, reason) == 20);
 
 }  // namespace ovkctl
 

@@ -1,6 +1,6 @@
 #include "command.h"
-#include "driver_records.h"
 #include "errors.h"
+#include "information_records.h"
 #include "session.h"
 
 #include <ovk/info.h>
@@ -13,7 +13,7 @@ constexpr std::uint64_t kKib = 1024;
 Report io_report(std::uint32_t board) {
   IoInfo info{};
   check_board(GetIOinfo(static_cast<int>(board), &info), board, "Reading the I/O counters");
-  const auto io = decode<IoRecord>(info);
+  const auto io = record_cast<IoRecord>(info);
   Report report;
   report.field("board", "Board", board)
       .field("seconds", "Seconds counted", io.seconds)

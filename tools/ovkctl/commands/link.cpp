@@ -1,7 +1,7 @@
 #include "command.h"
-#include "driver_records.h"
 #include "errors.h"
 #include "fc_words.h"
+#include "information_records.h"
 #include "session.h"
 
 #include <ovk/info.h>
@@ -57,7 +57,7 @@ std::optional<std::uint16_t> logical_speed(std::uint32_t board) {
 void add_link_fields(Section& section, std::uint32_t board) {
   LinkInfo info{};
   check_board(OVK_GetLinkInfo(static_cast<int>(board), &info), board, "Reading the link");
-  const auto link = decode<LinkRecord>(info);
+  const auto link = record_cast<LinkRecord>(info);
   const bool up = link.state == LinkRecord::kUp;
   const bool loop = link.topology == LinkRecord::kLoop;
   const Cell nothing;
@@ -88,7 +88,7 @@ void add_nodes(Section& section, std::uint32_t board) {
                                 {"target_id", "TARGET"}},
                                "The port is logged in with no node.");
   for (const NodeInfoEntry& entry : entries) {
-    const auto node = decode<NodeRecord>(entry);
+    const auto node = record_cast<NodeRecord>(entry);
     const bool target = node.target_id != NodeRecord::kNoTarget;
     table.row({node.handle, node.state == NodeRecord::kMapped ? "mapped" : "logged in",
                FcAddress{node.fc_id}, node.port_wwn, node.node_wwn,

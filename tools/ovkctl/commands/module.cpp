@@ -1,6 +1,6 @@
 #include "command.h"
-#include "driver_records.h"
 #include "errors.h"
+#include "information_records.h"
 #include "session.h"
 
 #include <ovk/core.h>
@@ -20,7 +20,7 @@ std::string revision_text(std::uint32_t revision) {
 Report info_report() {
   const auto info = std::make_unique<ModuleInfo>();
   check(ModInfo(info.get()), "Reading the driver module");
-  const auto module = decode<ModuleRecord>(*info);
+  const auto module = record_cast<ModuleRecord>(*info);
   Report report;
   report.field("name", "Driver", fixed_text(module.name))
       .field("driver_version", "Version", fixed_text(module.version))

@@ -1,6 +1,6 @@
 #include "command.h"
-#include "driver_records.h"
 #include "errors.h"
+#include "information_records.h"
 #include "session.h"
 #include "terminal.h"
 
@@ -39,7 +39,7 @@ std::vector<ParameterRecord> read_parameters(std::uint32_t board) {
   table.resize(std::min<std::size_t>(reported, table.size()));
   std::vector<ParameterRecord> parameters;
   for (const CfgParam& entry : table) {
-    parameters.push_back(decode<ParameterRecord>(entry));
+    parameters.push_back(record_cast<ParameterRecord>(entry));
   }
   return parameters;
 }

@@ -1,6 +1,6 @@
 #include "command.h"
-#include "driver_records.h"
 #include "errors.h"
+#include "information_records.h"
 #include "raw_access.h"
 #include "session.h"
 #include "terminal.h"
@@ -43,7 +43,7 @@ T at(const Config& config, std::size_t offset) {
 PciLocationRecord read_location(std::uint32_t board) {
   PciIds ids{};
   check_board(OVK_GetPCIIds(board, &ids), board, "Reading the PCI location");
-  return decode<PciLocationRecord>(ids);
+  return record_cast<PciLocationRecord>(ids);
 }
 
 /** A location as all tools write it: "0000:03:00.0". */

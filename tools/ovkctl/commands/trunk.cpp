@@ -1,6 +1,6 @@
 #include "command.h"
-#include "driver_records.h"
 #include "errors.h"
+#include "information_records.h"
 #include "session.h"
 
 #include <ovk/info.h>
@@ -21,7 +21,7 @@ constexpr ResultText kTrunkResults[] = {
 Report trunk_report(std::uint32_t board) {
   TrunkInfo info{};
   check_board(OVK_GetTrunkInfo(board, &info), board, "Reading the trunk", kTrunkResults);
-  const auto trunk = decode<TrunkRecord>(info);
+  const auto trunk = record_cast<TrunkRecord>(info);
   Report report;
   report.field("board", "Board", board)
       .field("trunked", "Trunk", trunk.ports != 0)

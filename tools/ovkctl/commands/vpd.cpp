@@ -1,7 +1,7 @@
 #include "command.h"
-#include "driver_records.h"
 #include "errors.h"
 #include "files.h"
+#include "information_records.h"
 #include "pci_vpd.h"
 #include "session.h"
 
@@ -27,7 +27,7 @@ VpdRecord read_vpd(std::uint32_t board) {
   VpdInfo info{.word0 = kVpdVersion};
   const auto result = static_cast<std::uint32_t>(GetVPDInfo(board, &info));
   check_board(result, board, "Reading the vital product data", kVpdResults);
-  return decode<VpdRecord>(info);
+  return record_cast<VpdRecord>(info);
 }
 
 /** Both parts together, as the adapter has them. */
