@@ -11,11 +11,9 @@ HandlerTable all_handlers() {
   add_events_handlers(table);
   add_fcp_priority_handlers(table);
   add_hardware_handlers(table);
+  add_link_handlers(table);
   add_loopback_handlers(table);
   add_mailbox_handlers(table);
-  add_reset_handlers(table);
-  add_hardware_handlers(table);
-  add_link_handlers(table);
   add_module_handlers(table);
   add_npiv_handlers(table);
   add_oas_handlers(table);
