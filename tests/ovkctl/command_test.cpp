@@ -5,6 +5,9 @@
 #include "errors.h"
 #include "terminal.h"
 
+#include <array>
+#include <cstdlib>
+#include <cstring>
 #include <fcntl.h>
 #include <string>
 #include <unistd.h>
@@ -117,21 +120,75 @@ TEST(CommandTest, HelpShowsArgumentsOptionsAndExample) {
   EXPECT_THAT(group.err, HasSubstr("Usage: ovkctl group [OPTIONS] [COMMAND]"));
 }
 
-TEST(ConfirmationTest, WithoutATerminalOnlyYesLetsItHappen) {
-  const int input = dup(STDIN_FILENO);
-  const int nothing = open("/dev/null", O_RDONLY);
-  dup2(nothing, STDIN_FILENO);
+/** Puts something else in a stream's place. */
+class Redirection {
+ public:
+  Redirection(int stream, int replacement) : stream_(stream), saved_(dup(stream)) {
+    dup2(replacement, stream);
+    close(replacement);
+  }
+  ~Redirection() {
+    dup2(saved_, stream_);
+    close(saved_);
+  }
+  Redirection(const Redirection&) = delete;
+  Redirection& operator=(const Redirection&) = delete;
 
+ private:
+  int stream_;
+  int saved_;
+};
+
+/** A terminal: what is written to keyboard is typed, what is read from it was shown. */
+struct Terminal {
+  int keyboard = posix_openpt(O_RDWR | O_NOCTTY);
+  int line = grantpt(keyboard) == 0 && unlockpt(keyboard) == 0
+                 ? open(ptsname(keyboard), O_RDWR | O_NOCTTY)
+                 : -1;
+};
+
+TEST(ConfirmationTest, WithoutATerminalOnlyYesLetsItHappen) {
+  const Redirection input(STDIN_FILENO, open("/dev/null", O_RDONLY));
   const Result refused = run_line({"group", "erase"});
   EXPECT_EQ(refused.exit_code, 2);
   EXPECT_EQ(refused.err, "ovkctl: This erases all. Confirm it with --yes.\n");
   EXPECT_EQ(seen, "");
   EXPECT_EQ(run_line({"group", "erase", "--yes"}).exit_code, 0);
   EXPECT_EQ(seen, "erased");
+}
 
-  dup2(input, STDIN_FILENO);
-  close(input);
-  close(nothing);
+TEST(ConfirmationTest, AtATerminalThePersonDecides) {
+  const Terminal terminal;
+  const Redirection input(STDIN_FILENO, terminal.line);
+  for (const auto& [answer, exit_code] : {std::pair("\n", 1), {"n\n", 1}, {"y\n", 0}}) {
+    ASSERT_GT(write(terminal.keyboard, answer, std::strlen(answer)), 0);
+    const Result result = run_line({"group", "erase"});
+    EXPECT_EQ(result.exit_code, exit_code);
+    EXPECT_THAT(result.err, HasSubstr("This erases all. Continue? [y/N] "));
+    EXPECT_EQ(seen, exit_code == 0 ? "erased" : "");
+  }
+  close(terminal.keyboard);
+}
+
+TEST(ProgressTest, ShowsOnATerminalAndIsSilentInAPipe) {
+  const auto work = [] {
+    Progress progress("Reading", 200);
+    progress.update(100);
+  };
+  CaptureStderr();
+  work();
+  EXPECT_EQ(GetCapturedStderr(), "");
+
+  const Terminal terminal;
+  {
+    const Redirection errors(STDERR_FILENO, terminal.line);
+    work();
+  }
+  std::array<char, 256> shown{};
+  EXPECT_GT(read(terminal.keyboard, shown.data(), shown.size() - 1), 0);
+  EXPECT_THAT(shown.data(),
+              HasSubstr("\rReading [####################                    ]  50 %"));
+  close(terminal.keyboard);
 }
 
 }  // namespace
