@@ -13,6 +13,7 @@ HandlerTable all_handlers() {
   add_fcf_handlers(table);
   add_fcp_priority_handlers(table);
   add_hardware_handlers(table);
+  add_link_handlers(table);
   add_loopback_handlers(table);
   add_mailbox_handlers(table);
   add_module_handlers(table);

@@ -18,6 +18,7 @@ void add_fabric_handlers(HandlerTable& table);
 void add_fcf_handlers(HandlerTable& table);
 void add_fcp_priority_handlers(HandlerTable& table);
 void add_hardware_handlers(HandlerTable& table);
+void add_link_handlers(HandlerTable& table);
 void add_loopback_handlers(HandlerTable& table);
 void add_mailbox_handlers(HandlerTable& table);
 void add_module_handlers(HandlerTable& table);
