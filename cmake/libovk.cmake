@@ -19,7 +19,15 @@ add_library(ovk SHARED
   features/oas.cpp
   features/ras_log.cpp
   features/vmid.cpp
+  fabric/ct.cpp
+  fabric/els.cpp
+  fabric/scsi.cpp
   hbaapi/adapter_attributes.cpp
+  hbaapi/bindings.cpp
+  hbaapi/port_attributes.cpp
+  hbaapi/scsi_convenience.cpp
+  hbaapi/statistics.cpp
+  hbaapi/target_mapping.cpp)
   hbaapi/events.cpp
   hbaapi/port_attributes.cpp
   hbaapi/rnid.cpp
@@ -40,6 +48,13 @@ add_library(ovk SHARED
   mailbox/retry.cpp
   npiv/nodes.cpp
   npiv/virtual_ports.cpp
+  regions/fcf_list.cpp
+  regions/fcoe_records.cpp
+  regions/persistent_link_down.cpp
+  regions/record_list.cpp
+  regions/region22.cpp
+  regions/region23.cpp
+  regions/region_update.cpp
 )
 
 set_target_properties(ovk PROPERTIES

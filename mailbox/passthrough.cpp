@@ -6,6 +6,7 @@
 #include "core/heap_buffer.h"
 
 #include <algorithm>
+#include <bit>
 #include <cstring>
 
 using ovk::Bytes;
@@ -58,7 +59,7 @@ struct CallerMemory {
 CallerMemory memory_at(const Mailbox& mb, std::size_t size_word, std::size_t address_word) {
   constexpr std::uint32_t size_mask = 0xFFFFFF;
   const auto word = [&mb](std::size_t number) { return mb.words4[number - 1]; };
-  return {word(size_word) & size_mask, reinterpret_cast<void*>(std::uintptr_t{word(address_word)})};
+  return {word(size_word) & size_mask, std::bit_cast<void*>(word(address_word))};
 }
 
 /** What a mailbox moves besides itself. */

@@ -6,6 +6,7 @@
 
 #include "simulator/adapter.h"
 
+#include <chrono>
 #include <cstdint>
 
 namespace ravnsim {
@@ -13,7 +14,7 @@ namespace ravnsim {
 /** The states in which the driver reports a board. */
 enum class BoardMode : std::uint32_t {
   normal = 1,
-  not_ready = 2,  ///< held for diagnostic, or not able to work
+  not_ready = 2,  ///< held for diagnostic, being reset, or not able to work
   mode_3 = 3,
   mode_5 = 5,
 };
@@ -21,24 +22,26 @@ enum class BoardMode : std::uint32_t {
 /** A board's mode. It stays as it was set until the next change, across processes too. */
 class BoardState {
  public:
-  explicit BoardState(Adapter& adapter)
-      : adapter_{adapter},
-        mode_{adapter.load_record<BoardMode>(saved_name).value_or(BoardMode::normal)} {}
+  explicit BoardState(Adapter& adapter);
 
-  [[nodiscard]] BoardMode mode() const {
-    return adapter_.topology().ready ? mode_ : BoardMode::not_ready;
-  }
+  [[nodiscard]] BoardMode mode() const;
 
-  void set_mode(BoardMode mode) {
-    mode_ = mode;
-    adapter_.save_record(saved_name, mode);
-  }
+  /** Whether the board can be put into a mode at all. */
+  [[nodiscard]] bool can_change() const;
+
+  void set_mode(BoardMode mode);
+
+  /** Takes the board through a reset: for a while it is not ready, then it is in normal mode. */
+  void reset();
 
  private:
-  static constexpr const char* saved_name = "mode";
+  using Clock = std::chrono::system_clock;  // the one that goes on between processes
+
+  [[nodiscard]] bool is_resetting() const { return Clock::now() < reset_end_; }
 
   Adapter& adapter_;
   BoardMode mode_;
+  Clock::time_point reset_end_;
 };
 
 }  // namespace ravnsim

@@ -56,7 +56,7 @@ class DuplicateWatch {
       levels_.pop_back();
     } else {
       if (!levels_.empty() && levels_.back().is_list) {
-        levels_.back().token = "/" + std::to_string(levels_.back().length++);
+        levels_.back().token = pointer_token(std::to_string(levels_.back().length++));
       }
       if (event != Event::value) {
         levels_.push_back({.is_list = event == Event::array_start});

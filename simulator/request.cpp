@@ -59,8 +59,9 @@ std::size_t Request::write_behind(std::size_t number, std::span<const std::byte>
   if (target.address == 0) {
     throw Refusal{ChannelError::missing_parameter};
   }
-  std::memcpy(reinterpret_cast<void*>(static_cast<std::uintptr_t>(target.address)), bytes.data(),
-              length);
+  const std::uintptr_t address = target.address;
+  std::memcpy(reinterpret_cast<void*>(address),  // NOLINT: an address is what the descriptor holds
+              bytes.data(), length);
   return length;
 }
 

@@ -80,7 +80,7 @@ DriverStatus set_diagnostic_mode(Adapter& adapter, Request& request) {
     if (!mode) {
       return DriverStatus::not_supported;
     }
-    if (!adapter.topology().ready && *mode != BoardMode::not_ready) {
+    if (!state.can_change() && *mode != BoardMode::not_ready) {
       return DriverStatus::not_ready;
     }
     state.set_mode(*mode);

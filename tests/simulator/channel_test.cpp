@@ -5,10 +5,12 @@
 #include "tests/simulator/simulator_test.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cstdio>
 #include <cstring>
 #include <functional>
 #include <string>
+#include <thread>
 
 #include <gmock/gmock.h>
 
@@ -171,6 +173,31 @@ TEST_F(ChannelTest, ChannelsOfOneProcessLeadToOneHostUntilTheLastIsClosed) {
   const Channel third;
   EXPECT_EQ(third.send(DriverCommand::setdiag, block), DriverStatus::success);
   EXPECT_EQ(block.value, 1U) << "without a state folder, a new host starts afresh";
+}
+
+TEST_F(ChannelTest, ThreadsMayCallAtOnceThroughChannelsOfTheirOwnOrOfOneAnother) {
+  const Channel shared;
+  std::atomic<int> wrong = 0;
+  const auto walk = [&] {
+    const Channel own;
+    for (int i = 0; i < 100; ++i) {
+      const Channel& channel = i % 2 == 0 ? shared : own;
+      CommandBlock block{.driver_board = 3};
+      std::array<std::uint32_t, 123> reply{};
+      const bool refreshed = channel.invoke(DriverCommand::hba_refreshinfo, block) == 0;
+      block.index = 1;
+      const int result = channel.invoke(DriverCommand::hba_discportattributes, block, &reply);
+      wrong += refreshed && result == 0 && reply[4] == 3 ? 0 : 1;
+    }
+  };
+  std::vector<std::thread> threads;
+  for (int i = 0; i < 4; ++i) {
+    threads.emplace_back(walk);
+  }
+  for (std::thread& thread : threads) {
+    thread.join();
+  }
+  EXPECT_EQ(wrong, 0);
 }
 
 TEST_F(ChannelTest, WritesBehindADescriptorNoMoreThanItAdmits) {

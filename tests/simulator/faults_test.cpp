@@ -116,7 +116,7 @@ TEST_F(FaultsTest, MistakesAreToldAsThoseOfTheTopology) {
        "/0/effect: \"stale\" is no effect of RAVN_MGMT_SETDIAG"},
   };
   for (const auto& [fault, message] : mistakes) {
-    const std::string path = use_faults("[" + std::string{fault} + "]");
+    const std::string path = use_faults(std::string{"["} + fault + "]");
     EXPECT_THAT(said_by_a_channel(), testing::AllOf(HasSubstr(path), HasSubstr(message)));
   }
 }
