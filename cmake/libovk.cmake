@@ -15,23 +15,21 @@ add_library(ovk SHARED
   core/log.cpp
   core/module_services.cpp
   core/signature.cpp
+  fabric/ct.cpp
+  fabric/els.cpp
+  fabric/scsi.cpp
   features/fcp_priority.cpp
   features/oas.cpp
   features/ras_log.cpp
   features/vmid.cpp
-  fabric/ct.cpp
-  fabric/els.cpp
-  fabric/scsi.cpp
   hbaapi/adapter_attributes.cpp
   hbaapi/bindings.cpp
-  hbaapi/port_attributes.cpp
-  hbaapi/scsi_convenience.cpp
-  hbaapi/statistics.cpp
-  hbaapi/target_mapping.cpp)
   hbaapi/events.cpp
   hbaapi/port_attributes.cpp
   hbaapi/rnid.cpp
+  hbaapi/scsi_convenience.cpp
   hbaapi/statistics.cpp
+  hbaapi/target_mapping.cpp
   info/link.cpp
   info/location.cpp
   info/parameters.cpp
