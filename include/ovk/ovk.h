@@ -7,8 +7,8 @@
 
 #include <ovk/auth.h>
 #include <ovk/core.h>
-#include <ovk/features.h>
 #include <ovk/fabric.h>
+#include <ovk/features.h>
 #include <ovk/hbaapi.h>
 #include <ovk/info.h>
 #include <ovk/mailbox.h>
