@@ -40,7 +40,7 @@ void add_port_fields(Section& section, const PortAttributes& port) {
       .field("type", "Type", port_type_text(port.PortType))
       .field("state", "State", port_state_text(port.PortState))
       .field("speed_gbit", "Speed", Speed{port.PortSpeed})
-      .field("supported_speeds", "Supported speeds", speed_list(port.PortSupportedSpeed))
+      .field("supported_speeds_gbit", "Supported speeds", Speeds{port.PortSupportedSpeed})
       .field("service_classes", "Classes of service",
              service_class_list(port.PortSupportedClassofService))
       .field("fc4_types_supported", "FC-4 types supported",

@@ -14,8 +14,13 @@ constexpr const char* kNothing = "-";
 std::string size_text(std::uint64_t bytes) {
   static constexpr std::uint64_t step = 1024;
   static constexpr std::array units = {"bytes", "KiB", "MiB", "GiB", "TiB", "PiB", "EiB"};
+  // What is said in bytes everywhere, such as a frame size, stays in bytes.
+  static constexpr std::uint64_t least_with_unit = 16 * step;
   std::size_t unit = 0;
-  while (bytes != 0 && bytes % step == 0 && unit + 1 < units.size()) {
+  if (bytes < least_with_unit) {
+    return std::to_string(bytes) + " bytes";
+  }
+  while (bytes % step == 0 && unit + 1 < units.size()) {
     bytes /= step;
     ++unit;
   }
@@ -49,7 +54,15 @@ struct TextOf {
     return hex_text(address.value, digits);
   }
   std::string operator()(Size size) const { return size_text(size.bytes); }
+  std::string operator()(LargeSize size) const { return size_text(size.bytes); }
   std::string operator()(Speed speed) const { return speed_text(speed.code); }
+  std::string operator()(Speeds speeds) const {
+    List texts;
+    for (const std::uint32_t gbit : speed_list(speeds.mask)) {
+      texts.push_back(gbit_text(gbit));
+    }
+    return list_text(texts);
+  }
   std::string operator()(const Wwn& wwn) const { return wwn_text(wwn); }
   std::string operator()(const List& list) const { return list_text(list); }
 };
@@ -59,7 +72,7 @@ struct TextOf {
 bool Cell::is_quantity() const {
   return std::holds_alternative<std::int64_t>(value_) || std::holds_alternative<double>(value_) ||
          std::holds_alternative<WideNumber>(value_) || std::holds_alternative<Size>(value_) ||
-         std::holds_alternative<Speed>(value_);
+         std::holds_alternative<LargeSize>(value_) || std::holds_alternative<Speed>(value_);
 }
 
 std::string Cell::text() const { return std::visit(TextOf{}, value_); }

@@ -27,14 +27,24 @@ struct FcAddress {
   std::uint32_t value = 0;
 };
 
-/** Bytes, shown with the largest unit that divides them. */
+/** Bytes, shown with the largest unit that divides them; a number in JSON. */
 struct Size {
+  std::uint32_t bytes = 0;
+};
+
+/** As Size, where 32 bits may not do; a string of digits in JSON. */
+struct LargeSize {
   std::uint64_t bytes = 0;
 };
 
 /** A port speed as an FC-HBA code. */
 struct Speed {
   std::uint32_t code = 0;
+};
+
+/** Several port speeds as a mask of FC-HBA codes. */
+struct Speeds {
+  std::uint32_t mask = 0;
 };
 
 /** Texts, shown with commas between them. */
@@ -52,7 +62,7 @@ class Cell {
     std::string digits;
   };
   using Value = std::variant<std::monostate, bool, std::int64_t, double, WideNumber, std::string,
-                             Hex, FcAddress, Size, Speed, Wwn, List>;
+                             Hex, FcAddress, Size, LargeSize, Speed, Speeds, Wwn, List>;
 
   /** A value that is not known. */
   Cell() = default;

@@ -16,6 +16,8 @@ struct Command::Node {
 
   CLI::App& app;
   std::deque<Node> subcommands;
+  /** What the command line must have, unless it goes on to a command below. */
+  std::vector<const CLI::Option*> needed;
   std::vector<std::string> examples;
   std::function<void(const Context&)> run;
   Given<bool> json{false};
@@ -29,7 +31,6 @@ class HelpFormatter : public CLI::Formatter {
   HelpFormatter() {
     label("Positionals", "Arguments");
     label("SUBCOMMAND", "COMMAND");
-    label("Subcommands", "Commands");
     column_width(28);
   }
 
@@ -86,6 +87,14 @@ int end_with(int exit_code, const std::exception& error, const Context& context)
   return exit_code;
 }
 
+void require_needed(const Command::Node& node) {
+  for (const CLI::Option* const option : node.needed) {
+    if (option->count() == 0) {
+      throw CLI::RequiredError(option->get_name());
+    }
+  }
+}
+
 int run(const Command::Node& node) {
   const Context context(*node.json);
   try {
@@ -98,8 +107,22 @@ int run(const Command::Node& node) {
   }
 }
 
-int refuse(const std::string& mistake) {
-  std::fprintf(stderr, "ovkctl: %s\nSee \"ovkctl --help\".\n", mistake.c_str());
+/** The names above a command and a blank: "ovkctl stats ". */
+std::string names_above(const CLI::App& app) {
+  const CLI::App* const parent = app.get_parent();
+  return parent != nullptr ? names_above(*parent) + parent->get_name() + " " : std::string();
+}
+
+int refuse_without_action(const CLI::App& app) {
+  std::string above = names_above(app);
+  above.resize(above.empty() ? 0 : above.size() - 1);
+  std::fputs(app.help(above).c_str(), stderr);
+  return kWrongUsage;
+}
+
+int refuse(const Command::Node& node, const std::string& mistake) {
+  std::fprintf(stderr, "ovkctl: %s\nSee \"%s --help\".\n", mistake.c_str(),
+               (names_above(node.app) + node.app.get_name()).c_str());
   return kWrongUsage;
 }
 
@@ -123,7 +146,7 @@ void Context::print_next(const Report& report) const {
 }
 
 Command Command::subcommand(const std::string& name, const std::string& summary) const {
-  CLI::App* const app = node_->app.add_subcommand(name, summary);
+  CLI::App* const app = node_->app.add_subcommand(name, summary)->group("Commands");
   // What this command needs is not needed when the line goes on to one below it.
   for (CLI::Option* const option : node_->app.get_options()) {
     option->required(false);
@@ -138,7 +161,8 @@ void Command::example(const std::string& line) const {
 
 Given<bool> Command::flag(const std::string& names, const std::string& help) const {
   const Given<bool> given(false);
-  declare({names, {}, help, Kind::kFlag}, [given](const std::string&) { given.take() = true; });
+  node_->app.add_flag_callback(
+      names, [given] { given.take() = true; }, help);
   return given;
 }
 
@@ -164,10 +188,11 @@ void Command::declare(const Declaration& declaration, Take take) const {
   option->type_name(declaration.value_name);
   const bool needed = declaration.kind == Kind::kArgument || declaration.kind == Kind::kArguments;
   option->required(needed && node_->subcommands.empty());
+  if (needed) {
+    node_->needed.push_back(option);
+  }
   if (declaration.kind == Kind::kArguments) {
-    option->expected(1, CLI::detail::expected_max_vector_size);
-  } else if (declaration.kind == Kind::kFlag) {
-    option->type_size(0)->expected(0)->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
+    option->expected(1, CLI::detail::expected_max_vector_size)->allow_extra_args();
   }
 }
 
@@ -198,11 +223,13 @@ int run_command_line(int argc, const char* const* argv) {
   try {
     app.parse(argc, argv);
     const Command::Node& node = selected(root);
-    return node.run ? run(node) : refuse("Which command of \"" + node.app.get_name() + "\"?");
+    require_needed(node);
+    return node.run ? run(node) : refuse_without_action(node.app);
   } catch (const CLI::ParseError& error) {
-    return error.get_exit_code() == kSuccess ? app.exit(error) : refuse(error.what());
+    return error.get_exit_code() == kSuccess ? app.exit(error)
+                                             : refuse(selected(root), error.what());
   } catch (const UsageError& error) {
-    return refuse(error.what());
+    return refuse(selected(root), error.what());
   }
 }
 

@@ -166,7 +166,7 @@ class Command {
   void action(std::function<void(const Context&)> run) const;
 
  private:
-  enum class Kind { kArgument, kOptionalArgument, kArguments, kOption, kFlag };
+  enum class Kind { kArgument, kOptionalArgument, kArguments, kOption };
   struct Declaration {
     std::string names;
     std::string value_name;

@@ -58,8 +58,6 @@ std::string word_for(std::span<const Word> words, std::uint32_t code) {
   return word != words.end() ? word->text : "code " + std::to_string(code);
 }
 
-std::string gbit_text(std::uint32_t gbit) { return std::to_string(gbit) + " Gbit/s"; }
-
 /** The bit of an FC-4 type: words of four bytes, the most significant first. */
 bool has_fc4_type(std::span<const std::uint8_t> map, std::uint32_t type) {
   const std::size_t byte = type / 32 * 4 + (3 - type % 32 / 8);
@@ -80,6 +78,8 @@ std::optional<std::uint32_t> speed_gbit(std::uint32_t code) {
   return speed->gbit;
 }
 
+std::string gbit_text(std::uint32_t gbit) { return std::to_string(gbit) + " Gbit/s"; }
+
 std::string speed_text(std::uint32_t code) {
   if (const auto gbit = speed_gbit(code)) {
     return gbit_text(*gbit);
@@ -90,11 +90,11 @@ std::string speed_text(std::uint32_t code) {
   return code == kSpeedNotNegotiated ? "not negotiated" : "code " + hex_text(code, 0);
 }
 
-std::vector<std::string> speed_list(std::uint32_t mask) {
-  std::vector<std::string> speeds;
+std::vector<std::uint32_t> speed_list(std::uint32_t mask) {
+  std::vector<std::uint32_t> speeds;
   for (const SpeedBit& speed : kSpeeds) {
     if ((mask & speed.code) != 0) {
-      speeds.push_back(gbit_text(speed.gbit));
+      speeds.push_back(speed.gbit);
     }
   }
   return speeds;

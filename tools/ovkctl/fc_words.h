@@ -25,8 +25,11 @@ std::optional<std::uint32_t> speed_gbit(std::uint32_t code);
 /** A port speed, such as "16 Gbit/s". */
 std::string speed_text(std::uint32_t code);
 
-/** The speeds of a mask of supported speeds, slowest first. */
-std::vector<std::string> speed_list(std::uint32_t mask);
+/** A number of Gbit/s with its unit. */
+std::string gbit_text(std::uint32_t gbit);
+
+/** The Gbit/s of a mask of supported speeds, slowest first. */
+std::vector<std::uint32_t> speed_list(std::uint32_t mask);
 
 /** The classes of service of a mask, such as "class 3". */
 std::vector<std::string> service_class_list(std::uint32_t mask);

@@ -19,11 +19,13 @@ struct JsonOf {
   Json operator()(double number) const { return number; }
   Json operator()(const Cell::WideNumber& number) const { return number.digits; }
   Json operator()(const std::string& text) const { return text; }
-  Json operator()(Size size) const { return std::to_string(size.bytes); }
+  Json operator()(Size size) const { return size.bytes; }
+  Json operator()(LargeSize size) const { return std::to_string(size.bytes); }
   Json operator()(Speed speed) const {
     const auto gbit = speed_gbit(speed.code);
     return gbit ? Json(*gbit) : Json(nullptr);
   }
+  Json operator()(Speeds speeds) const { return speed_list(speeds.mask); }
   Json operator()(const List& list) const { return list; }
   /** The rest reads in JSON as it does in the text. */
   template <typename T>

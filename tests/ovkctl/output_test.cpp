@@ -1,0 +1,128 @@
+// What a report looks like as text and as JSON, and the words for codes and values.
+
+#include "errors.h"
+#include "fc_words.h"
+#include "report.h"
+#include "values.h"
+
+#include <array>
+#include <stdexcept>
+
+#include <gmock/gmock.h>
+
+namespace ovkctl {
+namespace {
+
+using testing::ElementsAre;
+
+Report sample() {
+  Report report;
+  report.field("counter", "Counter", std::uint64_t{18446744073709551615U})
+      .field("small", "Small", std::uint8_t{7})
+      .field("hidden", "", true);
+  Section& section = report.section("memory", "Memory");
+  section.field("length", "Length of it", Size{65536}).field("name", "Name", std::string());
+  Table& table = section.table("rows", "", {{"id", "ID"}, {"name", "NAME"}, {"extra", ""}},
+                               "There are no rows.");
+  table.row({1, "first", Cell()}).row({100, "é", LargeSize{1}});
+  report.element("records", "Record A").dump("raw", "", {0x41, 0x00});
+  report.element("records", "Record B").note("Nothing in it.");
+  report.section("", "").table("none", "", {{"id", "ID"}}, "There is none.");
+  return report;
+}
+
+TEST(ReportTest, TextIsAlignedAndHidesWhatHasNoLabel) {
+  EXPECT_EQ(render_text(sample()),
+            "Counter         18446744073709551615\n"
+            "Small           7\n"
+            "\n"
+            "Memory\n"
+            "  Length of it  64 KiB\n"
+            "  Name          -\n"
+            "\n"
+            "   ID  NAME\n"
+            "    1  first\n"
+            "  100  é\n"
+            "\n"
+            "Record A\n"
+            "  00000000  41 00                                             |A.|\n"
+            "\n"
+            "Record B\n"
+            "  Nothing in it.\n"
+            "\n"
+            "There is none.\n");
+}
+
+TEST(ReportTest, JsonHasEveryMemberAndLosesNoDigits) {
+  EXPECT_EQ(render_json(sample(), JsonForm::kOneLine),
+            R"({"version":1,"counter":"18446744073709551615","small":7,"hidden":true,)"
+            R"("memory":{"length":65536,"name":"","rows":[{"id":1,"name":"first","extra":null},)"
+            R"({"id":100,"name":"é","extra":"1"}]},"records":[{"raw":"4100"},{}],"none":[]})"
+            "\n");
+}
+
+TEST(ReportTest, BytesThatAreNoUtf8DoNotBreakTheJson) {
+  Report report;
+  report.field("text", "Text", "\xff");
+  EXPECT_EQ(render_json(report, JsonForm::kOneLine), "{\"version\":1,\"text\":\"\uFFFD\"}\n");
+}
+
+TEST(ReportTest, ARowThatDoesNotFitItsColumnsIsAMistakeOfItsAuthor) {
+  Table table("rows", "", {{"id", "ID"}}, "None.");
+  EXPECT_THROW(table.row({1, 2}), std::logic_error);
+}
+
+TEST(WordsTest, FcHbaCodesHaveWordsAndUnknownOnesKeepTheirNumber) {
+  EXPECT_EQ(port_type_text(8), "F_Port");
+  EXPECT_EQ(port_state_text(6), "link down");
+  EXPECT_EQ(port_state_text(99), "code 99");
+  EXPECT_EQ(speed_text(0x1000), "64 Gbit/s");
+  EXPECT_EQ(speed_text(0x8000), "not negotiated");
+  EXPECT_EQ(speed_text(3), "code 0x3");
+  EXPECT_THAT(speed_list(0x1000 | 0x4 | 0x8), ElementsAre(4, 10, 64));
+  EXPECT_THAT(service_class_list(0xc), ElementsAre("class 2", "class 3"));
+
+  std::array<std::uint8_t, 32> types{};
+  types[2] = 0x01;
+  types[6] = 0x01;
+  types[31] = 0x80;
+  EXPECT_THAT(fc4_type_list(types), ElementsAre("FCP", "NVMe", "type 0xe7"));
+}
+
+TEST(ValuesTest, FixedTextsEndAtTheirFieldAndStayPrintable) {
+  EXPECT_EQ(fixed_text(std::array{'a', 'b', 'c'}), "abc");
+  EXPECT_EQ(fixed_text(std::array{'a', ' ', '\0', 'c'}), "a");
+  EXPECT_EQ(fixed_text(std::array{'\x1b', 'b', '\xe9'}), "?b?");
+}
+
+TEST(ValuesTest, HexBytesMayBeSeparatedButNotHalved) {
+  HexBytes value;
+  parse_value("0a 0B:ff00", value);
+  EXPECT_THAT(value.bytes, ElementsAre(0x0a, 0x0b, 0xff, 0x00));
+  for (const char* wrong : {"0", "0a b", "0g", "0x01"}) {
+    EXPECT_THROW(parse_value(wrong, value), UsageError) << wrong;
+  }
+}
+
+TEST(ResultTest, ACallsOwnMeaningGoesBeforeTheSharedOne) {
+  static constexpr ResultText own[] = {{2, "the lock is held", "Wait."}};
+  const auto failure = [](std::uint32_t result) -> std::string {
+    try {
+      check_board(result, 3, "Opening it", own);
+    } catch (const OperationFailed& failed) {
+      EXPECT_EQ(failed.result(), result);
+      return failed.what();
+    }
+    return "none";
+  };
+  EXPECT_EQ(failure(0), "none");
+  EXPECT_EQ(failure(2), "Opening it of board 3 failed with result 2: the lock is held.");
+  EXPECT_EQ(failure(12),
+            "Opening it of board 3 failed with result 12: there is not enough memory.");
+  EXPECT_EQ(
+      failure(0x8009),
+      "Opening it of board 3 failed with result 0x8009: the driver gave a result of its own.");
+}
+
+}  // namespace
+}  // namespace ovkctl
