@@ -14,6 +14,10 @@ target_compile_options(ovk_options INTERFACE
 target_compile_options(ovk_options INTERFACE
   # Designated initialisers leave the rest zero on purpose.
   -Wno-missing-field-initializers)
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+  # A false alarm of g++ 12 about joining texts.
+  target_compile_options(ovk_options INTERFACE $<$<COMPILE_LANGUAGE:CXX>:-Wno-restrict>)
+endif()
 target_compile_definitions(ovk_options INTERFACE
   _GNU_SOURCE $<$<CONFIG:Release>:_FORTIFY_SOURCE=2>)
 target_link_options(ovk_options INTERFACE -Wl,-z,relro,-z,now,-z,noexecstack)
