@@ -157,9 +157,8 @@ std::array<std::uint8_t, 8> scsi_lun(std::uint64_t lun) {
 bool has_port(const Adapter& adapter, const Wwn& port_wwn) {
   const BoardTopology& board = adapter.topology();
   return port_wwn == board.port.port_wwn ||
-         (board.npiv &&
-          std::ranges::find(board.npiv->virtual_ports, port_wwn, &PortTopology::port_wwn) !=
-              board.npiv->virtual_ports.end());
+         (board.npiv && std::ranges::find(board.npiv->ports, port_wwn, &PortTopology::port_wwn) !=
+                            board.npiv->ports.end());
 }
 
 DriverStatus usable(const Adapter& adapter, const Request& request) {
