@@ -18,6 +18,7 @@ MailboxFunction MailboxTable::find(std::uint8_t command) const {
 MailboxTable all_mailboxes() {
   MailboxTable table;
   add_memory_mailboxes(table);
+  add_region_mailboxes(table);
   add_sli_config_mailboxes(table);
   return table;
 }

@@ -70,6 +70,7 @@ class MailboxTable {
 
 /** Each topic of the firmware enters its commands with a function of its own. */
 void add_memory_mailboxes(MailboxTable& table);
+void add_region_mailboxes(MailboxTable& table);
 void add_sli_config_mailboxes(MailboxTable& table);
 
 /** The table of all of them. */

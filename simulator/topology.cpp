@@ -177,6 +177,8 @@ BoardTopology read_board(const JsonValue& value) {
         members.at("event_queue_capacity").number<std::uint32_t>({}, usual_event_queue_capacity);
     board.timeline = read_timeline(members.at("timeline"), board);
     board.npiv = read_npiv(members.at("npiv"), board);
+    board.regions = read_regions(members.at("regions"));
+    board.fcfs = read_fcfs(members.at("fcfs"));
   });
   return board;
 }

@@ -142,6 +142,26 @@ struct NpivTopology {
   std::vector<PortTopology> ports;
 };
 
+/** A region of a board's non-volatile configuration. */
+struct RegionTopology {
+  std::uint32_t number = 0;
+  std::vector<std::byte> contents;  ///< until it is written; none: it is empty
+  bool locked = false;              ///< whether it refuses to be written
+};
+
+/** A Fibre Channel Forwarder that an FCoE board discovered. */
+struct FcfTopology {
+  std::uint16_t index = 0;  ///< its place in the adapter's table
+  Wwn fabric_name{};
+  Wwn switch_name{};
+  std::uint32_t priority = 0;
+  std::uint32_t max_receive_size = 0;  ///< bytes
+  std::uint32_t keep_alive = 0;        ///< milliseconds
+  std::vector<std::uint32_t> vlans;
+  bool available = true;
+  bool valid = true;  ///< false: an entry of the table that is not in use
+};
+
 /** One function of an adapter, which the driver numbers as a board. */
 struct BoardTopology {
   std::uint32_t driver_number = 0;
@@ -173,7 +193,15 @@ struct BoardTopology {
   std::uint32_t event_queue_capacity = 0;
   std::vector<Incident> timeline;
   std::optional<NpivTopology> npiv;
+
+  std::vector<RegionTopology> regions;
+  std::vector<FcfTopology> fcfs;
 };
+
+/** Whether a board is an FCoE function. */
+constexpr bool is_fcoe(const BoardTopology& board) {
+  return board.adapter_type == 0x704 || board.adapter_type == 0x714;
+}
 
 /** The driver that serves the boards. */
 struct DriverTopology {

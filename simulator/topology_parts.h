@@ -28,4 +28,10 @@ std::vector<Incident> read_timeline(const JsonValue& list, const BoardTopology& 
 /** The virtual ports of a board whose own port was read; nothing when there is no value. */
 std::optional<NpivTopology> read_npiv(const JsonValue& value, const BoardTopology& board);
 
+/** The regions of a board. */
+std::vector<RegionTopology> read_regions(const JsonValue& list);
+
+/** The FCFs that a board discovered. */
+std::vector<FcfTopology> read_fcfs(const JsonValue& list);
+
 }  // namespace ravnsim

@@ -9,6 +9,7 @@ HandlerTable all_handlers() {
   add_boards_handlers(table);
   add_driver_info_handlers(table);
   add_events_handlers(table);
+  add_fcf_handlers(table);
   add_fcp_priority_handlers(table);
   add_hardware_handlers(table);
   add_loopback_handlers(table);
@@ -19,6 +20,7 @@ HandlerTable all_handlers() {
   add_parameters_handlers(table);
   add_ras_log_handlers(table);
   add_raw_access_handlers(table);
+  add_regions_handlers(table);
   add_reset_handlers(table);
   add_rnid_handlers(table);
   add_statistics_handlers(table);
