@@ -215,7 +215,6 @@ struct BoardTopology {
   std::string firmware_version;
   std::uint32_t vendor_specific_id = 0;
   HardwareTopology hardware;
-
   FeatureTopology offers;
 
   PortTopology port;
