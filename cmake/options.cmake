@@ -14,13 +14,16 @@ target_compile_options(ovk_options INTERFACE
 target_compile_options(ovk_options INTERFACE
   # Designated initialisers leave the rest zero on purpose.
   -Wno-missing-field-initializers)
-if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
-  # A false alarm of g++ 12 about joining texts.
-  target_compile_options(ovk_options INTERFACE $<$<COMPILE_LANGUAGE:CXX>:-Wno-restrict>)
-endif()
 target_compile_definitions(ovk_options INTERFACE
   _GNU_SOURCE $<$<CONFIG:Release>:_FORTIFY_SOURCE=2>)
 target_link_options(ovk_options INTERFACE -Wl,-z,relro,-z,now,-z,noexecstack)
+
+# For what uses the C++ runtime: g++ 12 has a false alarm about joining its strings.
+add_library(ovk_cxx_options INTERFACE)
+target_link_libraries(ovk_cxx_options INTERFACE ovk_options)
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+  target_compile_options(ovk_cxx_options INTERFACE -Wno-restrict)
+endif()
 
 if(OVK_WERROR)
   target_compile_options(ovk_options INTERFACE -Werror)

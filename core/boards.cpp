@@ -40,8 +40,11 @@ struct [[gnu::packed]] DiscoveryRecord {
 
 static_assert(sizeof(DiscoveryRecord) == 81);
 static_assert(offsetof(DiscoveryRecord, half12) == 12);
+static_assert(offsetof(DiscoveryRecord, word16) == 16);
 static_assert(offsetof(DiscoveryRecord, readiness) == 20);
+static_assert(offsetof(DiscoveryRecord, word24) == 24);
 static_assert(offsetof(DiscoveryRecord, words28) == 28);
+static_assert(offsetof(DiscoveryRecord, word76) == 76);
 static_assert(offsetof(DiscoveryRecord, byte80) == 80);
 
 /** Whether the device word is that of a function which is not Fibre Channel. */

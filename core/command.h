@@ -23,7 +23,7 @@ extern "C" {
  * The driver's number of a board.
  *
  * @param board  library board index
- * @return the driver board number; -1, as a 32-bit value, where no board is mapped
+ * @return its entry of ovk_brdno; -1, as a 32-bit value, for an index beyond that table
  */
 OVK_API uint32_t getDrvBrdNum(uint32_t board);
 }
@@ -49,7 +49,11 @@ struct CommandBlock {
 
 static_assert(sizeof(CommandBlock) == 48);
 static_assert(offsetof(CommandBlock, index) == 4);
+static_assert(offsetof(CommandBlock, request_size) == 8);
+static_assert(offsetof(CommandBlock, reply_size) == 12);
 static_assert(offsetof(CommandBlock, value) == 16);
+static_assert(offsetof(CommandBlock, code) == 20);
+static_assert(offsetof(CommandBlock, selector) == 24);
 static_assert(offsetof(CommandBlock, option) == 28);
 static_assert(offsetof(CommandBlock, status) == 44);
 

@@ -38,8 +38,10 @@ struct DriverInfoRecord {
 
 static_assert(sizeof(DriverInfoRecord) == 120);
 static_assert(offsetof(DriverInfoRecord, word64) == 64);
+static_assert(offsetof(DriverInfoRecord, word68) == 68);
 static_assert(offsetof(DriverInfoRecord, sli_mode) == 96);
 static_assert(offsetof(DriverInfoRecord, features) == 104);
+static_assert(offsetof(DriverInfoRecord, word108) == 108);
 static_assert(offsetof(DriverInfoRecord, adapter_type) == 112);
 
 void fill(DrvInfo& info, const DriverInfoRecord& driver, const AdapterAttributes& adapter,

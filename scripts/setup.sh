@@ -12,6 +12,8 @@ packages=(
   libcli11-dev
   ninja-build
   nlohmann-json3-dev
+  pciutils
+  sg3-utils
 )
 if [[ ${1:-} == --checks ]]; then
   packages+=(clang clang-format)

@@ -12,10 +12,11 @@ void Timeline::advance(Clock::time_point now) {
   if (pending_.empty()) {
     return;
   }
-  const auto later = std::ranges::stable_partition(
-      pending_, [&](const Incident& incident) { return is_due(incident, now); });
-  const std::vector<Incident> due{pending_.begin(), later.begin()};
-  pending_.erase(pending_.begin(), later.begin());
+  const auto later =
+      std::stable_partition(pending_.begin(), pending_.end(),
+                            [&](const Incident& incident) { return is_due(incident, now); });
+  const std::vector<Incident> due{pending_.begin(), later};
+  pending_.erase(pending_.begin(), later);
   for (const Incident& incident : due) {
     happen(incident);
   }

@@ -1,10 +1,10 @@
 #include "simulator/topology.h"
 
 #include "simulator/json_reader.h"
+#include "simulator/port_speed.h"
 #include "simulator/topology_parts.h"
 
 #include <algorithm>
-#include <map>
 
 namespace ravnsim {
 
@@ -55,14 +55,11 @@ PortState read_port_state(const JsonValue& value) {
 
 /** The FC-HBA bit of a speed in Gbit/s. */
 std::uint32_t read_speed(const JsonValue& value) {
-  static const std::map<std::uint32_t, std::uint32_t> bits{{0, 0x0},   {1, 0x1},   {2, 0x2},
-                                                           {10, 0x4},  {4, 0x8},   {8, 0x10},
-                                                           {16, 0x20}, {32, 0x40}, {64, 0x1000}};
-  const auto found = bits.find(value.number<std::uint32_t>());
-  if (found == bits.end()) {
+  const auto bit = speed_bit(value.number<std::uint32_t>());
+  if (!bit) {
     value.refuse("speeds in Gbit/s are 1, 2, 4, 8, 10, 16, 32 and 64, and 0 for unknown");
   }
-  return found->second;
+  return *bit;
 }
 
 std::uint32_t read_speeds(const JsonValue& list) {
@@ -118,6 +115,7 @@ PortTopology read_port(const JsonValue& value, std::uint32_t unit_type) {
     port.max_frame_size = members.at("max_frame_size").number(frame_sizes, 2048U);
     port.fabric_name = members.at("fabric_name").wwn(Wwn{});
     port.rnid = read_rnid(members.at("rnid"), unit_type);
+    port.luns = read_luns(members.at("luns"));
   });
   return port;
 }
@@ -172,6 +170,7 @@ BoardTopology read_board(const JsonValue& value) {
       refuse_known_port(board, port, place);
       board.discovered_ports.push_back(port);
     }
+    board.bindings = read_bindings(members.at("bindings"));
     board.statistics = read_statistics(members.at("statistics"));
     board.event_queue_capacity =
         members.at("event_queue_capacity").number<std::uint32_t>({}, usual_event_queue_capacity);

@@ -61,6 +61,35 @@ enum class PortState : std::uint32_t {
 /** The bit map of FC-4 types as FC-GS orders it. */
 using Fc4Types = std::array<std::uint8_t, 32>;
 
+/** The bytes of a logical unit's block. */
+inline constexpr std::uint32_t block_size = 512;
+
+/** Peripheral device types (SPC). */
+enum class DeviceType : std::uint8_t { disk = 0x00, tape = 0x01 };
+
+/** A logical unit of a SCSI target. */
+struct LunTopology {
+  std::uint32_t number = 0;
+  DeviceType type = DeviceType::disk;
+  std::string vendor;
+  std::string product;
+  std::string revision;
+  std::string serial_number;      ///< tells units apart: two with the same are paths to one
+  std::vector<std::uint8_t> naa;  ///< 8 or 16 bytes, or none
+  std::optional<Wwn> eui64;
+  std::uint32_t blocks = 0;
+  std::string file;  ///< where the blocks are; empty: in memory
+  bool read_only = false;
+  std::string os_device_name;
+};
+
+/** A persistent binding of a target port to the host's SCSI addresses. */
+struct BindingTopology {
+  Wwn port_wwn{};
+  std::uint32_t bus = 0;
+  std::uint32_t target = 0;
+};
+
 /** What a port tells of itself when it is asked with an RNID. */
 struct RnidTopology {
   bool answers = true;
@@ -89,6 +118,7 @@ struct PortTopology {
   std::uint32_t speed = 0;             ///< one FC-HBA speed bit, or 0
   std::uint32_t max_frame_size = 0;    ///< bytes
   Wwn fabric_name{};
+  std::vector<LunTopology> luns;  ///< by rising number
   RnidTopology rnid;
 };
 
@@ -185,11 +215,11 @@ struct BoardTopology {
   std::string firmware_version;
   std::uint32_t vendor_specific_id = 0;
   HardwareTopology hardware;
-
   FeatureTopology offers;
 
   PortTopology port;
   std::vector<PortTopology> discovered_ports;
+  std::vector<BindingTopology> bindings;
   std::array<CounterTopology, counter_count> statistics{};
   std::uint32_t event_queue_capacity = 0;
   std::vector<Incident> timeline;

@@ -19,6 +19,12 @@ PortTopology read_port(const JsonValue& value, std::uint32_t unit_type);
 /** What a port answers to an RNID. */
 RnidTopology read_rnid(const JsonValue& value, std::uint32_t unit_type);
 
+/** The logical units of a port, by rising number. */
+std::vector<LunTopology> read_luns(const JsonValue& list);
+
+/** The persistent bindings of a board. */
+std::vector<BindingTopology> read_bindings(const JsonValue& list);
+
 /** The counters of a board. */
 std::array<CounterTopology, counter_count> read_statistics(const JsonValue& value);
 

@@ -22,6 +22,15 @@ enum OvkAuthResult {
   OVK_AUTH_NO_MEMORY = 0x800A      /**< OVK_DeleteAuthConfigV2: no memory; nothing was sent */
 };
 
+/** Statuses of the driver that the calls hand out as they are. Any other is a failure, too. */
+enum OvkAuthStatus {
+  OVK_AUTH_STATUS_NOT_FOUND = 0x0BAD0003,     /**< no such entry or port */
+  OVK_AUTH_STATUS_NO_ROOM = 0x0BAD0006,       /**< the driver has no memory for another entry */
+  OVK_AUTH_STATUS_NOT_OFFERED = 0x0BAD0020,   /**< not by this driver or adapter */
+  OVK_AUTH_STATUS_NOT_PERMITTED = 0x0BAD0021, /**< not with these values */
+  OVK_AUTH_STATUS_DISABLED = 0x0BAD0030       /**< switched off */
+};
+
 /** The authentication configuration of a pair of ports. The layout is the driver's. */
 typedef struct AuthConfig {
   uint8_t bytes[780];

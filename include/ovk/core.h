@@ -52,7 +52,9 @@ enum OvkLogLevel {
 
 /* ---- Globals: the board tables, indexed by the library board index -------------------------- */
 
-/** The driver's number of each board; 0 before the first initialisation, -1 where none is mapped.
+/**
+ * The driver's number of each board: 0 before the first initialisation, -1 where OVK_InitDiagEnv
+ * mapped none.
  */
 extern OVK_API int32_t ovk_brdno[OVK_MAX_BOARDS];
 
@@ -122,7 +124,7 @@ OVK_ASSERT_OFFSET(LegacyBoardEntry, words28, 56);
  * Reads the log configuration, opens the management channel and finds the Fibre Channel boards.
  *
  * Takes one reference on the channel, to be dropped with OVK_FreeDiagEnv. Each initialisation
- * numbers the boards anew and clears the per-board tables.
+ * numbers the boards anew and clears ovk_refresh_timer and ovk_rststatistics.
  *
  * @param boards    receives one entry a board; may be null when capacity is 0
  * @param capacity  entries that boards holds; boards beyond it are counted and can be used, but
@@ -133,7 +135,7 @@ OVK_API uint32_t OVK_InitDiagEnv(DiagBoardEntry* boards, uint32_t capacity);
 
 /**
  * The older form of OVK_InitDiagEnv. It has no capacity, and indices beyond the new board count
- * keep the mapping of an earlier initialisation.
+ * keep the mapping that they had: driver board 0 when there was no initialisation before.
  *
  * @param boards  room for OVK_MAX_BOARDS LegacyBoardEntry records
  * @return the number of boards found; 0 also when the channel could not be opened
@@ -228,7 +230,7 @@ typedef struct DrvInfo {
   uint32_t port_fc_id;    /**< FC address of the board's port */
   Wwn port_wwn;
   Wwn node_wwn;
-  char host_name[32];   /**< not terminated when it is longer */
+  char host_name[32];   /**< not terminated when it is 32 bytes or longer */
   uint32_t reserved132; /**< 0 */
   uint32_t sli_mode;    /**< OVK_SLI4 and above: SLI-4 */
   uint32_t features;    /**< OvkFeature bits and others of the driver's */

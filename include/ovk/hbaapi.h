@@ -1,7 +1,7 @@
 /**
  * @file
- * Adapter and port attributes in the record shapes of the SNIA HBA API (FC-HBA), by library board
- * index instead of an HBA API handle.
+ * Attributes, statistics, events, RNID, target mapping and SCSI commands in the record shapes of
+ * the SNIA HBA API (FC-HBA), by library board index instead of an HBA API handle.
  *
  * To walk the ports that a board discovered: RefreshInformation, then GetAdapterPortAttributes for
  * their number, then GetDiscoveredPortAttributes for each index. OVK_STALE_DATA means that the

@@ -56,7 +56,7 @@ enum OvkResult {
   OVK_ILLEGAL_INDEX = 6, /**< nothing stands at this index */
   OVK_MORE_DATA = 7,     /**< the caller's buffer is too small; a count says what is needed */
   OVK_STALE_DATA = 8,    /**< the fabric snapshot moved: RefreshInformation, then start over */
-  OVK_NO_MEMORY = 12     /**< a work buffer could not be allocated; nothing was sent */
+  OVK_NO_MEMORY = 12     /**< a work buffer could not be allocated */
 };
 
 /** A world-wide name (FC-FS): 8 bytes in wire order, most significant first. */

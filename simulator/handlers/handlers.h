@@ -14,9 +14,11 @@ void add_auth_handlers(HandlerTable& table);
 void add_boards_handlers(HandlerTable& table);
 void add_driver_info_handlers(HandlerTable& table);
 void add_events_handlers(HandlerTable& table);
+void add_fabric_handlers(HandlerTable& table);
 void add_fcf_handlers(HandlerTable& table);
 void add_fcp_priority_handlers(HandlerTable& table);
 void add_hardware_handlers(HandlerTable& table);
+void add_link_handlers(HandlerTable& table);
 void add_loopback_handlers(HandlerTable& table);
 void add_mailbox_handlers(HandlerTable& table);
 void add_module_handlers(HandlerTable& table);
@@ -28,7 +30,9 @@ void add_raw_access_handlers(HandlerTable& table);
 void add_regions_handlers(HandlerTable& table);
 void add_reset_handlers(HandlerTable& table);
 void add_rnid_handlers(HandlerTable& table);
+void add_scsi_handlers(HandlerTable& table);
 void add_statistics_handlers(HandlerTable& table);
+void add_target_mapping_handlers(HandlerTable& table);
 void add_vmid_handlers(HandlerTable& table);
 
 /** The table of all of them. */

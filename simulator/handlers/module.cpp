@@ -1,4 +1,5 @@
 #include "simulator/adapter.h"
+#include "simulator/event_queue.h"
 #include "simulator/handlers/handlers.h"
 #include "simulator/host.h"
 #include "simulator/report.h"
@@ -113,10 +114,22 @@ DriverStatus give_signature(Host& /*host*/, Request& request) {
   return DriverStatus::success;
 }
 
+/** Raises an event as if it had happened at the port: its code, and what it carries. */
+DriverStatus raise_test_event(Adapter& adapter, Request& request) {
+  const CommandBlock& block = request.block();
+  const EventCode code{block.selector};
+  if (code < EventCode::lip || code > EventCode::rscn) {
+    return DriverStatus::not_found;
+  }
+  adapter.state<EventQueue>().push(code, block.value);
+  return DriverStatus::success;
+}
+
 }  // namespace
 
 void add_module_handlers(HandlerTable& table) {
   table.on(DriverCommand::call_ver, give_signature, {"revision"});
+  table.on(DriverCommand::event_test, raise_test_event);
   table.on(DriverCommand::log_msg, log_message);
   table.on(DriverCommand::mod_info, describe_module);
 }

@@ -153,6 +153,14 @@ std::array<std::uint8_t, 8> scsi_lun(std::uint64_t lun) {
   return bytes;
 }
 
+/** Whether the board has a port of that name, its own or a virtual one. */
+bool has_port(const Adapter& adapter, const Wwn& port_wwn) {
+  const BoardTopology& board = adapter.topology();
+  return port_wwn == board.port.port_wwn ||
+         (board.npiv && std::ranges::find(board.npiv->ports, port_wwn, &PortTopology::port_wwn) !=
+                            board.npiv->ports.end());
+}
+
 DriverStatus usable(const Adapter& adapter, const Request& request) {
   const auto& oas = adapter.topology().offers.oas;
   if (!oas || request.block().selector != static_cast<std::uint32_t>(request.command())) {
@@ -175,7 +183,7 @@ DriverStatus set_rule(Adapter& adapter, Request& request) {
   }
   const OasTopology& oas = *adapter.topology().offers.oas;
   const auto rule = parse_rule(text_of(request.input_bytes(1)), oas.version);
-  if (!rule || rule->local_port != adapter.topology().port.port_wwn) {
+  if (!rule || !has_port(adapter, rule->local_port)) {
     return DriverStatus::oas_bad_rule;
   }
   auto& state = adapter.state<OasState>();
@@ -195,14 +203,14 @@ DriverStatus list_rules(Adapter& adapter, Request& request) {
   }
   const auto& local_port = request.input<Wwn>(1);
   const auto& target_port = request.input<Wwn>(2);
-  if (local_port != adapter.topology().port.port_wwn) {
+  if (!has_port(adapter, local_port)) {
     return DriverStatus::oas_no_such_port;
   }
   const bool logged_in = adapter.state<PortList>().find(target_port) != nullptr;
   auto& list = request.output<List>(3);
   std::uint32_t count = 0;
   for (const Rule& rule : adapter.state<OasState>().rules()) {
-    if (rule.target_port != target_port) {
+    if (rule.local_port != local_port || rule.target_port != target_port) {
       continue;
     }
     if (count < list.entries.size()) {

@@ -178,6 +178,16 @@ TEST_F(BoardStateTest, ModeTwoWaitsInSecondsWhileTheDriverReportsStateTwo) {
   EXPECT_EQ(ovk_state[0], 2);
 }
 
+TEST_F(BoardStateTest, EveryQueryOfTheWaitIsLoggedLikeTheFinalCommand) {
+  expect_sub_command(16, 1);
+  expect_sub_command(18, 2);
+  log_at(OVK_LOG_CALL | OVK_LOG_SUCCESS);
+  SetBrdEnv(0, 2);
+  const LogLine call{"SetBrdEnv", "call: RAVN_MGMT_SETDIAG id"};
+  const LogLine success{"SetBrdEnv", "cmd ok:             RAVN_MGMT_SETDIAG brd[0] id"};
+  EXPECT_THAT(log_lines(), testing::ElementsAre(call, success, call, success));
+}
+
 TEST_F(BoardStateTest, ModeTwoLeavesABoardAloneThatIsKnownToBeThere) {
   ovk_state[0] = 2;
   expect_sub_command(16, 2);

@@ -143,8 +143,14 @@ TEST_F(DriverInfoTest, AdapterTypeQueryGivesNoSizeAndPassesTheDriversRefusalOn) 
   channel.expect("RAVN_MGMT_GET_RAVNOVK_INFO", board0).status(0x0BAD0021);
   EXPECT_EQ(get_hba_type(0, &type), 0x0BAD0021U);
   EXPECT_EQ(type, 0U);
+  log_at(OVK_LOG_CALL | OVK_LOG_ERROR);
   channel.expect("RAVN_MGMT_GET_RAVNOVK_INFO", board0).status(0x0BAD0021).delivery_error(5);
   EXPECT_EQ(get_hba_type(0, &type), 1U);
+  EXPECT_THAT(log_lines(),
+              testing::ElementsAre(
+                  LogLine{"get_hba_type", "call: RAVN_MGMT_GET_RAVNOVK_INFO id"},
+                  LogLine{"get_hba_type",
+                          "cmd err:   RAVN_MGMT_GET_RAVNOVK_INFO brd[0] stat[x5:xbad0021] id"}));
 }
 
 }  // namespace

@@ -14,6 +14,8 @@ namespace {
 
 class LifecycleTest : public LibraryTest {
  protected:
+  LifecycleTest() { ravn_mgmt_handle = nullptr; }
+
   /** What an initialisation on a host without boards sends. */
   void expect_no_boards() {
     for (std::uint32_t number = 0; number < OVK_MAX_BOARDS; ++number) {

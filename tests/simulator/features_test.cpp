@@ -174,14 +174,26 @@ TEST_F(OasTest, ASetRuleIsListedAndAClearedOneIsNot) {
   EXPECT_EQ(set(channel, lun5, 2), DriverStatus::not_found);
   EXPECT_EQ(list(channel), DriverStatus::success);
   EXPECT_EQ(count, 1U);
-  EXPECT_EQ(list(channel, 2, 9), DriverStatus::oas_no_such_port);
+  EXPECT_EQ(list(channel, 2, 8), DriverStatus::oas_no_such_port);
+}
+
+TEST_F(OasTest, AVirtualPortHasRulesOfItsOwn) {
+  offer(R"("oas": {}, "npiv": {"virtual_ports": [
+      {"node_wwn": "2000000000000009", "port_wwn": "1000000000000009", "fc_id": 9}]})");
+  const Channel channel{declared()};
+  EXPECT_EQ(set(channel,
+                "0010000000000000091000000000000002"
+                "0000000000000005"),
+            DriverStatus::success);
+  EXPECT_EQ(list(channel, 2, 9), DriverStatus::success);
+  EXPECT_EQ(list(channel, 2, 1), DriverStatus::oas_no_lun);
 }
 
 TEST_F(OasTest, RulesThatTheDriverCannotReadAreRefused) {
   offer(R"("oas": {})");
   const Channel channel{declared()};
   const std::string lun = "0000000000000005";
-  const std::string other_port = "10000000000000091000000000000002";
+  const std::string other_port = "10000000000000081000000000000002";
   for (const std::string& rule :
        {std::string{}, "00" + std::string{ports}, "02" + std::string{ports} + lun,
         "01" + std::string{ports} + lun, "01" + std::string{ports} + lun + "80",

@@ -75,7 +75,7 @@ LibraryTest::LibraryTest() {
   std::memset(ovk_refresh_timer, 0, sizeof ovk_refresh_timer);
   std::memset(ovk_rststatistics, 0, sizeof ovk_rststatistics);
   refcnt = 0;
-  ravn_mgmt_handle = nullptr;
+  ravn_mgmt_handle = channel.handle();
   LogLevel = 0;
   fLogger = nullptr;
 }

@@ -3,6 +3,8 @@
 #include "platform/vmkmgmt.h"
 #include "tests/support/allocation.h"
 
+#include <ovk/core.h>
+
 #include <algorithm>
 #include <cstdarg>
 #include <cstdlib>
@@ -137,6 +139,11 @@ void ScriptedChannel::verify() const {
 
 ScriptedChannel* ScriptedChannel::current() { return current_channel; }
 
+vmk_MgmtChannel* ScriptedChannel::handle() {
+  void* opaque = this;
+  return static_cast<vmk_MgmtChannel*>(opaque);
+}
+
 Exchange& ScriptedChannel::expect(std::string_view name, std::uint32_t driver_board) {
   const Callback* callback = find_callback(name);
   if (callback == nullptr) {
@@ -178,20 +185,20 @@ int vmk_MgmtUserInit(const vmk_MgmtSignature* signature, uint32_t reserved0, uin
                      vmk_MgmtChannel** channel) {
   const AllocationsUncounted uncounted;
   ScriptedChannel* scripted = ScriptedChannel::current();
-  EXPECT_EQ(signature->callback_count, ovk::catalogue.size());
+  EXPECT_EQ(signature, &ravn_mgmt_signature);
   EXPECT_EQ(reserved0, 0U);
   EXPECT_EQ(reserved1, 0U);
   ++scripted->opened;
   if (scripted->open_result == 0) {
-    void* opaque = scripted;
-    *channel = static_cast<vmk_MgmtChannel*>(opaque);
+    *channel = scripted->handle();
   }
   return scripted->open_result;
 }
 
-int vmk_MgmtUserCallbackInvokeInt(vmk_MgmtChannel* /*channel*/, uint64_t instance,
-                                  uint64_t callback, uint32_t parameter_count, ...) {
+int vmk_MgmtUserCallbackInvokeInt(vmk_MgmtChannel* channel, uint64_t instance, uint64_t callback,
+                                  uint32_t parameter_count, ...) {
   const AllocationsUncounted uncounted;
+  EXPECT_EQ(channel, ScriptedChannel::current()->handle());
   EXPECT_EQ(instance, 0U);
   std::vector<std::uint8_t*> parameters;
   va_list arguments;
@@ -203,4 +210,7 @@ int vmk_MgmtUserCallbackInvokeInt(vmk_MgmtChannel* /*channel*/, uint64_t instanc
   return ScriptedChannel::current()->invoke(callback, parameter_count, parameters);
 }
 
-void vmk_MgmtUserDestroy(vmk_MgmtChannel* /*channel*/) { ++ScriptedChannel::current()->closed; }
+void vmk_MgmtUserDestroy(vmk_MgmtChannel* channel) {
+  EXPECT_EQ(channel, ScriptedChannel::current()->handle());
+  ++ScriptedChannel::current()->closed;
+}

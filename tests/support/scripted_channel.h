@@ -113,6 +113,7 @@ class ScriptedChannel {
 
   /** The channel side; called by the three channel functions. */
   static ScriptedChannel* current();
+  vmk_MgmtChannel* handle();
   int invoke(std::uint64_t id, std::uint32_t parameter_count,
              const std::vector<std::uint8_t*>& parameters);
 

@@ -6,6 +6,8 @@
 #ifndef OVKCTL_DRIVER_RECORDS_H
 #define OVKCTL_DRIVER_RECORDS_H
 
+#include "record_cast.h"
+
 #include <ovk/auth.h>
 #include <ovk/features.h>
 #include <ovk/types.h>
@@ -13,8 +15,6 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
-#include <type_traits>
 
 namespace ovkctl {
 
@@ -115,16 +115,6 @@ struct AuthStatusRecord {
 
 static_assert(sizeof(AuthStatusRecord) == sizeof(AuthStatus));
 static_assert(offsetof(AuthStatusRecord, reason) == 20);
-
-/** The same bytes as another record of the same size. */
-template <typename To, typename From>
-To record_cast(const From& from) {
-  static_assert(sizeof(To) == sizeof(From));
-  static_assert(std::is_trivially_copyable_v<To> && std::is_trivially_copyable_v<From>);
-  To to;
-  std::memcpy(&to, &from, sizeof to);
-  return to;
-}
 
 }  // namespace ovkctl
 

@@ -35,8 +35,9 @@ Table& Section::table(std::string key, std::string label, std::vector<Column> co
   return std::get<Table>(parts_.back());
 }
 
-Section& Section::dump(std::string key, std::string label, std::vector<std::uint8_t> bytes) {
-  parts_.emplace_back(Dump{std::move(key), std::move(label), std::move(bytes)});
+Section& Section::dump(std::string key, std::string label, std::vector<std::uint8_t> bytes,
+                       std::uint64_t first_offset) {
+  parts_.emplace_back(Dump{std::move(key), std::move(label), std::move(bytes), first_offset});
   return *this;
 }
 

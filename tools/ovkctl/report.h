@@ -59,6 +59,7 @@ struct Dump {
   std::string key;
   std::string label;
   std::vector<std::uint8_t> bytes;
+  std::uint64_t first_offset = 0;  ///< what the text counts from
 };
 
 /** A sentence for people; not in JSON. */
@@ -83,7 +84,8 @@ class Section {
                std::string when_empty);
 
   /** Adds raw bytes. */
-  Section& dump(std::string key, std::string label, std::vector<std::uint8_t> bytes);
+  Section& dump(std::string key, std::string label, std::vector<std::uint8_t> bytes,
+                std::uint64_t first_offset = 0);
 
   /** Adds a sentence for people. */
   Section& note(std::string text);

@@ -139,7 +139,7 @@ class PartWriter {
     if (!dump.label.empty()) {
       writer_.line(dump.label);
     }
-    writer_.lines(hexdump(dump.bytes));
+    writer_.lines(hexdump(dump.bytes, dump.first_offset));
   }
 
   void operator()(const Note& note) {

@@ -43,7 +43,7 @@ std::vector<std::uint8_t> parse_bytes(std::string_view text, std::string_view se
   return bytes;
 }
 
-std::string dump_line(std::size_t offset, std::span<const std::uint8_t> bytes) {
+std::string dump_line(std::uint64_t offset, std::span<const std::uint8_t> bytes) {
   std::string line = hex_text(offset, 8).substr(2) + " ";
   std::string ascii;
   for (const std::uint8_t byte : bytes) {
@@ -127,11 +127,11 @@ std::string fixed_text(std::span<const char> field) {
   return text;
 }
 
-std::string hexdump(std::span<const std::uint8_t> bytes) {
+std::string hexdump(std::span<const std::uint8_t> bytes, std::uint64_t first_offset) {
   std::string text;
   for (std::size_t offset = 0; offset < bytes.size(); offset += kDumpLineBytes) {
-    text +=
-        dump_line(offset, bytes.subspan(offset, std::min(kDumpLineBytes, bytes.size() - offset)));
+    text += dump_line(first_offset + offset,
+                      bytes.subspan(offset, std::min(kDumpLineBytes, bytes.size() - offset)));
   }
   return text;
 }

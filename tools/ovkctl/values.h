@@ -64,7 +64,7 @@ std::string hex_text(std::uint64_t value, int digits);
 std::string fixed_text(std::span<const char> field);
 
 /** Lines of offset, hex and ASCII, each with a line end. */
-std::string hexdump(std::span<const std::uint8_t> bytes);
+std::string hexdump(std::span<const std::uint8_t> bytes, std::uint64_t first_offset = 0);
 
 }  // namespace ovkctl
 

@@ -38,7 +38,12 @@ constexpr ResultText kOasResults[] = {
 constexpr ResultText kRemoveResults[] = {
     {OVK_FAILED, "the command was not delivered or the driver has no such rule",
      "See with \"ovkctl oas list\" which rules there are."},
+    {OVK_OAS_NOT_SUPPORTED, "the driver does not offer optimized access",
+     "See with \"ovkctl show\" which adapter and driver this is."},
+    {OVK_OAS_DISABLED, "optimized access is switched off on the adapter", kSwitchedOff},
 };
+
+constexpr const char* kAdding = "Adding the optimized-access rule";
 
 /** The arguments that all commands have: which board, and between which ports. */
 struct Ports {
@@ -104,23 +109,26 @@ Report list_report(std::uint32_t board, const Wwn& local, const Wwn& target) {
   return report;
 }
 
-void set_rule(std::uint32_t board, const Wwn& local, const Wwn& target, std::uint64_t lun,
-              OvkOasOperation operation) {
-  const bool adds = operation == OVK_OAS_SET;
-  const std::uint32_t result =
-      OVK_SetOASLun(board, &local, &target, static_cast<std::uint32_t>(lun),
-                    static_cast<std::uint32_t>(lun >> 32), 0, static_cast<std::uint8_t>(operation));
-  check_board(result, board, adds ? "Adding the rule" : "Removing the rule",
-              !adds && result == OVK_FAILED ? std::span<const ResultText>(kRemoveResults)
-                                            : std::span<const ResultText>(kOasResults));
+std::uint32_t send_rule(std::uint32_t board, const Wwn& local, const Wwn& target, std::uint64_t lun,
+                        OvkOasOperation operation) {
+  return OVK_SetOASLun(board, &local, &target, static_cast<std::uint32_t>(lun),
+                       static_cast<std::uint32_t>(lun >> 32), 0,
+                       static_cast<std::uint8_t>(operation));
+}
+
+void remove_rule(std::uint32_t board, const Wwn& local, const Wwn& target, std::uint64_t lun) {
+  const std::uint32_t result = send_rule(board, local, target, lun, OVK_OAS_CLEAR);
+  // Whether the target is logged in does not matter to a rule that is gone.
+  if (result != OVK_OAS_NODES_UNKNOWN && result != OVK_OAS_TARGET_UNKNOWN) {
+    check_board(result, board, "Removing the optimized-access rule", kRemoveResults);
+  }
 }
 
 void set_rule_with_priority(std::uint32_t board, const Wwn& local, const Wwn& target,
                             std::uint64_t lun, std::uint32_t priority) {
   const OasRule rule{
       .operation = OVK_OAS_SET, .priority = static_cast<std::uint8_t>(priority), .lun = lun};
-  check_board(OVK_SetOASLunV2(board, &local, &target, 0, &rule), board, "Adding the rule",
-              kOasResults);
+  check_board(OVK_SetOASLunV2(board, &local, &target, 0, &rule), board, kAdding, kOasResults);
 }
 
 void add_list(const Command& oas) {
@@ -151,7 +159,8 @@ void add_add(const Command& oas) {
     if (priority.present()) {
       set_rule_with_priority(index, local, *ports.target, *lun, *priority);
     } else {
-      set_rule(index, local, *ports.target, *lun, OVK_OAS_SET);
+      check_board(send_rule(index, local, *ports.target, *lun, OVK_OAS_SET), index, kAdding,
+                  kOasResults);
     }
     context.print(list_report(index, local, *ports.target));
   });
@@ -166,7 +175,7 @@ void add_remove(const Command& oas) {
     const Session session;
     const std::uint32_t index = session.board(*ports.board);
     const Wwn local = ports.local_of(index);
-    set_rule(index, local, *ports.target, *lun, OVK_OAS_CLEAR);
+    remove_rule(index, local, *ports.target, *lun);
     context.print(list_report(index, local, *ports.target));
   });
 }

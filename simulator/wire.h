@@ -1,0 +1,57 @@
+/**
+ * @file
+ * Bytes as they stand on the wire: big-endian.
+ */
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <string_view>
+#include <vector>
+
+namespace ravnsim {
+
+using ByteVector = std::vector<std::uint8_t>;
+
+/** A number of `size` bytes; the bytes must be there. */
+inline std::uint32_t get_number(std::span<const std::uint8_t> bytes, std::size_t offset,
+                                std::size_t size) {
+  std::uint32_t number = 0;
+  for (const std::uint8_t byte : bytes.subspan(offset, size)) {
+    number = number << 8 | byte;
+  }
+  return number;
+}
+
+/** Appends a number of `size` bytes. */
+inline void put_number(ByteVector& bytes, std::uint32_t number, std::size_t size) {
+  for (std::size_t i = size; i-- > 0;) {
+    bytes.push_back(static_cast<std::uint8_t>(number >> 8 * i));
+  }
+}
+
+/** Appends bytes. */
+inline void put_bytes(ByteVector& bytes, std::span<const std::uint8_t> more) {
+  bytes.insert(bytes.end(), more.begin(), more.end());
+}
+
+/** Appends zeros. */
+inline void put_zeros(ByteVector& bytes, std::size_t count) { bytes.resize(bytes.size() + count); }
+
+/** Appends a text in a field of `size` bytes, cut off or filled up. */
+inline void put_text(ByteVector& bytes, std::string_view text, std::size_t size, char fill) {
+  for (std::size_t i = 0; i < size; ++i) {
+    bytes.push_back(static_cast<std::uint8_t>(i < text.size() ? text[i] : fill));
+  }
+}
+
+/** A parameter of a command as such bytes. */
+inline std::span<const std::uint8_t> wire_bytes(std::span<const std::byte> bytes) {
+  return {reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()};
+}
+inline std::span<std::uint8_t> wire_bytes(std::span<std::byte> bytes) {
+  return {reinterpret_cast<std::uint8_t*>(bytes.data()), bytes.size()};
+}
+
+}  // namespace ravnsim

@@ -1,0 +1,103 @@
+#include "secret.h"
+
+#include "errors.h"
+
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <cstring>
+#include <fcntl.h>
+#include <termios.h>
+#include <unistd.h>
+
+namespace ovkctl {
+namespace {
+
+/** The terminal without echo. Signals that end the program wait until the echo is back. */
+class SilentTerminal {
+ public:
+  SilentTerminal() : descriptor_(open("/dev/tty", O_RDWR | O_CLOEXEC | O_NOCTTY)) {
+    if (descriptor_ < 0 || tcgetattr(descriptor_, &before_) != 0) {
+      throw UsageError(
+          "there is no terminal at which to ask for the password; give it through a file "
+          "descriptor (--local-fd, --remote-fd)");
+    }
+    struct sigaction note {};
+    note.sa_handler = [](int signal) { caught_ = signal; };
+    for (std::size_t i = 0; i < kSignals.size(); ++i) {
+      sigaction(kSignals[i], &note, &actions_[i]);  // without SA_RESTART: it ends a read
+    }
+    termios silent = before_;
+    silent.c_lflag &= ~static_cast<tcflag_t>(ECHO);
+    tcsetattr(descriptor_, TCSAFLUSH, &silent);
+  }
+
+  ~SilentTerminal() {
+    tcsetattr(descriptor_, TCSAFLUSH, &before_);
+    for (std::size_t i = 0; i < kSignals.size(); ++i) {
+      sigaction(kSignals[i], &actions_[i], nullptr);
+    }
+    close(descriptor_);
+    if (caught_ != 0) {
+      raise(caught_);
+    }
+  }
+
+  SilentTerminal(const SilentTerminal&) = delete;
+  SilentTerminal& operator=(const SilentTerminal&) = delete;
+
+  void read(const std::string& prompt, Secret& secret) {
+    dprintf(descriptor_, "%s: ", prompt.c_str());
+    secret.read_from(descriptor_);
+    dprintf(descriptor_, "\n");
+  }
+
+ private:
+  static constexpr std::array kSignals{SIGHUP, SIGINT, SIGQUIT, SIGTERM};
+  inline static volatile std::sig_atomic_t caught_ = 0;
+
+  int descriptor_;
+  termios before_{};
+  std::array<struct sigaction, kSignals.size()> actions_{};
+};
+
+}  // namespace
+
+Secret::~Secret() { wipe(); }
+
+void Secret::wipe() {
+  explicit_bzero(bytes_.data(), bytes_.size());
+  length_ = 0;
+}
+
+void Secret::read_from(int descriptor) {
+  wipe();
+  char character = '\0';
+  while (true) {
+    const ssize_t count = read(descriptor, &character, 1);  // byte by byte: the rest is not ours
+    if (count < 0) {
+      throw OperationFailed(std::string("The password cannot be read: ") + std::strerror(errno) +
+                            ".");
+    }
+    if (count == 0 || character == '\n') {
+      return;
+    }
+    if (length_ == kLongest) {
+      throw OperationFailed("The password is too long: at most " + std::to_string(kLongest) +
+                            " bytes fit.");
+    }
+    bytes_[length_++] = character;
+  }
+}
+
+void Secret::ask(const std::string& what) {
+  SilentTerminal terminal;
+  terminal.read(what, *this);
+  Secret again;
+  terminal.read(what + ", again", again);
+  if (!(*this == again)) {
+    throw OperationFailed("The two are not the same. Nothing was done.");
+  }
+}
+
+}  // namespace ovkctl
