@@ -30,7 +30,17 @@ void Link::come_up() {
   adapter_.state<EventQueue>().push(EventCode::link_up);
 }
 
+void Link::bounce() {
+  if (up_) {
+    go_down();
+    come_up();
+  }
+}
+
 void Link::initialise() {
+  if (!up_) {
+    return;
+  }
   adapter_.state<PortCounters>().add(Counter::lip);
   adapter_.state<EventQueue>().push(EventCode::lip);
 }

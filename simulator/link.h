@@ -27,6 +27,9 @@ class Link {
   /** The link comes up, and the ports that went with it come back. */
   void come_up();
 
+  /** A link that is up goes down and comes up again. */
+  void bounce();
+
   /** The port is initialised anew (LIP): the link stays, and so do the ports. */
   void initialise();
 

@@ -1,6 +1,7 @@
 #include "simulator/adapter.h"
 #include "simulator/board_state.h"
 #include "simulator/handlers/handlers.h"
+#include "simulator/link.h"
 #include "simulator/loopback_state.h"
 #include "simulator/request.h"
 
@@ -69,6 +70,7 @@ DriverStatus reinitialise_link(Adapter& adapter, Request& /*request*/) {
     return DriverStatus::not_permitted;  // its diagnostic mode has an end of its own
   }
   loopback.set_mode(LoopbackMode::none);
+  adapter.state<Link>().initialise();
   return DriverStatus::success;
 }
 

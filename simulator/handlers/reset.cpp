@@ -4,6 +4,7 @@
 #include "simulator/board_state.h"
 #include "simulator/handlers/handlers.h"
 #include "simulator/host.h"
+#include "simulator/link.h"
 #include "simulator/loopback_state.h"
 #include "simulator/request.h"
 
@@ -37,6 +38,7 @@ DriverStatus give_revision(Host& host, Request& request) {
 void reset_board(Adapter& adapter) {
   adapter.state<LoopbackState>().set_mode(LoopbackMode::none);
   adapter.state<BoardState>().reset();
+  adapter.state<Link>().bounce();
 }
 
 DriverStatus reset(Adapter& adapter, Request& request) {

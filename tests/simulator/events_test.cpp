@@ -168,6 +168,18 @@ TEST(LinkTest, ALinkThatGoesDownTakesThePortsWithItAndShowsInStateEventsAndCount
       << "nobody hears of a change without a link";
 }
 
+TEST(LinkTest, ALipAndAResetAreHeardOf) {
+  TestHost host;
+  const std::uint32_t tag = refresh(host);
+  EXPECT_EQ(host.send(DriverCommand::lip, {}).status, DriverStatus::success);
+  EXPECT_EQ(discovered(host, tag, 0), 2U) << "a LIP keeps the ports";
+  EXPECT_EQ(host.send(DriverCommand::reset, {.selector = 1}).status, DriverStatus::success);
+  EXPECT_EQ(discovered(host, tag, 0), stale) << "a reset discovers them anew";
+  EXPECT_EQ(events_of(host).events,
+            (std::vector<Happened>{came_up, {EventCode::lip, 0}, went_down, came_up}));
+  EXPECT_EQ(host.state<PortCounters>().read()[index_of(Counter::lip)], 1U);
+}
+
 }  // namespace
 
 }  // namespace ravnsim::test
