@@ -14,7 +14,7 @@ using ovk::Outcome;
 
 namespace {
 
-/** The results of OVK_SetDumpEnv. They are board states or nothing, not result codes. */
+/** The results of OVK_SetDumpEnv: board states or nothing, and OVK_FAILED without an SLI mode. */
 constexpr std::uint32_t dump_induced = 4;
 constexpr std::uint32_t nothing_done = 0;
 constexpr std::uint32_t diagnostic_state = 2;

@@ -15,7 +15,8 @@ extern "C" {
  *
  * @param board     library board index
  * @param mb        the mailbox, at least 32 words of it; returned as the firmware completed it
- * @param inWords   words to pass and to return: 512 at most when sliMode is 4, else 32
+ * @param inWords   words to pass and to return: 512 at most when sliMode is 4, of which the mailbox
+ *                  takes OVK_MAILBOX_WORDS, else 32
  * @param outBytes  bytes that the firmware may return: 2048 at most when sliMode is 4, else 128
  * @param sliMode   which limits hold; not necessarily the board's own mode
  * @return OVK_OK; OVK_FAILED, with mb->status set; OVK_MAILBOX_NOT_READY; OVK_NO_MEMORY

@@ -37,8 +37,7 @@ bool is_region22(const Region22Image& image, std::uint32_t size) {
   return size == sizeof image && image.signature == ovk::region22_signature;
 }
 
-/** Intended: two of the results that empty a Region 23 are failures here, and the other way round.
- */
+/** Intended: these are other results than those that mean an empty Region 23. */
 bool means_empty(std::uint32_t read_result) {
   constexpr std::uint32_t results[] = {OVK_REGION_STATUS_FFFD, 0xFFF6, 0xFFF7, 0xFFFC, 0xFFFE};
   return std::ranges::find(results, read_result) != std::ranges::end(results);

@@ -89,9 +89,8 @@ FoundRecord Region23::find(RecordType type) const {
   if (header == nullptr) {
     return {};
   }
-  const std::uint8_t* image_end = image_bytes(*image_) + length_;
-  const std::uint8_t* data = image_bytes(header[1]);
-  return {header, static_cast<std::size_t>(image_end - data)};
+  const auto data = static_cast<std::size_t>(image_bytes(header[1]) - image_bytes(*image_));
+  return {header, data < length_ ? length_ - data : 0};
 }
 
 }  // namespace ovk

@@ -20,8 +20,8 @@ OVK_BEGIN_DECLS
 #define OVK_MAILBOX_WORDS 64
 
 /**
- * A firmware mailbox. Calls that take a number of words accept a shorter or a longer one; they
- * touch the header and as many words as the caller names.
+ * A firmware mailbox. Calls that take a number of words accept a shorter or a longer one, but read
+ * the first seven words in any case.
  */
 typedef struct Mailbox {
   uint8_t byte0;
@@ -62,8 +62,8 @@ enum OvkMailboxStatus {
  * @param mb        the mailbox, at least 32 words of it; returned as the firmware completed it
  * @param inWords   words to pass and to return, at most 32
  * @param outBytes  bytes that the firmware may return, at most 128
- * @return OVK_OK; OVK_FAILED, with mb->status set; OVK_MAILBOX_NOT_READY, also on SLI-4 adapters;
- *         OVK_NO_MEMORY
+ * @return OVK_OK; OVK_FAILED, with mb->status set, or with mb as it was when the SLI mode cannot be
+ *         read; OVK_MAILBOX_NOT_READY, also on SLI-4 adapters; OVK_NO_MEMORY
  */
 OVK_API uint32_t IssueMbox(uint32_t board, Mailbox* mb, uint32_t inWords, uint32_t outBytes);
 
@@ -195,8 +195,10 @@ enum OvkRegionResult {
  * @param region  region number: 0, 4 to 10, 14, 17, 19, 21 to 23, 30, 32, 160 or 162
  * @param offset  first byte of the region to deliver; 0
  * @param dest    receives the bytes; they are delivered also with result 1
- * @param size    in: the room at dest in bytes; out: the bytes delivered
- * @return OVK_OK, also for a firmware status without a code of its own, then with size 0;
+ * @param size    in: the room at dest in bytes; out: the bytes delivered, untouched when nothing
+ * was sent
+ * @return OVK_OK, also for a firmware status without a code of its own, then with size 0 (and the
+ *         channel's error instead of OVK_OK when the command was not delivered either);
  *         1 when the SLI mode cannot be read or the command failed; 2 below SLI-4 or for another
  *         type; 3 unknown region; 4 null dest, or an OvkRegionResult; 7 no room; OVK_NO_MEMORY
  */

@@ -5,6 +5,8 @@
 #include "tests/simulator/simulator_test.h"
 
 #include <algorithm>
+#include <array>
+#include <cstdio>
 #include <cstring>
 #include <fstream>
 #include <memory>
@@ -201,6 +203,39 @@ TEST_F(FabricTest, LogicalUnitsCheckWhatTheyAreAsked) {
   EXPECT_EQ(list, (ByteVector{0, 0, 0, 16, 0,    0,    0, 0, 0, 1, 0, 0,
                               0, 0, 0, 0,  0x41, 0x2C, 0, 0, 0, 0, 0, 0}));
   EXPECT_EQ(scsi(1, {0x25}).data, (ByteVector{0xFF, 0xFF, 0xFF, 0xFD, 0, 0, 2, 0}));
+}
+
+/** What sg3-utils says of sense data. */
+std::string decoded_sense(const ByteVector& sense) {
+  std::string command = "sg_decode_sense";
+  for (const std::uint8_t byte : sense) {
+    std::array<char, 4> digits;
+    std::snprintf(digits.data(), digits.size(), " %02x", byte);
+    command += digits.data();
+  }
+  FILE* const pipe = popen((command + " 2>&1").c_str(), "r");
+  std::string output;
+  std::array<char, 256> part;
+  while (std::fgets(part.data(), part.size(), pipe) != nullptr) {
+    output += part.data();
+  }
+  EXPECT_EQ(pclose(pipe), 0) << output;
+  return output;
+}
+
+TEST_F(FabricTest, AForeignDecoderReadsTheSenseDataToItsDetails) {
+  open(with(one_board, "\"fc_id\": 2", two_luns));
+  constexpr std::uint16_t flat_300 = 0x412C;
+  EXPECT_THAT(decoded_sense(scsi(flat_300, {0x77}).sense),
+              testing::HasSubstr("Invalid command operation code"));
+  EXPECT_THAT(decoded_sense(scsi(7, {0x00}).sense),
+              testing::HasSubstr("Logical unit not supported"));
+  const std::string field = decoded_sense(scsi(flat_300, {0x12, 1, 0xB0, 0, 96}).sense);
+  EXPECT_THAT(field, testing::HasSubstr("Invalid field in cdb"));
+  EXPECT_THAT(field, testing::HasSubstr("Error in Command: byte 2"));
+  const std::string lba = decoded_sense(scsi(flat_300, {0x28, 0, 0, 0, 0, 99, 0, 0, 2}).sense);
+  EXPECT_THAT(lba, testing::HasSubstr("Logical block address out of range"));
+  EXPECT_THAT(lba, testing::HasSubstr("Info fld=0x63"));
 }
 
 TEST_F(FabricTest, BlocksAreWhereTheyWereWrittenAndNowhereElse) {

@@ -10,6 +10,7 @@ constexpr std::uint8_t kSupportedPages = 0x00;
 constexpr std::uint8_t kSerialNumber = 0x80;
 constexpr std::uint8_t kIdentification = 0x83;
 constexpr std::size_t kPageHeader = 4;
+constexpr unsigned kQualifierShift = 5;
 
 void add_standard(Report& report, const ByteVector& data) {
   report.field("type", "Type", device_type_text(data.empty() ? 0x1F : data[0]))
@@ -17,6 +18,9 @@ void add_standard(Report& report, const ByteVector& data) {
       .field("product", "Product", ascii_text(data, 16, 16))
       .field("revision", "Revision", ascii_text(data, 32, 4))
       .field("version", "SPC version", big_endian(data, 2, 1));
+  if (big_endian(data, 0, 1) >> kQualifierShift != 0) {
+    report.note("The target has no logical unit of this number, or none is connected.");
+  }
 }
 
 void add_designators(Report& report, const ByteVector& data) {
