@@ -55,7 +55,8 @@ void EventQueue::load(const std::vector<std::byte>& blob) {
   }
   std::memcpy(&missed_, blob.data(), sizeof missed_);
   events_.resize((blob.size() - sizeof missed_) / sizeof(EventRecord));
-  std::memcpy(events_.data(), blob.data() + sizeof missed_, blob.size() - sizeof missed_);
+  std::ranges::copy(std::span{blob}.subspan(sizeof missed_),
+                    std::as_writable_bytes(std::span{events_}).begin());
 }
 
 void EventQueue::save() {
