@@ -1,8 +1,33 @@
 #include "simulator/io_counters.h"
 
+#include "simulator/report.h"
+
+#include <exception>
+
 namespace ravnsim {
 
+namespace {
+
+constexpr const char* saved_name = "io-counters";
+
+}  // namespace
+
+IoCounters::IoCounters(Adapter& adapter)
+    : adapter_{adapter}, values_{adapter.load_record<Values>(saved_name).value_or(Values{})} {}
+
+IoCounters::~IoCounters() {
+  if (!changed_) {
+    return;
+  }
+  try {
+    adapter_.save_record(saved_name, values_);
+  } catch (const std::exception& error) {
+    report(error.what());
+  }
+}
+
 void IoCounters::add(std::size_t bytes_written, std::size_t bytes_read, bool good) {
+  changed_ = true;
   if (bytes_read != 0) {
     ++values_.reads;
   } else if (bytes_written != 0) {

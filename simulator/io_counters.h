@@ -11,7 +11,7 @@
 
 namespace ravnsim {
 
-/** Counts commands and their data since the channel was opened. */
+/** Counts commands and their data. With a state folder the counters go on in the next process. */
 class IoCounters {
  public:
   struct Values {
@@ -23,7 +23,10 @@ class IoCounters {
     std::uint64_t bytes_written;
   };
 
-  explicit IoCounters(Adapter& /*adapter*/) {}
+  explicit IoCounters(Adapter& adapter);
+  IoCounters(const IoCounters&) = delete;
+  IoCounters& operator=(const IoCounters&) = delete;
+  ~IoCounters();
 
   /** Counts one command with the data that it moved, and whether its target took it well. */
   void add(std::size_t bytes_written, std::size_t bytes_read, bool good);
@@ -31,7 +34,9 @@ class IoCounters {
   [[nodiscard]] const Values& values() const { return values_; }
 
  private:
-  Values values_{};
+  Adapter& adapter_;
+  Values values_;
+  bool changed_ = false;
 };
 
 }  // namespace ravnsim

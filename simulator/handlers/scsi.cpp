@@ -1,5 +1,6 @@
 #include "simulator/fabric_link.h"
 #include "simulator/handlers/handlers.h"
+#include "simulator/io_counters.h"
 #include "simulator/port_counters.h"
 #include "simulator/port_list.h"
 #include "simulator/request.h"
@@ -65,6 +66,7 @@ DriverStatus execute(Adapter& adapter, Request& request, const Wwn& target,
   block.reply_size = static_cast<std::uint32_t>(transferred) + reply.taken;
   adapter.state<PortCounters>().add_exchange(sizeof command + reply.taken,
                                              transferred + reply.sense.size());
+  adapter.state<IoCounters>().add(reply.taken, transferred, reply.sense.empty());
   return DriverStatus::success;
 }
 

@@ -64,8 +64,7 @@ Vpd parse_vpd(std::span<const std::uint8_t> image) {
     }
     const auto length = take(rest, 2);
     const auto contents =
-        length ? take(rest, static_cast<std::size_t>((*length)[0]) | (*length)[1] << 8)
-               : std::nullopt;
+        length ? take(rest, (*length)[0] + std::size_t{256} * (*length)[1]) : std::nullopt;
     if (!contents) {
       break;
     }
