@@ -3,6 +3,9 @@
 find_package(Threads REQUIRED)
 
 add_library(ovk SHARED
+  auth/authentication.cpp
+  auth/configuration.cpp
+  auth/first_generation.cpp
   core/assertion.cpp
   core/board_state.cpp
   core/boards.cpp
@@ -12,11 +15,21 @@ add_library(ovk SHARED
   core/log.cpp
   core/module_services.cpp
   core/signature.cpp
+  fabric/ct.cpp
+  fabric/els.cpp
+  fabric/scsi.cpp
+  features/fcp_priority.cpp
+  features/oas.cpp
+  features/ras_log.cpp
+  features/vmid.cpp
   hbaapi/adapter_attributes.cpp
+  hbaapi/bindings.cpp
   hbaapi/events.cpp
   hbaapi/port_attributes.cpp
   hbaapi/rnid.cpp
+  hbaapi/scsi_convenience.cpp
   hbaapi/statistics.cpp
+  hbaapi/target_mapping.cpp
   info/link.cpp
   info/location.cpp
   info/parameters.cpp
@@ -33,6 +46,13 @@ add_library(ovk SHARED
   mailbox/retry.cpp
   npiv/nodes.cpp
   npiv/virtual_ports.cpp
+  regions/fcf_list.cpp
+  regions/fcoe_records.cpp
+  regions/persistent_link_down.cpp
+  regions/record_list.cpp
+  regions/region22.cpp
+  regions/region23.cpp
+  regions/region_update.cpp
 )
 
 set_target_properties(ovk PROPERTIES

@@ -10,6 +10,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <type_traits>
+#include <utility>
 
 namespace ovk {
 
@@ -32,6 +33,8 @@ class HeapBuffer {
 
   explicit operator bool() const { return record_ != nullptr; }
   Record* get() const { return record_; }
+  /** Hands the buffer over to someone who gives it to free(). */
+  Record* release() { return std::exchange(record_, nullptr); }
   Record* operator->() const { return record_; }
   Record& operator*() const { return *record_; }
 

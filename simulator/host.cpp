@@ -4,6 +4,7 @@
 #include "simulator/handlers/handlers.h"
 #include "simulator/json_reader.h"
 #include "simulator/request.h"
+#include "simulator/timeline.h"
 
 #include <cstdlib>
 #include <optional>
@@ -58,7 +59,8 @@ void Host::run(Request& request) {
   const Handler* handler = handlers_.find(request.command());
   const bool of_module = handlers_.is_of_module(request.command());
   if (!of_module) {
-    static_cast<void>(adapter(block.driver_board));  // a board that is not there meets no fault
+    // A board that is not there meets no fault.
+    adapter(block.driver_board).state<Timeline>().advance();
   }
 
   Fault* fault = faults_.meet(request.command(), block.driver_board);

@@ -5,8 +5,8 @@
 namespace ravnsim {
 
 const PortTopology* PortList::find(const Wwn& port_wwn) const {
-  const auto found = std::ranges::find(ports_, port_wwn, &PortTopology::port_wwn);
-  return found != ports_.end() ? &*found : nullptr;
+  const auto found = std::ranges::find(ports(), port_wwn, &PortTopology::port_wwn);
+  return found != ports().end() ? &*found : nullptr;
 }
 
 void PortList::add(const PortTopology& port) {
@@ -21,6 +21,11 @@ void PortList::remove(const Wwn& port_wwn) {
   if (gone > 0) {
     change_tag();
   }
+}
+
+void PortList::set_reachable(bool reachable) {
+  reachable_ = reachable;
+  change_tag();
 }
 
 void PortList::change_tag() {

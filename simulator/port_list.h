@@ -21,7 +21,9 @@ class PortList {
   /** The ports of the topology. */
   explicit PortList(Adapter& adapter) : ports_{adapter.topology().discovered_ports} {}
 
-  [[nodiscard]] const std::vector<PortTopology>& ports() const { return ports_; }
+  [[nodiscard]] const std::vector<PortTopology>& ports() const {
+    return reachable_ ? ports_ : none_;
+  }
 
   /** The tag of the list as it is. */
   [[nodiscard]] std::uint32_t tag() const { return tag_; }
@@ -35,10 +37,15 @@ class PortList {
   /** A port goes, if it is there. */
   void remove(const Wwn& port_wwn);
 
+  /** All ports go with the link, and those that are there by then come back with it. */
+  void set_reachable(bool reachable);
+
  private:
   void change_tag();
 
   std::vector<PortTopology> ports_;
+  const std::vector<PortTopology> none_;
+  bool reachable_ = true;
   std::uint32_t tag_ = 1;
 };
 

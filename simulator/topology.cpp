@@ -1,6 +1,7 @@
 #include "simulator/topology.h"
 
 #include "simulator/json_reader.h"
+#include "simulator/topology_parts.h"
 
 #include <algorithm>
 #include <map>
@@ -16,6 +17,7 @@ constexpr std::size_t os_device_name_length = 114;
 
 constexpr std::uint32_t largest_fc_id = 0xFFFFFF;
 constexpr std::uint32_t largest_class = 6;
+constexpr std::uint32_t usual_event_queue_capacity = 64;
 constexpr Range<std::uint32_t> frame_sizes{256, 9216};
 constexpr Range<std::uint32_t> sli_modes{1, 5};
 constexpr Range<std::uint32_t> reset_times{0, 3600000};
@@ -94,7 +96,9 @@ Fc4Types read_fc4_types(const JsonValue& list, const Fc4Types& fallback) {
   return types;
 }
 
-PortTopology read_port(const JsonValue& value) {
+}  // namespace
+
+PortTopology read_port(const JsonValue& value, std::uint32_t unit_type) {
   PortTopology port;
   read_object(value, [&](JsonObject& members) {
     port.node_wwn = members.at("node_wwn").wwn();
@@ -113,9 +117,12 @@ PortTopology read_port(const JsonValue& value) {
     port.speed = speed.present() ? read_speed(speed) : 0;
     port.max_frame_size = members.at("max_frame_size").number(frame_sizes, 2048U);
     port.fabric_name = members.at("fabric_name").wwn(Wwn{});
+    port.rnid = read_rnid(members.at("rnid"), unit_type);
   });
   return port;
 }
+
+namespace {
 
 /** The ports of one board are told apart by their names. */
 void refuse_known_port(const BoardTopology& board, const PortTopology& port,
@@ -157,12 +164,19 @@ BoardTopology read_board(const JsonValue& value) {
     board.dump_region_size =
         members.at("dump_region_size").number<std::uint32_t>({}, default_dump_region_size);
     read_identity(board, members);
-    board.port = read_port(members.at("port"));
+    board.hardware = read_hardware(board, members);
+    board.offers = read_feature_topology(members);
+    board.port = read_port(members.at("port"), host_type);
     for (const JsonValue& place : members.at("discovered_ports").elements_or_none()) {
-      const PortTopology port = read_port(place);
+      const PortTopology port = read_port(place, storage_device_type);
       refuse_known_port(board, port, place);
       board.discovered_ports.push_back(port);
     }
+    board.statistics = read_statistics(members.at("statistics"));
+    board.event_queue_capacity =
+        members.at("event_queue_capacity").number<std::uint32_t>({}, usual_event_queue_capacity);
+    board.timeline = read_timeline(members.at("timeline"), board);
+    board.npiv = read_npiv(members.at("npiv"), board);
   });
   return board;
 }

@@ -8,11 +8,15 @@
  */
 #pragma once
 
+#include "simulator/feature_topology.h"
+#include "simulator/hardware_topology.h"
 #include "simulator/wwn.h"
 
 #include <array>
 #include <chrono>
+#include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -57,6 +61,18 @@ enum class PortState : std::uint32_t {
 /** The bit map of FC-4 types as FC-GS orders it. */
 using Fc4Types = std::array<std::uint8_t, 32>;
 
+/** What a port tells of itself when it is asked with an RNID. */
+struct RnidTopology {
+  bool answers = true;
+  std::uint32_t unit_type = 0;  ///< an associated type of FC-LS
+  std::uint32_t physical_port = 0;
+  std::uint32_t attached_nodes = 0;
+  std::uint16_t ip_version = 0;
+  std::uint16_t udp_port = 0;
+  std::array<std::uint8_t, 16> ip_address{};
+  std::uint16_t topology_flags = 0;
+};
+
 /** A Fibre Channel port: an adapter's own, or one that it discovered. */
 struct PortTopology {
   Wwn node_wwn{};
@@ -73,6 +89,57 @@ struct PortTopology {
   std::uint32_t speed = 0;             ///< one FC-HBA speed bit, or 0
   std::uint32_t max_frame_size = 0;    ///< bytes
   Wwn fabric_name{};
+  RnidTopology rnid;
+};
+
+/** The counters of a port's statistics, in the order of FC-HBA. */
+enum class Counter : std::size_t {
+  seconds,
+  tx_frames,
+  tx_words,
+  rx_frames,
+  rx_words,
+  lip,
+  nos,
+  error_frames,
+  dumped_frames,
+  link_failure,
+  loss_of_sync,
+  loss_of_signal,
+  primitive_seq_error,
+  invalid_tx_word,
+  invalid_crc,
+};
+
+inline constexpr std::size_t counter_count = 15;
+
+constexpr std::size_t index_of(Counter counter) { return static_cast<std::size_t>(counter); }
+
+/** One counter of a board. */
+struct CounterTopology {
+  bool counted = true;
+  std::uint64_t start = 0;       ///< what it reads when the driver is loaded
+  std::uint64_t per_second = 0;  ///< how it grows with time
+};
+
+/** What the timeline of a board knows to happen. */
+enum class IncidentKind { link_down, link_up, lip, rscn, port_arrives, port_leaves };
+
+/** One entry of a board's timeline. */
+struct Incident {
+  IncidentKind kind = IncidentKind::rscn;
+  std::optional<std::uint32_t> after_commands;  ///< of the board; else after_seconds
+  std::uint32_t after_seconds = 0;
+  std::uint32_t times = 1;
+  PortTopology port;  ///< the port concerned; of an RSCN, only its fc_id
+};
+
+/** What a board that virtualises N_Port IDs has. */
+struct NpivTopology {
+  bool ready = true;
+  std::uint32_t port_limit = 0;
+  std::uint32_t login_limit = 0;  ///< of all its ports with remote ports
+  std::vector<PortTopology> ports;
 };
 
 /** One function of an adapter, which the driver numbers as a board. */
@@ -97,9 +164,16 @@ struct BoardTopology {
   std::string option_rom_version;
   std::string firmware_version;
   std::uint32_t vendor_specific_id = 0;
+  HardwareTopology hardware;
+
+  FeatureTopology offers;
 
   PortTopology port;
   std::vector<PortTopology> discovered_ports;
+  std::array<CounterTopology, counter_count> statistics{};
+  std::uint32_t event_queue_capacity = 0;
+  std::vector<Incident> timeline;
+  std::optional<NpivTopology> npiv;
 };
 
 /** The driver that serves the boards. */

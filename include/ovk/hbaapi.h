@@ -293,6 +293,279 @@ extern OVK_API uint32_t EventMissedCount;
  * @return OVK_OK; OVK_FAILED; OVK_NO_MEMORY
  */
 OVK_API uint32_t GetEventBuffer(uint32_t board, EventInfo* events, uint32_t* count);
+/* ---- Target mapping and bindings ------------------------------------------------------------- */
+
+/** The most entries of a target mapping that the driver gives. */
+#define OVK_MAX_TARGET_MAPPINGS 1024
+
+/** The most bindings that the driver gives. */
+#define OVK_MAX_BINDINGS 4096
+
+/** A logical unit as the host knows it, and as the fabric does (FC-HBA FCP SCSI entry). */
+typedef struct FcpScsiEntry {
+  char OSDeviceName[256];
+  uint32_t ScsiBusNumber;
+  uint32_t ScsiTargetNumber;
+  uint32_t ScsiOSLun;
+  uint32_t FcId; /**< FC address of the target port */
+  Wwn NodeWWN;
+  Wwn PortWWN;
+  uint64_t FcpLun; /**< the 8 bytes of FCP_LUN as they stand in memory */
+} FcpScsiEntry;
+
+OVK_ASSERT_SIZE(FcpScsiEntry, 296);
+OVK_ASSERT_OFFSET(FcpScsiEntry, ScsiBusNumber, 256);
+OVK_ASSERT_OFFSET(FcpScsiEntry, FcId, 268);
+OVK_ASSERT_OFFSET(FcpScsiEntry, PortWWN, 280);
+OVK_ASSERT_OFFSET(FcpScsiEntry, FcpLun, 288);
+
+/** A target mapping (FC-HBA): a count, and as many entries. */
+typedef struct FcpTargetMapping {
+  uint32_t NumberOfEntries; /**< in: entries that the caller has room for; out: entries */
+  FcpScsiEntry entry[1];    /**< the first one */
+} FcpTargetMapping;
+
+OVK_ASSERT_OFFSET(FcpTargetMapping, entry, 4);
+
+/** A logical unit with what identifies it. */
+typedef struct FcpScsiEntryV2 {
+  FcpScsiEntry entry;
+  /** One designation descriptor (SPC), header included, or left as the caller had it. */
+  uint8_t identifier[256];
+} FcpScsiEntryV2;
+
+OVK_ASSERT_SIZE(FcpScsiEntryV2, 552);
+
+/** A target mapping with identifiers: a count, and as many entries. */
+typedef struct FcpTargetMappingV2 {
+  uint32_t NumberOfEntries; /**< in: entries that the caller has room for; out: entries */
+  FcpScsiEntryV2 entry[1];  /**< the first one */
+} FcpTargetMappingV2;
+
+OVK_ASSERT_OFFSET(FcpTargetMappingV2, entry, 4);
+
+/** A persistent binding. Its layout is the driver's. */
+typedef struct FcpBinding {
+  uint8_t bytes[32];
+} FcpBinding;
+
+OVK_ASSERT_SIZE(FcpBinding, 32);
+
+/** The driver's bindings: a count, and as many entries. */
+typedef struct FcpBindList {
+  uint32_t count;      /**< in: entries that the caller has room for; out: entries */
+  FcpBinding entry[1]; /**< the first one */
+} FcpBindList;
+
+OVK_ASSERT_OFFSET(FcpBindList, entry, 4);
+
+/** The head of a persistent binding record (FC-HBA). */
+typedef struct FcpPersistentBinding {
+  uint32_t NumberOfEntries;
+} FcpPersistentBinding;
+
+OVK_ASSERT_SIZE(FcpPersistentBinding, 4);
+
+/**
+ * Reads which logical units the host sees behind a board.
+ *
+ * @param board  library board index
+ * @param map    receives the entries, OVK_MAX_TARGET_MAPPINGS at most; NumberOfEntries is in and
+ *               out, and is set to the driver's count whatever the result
+ * @return OVK_OK; OVK_MORE_DATA when NumberOfEntries was too small, no entry is written then;
+ *         OVK_FAILED, also without memory
+ */
+OVK_API uint32_t GetFcpTargetMapping(uint32_t board, FcpTargetMapping* map);
+
+/**
+ * Reads the same with an identifier of each logical unit: its first designation descriptor, where
+ * that names the logical unit itself by a vendor-specific, T10, EUI-64 or NAA designator of 127
+ * bytes at most.
+ *
+ * @param board     library board index
+ * @param port_wwn  the board's own port WWN
+ * @param map       receives the entries; NumberOfEntries is in and out, and untouched when the
+ *                  result is neither OVK_OK nor OVK_MORE_DATA
+ * @return OVK_OK, whether the logical units gave identifiers or not; OVK_ILLEGAL_WWN for another
+ *         port; OVK_MORE_DATA as GetFcpTargetMapping; OVK_FAILED, also without memory
+ */
+OVK_API uint32_t OVK_GetFcpTargetMappingV2(uint32_t board, const Wwn* port_wwn,
+                                           FcpTargetMappingV2* map);
+
+/**
+ * Not offered.
+ *
+ * @param board     ignored
+ * @param port_wwn  ignored
+ * @param map       ignored
+ * @return OVK_NOT_SUPPORTED
+ */
+OVK_API uint32_t OVK_GetFcpTargetMappingByWWN(uint32_t board, const Wwn* port_wwn,
+                                              FcpTargetMapping* map);
+
+/**
+ * Reads the driver's persistent bindings. With room for OVK_MAX_BINDINGS entries the driver writes
+ * into the list itself; with less, as many bytes are copied as the driver's count says.
+ *
+ * @param board  library board index
+ * @param list   receives the bindings; count is in and out, on OVK_FAILED it is the count that the
+ *               driver needs unless the command was not delivered
+ * @return OVK_OK; OVK_FAILED; OVK_NO_MEMORY
+ */
+OVK_API uint32_t GetFcpBindList(uint32_t board, FcpBindList* list);
+
+/**
+ * Reports that there are no persistent bindings of the FC-HBA kind. The driver is not asked.
+ *
+ * @param board    ignored
+ * @param binding  NumberOfEntries becomes 0
+ * @return OVK_OK
+ */
+OVK_API uint32_t GetFcpPersistentBinding(uint32_t board, FcpPersistentBinding* binding);
+
+/**
+ * Not offered.
+ *
+ * @param board    ignored
+ * @param binding  ignored
+ * @return OVK_NOT_SUPPORTED
+ */
+OVK_API uint32_t AddBind(uint32_t board, const FcpBinding* binding);
+
+/**
+ * Not offered.
+ *
+ * @param board    ignored
+ * @param binding  ignored
+ * @return OVK_NOT_SUPPORTED
+ */
+OVK_API uint32_t DelBind(uint32_t board, const FcpBinding* binding);
+
+/* ---- SCSI and CT conveniences ---------------------------------------------------------------- */
+
+/**
+ * Sends a CT_IU (FC-GS) to the server that its GS_TYPE names: the management service (0xFA), the
+ * time service (0xFB), the fabric controller (0xFD), and for all others the directory service.
+ *
+ * @param board            library board index
+ * @param request          the request CT_IU, 5 bytes at least
+ * @param request_length   bytes of it
+ * @param response         receives the response CT_IU
+ * @param response_length  in: bytes that response holds; out: bytes of the response, untouched on
+ *                         failure
+ * @return OVK_OK; OVK_FAILED, also for an empty response
+ */
+OVK_API uint32_t SendCTPassThru(uint32_t board, const uint8_t* request, uint32_t request_length,
+                                void* response, uint32_t* response_length);
+
+/**
+ * Asks a target for its logical units with REPORT LUNS (SPC), at LUN 0.
+ *
+ * @param board            library board index
+ * @param target_wwn       port WWN of the target
+ * @param response         receives the parameter data
+ * @param response_length  in: bytes that response holds; out: as data_length of SendScsiCmdByWWN
+ * @param sense            receives the sense data; must hold OVK_SENSE_MAX_LENGTH bytes
+ * @param sense_length     out only: bytes of sense data
+ * @return as SendScsiCmdByWWN
+ */
+OVK_API uint32_t SendReportLUNs(uint32_t board, const Wwn* target_wwn, void* response,
+                                uint32_t* response_length, void* sense, uint32_t* sense_length);
+
+/**
+ * SendReportLUNs with the name of the local port, which is ignored.
+ *
+ * @param board            library board index
+ * @param hba_port_wwn     ignored
+ * @param target_wwn       port WWN of the target
+ * @param response         receives the parameter data
+ * @param response_length  in and out, as for SendReportLUNs
+ * @param sense            as for SendReportLUNs
+ * @param sense_length     out only, as for SendReportLUNs
+ * @return as SendScsiCmdByWWN
+ */
+OVK_API uint32_t OVK_SendReportLUNsByWWN(uint32_t board, const Wwn* hba_port_wwn,
+                                         const Wwn* target_wwn, void* response,
+                                         uint32_t* response_length, void* sense,
+                                         uint32_t* sense_length);
+
+/**
+ * Asks a logical unit for its size with READ CAPACITY(10) (SBC).
+ *
+ * @param board            library board index
+ * @param target_wwn       port WWN of the target
+ * @param lun_word0        bytes 0 to 3 of FCP_LUN, as they stand in memory
+ * @param lun_word1        bytes 4 to 7 of FCP_LUN, as they stand in memory
+ * @param response         receives the parameter data, 8 bytes
+ * @param response_length  in and out, as for SendReportLUNs
+ * @param sense            as for SendReportLUNs
+ * @param sense_length     out only, as for SendReportLUNs
+ * @return as SendScsiCmdByWWN
+ */
+OVK_API uint32_t SendReadCapacity(uint32_t board, const Wwn* target_wwn, uint32_t lun_word0,
+                                  uint32_t lun_word1, void* response, uint32_t* response_length,
+                                  void* sense, uint32_t* sense_length);
+
+/**
+ * SendReadCapacity with the name of the local port, which is ignored, and a LUN of one word only.
+ *
+ * @param board            library board index
+ * @param hba_port_wwn     ignored
+ * @param target_wwn       port WWN of the target
+ * @param lun_word0        bytes 0 to 3 of FCP_LUN, as they stand in memory; the others are 0
+ * @param response         receives the parameter data, 8 bytes
+ * @param response_length  in and out, as for SendReportLUNs
+ * @param sense            as for SendReportLUNs
+ * @param sense_length     out only, as for SendReportLUNs
+ * @return as SendScsiCmdByWWN
+ */
+OVK_API uint32_t OVK_SendReadCapacityByWWN(uint32_t board, const Wwn* hba_port_wwn,
+                                           const Wwn* target_wwn, uint32_t lun_word0,
+                                           void* response, uint32_t* response_length, void* sense,
+                                           uint32_t* sense_length);
+
+/**
+ * Asks a logical unit what it is with INQUIRY (SPC).
+ *
+ * @param board            library board index
+ * @param target_wwn       port WWN of the target
+ * @param lun_word0        bytes 0 to 3 of FCP_LUN, as they stand in memory
+ * @param lun_word1        bytes 4 to 7 of FCP_LUN, as they stand in memory
+ * @param evpd             0 for the standard data, 1 for a page of vital product data
+ * @param page_code        the page; not sent with evpd 0
+ * @param response         receives the data
+ * @param response_length  in and out, as for SendReportLUNs; the CDB carries its low 8 bits only,
+ *                         so 255 is the most that it can ask for
+ * @param sense            as for SendReportLUNs
+ * @param sense_length     out only, as for SendReportLUNs
+ * @return as SendScsiCmdByWWN
+ */
+OVK_API uint32_t SendScsiInquiry(uint32_t board, const Wwn* target_wwn, uint32_t lun_word0,
+                                 uint32_t lun_word1, uint8_t evpd, uint8_t page_code,
+                                 void* response, uint32_t* response_length, void* sense,
+                                 uint32_t* sense_length);
+
+/**
+ * SendScsiInquiry with the name of the local port, which is ignored.
+ *
+ * @param board            library board index
+ * @param hba_port_wwn     ignored
+ * @param target_wwn       port WWN of the target
+ * @param lun_word0        bytes 0 to 3 of FCP_LUN, as they stand in memory
+ * @param lun_word1        bytes 4 to 7 of FCP_LUN, as they stand in memory
+ * @param evpd             as for SendScsiInquiry
+ * @param page_code        as for SendScsiInquiry
+ * @param response         receives the data
+ * @param response_length  in and out, as for SendScsiInquiry
+ * @param sense            as for SendReportLUNs
+ * @param sense_length     out only, as for SendReportLUNs
+ * @return as SendScsiCmdByWWN
+ */
+OVK_API uint32_t OVK_SendScsiInquiryByWWN(uint32_t board, const Wwn* hba_port_wwn,
+                                          const Wwn* target_wwn, uint32_t lun_word0,
+                                          uint32_t lun_word1, uint8_t evpd, uint8_t page_code,
+                                          void* response, uint32_t* response_length, void* sense,
+                                          uint32_t* sense_length);
 
 OVK_END_DECLS
 

@@ -1,5 +1,6 @@
 #include "simulator/adapter.h"
 #include "simulator/handlers/handlers.h"
+#include "simulator/link.h"
 #include "simulator/port_list.h"
 #include "simulator/request.h"
 #include "simulator/text_field.h"
@@ -82,6 +83,10 @@ void describe(const PortTopology& port, PortRecord& record) {
 
 void describe_own_port(Adapter& adapter, PortRecord& record) {
   describe(adapter.topology().port, record);
+  if (record.state == PortState::online && !adapter.state<Link>().is_up()) {
+    record.state = PortState::link_down;
+    record.speed = 0;
+  }
   record.discovered_ports = static_cast<std::uint32_t>(adapter.state<PortList>().ports().size());
 }
 

@@ -10,11 +10,24 @@
 namespace ravnsim {
 
 void add_attributes_handlers(HandlerTable& table);
+void add_auth_handlers(HandlerTable& table);
 void add_boards_handlers(HandlerTable& table);
 void add_driver_info_handlers(HandlerTable& table);
+void add_events_handlers(HandlerTable& table);
+void add_fcp_priority_handlers(HandlerTable& table);
+void add_hardware_handlers(HandlerTable& table);
 void add_loopback_handlers(HandlerTable& table);
 void add_mailbox_handlers(HandlerTable& table);
+void add_module_handlers(HandlerTable& table);
+void add_npiv_handlers(HandlerTable& table);
+void add_oas_handlers(HandlerTable& table);
+void add_parameters_handlers(HandlerTable& table);
+void add_ras_log_handlers(HandlerTable& table);
+void add_raw_access_handlers(HandlerTable& table);
 void add_reset_handlers(HandlerTable& table);
+void add_rnid_handlers(HandlerTable& table);
+void add_statistics_handlers(HandlerTable& table);
+void add_vmid_handlers(HandlerTable& table);
 
 /** The table of all of them. */
 HandlerTable all_handlers();

@@ -75,6 +75,25 @@ INSTANTIATE_TEST_SUITE_P(
         Mistake{R"("fc_id": 3)", R"("fc_id": 3, "fc_id": 4)",
                 ": /boards/0/discovered_ports/1/fc_id: this member stands twice"},
         Mistake{R"("model": "M1",)", R"("model": M1,)", ":6:63: "},
+        Mistake{R"("sli_mode")", R"("statistics": {"lip": "often"}, "sli_mode")",
+                ": /boards/0/statistics/lip: \"often\" is none of not_counted"},
+        Mistake{R"("sli_mode")", R"("statistics": {"lips": {}}, "sli_mode")",
+                ": /boards/0/statistics: member \"lips\" is unknown; known are seconds, "},
+        Mistake{R"("sli_mode")", R"("timeline": [{"happens": "lip"}], "sli_mode")",
+                ": /boards/0/timeline/0: exactly one of after_seconds and after_commands"},
+        Mistake{R"("sli_mode")",
+                R"("timeline": [{"after_seconds": 1, "happens": "lip", "fc_id": 1}], "sli_mode")",
+                ": /boards/0/timeline/0: member \"fc_id\" is unknown"},
+        Mistake{R"("sli_mode")",
+                R"("timeline": [{"after_seconds": 1, "happens": "port_leaves",)"
+                R"( "port_wwn": "1000000000000001"}], "sli_mode")",
+                ": /boards/0/timeline/0/port_wwn: the board discovers no port with the port_wwn"},
+        Mistake{R"("fc_id": 3)", R"("fc_id": 3, "rnid": {"ip_address": "192.0.2"})",
+                ": /boards/0/discovered_ports/1/rnid/ip_address: \"192.0.2\" is no IP address"},
+        Mistake{R"("sli_mode")",
+                R"("npiv": {"virtual_ports": [{"node_wwn": "2000000000000001",)"
+                R"( "port_wwn": "1000000000000001", "fc_id": 1}]}, "sli_mode")",
+                ": /boards/0/npiv/virtual_ports/0: the board has another port"},
         Mistake{"  }]\n}", "  }]", ":17:5: "}));
 
 TEST_F(SimulatorTest, ATopologyThatHasTwoBoardsOfOneNumberIsRefused) {

@@ -18,6 +18,7 @@ namespace {
 
 constexpr std::uint32_t driver_info_size = 120;
 constexpr std::size_t sli_mode_offset = 96;
+constexpr std::size_t features_offset = 104;
 constexpr std::size_t adapter_type_offset = 112;
 
 std::filesystem::path make_root() {
@@ -103,9 +104,11 @@ std::vector<LogLine> LibraryTest::log_lines() {
   return parse_log(log);
 }
 
-void LibraryTest::expect_sli_mode(std::uint32_t driver_board, std::uint32_t mode) {
+void LibraryTest::expect_sli_mode(std::uint32_t driver_board, std::uint32_t mode,
+                                  std::uint32_t features) {
   ByteVector record(driver_info_size);
   std::memcpy(record.data() + sli_mode_offset, &mode, sizeof mode);
+  std::memcpy(record.data() + features_offset, &features, sizeof features);
   channel.expect("RAVN_MGMT_GET_RAVNOVK_INFO", driver_board)
       .word(2, driver_info_size)
       .replies(1, record);

@@ -47,8 +47,9 @@ class LibraryTest : public testing::Test {
   std::vector<LogLine> log_lines();
   std::string raw_log();
 
-  /** Expects what the library asks for a board's SLI mode, and answers with this mode. */
-  void expect_sli_mode(std::uint32_t driver_board, std::uint32_t mode);
+  /** Expects what the library asks for a board's SLI mode, and answers with this mode, and with
+      feature flags for those who ask for them. */
+  void expect_sli_mode(std::uint32_t driver_board, std::uint32_t mode, std::uint32_t features = 0);
   /** Expects the same, and refuses it. */
   void expect_no_sli_mode(std::uint32_t driver_board);
   /** Expects the question for a board's adapter type, and answers with this type. */

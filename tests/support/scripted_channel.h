@@ -47,6 +47,9 @@ class Exchange {
     return sends(payload, bytes_of(record));
   }
 
+  /** Expects a null pointer in place of payload 1, 2 or 3. */
+  Exchange& lacks(std::size_t payload);
+
   /** Answers a word of the Command block. */
   Exchange& answers(std::size_t word, std::uint32_t value);
   /** Answers with the first bytes of payload 1, 2 or 3. */
@@ -77,6 +80,7 @@ class Exchange {
   std::array<std::uint32_t, words> expected_words_{};
   std::array<ByteVector, max_payloads> expected_payloads_;
   std::array<bool, max_payloads> payload_expected_{};
+  std::array<bool, max_payloads> payload_lacking_{};
   std::vector<std::pair<std::size_t, std::uint32_t>> answered_words_;
   std::array<ByteVector, max_payloads> replies_;
   std::array<ByteVector, max_payloads> sent_;

@@ -1,0 +1,118 @@
+#include "features/fcp_priority.h"
+
+#include "core/command.h"
+#include "core/heap_buffer.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <cstring>
+#include <iterator>
+
+using ovk::Command;
+using ovk::HeapBuffer;
+using ovk::Outcome;
+
+namespace {
+
+constexpr std::size_t match_fields = std::size(FcpPriorityEntry{}.match);
+
+/** The table as it travels. The driver copies this much; a longer table stands behind it. */
+struct PriorityPayload {
+  std::uint32_t count;
+  FcpPriorityEntry entries[998];
+};
+
+static_assert(sizeof(PriorityPayload) == 35932);
+
+constexpr std::size_t list_size(std::uint32_t count) {
+  return offsetof(FcpPriorityList, entries) + count * sizeof(FcpPriorityEntry);
+}
+
+/** A payload that holds a table of this many rules, if a table can have as many. */
+HeapBuffer<PriorityPayload> payload_for(std::uint32_t count) {
+  return HeapBuffer<PriorityPayload>{count > OVK_FCP_PRIORITY_MAX_ENTRIES ? sizeof(PriorityPayload)
+                                                                          : list_size(count)};
+}
+
+bool is_wildcard(const FcpPriorityMatch& field) {
+  return std::ranges::all_of(field.bytes, [](std::uint8_t byte) { return byte == 0xFF; });
+}
+
+/** The fields before a rule's first wildcard: what makes one rule more specific than another. */
+std::size_t specific_fields(const FcpPriorityEntry& entry) {
+  return static_cast<std::size_t>(
+      std::distance(std::begin(entry.match), std::ranges::find_if(entry.match, is_wildcard)));
+}
+
+}  // namespace
+
+std::uint32_t order_fcp_priority_list(FcpPriorityList* list) {
+  const std::uint32_t count = list->count;
+  if (count == 0) {
+    return OVK_OK;
+  }
+  HeapBuffer<FcpPriorityEntry> copy{count * sizeof(FcpPriorityEntry)};
+  if (!copy) {
+    return OVK_FAILED;
+  }
+  copy.copy_in(list->entries, count * sizeof(FcpPriorityEntry));
+
+  FcpPriorityEntry* next = list->entries;
+  for (std::size_t specific = match_fields + 1; specific-- > 0;) {
+    // Intended: rules of one kind come out in the reverse of their order.
+    for (std::uint32_t i = count; i-- > 0;) {
+      if (specific_fields(copy.get()[i]) == specific) {
+        *next++ = copy.get()[i];
+      }
+    }
+  }
+  return OVK_OK;
+}
+
+std::uint32_t OVK_QoSGetGlobalFlag(std::uint32_t board, std::uint32_t* flag) {
+  Command command{board};
+  const Outcome outcome = command.invoke<"RAVN_MGMT_GET_FCP_PRIORITY_FLAG">();
+  if (outcome.succeeded()) {
+    *flag = command.block.code;
+  }
+  return outcome.result();
+}
+
+std::uint32_t OVK_QoSSetGlobalFlag(std::uint32_t board, std::uint32_t flag) {
+  Command command{board, {.code = flag}};
+  return command.invoke<"RAVN_MGMT_SET_FCP_PRIORITY_FLAG">().result();
+}
+
+std::uint32_t OVK_QoSGetConfig(std::uint32_t board, FcpPriorityList* list) {
+  const std::uint32_t capacity = list->count;
+  const HeapBuffer<PriorityPayload> payload = payload_for(capacity);
+  if (!payload) {
+    return OVK_NO_MEMORY;
+  }
+  if (capacity > OVK_FCP_PRIORITY_MAX_ENTRIES) {
+    return OVK_FAILED;
+  }
+  Command command{board, {.request_size = capacity}};
+  const Outcome outcome = command.invoke<"RAVN_MGMT_GET_FCP_PRIORITY">(payload.get());
+  if (!outcome.succeeded()) {
+    return outcome.result();
+  }
+  payload.copy_out(list, list_size(capacity));
+  return capacity < list->count ? OVK_MORE_DATA : OVK_OK;
+}
+
+std::uint32_t OVK_QoSSetConfig(std::uint32_t board, FcpPriorityList* list) {
+  HeapBuffer<PriorityPayload> payload = payload_for(list->count);
+  if (!payload) {
+    return OVK_NO_MEMORY;
+  }
+  if (list->count > OVK_FCP_PRIORITY_MAX_ENTRIES) {
+    return OVK_FAILED;
+  }
+  if (const std::uint32_t result = order_fcp_priority_list(list); result != OVK_OK) {
+    return result;
+  }
+  payload.copy_in(list, list_size(list->count));
+  Command command{board, {.request_size = list->count}};
+  return command.invoke<"RAVN_MGMT_SET_FCP_PRIORITY">(payload.get()).result();
+}

@@ -1,0 +1,25 @@
+#include "simulator/adapter.h"
+#include "simulator/handlers/handlers.h"
+#include "simulator/port_counters.h"
+#include "simulator/request.h"
+
+namespace ravnsim {
+
+namespace {
+
+static_assert(sizeof(CounterValues) == 120);
+
+DriverStatus read_statistics(Adapter& adapter, Request& request) {
+  const auto& counters = adapter.state<PortCounters>();
+  request.output<CounterValues>(1) =
+      request.effect("driver_reloaded") ? counters.read_at_load() : counters.read();
+  return DriverStatus::success;
+}
+
+}  // namespace
+
+void add_statistics_handlers(HandlerTable& table) {
+  table.on(DriverCommand::hba_portstatistics, read_statistics, {"driver_reloaded"});
+}
+
+}  // namespace ravnsim

@@ -1,0 +1,164 @@
+/**
+ * @file
+ * Region images and the traffic that reads and writes them, as the tests of this folder expect it.
+ */
+#pragma once
+
+#include "tests/support/library_test.h"
+
+#include <cstring>
+#include <initializer_list>
+#include <string_view>
+
+namespace ovk::test {
+
+inline constexpr std::uint32_t sli3 = 3;
+inline constexpr std::uint32_t sli4 = 4;
+/** An adapter type with region commands, and one without. */
+inline constexpr std::uint32_t with_commands = 0x714;
+inline constexpr std::uint32_t without_commands = 0x700;
+
+inline constexpr std::size_t region23_size = 1024;
+inline constexpr std::size_t region22_size = 512;
+/** Where the default Region 23 has its records, and where it ends. */
+inline constexpr std::size_t fcoe_at = 8;
+inline constexpr std::size_t connections_at = 20;
+inline constexpr std::size_t link_at = 344;
+inline constexpr std::size_t default_end = 359;
+
+/** Bytes to be put at a place of an image. */
+struct Patch {
+  std::size_t at;
+  ByteVector bytes;
+};
+
+inline ByteVector patched(ByteVector image, std::initializer_list<Patch> patches) {
+  for (const Patch& patch : patches) {
+    std::ranges::copy(patch.bytes, image.begin() + static_cast<std::ptrdiff_t>(patch.at));
+  }
+  return image;
+}
+
+/** The image that the library builds where the adapter has none. */
+inline ByteVector default_region23() {
+  return patched(ByteVector(region23_size), {{0, {'R', 'G', '2', '3', 1}},
+                                             {fcoe_at, {0xa0, 2, 1, 1, 0x0e, 0xfc}},
+                                             {connections_at, {0xa1, 0x50}},
+                                             {link_at, {0xa2, 2, 0x30, 0, 1, 0, 1, 0, 0xff}},
+                                             {356, {0xff}}});
+}
+
+inline ByteVector default_region22() {
+  return patched(ByteVector(region22_size), {{0, {'R', 'G', '2', '2', 1}}});
+}
+
+/** An image without records, and with other bytes than the default one everywhere else. */
+inline ByteVector bare_region23() {
+  return patched(ByteVector(region23_size, 0x77), {{0, {'R', 'G', '2', '3', 1, 0, 0, 0}}});
+}
+
+/** An image that holds three records of a type, and of its fourth record only these bytes. */
+inline ByteVector region23_ending_with(const ByteVector& record, std::uint8_t others) {
+  const std::size_t filler = region23_size - fcoe_at - record.size();
+  const auto third = static_cast<std::uint8_t>((filler - 2 * 324 - 4) / 4);
+  return patched(bare_region23(), {{fcoe_at, {others, 80}},
+                                   {fcoe_at + 324, {others, 80}},
+                                   {fcoe_at + 648, {others, third}},
+                                   {region23_size - record.size(), record}});
+}
+
+class RegionTest : public LibraryTest {
+ protected:
+  /** A read of a region by the region command; the answer can be changed. */
+  Exchange& expect_read(std::uint32_t region, const ByteVector& image,
+                        std::uint32_t mailbox_status = 0) {
+    expect_sli_mode(board0, sli4);
+    return channel.expect("RAVN_MGMT_HBA_ISSUE_DMP_MBX", board0)
+        .word(2, static_cast<std::uint32_t>(image.size()))
+        .sends(1, Request{2, region, 0})
+        .answers(3, static_cast<std::uint32_t>(image.size()))
+        .replies(2, image)
+        .replies(3, mailbox_status);
+  }
+
+  Exchange& expect_write(std::uint32_t region, const ByteVector& image,
+                         std::uint32_t mailbox_status = 0) {
+    expect_sli_mode(board0, sli4);
+    return channel.expect("RAVN_MGMT_HBA_ISSUE_UPD_MBX", board0)
+        .word(2, static_cast<std::uint32_t>(image.size()))
+        .word(4, region)
+        .sends(1, image)
+        .replies(2, mailbox_status);
+  }
+
+  /** A read of a region by mailboxes, of which the last one can be changed. */
+  Exchange* expect_legacy_read(std::uint8_t region, const ByteVector& image) {
+    constexpr std::uint16_t step = 128;
+    Exchange* last = nullptr;
+    for (std::uint16_t at = 0; at < image.size(); at = static_cast<std::uint16_t>(at + step)) {
+      ByteVector extended(9);
+      extended.insert(extended.end(), image.begin() + at, image.begin() + at + step);
+      last = &expect_mailbox({0x17, 0x32, region, at, step}, {0, 512, 5})
+                  .replies(2, bytes_of(RegionMailbox{0x17, 0x32, region, at, step}))
+                  .replies(3, extended);
+    }
+    return last;
+  }
+
+  /** A read whose first mailbox fails. */
+  void expect_failing_legacy_read(std::uint8_t region, std::uint16_t mailbox_status) {
+    RegionMailbox answer{0x17, 0x32, region, 0, 128};
+    answer.status = mailbox_status;
+    expect_mailbox({0x17, 0x32, region, 0, 128}, {0, 512, 5}).replies(2, bytes_of(answer));
+  }
+
+  Exchange& expect_legacy_write(std::uint8_t region, const ByteVector& image) {
+    const auto size = static_cast<std::uint16_t>(image.size());
+    return expect_mailbox({0x1B, 0x32, region, size, size}, {size, 0, 5}, image);
+  }
+
+  /** What the library asks for before it reads Region 23 for a setting in it. */
+  void expect_mode(std::uint32_t mode) { expect_sli_mode(board0, mode); }
+
+ private:
+  struct Request {
+    std::uint32_t type, region, argument;
+  };
+
+  struct RegionMailbox {
+    RegionMailbox(std::uint8_t command_, std::uint8_t access_, std::uint16_t region_,
+                  std::uint16_t position_, std::uint32_t length_)
+        : command{command_},
+          access{access_},
+          region{region_},
+          position{position_},
+          length{length_} {}
+
+    std::uint8_t byte0 = 0;
+    std::uint8_t command;
+    std::uint16_t status = 0;
+    std::uint32_t access;
+    std::uint16_t region;
+    std::uint16_t position;
+    std::uint32_t word12 = 0;
+    std::uint32_t length;
+  };
+
+  struct [[gnu::packed]] ExtendedHeader {
+    std::uint32_t in, out;
+    std::uint8_t flag;
+  };
+
+  Exchange& expect_mailbox(const RegionMailbox& mailbox, const ExtendedHeader& header,
+                           const ByteVector& data = {}) {
+    ByteVector extended = bytes_of(header);
+    extended.insert(extended.end(), data.begin(), data.end());
+    return channel.expect("RAVN_MGMT_MBOX", board0)
+        .word(2, 128)
+        .word(3, 256)
+        .sends(2, bytes_of(mailbox))
+        .sends(3, extended);
+  }
+};
+
+}  // namespace ovk::test
