@@ -18,7 +18,7 @@ struct Register {
   std::uint32_t cleared_by_ones = 0;
 };
 
-// The values are those of the PCI Express Base Specification's fields, as firmware leaves them.
+// The values are those of the PCI Express standard's fields, as firmware leaves them.
 constexpr Register registers[] = {
     // Type 0 header. Identifiers and revision are the board's own and filled in by it.
     {0x04, 0x00100406, 0x00000546, 0xF9000000},  // memory and bus master on; has capabilities

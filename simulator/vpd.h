@@ -1,6 +1,6 @@
 /**
  * @file
- * A board's vital product data in the format of the PCI Local Bus Specification.
+ * A board's vital product data in the format of the PCI Local Bus 3.0 standard.
  */
 #pragma once
 

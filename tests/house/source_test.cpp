@@ -1,5 +1,7 @@
 // What must hold about the sources, and what no compiler checks.
 
+#include "core/catalogue.h"
+
 #include <filesystem>
 #include <fstream>
 #include <functional>
@@ -111,6 +113,21 @@ TEST(SourceTest, TheLibraryUsesNoUnboundedTextFunctionAndNoCxxHeap) {
       report(line, "the library has no C++ runtime");
     }
   });
+}
+
+TEST(SourceTest, EveryCommandOfTheCatalogueIsInvoked) {
+  std::string library;
+  for_each_line([&](const SourceLine& line) {
+    if (library_rooms.contains(line.room) && line.file.extension() == ".cpp") {
+      library += line.text + "\n";
+    }
+  });
+  for (const Callback& callback : catalogue) {
+    if (callback.name != std::string_view{catalogue_rows::reserved}) {
+      EXPECT_NE(library.find("invoke<\"" + std::string{callback.name} + "\""), std::string::npos)
+          << callback.name;
+    }
+  }
 }
 
 }  // namespace

@@ -224,7 +224,7 @@ class VpdImageTest : public SimulatorTest {
   }
 };
 
-TEST_F(VpdImageTest, ParsesAsThePciSpecificationHasIt) {
+TEST_F(VpdImageTest, ParsesAsThePciStandardHasIt) {
   use_topology(with(one_board, R"("model": "M1",)", R"("model": "Tarvos TV9", "vpd": {
     "engineering_change": "E7", "manufacture_id": "01A2", "asset_tag": "rack 4"},
     "model_description": "nine",)"));

@@ -1,6 +1,6 @@
 /**
  * @file
- * Vital product data in the format of the PCI Local Bus Specification.
+ * Vital product data in the format of the PCI Local Bus 3.0 standard.
  */
 #ifndef OVKCTL_PCI_VPD_H
 #define OVKCTL_PCI_VPD_H
