@@ -32,7 +32,8 @@ std::uint32_t OVK_DeleteAuthConfigV2(std::uint32_t board, AuthConfig* config,
   if (delete_all == 0) {
     return command.invoke<"RAVN_MGMT_DEL_AUTH_CONFIG_V2">(config, &delete_all).raw();
   }
-  // A record of zeros names every pair of ports; the caller's may be null.
+  // A record of zeros names every pair of ports. It is a whole one, for the channel copies as much;
+  // the caller's may be null.
   const ovk::HeapBuffer<AuthConfig> every;
   if (!every) {
     return OVK_AUTH_NO_MEMORY;

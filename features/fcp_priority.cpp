@@ -4,9 +4,12 @@
 #include "core/heap_buffer.h"
 
 #include <algorithm>
+#include <array>
 #include <cstddef>
 #include <cstring>
 #include <iterator>
+#include <numeric>
+#include <span>
 
 using ovk::Command;
 using ovk::HeapBuffer;
@@ -35,7 +38,8 @@ HeapBuffer<PriorityPayload> payload_for(std::uint32_t count) {
 }
 
 bool is_wildcard(const FcpPriorityMatch& field) {
-  return std::ranges::all_of(field.bytes, [](std::uint8_t byte) { return byte == 0xFF; });
+  constexpr std::uint64_t all_ones = ~std::uint64_t{0};
+  return std::memcmp(field.bytes, &all_ones, sizeof all_ones) == 0;
 }
 
 /** The fields before a rule's first wildcard: what makes one rule more specific than another. */
@@ -51,20 +55,26 @@ std::uint32_t order_fcp_priority_list(FcpPriorityList* list) {
   if (count == 0) {
     return OVK_OK;
   }
+  if (count > OVK_FCP_PRIORITY_MAX_ENTRIES) {
+    return OVK_FAILED;
+  }
   HeapBuffer<FcpPriorityEntry> copy{count * sizeof(FcpPriorityEntry)};
   if (!copy) {
     return OVK_FAILED;
   }
   copy.copy_in(list->entries, count * sizeof(FcpPriorityEntry));
+  const std::span<const FcpPriorityEntry> rules{copy.get(), count};
 
-  FcpPriorityEntry* next = list->entries;
-  for (std::size_t specific = match_fields + 1; specific-- > 0;) {
-    // Intended: rules of one kind come out in the reverse of their order.
-    for (std::uint32_t i = count; i-- > 0;) {
-      if (specific_fields(copy.get()[i]) == specific) {
-        *next++ = copy.get()[i];
-      }
-    }
+  // Where the rules of each kind end: the kinds stand from the most specific one down.
+  std::array<std::uint32_t, match_fields + 1> end{};
+  for (const FcpPriorityEntry& rule : rules) {
+    ++end[specific_fields(rule)];
+  }
+  std::partial_sum(end.rbegin(), end.rend(), end.rbegin());
+
+  // Intended: rules of one kind come out in the reverse of their order.
+  for (const FcpPriorityEntry& rule : rules) {
+    list->entries[--end[specific_fields(rule)]] = rule;
   }
   return OVK_OK;
 }

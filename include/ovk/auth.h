@@ -18,8 +18,8 @@ OVK_BEGIN_DECLS
 
 /** Results that the library itself gives beside OVK_OK and OVK_FAILED. */
 enum OvkAuthResult {
-  OVK_AUTH_NOT_SUPPORTED = 0x8009, /**< the board's SLI mode is below OVK_SLI4; nothing was sent */
-  OVK_AUTH_NO_MEMORY = 0x800A      /**< OVK_DeleteAuthConfigV2: no memory; nothing was sent */
+  OVK_AUTH_NOT_SUPPORTED = 0x8009, /**< the board's SLI mode is below OVK_SLI4 */
+  OVK_AUTH_NO_MEMORY = 0x800A      /**< OVK_DeleteAuthConfigV2: no memory; nothing was deleted */
 };
 
 /** Statuses of the driver that the calls hand out as they are. Any other is a failure, too. */

@@ -102,6 +102,7 @@ typedef struct OasLun {
 OVK_ASSERT_SIZE(OasLun, 36);
 OVK_ASSERT_OFFSET(OasLun, scsi_lun, 8);
 OVK_ASSERT_OFFSET(OasLun, flag1, 16);
+OVK_ASSERT_OFFSET(OasLun, flag0, 17);
 OVK_ASSERT_OFFSET(OasLun, priority, 18);
 OVK_ASSERT_OFFSET(OasLun, port_wwns, 20);
 
@@ -139,13 +140,14 @@ OVK_ASSERT_OFFSET(OasRule, lun, 8);
 
 /** Results of the OAS calls beside those of OvkResult. */
 enum OvkOasResult {
-  OVK_OAS_VERSION_TOO_LOW = 4, /**< OVK_SetOASLunV2: the driver's OAS version is below 1 */
+  OVK_OAS_VERSION_TOO_LOW = 4, /**< OVK_SetOASLunV2: the driver's OAS version is below 1, or
+                                    could not be asked for */
   OVK_OAS_NO_SUCH_PORT = 5,    /**< list: the driver does not know the ports */
   OVK_OAS_NO_LUN = 15,         /**< list: the ports have no logical unit */
   OVK_OAS_NO_MEMORY = 16,      /**< set: no memory, here or in the driver */
   OVK_OAS_NODES_UNKNOWN = 17,  /**< set: the rule was sent, the local port's nodes are unknown */
   OVK_OAS_TARGET_UNKNOWN = 18, /**< set: the rule was sent, the target is not a node of the port */
-  OVK_OAS_NOT_SUPPORTED = 32,  /**< the driver does not offer OAS */
+  OVK_OAS_NOT_SUPPORTED = 32,  /**< the driver does not offer OAS, or did not tell its version */
   OVK_OAS_DISABLED = 33,       /**< OAS is switched off on the adapter */
   OVK_OAS_RULE_REFUSED = 34    /**< set: the driver does not take the rule */
 };
@@ -348,6 +350,7 @@ typedef struct RasLogRequest {
 } RasLogRequest;
 
 OVK_ASSERT_SIZE(RasLogRequest, 20);
+OVK_ASSERT_OFFSET(RasLogRequest, size, 4);
 OVK_ASSERT_OFFSET(RasLogRequest, buffer, 8);
 OVK_ASSERT_OFFSET(RasLogRequest, extent, 12);
 
@@ -356,7 +359,7 @@ OVK_ASSERT_OFFSET(RasLogRequest, extent, 12);
  *
  * @param board    library board index
  * @param request  what to read, and where to
- * @param mode     0: query, the extent is set even when the query failed at the driver; else read
+ * @param mode     0: query, the extent is set even when the command failed; else read
  * @return OVK_OK; OVK_FAILED; OVK_NOT_SUPPORTED below SLI-4 and by the driver's word;
  *         OvkRasLogResult
  */
@@ -373,6 +376,7 @@ typedef struct FwLogRequest {
 
 OVK_ASSERT_SIZE(FwLogRequest, 24);
 OVK_ASSERT_OFFSET(FwLogRequest, offset, 4);
+OVK_ASSERT_OFFSET(FwLogRequest, size, 8);
 OVK_ASSERT_OFFSET(FwLogRequest, extent, 12);
 OVK_ASSERT_OFFSET(FwLogRequest, buffer, 20);
 

@@ -126,8 +126,8 @@ OVK_API int32_t GetVPDInfo(uint32_t board, VpdInfo* record);
  * Reads the logical link speed of an SLI-4 board's port.
  *
  * @param board  library board index
- * @param speed  receives a tenth of the driver's value, rounded down; OVK_NO_LOGICAL_SPEED when
- * that is 0; untouched on failure
+ * @param speed  receives a tenth of the low half of the driver's value, rounded down;
+ *               OVK_NO_LOGICAL_SPEED when the driver's value is 0; untouched on failure
  * @return OVK_OK; OVK_FAILED; OVK_NOT_SUPPORTED below SLI-4
  */
 OVK_API uint32_t OVK_GetQoSLinkSpeed(uint32_t board, uint16_t* speed);

@@ -92,6 +92,17 @@ TEST(InterfaceTest, TheInternalEntryPointsAreTheSameInScriptHeadersAndBinary) {
   EXPECT_EQ(in_rooms, names);
 }
 
+TEST(InterfaceTest, NoNameThatApplicationsMayLookUpIsMissing) {
+  Names offered = exported("OVK_14");
+  offered.merge(exported("OVK_PRIVATE"));
+  std::ifstream promised{OVK_SOURCE_DIR "/tests/house/interface_names.txt"};
+  std::size_t count = 0;
+  for (std::string name; std::getline(promised, name); ++count) {
+    EXPECT_THAT(offered, testing::Contains(name));
+  }
+  EXPECT_EQ(count, offered.size()) << "a new name is promised, too";
+}
+
 TEST(InterfaceTest, OvkHeaderPullsInEverySubsystem) {
   const std::string all = read_file(OVK_SOURCE_DIR "/include/ovk/ovk.h");
   for (const auto& entry : std::filesystem::directory_iterator{OVK_SOURCE_DIR "/include/ovk"}) {

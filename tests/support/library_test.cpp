@@ -8,6 +8,7 @@
 #include <cstring>
 #include <fstream>
 #include <iostream>
+#include <iterator>
 #include <regex>
 #include <sstream>
 #include <unistd.h>
@@ -85,18 +86,21 @@ LibraryTest::~LibraryTest() {
     std::fclose(fLogger);
     fLogger = nullptr;
   }
-  std::free(log_text_);
   std::filesystem::remove_all(host().root);
 }
 
 void LibraryTest::log_at(std::uint32_t level) {
-  fLogger = open_memstream(&log_text_, &log_size_);
+  fLogger = std::fopen(log_path().c_str(), "w+");
+  std::setvbuf(fLogger, log_buffer_.data(), _IOFBF, log_buffer_.size());
   LogLevel = level;
 }
 
+std::filesystem::path LibraryTest::log_path() const { return host().root / "log"; }
+
 std::string LibraryTest::raw_log() {
   std::fflush(fLogger);
-  return {log_text_, log_size_};
+  std::ifstream log{log_path()};
+  return {std::istreambuf_iterator<char>{log}, {}};
 }
 
 std::vector<LogLine> LibraryTest::log_lines() {

@@ -9,7 +9,9 @@
 #include "tests/support/host.h"
 #include "tests/support/scripted_channel.h"
 
+#include <array>
 #include <cstdint>
+#include <filesystem>
 #include <functional>
 #include <string>
 #include <vector>
@@ -41,7 +43,7 @@ class LibraryTest : public testing::Test {
   LibraryTest();
   ~LibraryTest() override;
 
-  /** Opens a log in memory at a level. */
+  /** Opens a log of the test's own at a level. */
   void log_at(std::uint32_t level);
   /** What was logged since. */
   std::vector<LogLine> log_lines();
@@ -66,8 +68,9 @@ class LibraryTest : public testing::Test {
   ScriptedChannel channel;
 
  private:
-  char* log_text_ = nullptr;
-  std::size_t log_size_ = 0;
+  [[nodiscard]] std::filesystem::path log_path() const;
+
+  std::array<char, 4096> log_buffer_{};  // or logging would allocate
 };
 
 }  // namespace ovk::test

@@ -223,7 +223,9 @@ void check_sent(std::uint32_t result, std::uint32_t board, const Mailbox& mailbo
 
 Bytes bytes_of(const std::vector<std::uint32_t>& words) {
   Bytes bytes(words.size() * kWordSize);
-  std::memcpy(bytes.data(), words.data(), bytes.size());
+  if (!bytes.empty()) {
+    std::memcpy(bytes.data(), words.data(), bytes.size());
+  }
   return bytes;
 }
 
