@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <cstring>
 #include <fcntl.h>
+#include <poll.h>
 #include <termios.h>
 #include <unistd.h>
 
@@ -22,10 +23,16 @@ class SilentTerminal {
           "there is no terminal at which to ask for the password; give it through a file "
           "descriptor (--local-fd, --remote-fd)");
     }
+    sigset_t held;
+    sigemptyset(&held);
+    for (const int signal : kSignals) {
+      sigaddset(&held, signal);
+    }
+    sigprocmask(SIG_BLOCK, &held, &mask_);
     struct sigaction note {};
     note.sa_handler = [](int signal) { caught_ = signal; };
     for (std::size_t i = 0; i < kSignals.size(); ++i) {
-      sigaction(kSignals[i], &note, &actions_[i]);  // without SA_RESTART: it ends a read
+      sigaction(kSignals[i], &note, &actions_[i]);
     }
     termios silent = before_;
     silent.c_lflag &= ~static_cast<tcflag_t>(ECHO);
@@ -38,6 +45,7 @@ class SilentTerminal {
       sigaction(kSignals[i], &actions_[i], nullptr);
     }
     close(descriptor_);
+    sigprocmask(SIG_SETMASK, &mask_, nullptr);
     if (caught_ != 0) {
       raise(caught_);
     }
@@ -48,7 +56,7 @@ class SilentTerminal {
 
   void read(const std::string& prompt, Secret& secret) {
     dprintf(descriptor_, "%s: ", prompt.c_str());
-    secret.read_from(descriptor_);
+    secret.read_from(descriptor_, &mask_);
     dprintf(descriptor_, "\n");
   }
 
@@ -57,6 +65,7 @@ class SilentTerminal {
   inline static volatile std::sig_atomic_t caught_ = 0;
 
   int descriptor_;
+  sigset_t mask_{};
   termios before_{};
   std::array<struct sigaction, kSignals.size()> actions_{};
 };
@@ -70,11 +79,15 @@ void Secret::wipe() {
   length_ = 0;
 }
 
-void Secret::read_from(int descriptor) {
+void Secret::read_from(int descriptor, const sigset_t* mask_while_waiting) {
   wipe();
   char character = '\0';
   while (true) {
-    const ssize_t count = read(descriptor, &character, 1);  // byte by byte: the rest is not ours
+    // Held signals come in while it waits and at no other time: none is missed before the read.
+    pollfd input{.fd = descriptor, .events = POLLIN, .revents = 0};
+    const bool interrupted = ppoll(&input, 1, nullptr, mask_while_waiting) < 0;
+    // Byte by byte: what follows the line is not ours.
+    const ssize_t count = interrupted ? -1 : read(descriptor, &character, 1);
     if (count < 0) {
       throw OperationFailed(std::string("The password cannot be read: ") + std::strerror(errno) +
                             ".");

@@ -6,6 +6,7 @@
 #define OVKCTL_SECRET_H
 
 #include <array>
+#include <csignal>
 #include <cstddef>
 #include <cstdint>
 #include <string>
@@ -23,8 +24,8 @@ class Secret {
   Secret& operator=(const Secret&) = delete;
 
   /** Reads the first line that a file descriptor gives; throws OperationFailed when it is longer
-      than kLongest or cannot be read. */
-  void read_from(int descriptor);
+      than kLongest, cannot be read, or when a signal comes in that only the given mask lets in. */
+  void read_from(int descriptor, const sigset_t* mask_while_waiting = nullptr);
 
   /** Asks for it at the terminal, twice and without echo; throws UsageError when there is no
       terminal, OperationFailed when the two differ. */
