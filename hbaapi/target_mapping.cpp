@@ -125,7 +125,8 @@ std::uint32_t OVK_GetFcpTargetMappingV2(std::uint32_t board, const Wwn* port_wwn
   if (result != OVK_OK) {
     return result;
   }
-  for (std::uint32_t i = 0; i < work->NumberOfEntries; ++i) {
+  const auto delivered = std::min<std::uint32_t>(work->NumberOfEntries, OVK_MAX_TARGET_MAPPINGS);
+  for (std::uint32_t i = 0; i < delivered; ++i) {
     map->entry[i].entry = work->entry[i];
     identify(board, map->entry[i]);
   }

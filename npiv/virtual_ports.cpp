@@ -47,7 +47,7 @@ std::uint32_t OVK_VPGetAttrib(std::uint32_t board, const Wwn* vport_wwn, VportAt
   const ovk::WwnRequest request{.port_wwn = *vport_wwn};
   Command command{board};
   const Outcome outcome = command.invoke<"RAVN_MGMT_VPORT_GET_ATTRIB">(&request, attrs);
-  // The driver tells a failure of another kind from an unknown name by its third word.
+  // The driver tells a failure of another kind from an unknown name by word 3.
   return outcome.result({}, command.block.reply_size == 0 ? OVK_ILLEGAL_WWN : OVK_FAILED);
 }
 

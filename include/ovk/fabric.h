@@ -162,7 +162,8 @@ OVK_ASSERT_OFFSET(FcpCmnd, data_length, 28);
  * @param data              the data for the target, replaced by the data from it
  * @param data_length       in: bytes of data both ways, OVK_SCSI_MAX_TRANSFER at most, the driver
  *                          is told no more; out: bytes transferred, or needed with OVK_MORE_DATA;
- *                          untouched on other failures
+ *                          untouched on other failures, and when the driver itself finds no room,
+ *                          which gives OVK_MORE_DATA too
  * @param response          receives the FCP response, as long as the driver says and
  *                          OVK_FCP_RESPONSE_MAX_LENGTH bytes at most, whatever room there is
  * @param response_length   in: bytes that response holds, for the driver; out: bytes of the

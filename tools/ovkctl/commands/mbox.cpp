@@ -17,7 +17,6 @@ namespace {
 using Bytes = std::vector<std::uint8_t>;
 
 constexpr std::size_t kWordSize = sizeof(std::uint32_t);
-constexpr std::size_t kSli3Bytes = 128;
 constexpr std::size_t kLongestMailbox = 4096;
 constexpr std::size_t kCommandOffset = offsetof(Mailbox, command);
 
