@@ -1,5 +1,6 @@
 #include "core/command.h"
 #include "core/heap_buffer.h"
+#include "core/in_out_count.h"
 #include "fabric/fcp_cmnd.h"
 
 #include <ovk/fabric.h>
@@ -53,13 +54,6 @@ std::uint32_t announced(std::uint32_t data_length) {
   return std::min<std::uint32_t>(data_length, OVK_SCSI_MAX_TRANSFER);
 }
 
-/** Tells the caller how much data there is. False when it has no room for that. */
-bool fits(std::uint32_t transferred, std::uint32_t& data_length) {
-  const bool has_room = transferred <= data_length;
-  data_length = transferred;
-  return has_room;
-}
-
 /** Copies as many bytes as the driver reports, but no more than its record holds. */
 template <typename Record>
 void copy_reported(void* destination, const Record& record, std::uint32_t reported) {
@@ -98,8 +92,9 @@ std::uint32_t SendFcpCmdByWWN(std::uint32_t board, const Wwn* /*hba_port_wwn*/,
     return outcome.result({{DriverStatus::does_not_fit, OVK_MORE_DATA}});
   }
   *response_length = request.response.length;
-  if (!fits(command.block.reply_size, *data_length)) {
-    return OVK_MORE_DATA;
+  if (const std::uint32_t refusal = ovk::report_count(*data_length, command.block.reply_size);
+      refusal != OVK_OK) {
+    return refusal;
   }
   copy_reported(response, request.response, request.response.length);
   buffer.copy_out(data, *data_length);
@@ -122,8 +117,9 @@ std::uint32_t SendScsiCmdByWWN(std::uint32_t board, const Wwn* /*hba_port_wwn*/,
   if (!outcome.succeeded()) {
     return outcome.result();
   }
-  if (!fits(command.block.reply_size, *data_length)) {
-    return OVK_MORE_DATA;
+  if (const std::uint32_t refusal = ovk::report_count(*data_length, command.block.reply_size);
+      refusal != OVK_OK) {
+    return refusal;
   }
   *sense_length = request.sense_length;
   copy_reported(sense, request.sense, request.sense_length);

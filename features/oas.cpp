@@ -1,5 +1,6 @@
 #include "core/command.h"
 #include "core/heap_buffer.h"
+#include "core/in_out_count.h"
 
 #include <ovk/features.h>
 #include <ovk/npiv.h>
@@ -171,14 +172,13 @@ std::uint32_t OVK_GetOASLunList(std::uint32_t board, const Wwn* local_port, cons
                            {DriverStatus::not_supported, OVK_OAS_NOT_SUPPORTED},
                            {DriverStatus::feature_disabled, OVK_OAS_DISABLED}});
   }
-  const std::uint32_t capacity = list->count;
   const std::uint32_t available = command.block.reply_size;
-  const std::uint32_t delivered = std::min<std::uint32_t>({available, capacity, OVK_OAS_MAX_LUNS});
+  const std::uint32_t delivered =
+      std::min<std::uint32_t>({available, list->count, OVK_OAS_MAX_LUNS});
   for (std::uint32_t i = 0; i < delivered; ++i) {
     convert(reply->entries[i], list->luns[i]);
   }
-  list->count = available;
-  return capacity < available ? OVK_MORE_DATA : OVK_OK;
+  return ovk::report_count(list->count, available);
 }
 
 std::uint32_t OVK_SetOASLun(std::uint32_t board, const Wwn* local_port, const Wwn* target_port,

@@ -1,4 +1,5 @@
 #include "core/command.h"
+#include "core/in_out_count.h"
 #include "core/reply_buffer.h"
 #include "core/wwn_request.h"
 
@@ -39,10 +40,9 @@ std::uint32_t SendRNID(std::uint32_t board, const Wwn* wwn, std::uint32_t wwn_ty
   if (!outcome.succeeded()) {
     return outcome.result();
   }
-  const bool fits = command.block.reply_size <= *reply_len;
-  *reply_len = command.block.reply_size;
-  if (!fits) {
-    return OVK_MORE_DATA;
+  if (const std::uint32_t refusal = ovk::report_count(*reply_len, command.block.reply_size);
+      refusal != OVK_OK) {
+    return refusal;
   }
   buffer.deliver(*reply_len);
   return OVK_OK;

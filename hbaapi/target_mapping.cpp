@@ -1,5 +1,6 @@
 #include "core/command.h"
 #include "core/heap_buffer.h"
+#include "core/in_out_count.h"
 
 #include <ovk/fabric.h>
 #include <ovk/hbaapi.h>
@@ -85,13 +86,15 @@ void identify(std::uint32_t board, FcpScsiEntryV2& mapping) {
 std::uint32_t GetFcpTargetMapping(std::uint32_t board, FcpTargetMapping* map) {
   // Intended: a missing buffer is passed on, and the channel refuses the command.
   const ovk::HeapBuffer<MappingReply> reply;
-  const std::uint32_t room = map->NumberOfEntries;
-  Command command{board, {.request_size = std::min<std::uint32_t>(room, OVK_MAX_TARGET_MAPPINGS)}};
+  Command command{
+      board,
+      {.request_size = std::min<std::uint32_t>(map->NumberOfEntries, OVK_MAX_TARGET_MAPPINGS)}};
   const Outcome outcome = command.invoke<"RAVN_MGMT_HBA_FCPTARGETMAPPING">(reply.get());
   const std::uint32_t count = command.block.reply_size;
-  map->NumberOfEntries = count;
-  if (room < count) {  // intended: whether the command succeeded or not
-    return OVK_MORE_DATA;
+  // Intended: the count is the driver's whether the command succeeded or not.
+  if (const std::uint32_t refusal = ovk::report_count(map->NumberOfEntries, count);
+      refusal != OVK_OK) {
+    return refusal;
   }
   if (outcome.succeeded() && reply) {
     std::memcpy(map->entry, reply->entries,

@@ -1,5 +1,6 @@
 #include "core/command.h"
 #include "core/heap_buffer.h"
+#include "core/in_out_count.h"
 #include "core/wwn_request.h"
 
 #include <ovk/npiv.h>
@@ -38,11 +39,11 @@ std::uint32_t OVK_GetAllNodeInfoByWWN(std::uint32_t board, const Wwn* port_wwn,
   const ovk::WwnRequest request{.port_wwn = *port_wwn};
   Command command{board, {.request_size = capacity}};
   const Outcome outcome = command.invoke<"RAVN_MGMT_VPORT_GET_NODE_INFO">(&request, reply.get());
-  nodes->count = reply->count;
+  const std::uint32_t fit = ovk::report_count(nodes->count, reply->count);
   if (outcome.succeeded()) {
     copy_nodes(*reply, capacity, *nodes);
   }
-  const bool more = capacity < reply->count;
-  return outcome.result({{DriverStatus::list_does_not_fit, more ? OVK_MORE_DATA : OVK_FAILED},
-                         {DriverStatus::not_supported, OVK_NOT_SUPPORTED}});
+  return outcome.result(
+      {{DriverStatus::list_does_not_fit, fit == OVK_MORE_DATA ? OVK_MORE_DATA : OVK_FAILED},
+       {DriverStatus::not_supported, OVK_NOT_SUPPORTED}});
 }

@@ -1,5 +1,6 @@
 #include "core/command.h"
 #include "core/driver_info.h"
+#include "core/in_out_count.h"
 
 #include <ovk/core.h>
 #include <ovk/regions.h>
@@ -115,7 +116,6 @@ std::uint32_t OVK_FCoEGetFCFList(std::uint32_t board, FcfList* list) {
       break;
     }
   }
-  list->count = count;
   list->value = static_cast<std::uint16_t>(list->value + last_value);
-  return count > room ? OVK_MORE_DATA : OVK_OK;
+  return ovk::report_count(list->count, count);
 }

@@ -1,4 +1,5 @@
 #include "core/driver_info.h"
+#include "core/in_out_count.h"
 #include "regions/region23.h"
 
 #include <ovk/core.h>
@@ -57,19 +58,18 @@ FcfConnectionData reshape(const FcfConnectEntry& entry) {
 
 /** Delivers the connections in use to a caller's list. */
 std::uint32_t deliver(const FcfConnectionsData& connections, FcfConnectList& list) {
-  const std::uint8_t room = list.count;
   list.capacity = OVK_FCF_CONNECT_ENTRIES;
-  list.count = 0;
+  std::uint8_t count = 0;
   for (const FcfConnectionData& connection : connections.entries) {
     if (!in_use(connection)) {
       continue;
     }
-    if (list.count < room) {
-      reshape(connection, list.entries[list.count]);
+    if (count < list.count) {
+      reshape(connection, list.entries[count]);
     }
-    ++list.count;
+    ++count;
   }
-  return list.count > room ? OVK_MORE_DATA : OVK_OK;
+  return ovk::report_count(list.count, count);
 }
 
 }  // namespace
