@@ -39,6 +39,8 @@ struct [[gnu::packed]] DiscoveryRecord {
 };
 
 static_assert(sizeof(DiscoveryRecord) == 81);
+static_assert(offsetof(DiscoveryRecord, word4) == 4);
+static_assert(offsetof(DiscoveryRecord, word8) == 8);
 static_assert(offsetof(DiscoveryRecord, half12) == 12);
 static_assert(offsetof(DiscoveryRecord, word16) == 16);
 static_assert(offsetof(DiscoveryRecord, readiness) == 20);

@@ -32,6 +32,7 @@ static_assert(sizeof(FcpRequest) == 200);
 static_assert(offsetof(FcpRequest, command) == 8);
 static_assert(offsetof(FcpRequest, response) == 40);
 static_assert(offsetof(FcpRequest, response.length) == 56);
+static_assert(offsetof(FcpRequest, response.tail) == 60);
 static_assert(sizeof(FcpRequest::Response) == OVK_FCP_RESPONSE_MAX_LENGTH);
 
 /** The same with sense data only. */

@@ -26,6 +26,7 @@ struct PriorityPayload {
 };
 
 static_assert(sizeof(PriorityPayload) == 35932);
+static_assert(offsetof(PriorityPayload, entries) == 4);
 
 constexpr std::size_t list_size(std::uint32_t count) {
   return offsetof(FcpPriorityList, entries) + count * sizeof(FcpPriorityEntry);

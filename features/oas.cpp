@@ -42,6 +42,7 @@ struct OasRulePayload {
 static_assert(sizeof(OasDriverEntry) == 26);
 static_assert(offsetof(OasDriverEntry, lun) == 16);
 static_assert(offsetof(OasDriverEntry, flags) == 24);
+static_assert(offsetof(OasDriverEntry, priority) == 25);
 static_assert(sizeof(OasListPayload) == 6656);
 
 /** Room for the nodes among which a rule's target is looked for. */
@@ -52,6 +53,7 @@ struct TargetNodes {
 };
 
 static_assert(sizeof(TargetNodes) == 20024);
+static_assert(offsetof(TargetNodes, count) == offsetof(NodeInformationList, count));
 static_assert(offsetof(TargetNodes, nodes) == offsetof(NodeInformationList, nodes));
 
 /** The OAS commands carry their own id in the selector word. */

@@ -21,6 +21,7 @@ struct RasLogExchange {
 
 static_assert(sizeof(RasLogExchange) == 16);
 static_assert(offsetof(RasLogExchange, offset) == 8);
+static_assert(offsetof(RasLogExchange, size) == 12);
 
 vmk_MgmtDataDescriptor describe(void* memory, std::uint32_t length) {
   return {.length = length, .address = reinterpret_cast<std::uintptr_t>(memory)};

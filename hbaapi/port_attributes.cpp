@@ -37,11 +37,18 @@ struct [[gnu::packed]] PortRecord {
 };
 
 static_assert(sizeof(PortRecord) == 490);
+static_assert(offsetof(PortRecord, port_wwn) == 8);
 static_assert(offsetof(PortRecord, fc_id) == 16);
+static_assert(offsetof(PortRecord, type) == 20);
+static_assert(offsetof(PortRecord, state) == 24);
+static_assert(offsetof(PortRecord, supported_classes) == 28);
 static_assert(offsetof(PortRecord, fc4_types_supported) == 32);
+static_assert(offsetof(PortRecord, fc4_types_active) == 64);
 static_assert(offsetof(PortRecord, symbolic_name) == 96);
 static_assert(offsetof(PortRecord, os_device_name) == 352);
 static_assert(offsetof(PortRecord, supported_speed) == 466);
+static_assert(offsetof(PortRecord, speed) == 470);
+static_assert(offsetof(PortRecord, max_frame_size) == 474);
 static_assert(offsetof(PortRecord, fabric_name) == 478);
 static_assert(offsetof(PortRecord, discovered_ports) == 486);
 

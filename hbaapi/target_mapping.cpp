@@ -23,6 +23,7 @@ struct MappingReply {
 };
 
 static_assert(sizeof(MappingReply) == 303108);
+static_assert(offsetof(MappingReply, entries) == 4);
 
 /** An entry's share of a work buffer; it leaves room for the count before the entries. */
 constexpr std::size_t work_bytes_per_entry = sizeof(FcpTargetMapping);
@@ -41,7 +42,9 @@ struct IdentificationPage {
 };
 
 static_assert(sizeof(IdentificationPage) == 256);
+static_assert(offsetof(IdentificationPage, first.association_and_type) == 5);
 static_assert(offsetof(IdentificationPage, first.length) == 7);
+static_assert(offsetof(IdentificationPage, first.designator) == 8);
 
 constexpr std::uint8_t identification_page_code = 0x83;
 constexpr std::uint32_t identification_page_room = 255;

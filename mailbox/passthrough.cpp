@@ -42,6 +42,8 @@ struct [[gnu::packed]] ExtendedData {
 };
 
 static_assert(sizeof(ExtendedData) == 2057);
+static_assert(offsetof(ExtendedData, out_bytes) == 4);
+static_assert(offsetof(ExtendedData, flag) == 8);
 static_assert(offsetof(ExtendedData, data) == 9);
 
 /** The bytes of `words` that fit into a buffer. */

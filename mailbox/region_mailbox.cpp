@@ -42,6 +42,8 @@ struct DumpRequest {
 };
 
 static_assert(sizeof(DumpRequest) == 12);
+static_assert(offsetof(DumpRequest, region) == 4);
+static_assert(offsetof(DumpRequest, argument) == 8);
 
 using RegionBuffer = HeapBuffer<Bytes<max_region_length>>;
 

@@ -98,6 +98,7 @@ void vmk_MgmtUserDestroy(struct vmk_MgmtChannel* channel);
 static_assert(sizeof(vmk_MgmtDataDescriptor) == 12);
 static_assert(__builtin_offsetof(vmk_MgmtDataDescriptor, address) == 8);
 static_assert(sizeof(vmk_MgmtCallbackInfo) == 52);
+static_assert(__builtin_offsetof(vmk_MgmtCallbackInfo, user_function) == 4);
 static_assert(__builtin_offsetof(vmk_MgmtCallbackInfo, synchronous) == 8);
 static_assert(__builtin_offsetof(vmk_MgmtCallbackInfo, parameter_count) == 9);
 static_assert(__builtin_offsetof(vmk_MgmtCallbackInfo, parameter_sizes) == 12);

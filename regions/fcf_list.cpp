@@ -38,6 +38,7 @@ struct FcfRecord {
 
 static_assert(sizeof(FcfRecord) == 556);
 static_assert(offsetof(FcfRecord, word4) == 4);
+static_assert(offsetof(FcfRecord, word8) == 8);
 static_assert(offsetof(FcfRecord, word12) == 12);
 static_assert(offsetof(FcfRecord, half16) == 16);
 static_assert(offsetof(FcfRecord, flag18) == 18);

@@ -38,6 +38,7 @@ struct Region22Image {
 static_assert(sizeof(Region22Image) == 512);
 static_assert(offsetof(Region22Image, version) == 4);
 static_assert(offsetof(Region22Image, entries) == 8);
+static_assert(offsetof(Region22Image, tail) == 504);
 
 inline constexpr Region22Image default_region22{.signature = region22_signature,
                                                 .version = region_version};
@@ -50,6 +51,9 @@ struct Region23Header {
   std::uint32_t signature;
   std::uint32_t version;
 };
+
+static_assert(sizeof(Region23Header) == 8);
+static_assert(offsetof(Region23Header, version) == 4);
 
 /** A list of records, each a RecordHeader and its data, the next one right behind it. */
 struct Region23Image {
@@ -74,6 +78,8 @@ struct RecordHeader {
 };
 
 static_assert(sizeof(RecordHeader) == 4);
+static_assert(offsetof(RecordHeader, words) == 1);
+static_assert(offsetof(RecordHeader, fields) == 2);
 
 /** The length that a record's header states for this data. */
 template <typename Data>
@@ -101,6 +107,7 @@ struct FcfConnectionData {
 };
 
 static_assert(sizeof(FcfConnectionData) == 20);
+static_assert(offsetof(FcfConnectionData, vlan_id) == 2);
 static_assert(offsetof(FcfConnectionData, names) == 4);
 
 /** Data of a record of type fcf_connections. */
@@ -117,6 +124,9 @@ struct LinkSlot {
   std::uint8_t link_enabled;
   std::uint8_t reserved3;
 };
+
+static_assert(sizeof(LinkSlot) == 4);
+static_assert(offsetof(LinkSlot, link_enabled) == 2);
 
 /** Data of a record of type persistent_link_down. */
 struct PersistentLinkDownData {
@@ -142,8 +152,12 @@ struct [[gnu::packed]] DefaultRegion23 {
 };
 
 static_assert(sizeof(DefaultRegion23) == 359);
+static_assert(offsetof(DefaultRegion23, fcoe_header) == 8);
+static_assert(offsetof(DefaultRegion23, fcoe) == 12);
 static_assert(offsetof(DefaultRegion23, connections_header) == 20);
+static_assert(offsetof(DefaultRegion23, connections) == 24);
 static_assert(offsetof(DefaultRegion23, link_header) == 344);
+static_assert(offsetof(DefaultRegion23, link) == 348);
 static_assert(offsetof(DefaultRegion23, end) == 356);
 
 inline constexpr DefaultRegion23 default_region23{

@@ -93,10 +93,14 @@ typedef struct DiagBoardEntry {
 
 OVK_ASSERT_SIZE(DiagBoardEntry, 108);
 OVK_ASSERT_OFFSET(DiagBoardEntry, device, 28);
+OVK_ASSERT_OFFSET(DiagBoardEntry, word4, 32);
+OVK_ASSERT_OFFSET(DiagBoardEntry, word8, 36);
 OVK_ASSERT_OFFSET(DiagBoardEntry, byte80, 40);
 OVK_ASSERT_OFFSET(DiagBoardEntry, entry_version, 41);
 OVK_ASSERT_OFFSET(DiagBoardEntry, half12, 42);
+OVK_ASSERT_OFFSET(DiagBoardEntry, word16, 44);
 OVK_ASSERT_OFFSET(DiagBoardEntry, readiness, 48);
+OVK_ASSERT_OFFSET(DiagBoardEntry, word24, 52);
 OVK_ASSERT_OFFSET(DiagBoardEntry, words28, 56);
 OVK_ASSERT_OFFSET(DiagBoardEntry, word76, 104);
 
@@ -116,8 +120,12 @@ typedef struct LegacyBoardEntry {
 
 OVK_ASSERT_SIZE(LegacyBoardEntry, 100);
 OVK_ASSERT_OFFSET(LegacyBoardEntry, device, 28);
+OVK_ASSERT_OFFSET(LegacyBoardEntry, word4, 32);
+OVK_ASSERT_OFFSET(LegacyBoardEntry, word8, 36);
 OVK_ASSERT_OFFSET(LegacyBoardEntry, byte12, 43);
+OVK_ASSERT_OFFSET(LegacyBoardEntry, word16, 44);
 OVK_ASSERT_OFFSET(LegacyBoardEntry, readiness, 48);
+OVK_ASSERT_OFFSET(LegacyBoardEntry, word24, 52);
 OVK_ASSERT_OFFSET(LegacyBoardEntry, words28, 56);
 
 /**
@@ -238,11 +246,15 @@ typedef struct DrvInfo {
 } DrvInfo;
 
 OVK_ASSERT_SIZE(DrvInfo, 148);
+OVK_ASSERT_OFFSET(DrvInfo, record_kind, 1);
 OVK_ASSERT_OFFSET(DrvInfo, interface_major, 4);
+OVK_ASSERT_OFFSET(DrvInfo, interface_minor, 5);
+OVK_ASSERT_OFFSET(DrvInfo, interface_update, 6);
 OVK_ASSERT_OFFSET(DrvInfo, driver_version, 8);
 OVK_ASSERT_OFFSET(DrvInfo, driver_name, 24);
 OVK_ASSERT_OFFSET(DrvInfo, words0, 32);
 OVK_ASSERT_OFFSET(DrvInfo, word64, 48);
+OVK_ASSERT_OFFSET(DrvInfo, word68, 52);
 OVK_ASSERT_OFFSET(DrvInfo, port_fc_id, 80);
 OVK_ASSERT_OFFSET(DrvInfo, port_wwn, 84);
 OVK_ASSERT_OFFSET(DrvInfo, node_wwn, 92);

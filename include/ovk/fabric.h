@@ -43,7 +43,7 @@ enum OvkMgmtResult {
  * @param request_length   bytes of it, OVK_CT_MAX_LENGTH at most
  * @param response         receives the response CT_IU
  * @param response_length  bytes that response holds; the driver is told this room, and the library
- *                         copies as many bytes as the driver reports
+ *                         copies as many bytes as the driver reports, OVK_CT_MAX_LENGTH at most
  * @return the bytes of the response; 0 also when the driver does not permit the request; else an
  *         OvkCtResult. A rejected request is a success, its response says FS_RJT.
  */
@@ -147,6 +147,9 @@ typedef struct FcpCmnd {
 } FcpCmnd;
 
 OVK_ASSERT_SIZE(FcpCmnd, 32);
+OVK_ASSERT_OFFSET(FcpCmnd, command_reference, 8);
+OVK_ASSERT_OFFSET(FcpCmnd, task_attribute, 9);
+OVK_ASSERT_OFFSET(FcpCmnd, task_management, 10);
 OVK_ASSERT_OFFSET(FcpCmnd, direction, 11);
 OVK_ASSERT_OFFSET(FcpCmnd, cdb, 12);
 OVK_ASSERT_OFFSET(FcpCmnd, data_length, 28);

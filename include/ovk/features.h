@@ -15,7 +15,10 @@ OVK_BEGIN_DECLS
 
 /* ---- FCP priority (QoS) ---------------------------------------------------------------------- */
 
-/** The most rules that a table can have. The driver may accept fewer. */
+/**
+ * The most rules that a table can have. The driver may accept fewer: its command carries the first
+ * 998, and what a longer table has behind them is not sent, and reads as zeros.
+ */
 #define OVK_FCP_PRIORITY_MAX_ENTRIES 1000
 
 /** One field of a rule: eight bytes 0xFF match anything, all else matches itself. */

@@ -37,9 +37,15 @@ typedef struct AdapterAttributes {
 } AdapterAttributes;
 
 OVK_ASSERT_SIZE(AdapterAttributes, 2192);
+OVK_ASSERT_OFFSET(AdapterAttributes, SerialNumber, 64);
+OVK_ASSERT_OFFSET(AdapterAttributes, Model, 128);
+OVK_ASSERT_OFFSET(AdapterAttributes, ModelDescription, 384);
 OVK_ASSERT_OFFSET(AdapterAttributes, NodeWWN, 640);
 OVK_ASSERT_OFFSET(AdapterAttributes, NodeSymbolicName, 648);
+OVK_ASSERT_OFFSET(AdapterAttributes, HardwareVersion, 904);
 OVK_ASSERT_OFFSET(AdapterAttributes, DriverVersion, 1160);
+OVK_ASSERT_OFFSET(AdapterAttributes, OptionROMVersion, 1416);
+OVK_ASSERT_OFFSET(AdapterAttributes, FirmwareVersion, 1672);
 OVK_ASSERT_OFFSET(AdapterAttributes, VendorSpecificID, 1928);
 OVK_ASSERT_OFFSET(AdapterAttributes, NumberOfPorts, 1932);
 OVK_ASSERT_OFFSET(AdapterAttributes, DriverName, 1936);
@@ -85,11 +91,18 @@ typedef struct PortAttributes {
 } PortAttributes;
 
 OVK_ASSERT_SIZE(PortAttributes, 632);
+OVK_ASSERT_OFFSET(PortAttributes, PortWWN, 8);
 OVK_ASSERT_OFFSET(PortAttributes, PortFcId, 16);
+OVK_ASSERT_OFFSET(PortAttributes, PortType, 20);
+OVK_ASSERT_OFFSET(PortAttributes, PortState, 24);
+OVK_ASSERT_OFFSET(PortAttributes, PortSupportedClassofService, 28);
 OVK_ASSERT_OFFSET(PortAttributes, PortFc4TypesSupported, 32);
+OVK_ASSERT_OFFSET(PortAttributes, PortFc4TypesActive, 64);
 OVK_ASSERT_OFFSET(PortAttributes, PortSymbolicName, 96);
 OVK_ASSERT_OFFSET(PortAttributes, OSDeviceName, 352);
 OVK_ASSERT_OFFSET(PortAttributes, PortSupportedSpeed, 608);
+OVK_ASSERT_OFFSET(PortAttributes, PortSpeed, 612);
+OVK_ASSERT_OFFSET(PortAttributes, PortMaxFrameSize, 616);
 OVK_ASSERT_OFFSET(PortAttributes, FabricName, 620);
 OVK_ASSERT_OFFSET(PortAttributes, NumberofDiscoveredPorts, 628);
 
@@ -160,7 +173,19 @@ typedef struct PortStatistics {
 } PortStatistics;
 
 OVK_ASSERT_SIZE(PortStatistics, 120);
+OVK_ASSERT_OFFSET(PortStatistics, TxFrames, 8);
+OVK_ASSERT_OFFSET(PortStatistics, TxWords, 16);
+OVK_ASSERT_OFFSET(PortStatistics, RxFrames, 24);
+OVK_ASSERT_OFFSET(PortStatistics, RxWords, 32);
 OVK_ASSERT_OFFSET(PortStatistics, LIPCount, 40);
+OVK_ASSERT_OFFSET(PortStatistics, NOSCount, 48);
+OVK_ASSERT_OFFSET(PortStatistics, ErrorFrames, 56);
+OVK_ASSERT_OFFSET(PortStatistics, DumpedFrames, 64);
+OVK_ASSERT_OFFSET(PortStatistics, LinkFailureCount, 72);
+OVK_ASSERT_OFFSET(PortStatistics, LossOfSyncCount, 80);
+OVK_ASSERT_OFFSET(PortStatistics, LossOfSignalCount, 88);
+OVK_ASSERT_OFFSET(PortStatistics, PrimitiveSeqProtocolErrCount, 96);
+OVK_ASSERT_OFFSET(PortStatistics, InvalidTxWordCount, 104);
 OVK_ASSERT_OFFSET(PortStatistics, InvalidCRCCount, 112);
 
 /** What the counters of each board read at its last reset; all 0 after an initialisation. */
@@ -211,7 +236,10 @@ typedef struct RnidMgmtInfo {
 
 OVK_ASSERT_SIZE(RnidMgmtInfo, 44);
 OVK_ASSERT_OFFSET(RnidMgmtInfo, unittype, 8);
+OVK_ASSERT_OFFSET(RnidMgmtInfo, PortId, 12);
+OVK_ASSERT_OFFSET(RnidMgmtInfo, NumberOfAttachedNodes, 16);
 OVK_ASSERT_OFFSET(RnidMgmtInfo, IPVersion, 20);
+OVK_ASSERT_OFFSET(RnidMgmtInfo, UDPPort, 22);
 OVK_ASSERT_OFFSET(RnidMgmtInfo, IPAddress, 24);
 OVK_ASSERT_OFFSET(RnidMgmtInfo, TopologyDiscoveryFlags, 42);
 
@@ -315,7 +343,10 @@ typedef struct FcpScsiEntry {
 
 OVK_ASSERT_SIZE(FcpScsiEntry, 296);
 OVK_ASSERT_OFFSET(FcpScsiEntry, ScsiBusNumber, 256);
+OVK_ASSERT_OFFSET(FcpScsiEntry, ScsiTargetNumber, 260);
+OVK_ASSERT_OFFSET(FcpScsiEntry, ScsiOSLun, 264);
 OVK_ASSERT_OFFSET(FcpScsiEntry, FcId, 268);
+OVK_ASSERT_OFFSET(FcpScsiEntry, NodeWWN, 272);
 OVK_ASSERT_OFFSET(FcpScsiEntry, PortWWN, 280);
 OVK_ASSERT_OFFSET(FcpScsiEntry, FcpLun, 288);
 
@@ -335,6 +366,7 @@ typedef struct FcpScsiEntryV2 {
 } FcpScsiEntryV2;
 
 OVK_ASSERT_SIZE(FcpScsiEntryV2, 552);
+OVK_ASSERT_OFFSET(FcpScsiEntryV2, identifier, 296);
 
 /** A target mapping with identifiers: a count, and as many entries. */
 typedef struct FcpTargetMappingV2 {
