@@ -34,3 +34,7 @@ if(OVK_SANITIZE)
     -fno-omit-frame-pointer)
   add_link_options(-fsanitize=address,undefined)
 endif()
+
+if(OVK_FUZZ)
+  add_compile_options(-fsanitize=fuzzer-no-link)
+endif()

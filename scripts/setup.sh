@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Installs what building and testing need and this machine lacks. Says nothing when nothing is
-# missing. With --checks also what .ci/run's checks of the sources need.
+# missing. With --checks also what the checks of .ci/run need: clang, its fuzzer, the formatter.
 set -euo pipefail
 
 packages=(
@@ -16,7 +16,7 @@ packages=(
   sg3-utils
 )
 if [[ ${1:-} == --checks ]]; then
-  packages+=(clang clang-format)
+  packages+=(clang clang-format libclang-rt-14-dev)
 fi
 
 missing=()

@@ -173,7 +173,7 @@ OVK_ASSERT_OFFSET(FcpCmnd, data_length, 28);
  *                          response as the driver reports them, whenever the command succeeded
  * @param option_word       passed to the driver as it is
  * @return OVK_OK; OVK_MORE_DATA when the data does not fit, nothing is copied then; OVK_FAILED,
- * also without memory
+ *         also without memory
  */
 OVK_API uint32_t SendFcpCmdByWWN(uint32_t board, const Wwn* hba_port_wwn, const Wwn* target_wwn,
                                  const FcpCmnd* fcp_cmnd, uint32_t fcp_cmnd_length, void* data,
@@ -249,7 +249,7 @@ OVK_API uint32_t SendFcpCmd(uint32_t board, const Wwn* target_wwn, const FcpCmnd
  * @param sense_length     out only: bytes of sense data as the driver reports them; untouched on
  *                         failure
  * @return OVK_OK; OVK_MORE_DATA when the data does not fit, nothing is copied then; OVK_FAILED,
- * also without memory
+ *         also without memory
  */
 OVK_API uint32_t SendScsiCmdByWWN(uint32_t board, const Wwn* hba_port_wwn, const Wwn* target_wwn,
                                   const FcpCmnd* fcp_cmnd, uint32_t fcp_cmnd_length, void* data,
@@ -282,7 +282,7 @@ OVK_API uint32_t SendScsiCmd(uint32_t board, const Wwn* target_wwn, const FcpCmn
  * @param lba           first block
  * @param data          receives the blocks
  * @param data_length   in: OVK_SCSI_BLOCK_SIZE times the blocks, OVK_SCSI_MAX_TRANSFER at most;
- * out: as for SendScsiCmdByWWN
+ *                      out: as for SendScsiCmdByWWN
  * @param sense         as for SendScsiCmdByWWN
  * @param sense_length  out only, as for SendScsiCmdByWWN
  * @return as SendScsiCmdByWWN
@@ -301,7 +301,7 @@ OVK_API uint32_t SendScsiRead(uint32_t board, const Wwn* target_wwn, uint32_t lu
  * @param lba           first block
  * @param data          the blocks; written, too, as the transfer buffer is copied back
  * @param data_length   in: OVK_SCSI_BLOCK_SIZE times the blocks, OVK_SCSI_MAX_TRANSFER at most;
- * out: as for SendScsiCmdByWWN
+ *                      out: as for SendScsiCmdByWWN
  * @param sense         as for SendScsiCmdByWWN
  * @param sense_length  out only, as for SendScsiCmdByWWN
  * @return as SendScsiCmdByWWN

@@ -196,7 +196,7 @@ enum OvkRegionResult {
  * @param offset  first byte of the region to deliver; 0
  * @param dest    receives the bytes; they are delivered also with result 1
  * @param size    in: the room at dest in bytes; out: the bytes delivered, untouched when nothing
- * was sent
+ *                was sent
  * @return OVK_OK, also for a firmware status without a code of its own, then with size 0 (and the
  *         channel's error instead of OVK_OK when the command was not delivered either);
  *         1 when the SLI mode cannot be read or the command failed; 2 below SLI-4 or for another

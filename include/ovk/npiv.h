@@ -70,7 +70,7 @@ OVK_API uint32_t OVK_VPGetResource(uint32_t board, VportResources* res);
  * @param board  library board index
  * @param list   count: on entry the entries that the list has room for; on return the entries
  *               delivered, or with OVK_MORE_DATA the entries needed; unchanged otherwise. The
- * driver alone keeps to the room.
+ *               driver alone keeps to the room.
  * @return OVK_OK; OVK_FAILED; OVK_MORE_DATA, no entry was copied; OVK_NO_MEMORY
  */
 OVK_API uint32_t OVK_VPGetList(uint32_t board, VportList* list);

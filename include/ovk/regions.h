@@ -44,8 +44,8 @@ OVK_ASSERT_SIZE(Region22Entry, 16);
  * @param board  library board index
  * @param image  OVK_REGION14_SIZE bytes
  * @return OVK_OK, also when the write was refused or not delivered; OVK_NOT_SUPPORTED for an
- * adapter type without such a region; OVK_FAILED or the driver's status when the type cannot be
- * read; else the firmware's mailbox status of the write
+ *         adapter type without such a region; OVK_FAILED or the driver's status when the type
+ *         cannot be read; else the firmware's mailbox status of the write
  */
 OVK_API uint32_t OVK_SetRegion14(uint32_t board, const void* image);
 
@@ -79,10 +79,10 @@ OVK_API uint32_t OVK_SetRegion22(uint32_t board, const Region22Entry* entries, u
  * Writes a Region 22 without entries.
  *
  * @param board  library board index
- * @return OVK_OK, on an adapter that is written by region commands also when the write was
- *         refused or not delivered; OVK_NO_MEMORY; OVK_FAILED or the driver's status when the
- * adapter type cannot be read; else the firmware's mailbox status of the write or, on an adapter
- * that is written by mailboxes, the result of OVK_IssueMboxWithRetryEx
+ * @return OVK_OK, on an adapter that is written by region commands also when the write was refused
+ *         or not delivered; OVK_NO_MEMORY; OVK_FAILED or the driver's status when the adapter type
+ *         cannot be read; else the firmware's mailbox status of the write or, on an adapter that is
+ *         written by mailboxes, the result of OVK_IssueMboxWithRetryEx
  */
 OVK_API uint32_t OVK_InitR22(uint32_t board);
 
@@ -93,7 +93,7 @@ OVK_API uint32_t OVK_InitR22(uint32_t board);
  * @param board  library board index
  * @return OVK_OK, on an SLI-4 board also when the write was refused or not delivered; OVK_FAILED
  *         when the SLI mode cannot be read; OVK_NO_MEMORY; else the firmware's mailbox status of
- * the write or, below SLI-4, the result of OVK_IssueMboxWithRetryEx
+ *         the write or, below SLI-4, the result of OVK_IssueMboxWithRetryEx
  */
 OVK_API uint32_t OVK_InitR23(uint32_t board);
 
@@ -115,8 +115,8 @@ OVK_API uint32_t OVK_GetPersistLinkDown(uint32_t board, uint16_t* link_down);
  * @param board      library board index
  * @param link_down  0: the link may come up; any other value: it is kept down
  * @return OVK_OK; OVK_FAILED when the board cannot be asked; OVK_NOT_SUPPORTED, also when the
- * record has no valid slot; OVK_RECORD_NOT_FOUND; OVK_NO_MEMORY; else the result of the write, as
- *         of OVK_InitR23
+ *         record has no valid slot; OVK_RECORD_NOT_FOUND; OVK_NO_MEMORY; else the result of the
+ *         write, as of OVK_InitR23
  */
 OVK_API uint32_t OVK_SetPersistLinkDown(uint32_t board, uint16_t link_down);
 
@@ -156,8 +156,8 @@ OVK_API uint32_t OVK_FCoEGetParams(uint32_t board, FcoeParams* params);
  * @param board   library board index of an SLI-4 board
  * @param params  fc_map; vlan_valid, 1 or not; vlan_id where it is valid
  * @return OVK_OK, also when the write was refused or not delivered; OVK_FAILED when the board or
- * its region cannot be read; OVK_NOT_SUPPORTED below SLI-4; OVK_RECORD_NOT_FOUND; OVK_NO_MEMORY;
- *         else the firmware's mailbox status
+ *         its region cannot be read; OVK_NOT_SUPPORTED below SLI-4; OVK_RECORD_NOT_FOUND;
+ *         OVK_NO_MEMORY; else the firmware's mailbox status
  */
 OVK_API uint32_t OVK_FCoESetParams(uint32_t board, const FcoeParams* params);
 

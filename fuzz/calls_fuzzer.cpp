@@ -1,0 +1,409 @@
+// One call of the library, with whatever the driver answers. A finding is a read or a write outside
+// a buffer, undefined behaviour, a leak, or a call that does not come back.
+
+#include "fuzz/hostile_driver.h"
+
+#include <ovk/ovk.h>
+
+#include <array>
+#include <bit>
+#include <cstddef>
+#include <cstdio>
+#include <initializer_list>
+
+namespace ovk::fuzz {
+namespace {
+
+/** Data that goes both ways, and the sense data, as the SCSI calls take them. */
+struct ScsiBuffers {
+  explicit ScsiBuffers(Caller& caller)
+      : length{caller.number(0, OVK_SCSI_MAX_TRANSFER)},
+        data{caller.memory(length)},
+        sense{caller.memory(OVK_SENSE_MAX_LENGTH)} {}
+
+  std::uint32_t length;
+  std::uint32_t sense_length = OVK_SENSE_MAX_LENGTH;
+  void* data;
+  void* sense;
+};
+
+/** A mailbox of so many words that names no memory of the caller, or memory that is there. */
+Mailbox* mailbox(Caller& caller, std::uint32_t words = OVK_MAILBOX_WORDS) {
+  auto* const mb = caller.record<Mailbox>(words * sizeof(std::uint32_t));
+  const std::uint32_t room = caller.number(0, OVK_MAILBOX_EXTENSION_SIZE);
+  const auto address = std::bit_cast<std::uint32_t>(caller.memory(room));
+  switch (mb->command) {
+    case 0x38:
+    case 0x8D:
+    case 0x8F:
+      mb->words4[2] = room;
+      mb->words4[3] = address;
+      break;
+    case 0x84:
+      mb->words4[1] = room;
+      mb->words4[2] = address;
+      mb->words4[4] = 0;
+      mb->words4[5] = 0;
+      break;
+    default:
+      break;
+  }
+  return mb;
+}
+
+constexpr std::initializer_list<Call> calls = {
+    // Boards and the driver
+    [](Caller& caller, std::uint32_t) {
+      const std::uint32_t capacity = caller.number(0, OVK_MAX_BOARDS);
+      OVK_InitDiagEnv(caller.record<DiagBoardEntry>(capacity * sizeof(DiagBoardEntry)), capacity);
+    },
+    [](Caller& caller, std::uint32_t) {
+      InitDiagEnv(caller.memory(OVK_MAX_BOARDS * sizeof(LegacyBoardEntry)));
+    },
+    [](Caller& caller, std::uint32_t board) { SetBrdEnv(board, caller.number(0, 8)); },
+    [](Caller& caller, std::uint32_t) { SetDiagEnv(caller.number(0, 8)); },
+    [](Caller& caller, std::uint32_t board) { OVK_GetDrvInfo(board, caller.record<DrvInfo>()); },
+    [](Caller& caller, std::uint32_t) { ModInfo(caller.record<ModuleInfo>()); },
+    [](Caller& caller, std::uint32_t) { LogMsg(caller.record<LogMessage>()); },
+    [](Caller& caller, std::uint32_t) {
+      CallVer(caller.record<VersionSignature>(), caller.record<VersionSignature>());
+    },
+
+    // Mailboxes
+    [](Caller& caller, std::uint32_t board) {
+      IssueMbox(board, mailbox(caller), caller.number(0, 33), caller.number(0, 129));
+    },
+    [](Caller& caller, std::uint32_t board) {
+      const std::uint32_t words = caller.number(0, OVK_MAILBOX_EXTENDED_WORDS);
+      auto* const ext = caller.record<std::uint32_t>(words * sizeof(std::uint32_t));
+      IssueMboxEx(board, mailbox(caller), ext, caller.any<std::uint8_t>(), words,
+                  caller.number(0, words));
+    },
+    [](Caller& caller, std::uint32_t board) {
+      const std::uint32_t words = caller.number(7, 513);
+      Mailbox* const mb = mailbox(caller, std::max<std::uint32_t>(words, OVK_MAILBOX_WORDS));
+      OVK_IssueMboxWithRetry(board, mb, words, caller.number(0, 2049), caller.number(0, 3), 1);
+    },
+    [](Caller& caller, std::uint32_t board) {
+      const std::uint32_t words = caller.number(0, OVK_MAILBOX_EXTENDED_WORDS);
+      auto* const ext = caller.record<std::uint32_t>(words * sizeof(std::uint32_t));
+      OVK_IssueMboxWithRetryEx(board, mailbox(caller), ext, caller.any(), words,
+                               caller.number(0, words), caller.number(0, 3), 1);
+    },
+    [](Caller& caller, std::uint32_t board) {
+      const std::uint32_t words = caller.number(OVK_MAILBOX_WORDS, 1025);
+      OVK_IssueMboxWithRetryV2(board, mailbox(caller, words), words, caller.number(0, 3), 1);
+    },
+    [](Caller& caller, std::uint32_t board) {
+      const std::uint32_t words = caller.number(7, 1024);
+      IssueExtendedSLIConfig(board, mailbox(caller, std::max(words, 64U)), caller.number(0, 3),
+                             caller.number(0, 3), words);
+    },
+    [](Caller& caller, std::uint32_t board) {
+      std::uint32_t size = caller.number(0, 6000);
+      auto* const dest = static_cast<std::uint8_t*>(caller.memory(size));
+      OVK_IssueDumpMBox(board, caller.number(1, 4), 0, caller.number(0, 163), caller.any(), dest,
+                        &size);
+    },
+    [](Caller& caller, std::uint32_t board) {
+      const std::uint32_t length = caller.number(0, 6000);
+      std::uint32_t status = 0;
+      OVK_IssueUpdateCfgMBox(board, OVK_REGION_REQUEST_TYPE, caller.number(0, 163),
+                             caller.memory(length), length, &status);
+    },
+    [](Caller& caller, std::uint32_t board) {
+      const std::uint32_t size = caller.number(0, OVK_LOOPBACK_MAX_SIZE);
+      const LoopbackRequest request{
+          .bufSize = size, .transmit = caller.memory(size), .receive = caller.memory(size)};
+      OVK_RunLoopbackTest(board, &request);
+    },
+    [](Caller& caller, std::uint32_t board) {
+      OVK_ConfigLoopbackV2(board, caller.any(), caller.number(0, 3), caller.any());
+    },
+    [](Caller&, std::uint32_t board) { OVK_EndLoopback(board); },
+    [](Caller& caller, std::uint32_t board) { OVK_ResetAdapter(board, caller.number(0, 4)); },
+    [](Caller& caller, std::uint32_t board) { OVK_SetDumpEnv(board, caller.number(0, 6)); },
+    [](Caller& caller, std::uint32_t board) {
+      std::uint32_t length = caller.any();
+      OVK_GetDriverDumpRegion(board, caller.any(), caller.memory(OVK_DUMP_DESCRIPTOR_SIZE),
+                              &length);
+    },
+
+    // Fabric
+    [](Caller& caller, std::uint32_t board) {
+      const std::uint32_t length = caller.number(0, OVK_CT_MAX_LENGTH + 1);
+      GetCTInfo(board, 0xFFFFFC, caller.memory(length), length, caller.memory(OVK_CT_MAX_LENGTH),
+                caller.any());
+    },
+    [](Caller& caller, std::uint32_t board) {
+      const std::uint32_t length = caller.number(0, OVK_CT_MAX_LENGTH);
+      std::uint32_t response_length = 0;
+      SendMgmtCommand(board, caller.record<Wwn>(), caller.memory(length), length,
+                      caller.memory(OVK_CT_MAX_LENGTH), &response_length, caller.any());
+    },
+    [](Caller& caller, std::uint32_t board) {
+      const std::uint32_t length = caller.number(0, OVK_CT_MAX_LENGTH);
+      SendMgmtResponse(board, caller.memory(length), length, caller.any());
+    },
+    [](Caller& caller, std::uint32_t board) {
+      const std::uint32_t length = caller.number(0, OVK_ELS_MAX_LENGTH);
+      std::uint32_t reply_length = 0;
+      OVK_SendELSCmd(board, caller.record<ElsDestination>(), caller.memory(length), length,
+                     caller.memory(OVK_ELS_MAX_LENGTH), &reply_length);
+    },
+    [](Caller& caller, std::uint32_t board) {
+      std::uint32_t length = caller.number(0, OVK_SCSI_MAX_TRANSFER);
+      std::uint32_t response_length = caller.any();
+      SendFcpCmdByWWN(board, nullptr, caller.record<Wwn>(), caller.record<FcpCmnd>(),
+                      sizeof(FcpCmnd), caller.memory(length), &length,
+                      caller.memory(OVK_FCP_RESPONSE_MAX_LENGTH), &response_length, caller.any());
+    },
+    [](Caller& caller, std::uint32_t board) {
+      ScsiBuffers scsi{caller};
+      SendScsiCmdByWWN(board, nullptr, caller.record<Wwn>(), caller.record<FcpCmnd>(),
+                       sizeof(FcpCmnd), scsi.data, &scsi.length, scsi.sense, &scsi.sense_length);
+    },
+    [](Caller& caller, std::uint32_t board) {
+      ScsiBuffers scsi{caller};
+      SendScsiInquiry(board, caller.record<Wwn>(), 0, 0, 1, 0x83, scsi.data, &scsi.length,
+                      scsi.sense, &scsi.sense_length);
+    },
+
+    // Attributes, statistics, RNID, events, mappings
+    [](Caller&, std::uint32_t board) { RefreshInformation(board); },
+    [](Caller& caller, std::uint32_t board) {
+      GetDiscoveredPortAttributes(board, 0, caller.any(), caller.record<PortAttributes>());
+    },
+    [](Caller& caller, std::uint32_t board) {
+      GetPortAttributesByWWN(board, caller.record<Wwn>(), caller.record<PortAttributes>());
+    },
+    [](Caller& caller, std::uint32_t board) {
+      GetPortAttributesByIndex(board, 0, caller.any(), caller.record<PortAttributes>());
+    },
+    [](Caller& caller, std::uint32_t board) {
+      ResetStatistics(board);
+      GetPortStatistics(board, caller.number(0, 1) - 1, caller.record<PortStatistics>());
+    },
+    [](Caller& caller, std::uint32_t board) {
+      std::uint32_t length = caller.number(0, 2 * OVK_RNID_REPLY_SIZE);
+      SendRNID(board, caller.record<Wwn>(), caller.number(0, 2), caller.memory(length), &length);
+    },
+    [](Caller& caller, std::uint32_t board) {
+      GetRNIDMgmtInfo(board, caller.record<RnidMgmtInfo>());
+    },
+    [](Caller& caller, std::uint32_t board) {
+      std::uint32_t count = caller.number(0, OVK_MAX_EVENTS + 1);
+      GetEventBuffer(board, caller.record<EventInfo>((OVK_MAX_EVENTS + 1) * sizeof(EventInfo)),
+                     &count);
+    },
+    [](Caller& caller, std::uint32_t board) {
+      const std::uint32_t room = caller.number(0, OVK_MAX_TARGET_MAPPINGS + 2);
+      auto* const map = caller.record<FcpTargetMapping>(offsetof(FcpTargetMapping, entry) +
+                                                        room * sizeof(FcpScsiEntry));
+      map->NumberOfEntries = room;
+      GetFcpTargetMapping(board, map);
+    },
+    [](Caller& caller, std::uint32_t board) {
+      const std::uint32_t room = caller.number(0, OVK_MAX_TARGET_MAPPINGS + 2);
+      auto* const map = caller.record<FcpTargetMappingV2>(offsetof(FcpTargetMappingV2, entry) +
+                                                          room * sizeof(FcpScsiEntryV2));
+      map->NumberOfEntries = room;
+      const Wwn the_boards_own{};
+      OVK_GetFcpTargetMappingV2(board, &the_boards_own, map);
+    },
+    [](Caller& caller, std::uint32_t board) {
+      auto* const list = caller.record<FcpBindList>(offsetof(FcpBindList, entry) +
+                                                    (OVK_MAX_BINDINGS + 1) * sizeof(FcpBinding));
+      list->count = caller.number(0, OVK_MAX_BINDINGS + 1);
+      GetFcpBindList(board, list);
+    },
+
+    // Information and raw access
+    [](Caller& caller, std::uint32_t board) {
+      OVK_GetLinkInfo(static_cast<int>(board), caller.record<LinkInfo>());
+    },
+    [](Caller& caller, std::uint32_t board) {
+      GetIOinfo(static_cast<int>(board), caller.record<IoInfo>());
+    },
+    [](Caller& caller, std::uint32_t board) {
+      GetNodeInfo(static_cast<int>(board),
+                  caller.record<NodeInfoEntry>(OVK_MAX_NODE_INFO_ENTRIES * sizeof(NodeInfoEntry)));
+    },
+    [](Caller& caller, std::uint32_t board) { GetVPDInfo(board, caller.record<VpdInfo>()); },
+    [](Caller& caller, std::uint32_t board) {
+      OVK_GetQoSLinkSpeed(board, caller.record<std::uint16_t>());
+    },
+    [](Caller& caller, std::uint32_t board) {
+      GetCfgParam(board, caller.record<CfgParam>(OVK_MAX_CFG_PARAMS * sizeof(CfgParam)));
+    },
+    [](Caller& caller, std::uint32_t board) {
+      const std::uint32_t count = caller.number(0, OVK_MAX_RAW_TRANSFER + 4);
+      OVK_ReadPciCfg(board, caller.memory(count), caller.any(), count);
+    },
+    [](Caller& caller, std::uint32_t board) {
+      const std::uint32_t count = caller.number(0, OVK_MAX_RAW_TRANSFER + 4);
+      ReadPciCfg(board, caller.memory(count), caller.number(0, 4096), count);
+    },
+    [](Caller& caller, std::uint32_t board) {
+      const std::uint32_t count = caller.number(0, OVK_MAX_RAW_TRANSFER + 4);
+      WritePciCfg(board, caller.memory(count), caller.any(), count);
+    },
+    [](Caller& caller, std::uint32_t board) {
+      const std::uint32_t count = caller.number(0, OVK_MAX_RAW_TRANSFER + 4);
+      ReadMem(board, caller.memory(count), caller.any(), count);
+    },
+    [](Caller& caller, std::uint32_t board) {
+      const std::uint32_t count = caller.number(0, OVK_MAX_RAW_TRANSFER + 4);
+      WriteMem(board, caller.memory(count), caller.any(), count);
+    },
+    [](Caller& caller, std::uint32_t board) {
+      OVK_GetTrunkInfo(board, caller.record<TrunkInfo>());
+    },
+    [](Caller& caller, std::uint32_t board) { OVK_GetPCIIds(board, caller.record<PciIds>()); },
+
+    // Regions
+    [](Caller& caller, std::uint32_t board) {
+      OVK_SetRegion14(board, caller.memory(OVK_REGION14_SIZE));
+    },
+    [](Caller& caller, std::uint32_t board) {
+      std::uint32_t count = 0;
+      OVK_GetRegion22(board,
+                      caller.record<Region22Entry>(OVK_REGION22_DELIVERED * sizeof(Region22Entry)),
+                      &count);
+    },
+    [](Caller& caller, std::uint32_t board) {
+      const std::uint32_t count = caller.number(0, OVK_REGION22_ENTRIES + 1);
+      OVK_SetRegion22(board, caller.record<Region22Entry>(count * sizeof(Region22Entry)), count);
+    },
+    [](Caller&, std::uint32_t board) { OVK_InitR23(board); },
+    [](Caller& caller, std::uint32_t board) {
+      OVK_GetPersistLinkDown(board, caller.record<std::uint16_t>());
+    },
+    [](Caller& caller, std::uint32_t board) {
+      OVK_SetPersistLinkDown(board, caller.any<std::uint16_t>());
+    },
+    [](Caller& caller, std::uint32_t board) {
+      OVK_FCoEGetParams(board, caller.record<FcoeParams>());
+    },
+    [](Caller& caller, std::uint32_t board) {
+      OVK_FCoESetParams(board, caller.record<FcoeParams>());
+    },
+    [](Caller& caller, std::uint32_t board) {
+      const std::uint32_t room = caller.number(0, OVK_FCF_CONNECT_ENTRIES);
+      auto* const list = caller.record<FcfConnectList>(offsetof(FcfConnectList, entries) +
+                                                       room * sizeof(FcfConnectEntry));
+      list->count = static_cast<std::uint8_t>(room);
+      OVK_FCoEGetFCFConnectList(board, list);
+    },
+    [](Caller& caller, std::uint32_t board) {
+      OVK_FCoESetFCFConnectList(board, caller.record<FcfConnectList>());
+    },
+    [](Caller& caller, std::uint32_t board) {
+      const std::uint32_t room = caller.number(0, 40);
+      auto* const list =
+          caller.record<FcfList>(offsetof(FcfList, entries) + room * sizeof(FcfListEntry));
+      list->count = static_cast<std::uint16_t>(room);
+      OVK_FCoEGetFCFList(board, list);
+    },
+
+    // Traffic policy and the firmware log
+    [](Caller& caller, std::uint32_t board) {
+      const std::uint32_t room = caller.number(0, OVK_FCP_PRIORITY_MAX_ENTRIES);
+      auto* const list = caller.record<FcpPriorityList>(offsetof(FcpPriorityList, entries) +
+                                                        room * sizeof(FcpPriorityEntry));
+      list->count = room;
+      OVK_QoSGetConfig(board, list);
+    },
+    [](Caller& caller, std::uint32_t board) {
+      const std::uint32_t count = caller.number(0, OVK_FCP_PRIORITY_MAX_ENTRIES + 1);
+      auto* const list = caller.record<FcpPriorityList>(offsetof(FcpPriorityList, entries) +
+                                                        count * sizeof(FcpPriorityEntry));
+      list->count = count;
+      OVK_QoSSetConfig(board, list);
+    },
+    [](Caller& caller, std::uint32_t board) {
+      const std::uint32_t room = caller.number(0, OVK_OAS_MAX_LUNS);
+      auto* const list =
+          caller.record<OasLunList>(offsetof(OasLunList, luns) + room * sizeof(OasLun));
+      list->count = room;
+      OVK_GetOASLunList(board, caller.record<Wwn>(), caller.record<Wwn>(), 0, list);
+    },
+    [](Caller& caller, std::uint32_t board) {
+      OVK_SetOASLun(board, caller.record<Wwn>(), caller.record<Wwn>(), caller.any(), caller.any(),
+                    0, caller.any<std::uint8_t>());
+    },
+    [](Caller& caller, std::uint32_t board) {
+      OVK_SetOASLunV2(board, caller.record<Wwn>(), caller.record<Wwn>(), 0,
+                      caller.record<OasRule>());
+    },
+    [](Caller& caller, std::uint32_t board) {
+      OVK_GetQFPAPriorityList(board, caller.record<QfpaPriorityList>());
+    },
+    [](Caller& caller, std::uint32_t board) {
+      OVK_GetVMidMapping(board, caller.record<VMidMapping>());
+    },
+    [](Caller& caller, std::uint32_t board) {
+      OVK_FwLogConfig(board, caller.record<FwLogConfig>());
+    },
+    [](Caller& caller, std::uint32_t board) {
+      auto* const request = caller.record<FwLogRequest>();
+      request->size = caller.number(0, 5000);
+      request->buffer = caller.memory(request->size);
+      OVK_GetFwLog(board, request);
+    },
+
+    // Virtual ports and authentication
+    [](Caller& caller, std::uint32_t board) {
+      OVK_VPGetResource(board, caller.record<VportResources>());
+    },
+    [](Caller& caller, std::uint32_t board) { OVK_VPGetList(board, caller.record<VportList>()); },
+    [](Caller& caller, std::uint32_t board) {
+      OVK_VPGetAttrib(board, caller.record<Wwn>(), caller.record<VportAttributes>());
+    },
+    [](Caller& caller, std::uint32_t board) {
+      const std::uint32_t room = caller.number(0, OVK_MAX_NODES + 2);
+      auto* const nodes = caller.record<NodeInformationList>(offsetof(NodeInformationList, nodes) +
+                                                             room * sizeof(NodeInformation));
+      nodes->count = room;
+      OVK_GetAllNodeInfoByWWN(board, caller.record<Wwn>(), nodes);
+    },
+    [](Caller& caller, std::uint32_t board) {
+      OVK_GetAuthConfigV2(board, *caller.record<Wwn>(), caller.record<AuthConfig>(), 1);
+    },
+    [](Caller& caller, std::uint32_t board) {
+      OVK_DeleteAuthConfigV2(board, caller.record<AuthConfig>(), caller.any<std::uint8_t>());
+    },
+    [](Caller& caller, std::uint32_t board) {
+      OVK_GetAuthPasswordV2(board, caller.record<AuthPassword>(), 1);
+    },
+    [](Caller& caller, std::uint32_t board) {
+      OVK_GetAuthStatus(board, caller.record<AuthStatus>());
+    },
+};
+
+/** All log lines, to nowhere, so that their formatting is seen too. */
+void log_everything() {
+  if (fLogger == nullptr) {
+    fLogger = std::fopen("/dev/null", "w");
+    LogLevel = 0xFFFFFFFF;
+  }
+}
+
+}  // namespace
+}  // namespace ovk::fuzz
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
+  using namespace ovk::fuzz;
+  constexpr std::array<std::uint32_t, 4> sli_modes{0, 2, OVK_SLI4, OVK_SLI4 + 1};
+  log_everything();
+  FuzzedDataProvider data{bytes, size};
+  const Call call =
+      *(calls.begin() + data.ConsumeIntegralInRange<std::size_t>(0, calls.size() - 1));
+  sli_mode_of_the_board = data.PickValueInArray(sli_modes);
+  const std::uint32_t board = data.ConsumeIntegralInRange<std::uint32_t>(0, OVK_MAX_BOARDS);
+  driver_answers = &data;
+  Caller caller{data};
+  call(caller, board);
+  driver_answers = nullptr;
+  return 0;
+}

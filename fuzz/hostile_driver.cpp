@@ -1,0 +1,145 @@
+#include "fuzz/hostile_driver.h"
+
+#include "core/catalogue.h"
+#include "core/command.h"
+
+#include <algorithm>
+#include <cstdarg>
+#include <cstdlib>
+#include <sanitizer/asan_interface.h>
+
+namespace ovk::fuzz {
+
+FuzzedDataProvider* driver_answers = nullptr;
+std::uint32_t sli_mode_of_the_board = 0;
+
+namespace {
+
+/** Statuses that some call treats in a way of its own. */
+constexpr std::array statuses{
+    DriverStatus::not_found,      DriverStatus::mailbox_failed,    DriverStatus::no_memory,
+    DriverStatus::no_dump_region, DriverStatus::no_response,       DriverStatus::transport_failed,
+    DriverStatus::not_supported,  DriverStatus::not_permitted,     DriverStatus::feature_disabled,
+    DriverStatus::busy,           DriverStatus::not_ready,         DriverStatus::does_not_fit,
+    DriverStatus::no_vpd,         DriverStatus::list_does_not_fit, DriverStatus::ras_not_active,
+};
+
+/** Stops when part of what the driver copies is not the library's to give. */
+void expect_whole(void* payload, std::size_t size) {
+  if (payload != nullptr && __asan_region_is_poisoned(payload, size) != nullptr) {
+    std::abort();
+  }
+}
+
+void fill(void* payload, std::size_t size) {
+  constexpr std::size_t most_from_input = 512;
+  if (driver_answers->ConsumeBool()) {
+    std::memset(payload, driver_answers->ConsumeIntegral<std::uint8_t>(), size);
+  }
+  driver_answers->ConsumeData(payload, std::min(size, most_from_input));
+}
+
+/** Words that counts and lengths are likely to be wrong with. */
+std::uint32_t any_word() {
+  switch (driver_answers->ConsumeIntegralInRange(0, 3)) {
+    case 0:
+      return driver_answers->ConsumeIntegral<std::uint8_t>();
+    case 1:
+      return driver_answers->ConsumeIntegralInRange<std::uint32_t>(0, 0x50000);
+    default:
+      return driver_answers->ConsumeIntegral<std::uint32_t>();
+  }
+}
+
+void answer(CommandBlock& block) {
+  for (std::uint32_t* const word :
+       {&block.index, &block.reply_size, &block.value, &block.code, &block.selector}) {
+    if (driver_answers->ConsumeBool()) {
+      *word = any_word();
+    }
+  }
+  block.status = driver_answers->ConsumeBool() ? DriverStatus::success
+                                               : driver_answers->PickValueInArray(statuses);
+}
+
+/** Answers what nearly every call asks first, so that the input is spent on what comes after. */
+bool answer_as_a_board(const Callback& callback, CommandBlock& block, void* payload) {
+  constexpr std::size_t sli_mode_offset = 96;
+  constexpr std::size_t features_offset = 104;
+  constexpr std::uint32_t all_features = 0xFFFFFFFF;
+  if (sli_mode_of_the_board == 0) {
+    return false;
+  }
+  if (callback.id == callback_named<"RAVN_MGMT_GET_RAVNOVK_INFO">().id) {
+    auto* const bytes = static_cast<std::uint8_t*>(payload);
+    std::memcpy(bytes + sli_mode_offset, &sli_mode_of_the_board, sizeof sli_mode_of_the_board);
+    std::memcpy(bytes + features_offset, &all_features, sizeof all_features);
+  } else if (callback.id != callback_named<"RAVN_MGMT_HBA_ADAPTERATTRIBUTES">().id &&
+             callback.id != callback_named<"RAVN_MGMT_HBA_PORTATTRIBUTES">().id &&
+             callback.id != callback_named<"RAVN_MGMT_MBOX_SLI_CFG_EXT_SUP">().id) {
+    return false;
+  }
+  block.status = DriverStatus::success;
+  return true;
+}
+
+void answer(const Parameter& parameter, void* payload) {
+  if (parameter.direction == Direction::descriptor) {
+    auto* const descriptor = static_cast<vmk_MgmtDataDescriptor*>(payload);
+    void* memory = nullptr;
+    std::memcpy(&memory, &descriptor->address, sizeof memory);
+    expect_whole(memory, descriptor->length);
+    return;
+  }
+  expect_whole(payload, parameter.size);
+  if (payload != nullptr && parameter.direction != Direction::input) {
+    fill(payload, parameter.size);
+  }
+}
+
+}  // namespace
+}  // namespace ovk::fuzz
+
+extern "C" {
+
+int vmk_MgmtUserInit(const vmk_MgmtSignature* /*signature*/, std::uint32_t /*reserved0*/,
+                     std::uint32_t /*reserved1*/, vmk_MgmtChannel** channel) {
+  *channel = nullptr;
+  return 0;
+}
+
+int vmk_MgmtUserCallbackInvokeInt(vmk_MgmtChannel* /*channel*/, std::uint64_t /*instance*/,
+                                  std::uint64_t id, std::uint32_t parameter_count, ...) {
+  using namespace ovk;
+  constexpr int refused = 7;
+  const auto* const callback = std::ranges::find(catalogue, id, &Callback::id);
+  if (callback == catalogue.end() || parameter_count != callback->payload_count + 1) {
+    std::abort();
+  }
+  std::va_list parameters;
+  va_start(parameters, parameter_count);
+  auto* const block = va_arg(parameters, CommandBlock*);
+  std::array<void*, max_payloads> payloads{};
+  for (std::size_t i = 0; i < callback->payload_count; ++i) {
+    payloads[i] = va_arg(parameters, void*);
+  }
+  va_end(parameters);
+  if (fuzz::driver_answers == nullptr || fuzz::driver_answers->remaining_bytes() == 0) {
+    return refused;
+  }
+  if (fuzz::answer_as_a_board(*callback, *block, payloads[0])) {
+    return 0;
+  }
+  fuzz::answer(*block);
+  for (std::size_t i = 0; i < callback->payload_count; ++i) {
+    fuzz::answer(callback->payloads[i], payloads[i]);
+  }
+  return fuzz::driver_answers->ConsumeIntegralInRange(0, 7) == 7 ? refused : 0;
+}
+
+void vmk_MgmtUserDestroy(vmk_MgmtChannel* /*channel*/) {}
+
+// Waiting finds nothing.
+unsigned sleep(unsigned /*seconds*/) { return 0; }
+int usleep(unsigned /*microseconds*/) { return 0; }
+}
