@@ -68,6 +68,7 @@ constexpr std::initializer_list<Call> calls = {
     [](Caller& caller, std::uint32_t) {
       CallVer(caller.record<VersionSignature>(), caller.record<VersionSignature>());
     },
+    [](Caller& caller, std::uint32_t board) { EventTest(board, caller.any(), caller.any()); },
 
     // Mailboxes
     [](Caller& caller, std::uint32_t board) {
@@ -165,8 +166,35 @@ constexpr std::initializer_list<Call> calls = {
     },
     [](Caller& caller, std::uint32_t board) {
       ScsiBuffers scsi{caller};
-      SendScsiInquiry(board, caller.record<Wwn>(), 0, 0, 1, 0x83, scsi.data, &scsi.length,
-                      scsi.sense, &scsi.sense_length);
+      SendScsiRead(board, caller.record<Wwn>(), 0, 0, caller.any(), scsi.data, &scsi.length,
+                   scsi.sense, &scsi.sense_length);
+    },
+    [](Caller& caller, std::uint32_t board) {
+      ScsiBuffers scsi{caller};
+      SendScsiWrite(board, caller.record<Wwn>(), 0, 0, caller.any(), scsi.data, &scsi.length,
+                    scsi.sense, &scsi.sense_length);
+    },
+    [](Caller& caller, std::uint32_t board) {
+      ScsiBuffers scsi{caller};
+      SendScsiInquiry(board, caller.record<Wwn>(), 0, 0, caller.any<std::uint8_t>(),
+                      caller.any<std::uint8_t>(), scsi.data, &scsi.length, scsi.sense,
+                      &scsi.sense_length);
+    },
+    [](Caller& caller, std::uint32_t board) {
+      ScsiBuffers scsi{caller};
+      SendReadCapacity(board, caller.record<Wwn>(), 0, 0, scsi.data, &scsi.length, scsi.sense,
+                       &scsi.sense_length);
+    },
+    [](Caller& caller, std::uint32_t board) {
+      ScsiBuffers scsi{caller};
+      SendReportLUNs(board, caller.record<Wwn>(), scsi.data, &scsi.length, scsi.sense,
+                     &scsi.sense_length);
+    },
+    [](Caller& caller, std::uint32_t board) {
+      const std::uint32_t length = caller.number(16, OVK_CT_MAX_LENGTH);
+      std::uint32_t response_length = OVK_CT_MAX_LENGTH;
+      SendCTPassThru(board, caller.record<std::uint8_t>(length), length,
+                     caller.memory(OVK_CT_MAX_LENGTH), &response_length);
     },
 
     // Attributes, statistics, RNID, events, mappings
@@ -187,6 +215,9 @@ constexpr std::initializer_list<Call> calls = {
     [](Caller& caller, std::uint32_t board) {
       std::uint32_t length = caller.number(0, 2 * OVK_RNID_REPLY_SIZE);
       SendRNID(board, caller.record<Wwn>(), caller.number(0, 2), caller.memory(length), &length);
+    },
+    [](Caller& caller, std::uint32_t board) {
+      SetRNIDMgmtInfo(board, caller.record<RnidMgmtInfo>());
     },
     [](Caller& caller, std::uint32_t board) {
       GetRNIDMgmtInfo(board, caller.record<RnidMgmtInfo>());
@@ -255,6 +286,12 @@ constexpr std::initializer_list<Call> calls = {
     [](Caller& caller, std::uint32_t board) {
       const std::uint32_t count = caller.number(0, OVK_MAX_RAW_TRANSFER + 4);
       WriteMem(board, caller.memory(count), caller.any(), count);
+    },
+    [](Caller& caller, std::uint32_t board) {
+      ReadCtlReg(board, caller.record<std::uint32_t>(), caller.any());
+    },
+    [](Caller& caller, std::uint32_t board) {
+      WriteCtlReg(board, caller.record<std::uint32_t>(), caller.any());
     },
     [](Caller& caller, std::uint32_t board) {
       OVK_GetTrunkInfo(board, caller.record<TrunkInfo>());
@@ -343,6 +380,9 @@ constexpr std::initializer_list<Call> calls = {
       OVK_GetVMidMapping(board, caller.record<VMidMapping>());
     },
     [](Caller& caller, std::uint32_t board) {
+      OVK_UpdateVMidMapping(board, caller.record<VMidMapping>());
+    },
+    [](Caller& caller, std::uint32_t board) {
       OVK_FwLogConfig(board, caller.record<FwLogConfig>());
     },
     [](Caller& caller, std::uint32_t board) {
@@ -353,6 +393,9 @@ constexpr std::initializer_list<Call> calls = {
     },
 
     // Virtual ports and authentication
+    [](Caller& caller, std::uint32_t board) {
+      OVK_NPIVReadyTest(board, caller.record<std::uint32_t>());
+    },
     [](Caller& caller, std::uint32_t board) {
       OVK_VPGetResource(board, caller.record<VportResources>());
     },
@@ -366,6 +409,12 @@ constexpr std::initializer_list<Call> calls = {
                                                              room * sizeof(NodeInformation));
       nodes->count = room;
       OVK_GetAllNodeInfoByWWN(board, caller.record<Wwn>(), nodes);
+    },
+    [](Caller& caller, std::uint32_t board) {
+      OVK_SetAuthConfigV2(board, caller.record<AuthConfig>());
+    },
+    [](Caller& caller, std::uint32_t board) {
+      OVK_SetAuthPasswordV2(board, caller.record<AuthPassword>());
     },
     [](Caller& caller, std::uint32_t board) {
       OVK_GetAuthConfigV2(board, *caller.record<Wwn>(), caller.record<AuthConfig>(), 1);
@@ -385,8 +434,8 @@ constexpr std::initializer_list<Call> calls = {
 void log_everything() {
   if (fLogger == nullptr) {
     fLogger = std::fopen("/dev/null", "w");
-    LogLevel = 0xFFFFFFFF;
   }
+  LogLevel = 0xFFFFFFFF;
 }
 
 }  // namespace
