@@ -17,6 +17,7 @@ constexpr std::size_t kNamesSize = 16;
 constexpr std::size_t kTopologySize = 52;
 constexpr std::size_t kVendorUniqueSize = 16;
 
+constexpr std::uint16_t kNoIp = 0;
 constexpr std::uint16_t kIpv4 = 1;
 constexpr std::uint16_t kIpv6 = 2;
 constexpr std::size_t kIpv4Place = 12;  // an IPv4 address stands in the last bytes of its field
@@ -101,6 +102,19 @@ std::optional<RnidReply> parse_rnid_reply(std::span<const std::uint8_t> bytes) {
     reply.topology = parse_topology(cursor);
   }
   return reply;
+}
+
+std::string ip_version_text(std::uint16_t version) {
+  switch (version) {
+    case kNoIp:
+      return "none";
+    case kIpv4:
+      return "IPv4";
+    case kIpv6:
+      return "IPv6";
+    default:
+      return hex_text(version, 4);
+  }
 }
 
 std::string unit_type_text(std::uint32_t type) {

@@ -42,6 +42,9 @@ struct RnidReply {
 /** Reads an LS_ACC; nothing when the bytes are none, or end too early. */
 std::optional<RnidReply> parse_rnid_reply(std::span<const std::uint8_t> bytes);
 
+/** An IP version code of FC-LS in words. */
+std::string ip_version_text(std::uint16_t version);
+
 /** A unit type (associated type of FC-LS) in words. */
 std::string unit_type_text(std::uint32_t type);
 

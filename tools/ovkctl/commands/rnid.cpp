@@ -40,7 +40,8 @@ Report info_report(std::uint32_t board, const RnidMgmtInfo& info) {
       .field("unit_type_text", "Unit type", unit_type_text(info.unittype))
       .field("physical_port", "Physical port", info.PortId)
       .field("attached_nodes", "Attached nodes", info.NumberOfAttachedNodes)
-      .field("ip_version", "IP version code", info.IPVersion)
+      .field("ip_version", "", info.IPVersion)
+      .field("ip_version_text", "IP version", ip_version_text(info.IPVersion))
       .field("ip_address", "IP address", ip_address_text(info.IPVersion, address_of(info)))
       .field("udp_port", "UDP port", info.UDPPort)
       .field("topology_flags", "Topology flags", Hex{info.TopologyDiscoveryFlags, 4});
@@ -93,7 +94,8 @@ void add_topology(Section& section, const RnidTopology& topology) {
       .field("unit_type_text", "Unit type", unit_type_text(topology.unit_type))
       .field("physical_port", "Physical port", topology.physical_port)
       .field("attached_nodes", "Attached nodes", topology.attached_nodes)
-      .field("ip_version", "IP version code", topology.ip_version)
+      .field("ip_version", "", topology.ip_version)
+      .field("ip_version_text", "IP version", ip_version_text(topology.ip_version))
       .field("ip_address", "IP address", ip_address_text(topology.ip_version, topology.ip_address))
       .field("udp_port", "UDP port", topology.udp_port)
       .field("topology_flags", "Topology flags", Hex{topology.flags, 4});
