@@ -4,6 +4,7 @@
 #include <ovk/hbaapi.h>
 
 #include <cstring>
+#include <numeric>
 #include <utility>
 #include <vector>
 
@@ -14,13 +15,7 @@ class BoardTest : public LibraryTest {
  protected:
   /** What the driver answers for the board with this number: every byte has a value of its own. */
   static ByteVector discovery_record(std::uint32_t device, std::uint8_t readiness_top = 0x17) {
-    ByteVector record(81);
-    for (std::size_t i = 0; i < record.size(); ++i) {
-      record[i] = static_cast<std::uint8_t>(i);
-    }
-    std::memcpy(record.data(), &device, sizeof device);
-    record[23] = readiness_top;
-    return record;
+    return with_at(with_at(counted_bytes(81), 0, device), 23, readiness_top);
   }
 
   void expect_probe_of(std::uint32_t number, std::uint32_t device) {
@@ -37,14 +32,9 @@ class BoardTest : public LibraryTest {
 constexpr std::uint32_t fc_device = 0xF4001234;
 constexpr std::uint8_t untouched = 0xEE;
 
-template <typename Record>
-std::vector<Record> untouched_records(std::size_t count) {
-  std::vector<Record> records(count);
-  std::memset(records.data(), untouched, count * sizeof(Record));
-  return records;
-}
-
-TEST_F(BoardTest, NumbersTheFibreChannelFunctionsInTheOrderOfTheDriver) {
+TEST_F(BoardTest, DiscoveryNumbersTheFibreChannelFunctionsAndClearsThePerBoardTables) {
+  std::memset(ovk_refresh_timer, untouched, sizeof ovk_refresh_timer);
+  std::memset(ovk_rststatistics, untouched, sizeof ovk_rststatistics);
   std::uint32_t number = 0;
   for (const std::uint32_t other : {0x0714U, 0x0724U, 0x072CU, 0xE200U, 0xF100U}) {
     expect_probe_of(number++, other << 16 | 0x0714);
@@ -55,13 +45,16 @@ TEST_F(BoardTest, NumbersTheFibreChannelFunctionsInTheOrderOfTheDriver) {
     expect_probe_of(number, fc_device);
   }
 
+  const AllocationWatch memory;
   EXPECT_EQ(OVK_InitDiagEnv(nullptr, 0), 26U);
+  EXPECT_EQ(memory.allocations(), 0);
   EXPECT_EQ(ovravn_brdCnt, 26U);
-  EXPECT_EQ(ovk_brdno[0], 5);
-  EXPECT_EQ(ovk_brdno[1], 7);
-  EXPECT_EQ(ovk_brdno[25], 31);
-  EXPECT_EQ(ovk_brdno[26], -1);
-  EXPECT_EQ(ovk_brdno[31], -1);
+  std::vector<std::int32_t> expected(32, -1);
+  expected[0] = 5;
+  std::iota(expected.begin() + 1, expected.begin() + 26, 7);
+  EXPECT_THAT(ovk_brdno, testing::ElementsAreArray(expected));
+  EXPECT_EQ(bytes_of(ovk_refresh_timer), ByteVector(sizeof ovk_refresh_timer));
+  EXPECT_EQ(bytes_of(ovk_rststatistics), ByteVector(sizeof ovk_rststatistics));
 }
 
 TEST_F(BoardTest, DescribesBoardsUpToTheCapacityByteForByte) {
@@ -71,7 +64,7 @@ TEST_F(BoardTest, DescribesBoardsUpToTheCapacityByteForByte) {
   expect_probe_of(5, fc_device);
   expect_no_board(6, 31);
 
-  auto boards = untouched_records<DiagBoardEntry>(2);
+  std::vector boards(2, record_of<DiagBoardEntry>(untouched));
   EXPECT_EQ(OVK_InitDiagEnv(boards.data(), 1), 2U);
 
   const ByteVector record = discovery_record(fc_device, 0x80);
@@ -95,7 +88,7 @@ TEST_F(BoardTest, LegacyInitialisationKeepsOldMappingsAndFillsShortRecords) {
   expect_probe_of(0, fc_device);
   expect_no_board(1, 31);
 
-  auto boards = untouched_records<LegacyBoardEntry>(2);
+  std::vector boards(2, record_of<LegacyBoardEntry>(untouched));
   EXPECT_EQ(InitDiagEnv(boards.data()), 1U);
 
   const ByteVector record = discovery_record(fc_device);
@@ -111,22 +104,11 @@ TEST_F(BoardTest, LegacyInitialisationKeepsOldMappingsAndFillsShortRecords) {
   EXPECT_EQ(ovk_brdno[7], 30);
 }
 
-TEST_F(BoardTest, DiscoveryClearsThePerBoardTablesWithoutTheHeap) {
-  std::memset(ovk_refresh_timer, untouched, sizeof ovk_refresh_timer);
-  std::memset(ovk_rststatistics, untouched, sizeof ovk_rststatistics);
-  expect_no_board(0, 31);
-
-  const AllocationWatch memory;
-  EXPECT_EQ(OVK_InitDiagEnv(nullptr, 0), 0U);
-  EXPECT_EQ(memory.allocations(), 0);
-  EXPECT_EQ(bytes_of(ovk_refresh_timer), ByteVector(sizeof ovk_refresh_timer));
-  EXPECT_EQ(bytes_of(ovk_rststatistics), ByteVector(sizeof ovk_rststatistics));
-}
-
-TEST_F(BoardTest, AHostWithoutAChannelHasNoBoardsAndChangesNothing) {
+TEST_F(BoardTest, AHostWithoutAChannelHasNoBoardsAndIsAskedAgain) {
   channel.open_result = 19;
   EXPECT_EQ(OVK_InitDiagEnv(nullptr, 0), 0U);
   EXPECT_EQ(InitDiagEnv(nullptr), 0U);
+  EXPECT_EQ(channel.opened, 2);
   EXPECT_EQ(ovk_brdno[0], static_cast<std::int32_t>(board0));
   EXPECT_EQ(ovravn_brdCnt, 2U);
   EXPECT_EQ(refcnt, 0);
@@ -167,7 +149,8 @@ TEST_F(BoardStateTest, SendsTheSubCommandOfEachModeAndKeepsTheAnsweredState) {
   EXPECT_EQ(SetBrdEnv(0, 6), 0);
 }
 
-TEST_F(BoardStateTest, ModeTwoWaitsInSecondsWhileTheDriverReportsStateTwo) {
+TEST_F(BoardStateTest, ModeTwoWaitsInSecondsWhileTheDriverReportsStateTwoAndLogsEveryQuery) {
+  log_at(OVK_LOG_CALL | OVK_LOG_SUCCESS);
   ovk_state[0] = 1;
   expect_sub_command(16, 2);
   expect_sub_command(16, 2);
@@ -176,16 +159,9 @@ TEST_F(BoardStateTest, ModeTwoWaitsInSecondsWhileTheDriverReportsStateTwo) {
   EXPECT_EQ(SetBrdEnv(0, 2), 2);
   EXPECT_EQ(host().sleeps, (std::vector<std::uint64_t>{1000000, 1000000}));
   EXPECT_EQ(ovk_state[0], 2);
-}
-
-TEST_F(BoardStateTest, EveryQueryOfTheWaitIsLoggedLikeTheFinalCommand) {
-  expect_sub_command(16, 1);
-  expect_sub_command(18, 2);
-  log_at(OVK_LOG_CALL | OVK_LOG_SUCCESS);
-  SetBrdEnv(0, 2);
   const LogLine call{"SetBrdEnv", "call: RAVN_MGMT_SETDIAG id"};
-  const LogLine success{"SetBrdEnv", "cmd ok:             RAVN_MGMT_SETDIAG brd[0] id"};
-  EXPECT_THAT(log_lines(), testing::ElementsAre(call, success, call, success));
+  const LogLine ok{"SetBrdEnv", "cmd ok:             RAVN_MGMT_SETDIAG brd[0] id"};
+  EXPECT_THAT(log_lines(), testing::ElementsAre(call, ok, call, ok, call, ok, call, ok));
 }
 
 TEST_F(BoardStateTest, ModeTwoLeavesABoardAloneThatIsKnownToBeThere) {

@@ -1,17 +1,12 @@
-#include "core/command.h"
-
-#include "core/heap_buffer.h"
 #include "tests/support/library_test.h"
 
 #include <ovk/core.h>
 #include <ovk/hbaapi.h>
 
-#include <array>
 #include <fstream>
 #include <sstream>
 #include <string>
 #include <unistd.h>
-#include <utility>
 
 namespace ovk::test {
 namespace {
@@ -54,34 +49,6 @@ TEST_F(CommandTest, ALogLineNamesTimeFunctionSourceLineProcessAndThread) {
               testing::MatchesRegex("2025-01-01T12:00:00        RefreshInformation:   [ 0-9][0-9] "
                                     "call: RAVN_MGMT_HBA_REFRESHINFO " +
                                     caller + "\\]\n"));
-}
-
-TEST_F(CommandTest, StatusesMapToResultsByTheCallsTable) {
-  const std::initializer_list<StatusResult> map = {{DriverStatus::not_found, OVK_ILLEGAL_WWN}};
-  const auto results = [&](int invoke_result, DriverStatus status) {
-    const Outcome outcome{invoke_result, status};
-    return std::array{outcome.result(map), outcome.result_if_delivered(map), outcome.raw()};
-  };
-  EXPECT_THAT(results(0, DriverStatus::success), testing::ElementsAre(0, 0, 0));
-  EXPECT_THAT(results(0, DriverStatus::not_found), testing::ElementsAre(5, 5, 0x0BAD0003));
-  EXPECT_THAT(results(0, DriverStatus::busy), testing::ElementsAre(1, 1, 0x0BAD0039));
-  EXPECT_THAT(results(9, DriverStatus::not_found), testing::ElementsAre(5, 1, 9));
-  EXPECT_THAT(results(9, DriverStatus::success), testing::ElementsAre(1, 1, 9));
-}
-
-TEST_F(CommandTest, HeapBuffersAreZeroedBoundedAndFreed) {
-  const AllocationWatch memory;
-  {
-    const HeapBuffer<Bytes<16>> buffer;
-    EXPECT_EQ(bytes_of(*buffer), ByteVector(16));
-    const ByteVector source(64, 7);
-    HeapBuffer<Bytes<16>> larger{24};
-    larger.copy_in(source.data(), source.size());
-    ByteVector copy(64, 1);
-    larger.copy_out(copy.data(), copy.size());
-    EXPECT_EQ(std::count(copy.begin(), copy.end(), 7), 24);
-  }
-  EXPECT_EQ(memory.outstanding(), 0);
 }
 
 /** A line of the file: row, id, then size and direction code of each parameter. */

@@ -15,15 +15,9 @@ constexpr std::uint32_t link_down_supported = 0x400;
 
 class DriverInfoTest : public LibraryTest {
  protected:
-  /** The driver's record: each byte holds its offset, but for the words that decide something. */
+  /** The driver's record: each byte tells its place, but for the words that decide something. */
   static ByteVector driver_record(std::uint32_t sli_mode, std::uint32_t features) {
-    ByteVector record(120);
-    for (std::size_t i = 0; i < record.size(); ++i) {
-      record[i] = static_cast<std::uint8_t>(i);
-    }
-    std::memcpy(&record[96], &sli_mode, sizeof sli_mode);
-    std::memcpy(&record[104], &features, sizeof features);
-    return record;
+    return with_at(with_at(counted_bytes(120), 96, sli_mode), 104, features);
   }
 
   Exchange& expect_info(std::uint32_t sli_mode, std::uint32_t features) {
@@ -32,15 +26,10 @@ class DriverInfoTest : public LibraryTest {
         .replies(1, driver_record(sli_mode, features));
   }
   void expect_attributes() {
-    ByteVector adapter(2192);
-    std::memcpy(&adapter[1160], "12.8.1.0-rc17-and-more", 22);
-    std::memcpy(&adapter[1936], "ravndriver", 10);
-    channel.expect("RAVN_MGMT_HBA_ADAPTERATTRIBUTES", board0).replies(1, adapter);
-    ByteVector port(490);
-    for (std::size_t i = 0; i < 20; ++i) {
-      port[i] = static_cast<std::uint8_t>(0xA0 + i);
-    }
-    channel.expect("RAVN_MGMT_HBA_PORTATTRIBUTES", board0).replies(1, port);
+    const ByteVector adapter = with_at(ByteVector(2192), 1160, "12.8.1.0-rc17-and-more");
+    channel.expect("RAVN_MGMT_HBA_ADAPTERATTRIBUTES", board0)
+        .replies(1, with_at(adapter, 1936, "ravndriver"));
+    channel.expect("RAVN_MGMT_HBA_PORTATTRIBUTES", board0).replies(1, counted_bytes(20));
   }
   Exchange& expect_probe() { return channel.expect("RAVN_MGMT_MBOX_SLI_CFG_EXT_SUP", board0); }
 };
@@ -51,12 +40,12 @@ TEST_F(DriverInfoTest, CombinesDriverAdapterPortAndHostByteForByte) {
   expect_attributes();
   expect_probe();
 
-  DrvInfo info;
-  std::memset(&info, 0xEE, sizeof info);
+  auto info = record_of<DrvInfo>(0xEE);
   EXPECT_EQ(OVK_GetDrvInfo(0, &info), 0U);
 
   ByteVector expected(148);
   const ByteVector driver = driver_record(5, link_down_supported | extended_sli_config);
+  const ByteVector port = counted_bytes(20);
   const auto put = [&expected](std::size_t offset, const void* bytes, std::size_t size) {
     std::memcpy(&expected[offset], bytes, size);
   };
@@ -65,7 +54,9 @@ TEST_F(DriverInfoTest, CombinesDriverAdapterPortAndHostByteForByte) {
   put(24, "ravndriv", 8);
   put(32, &driver[0], 16);
   put(48, &driver[64], 8);
-  put(80, "\xB0\xB1\xB2\xB3\xA8\xA9\xAA\xAB\xAC\xAD\xAE\xAF\xA0\xA1\xA2\xA3\xA4\xA5\xA6\xA7", 20);
+  put(80, &port[16], 4);
+  put(84, &port[8], 8);
+  put(92, &port[0], 8);
   put(100, host().name.data(), 32);
   put(136, &driver[96], 4);
   put(140, &driver[104], 8);
@@ -73,21 +64,21 @@ TEST_F(DriverInfoTest, CombinesDriverAdapterPortAndHostByteForByte) {
 }
 
 TEST_F(DriverInfoTest, ExtendedMailboxesNeedAnSli4InterfaceAndAnAcceptedProbe) {
-  struct Case {
+  struct {
     std::uint32_t sli_mode;
     std::uint32_t probe_status;
     int probe_delivery;
-    bool extended;
-  };
-  for (const Case& probe :
-       {Case{4, 0, 0, true}, Case{3, 0, 0, false}, Case{4, 1, 0, false}, Case{4, 0, 1, false}}) {
-    expect_info(probe.sli_mode, 0);
+    std::uint32_t features;
+  } const cases[] = {{4, 0, 0, extended_sli_config}, {3, 0, 0, 0}, {4, 1, 0, 0}, {4, 0, 1, 0}};
+  for (const auto& [sli_mode, probe_status, probe_delivery, features] : cases) {
+    SCOPED_TRACE(testing::Message() << sli_mode << " " << probe_status << " " << probe_delivery);
+    expect_info(sli_mode, 0);
     expect_attributes();
-    expect_probe().status(probe.probe_status).delivery_error(probe.probe_delivery);
+    expect_probe().ends_with(probe_status, probe_delivery);
     DrvInfo info{};
     EXPECT_EQ(OVK_GetDrvInfo(0, &info), 0U);
-    EXPECT_EQ((info.features & extended_sli_config) != 0, probe.extended) << probe.sli_mode;
-    EXPECT_EQ(info.sli_mode, probe.sli_mode);
+    EXPECT_EQ(info.features, features);
+    EXPECT_EQ(info.sli_mode, sli_mode);
   }
 }
 
@@ -107,7 +98,7 @@ TEST_F(DriverInfoTest, EveryFailureIsTwoAndAFailedAdapterQueryIsNone) {
   channel.expect("RAVN_MGMT_HBA_ADAPTERATTRIBUTES", board0).delivery_error(1);
   channel.expect("RAVN_MGMT_HBA_PORTATTRIBUTES", board0);
   expect_probe();
-  std::memset(&info, 0xEE, sizeof info);
+  info = record_of<DrvInfo>(0xEE);
   EXPECT_EQ(OVK_GetDrvInfo(0, &info), 0U);
   EXPECT_EQ(bytes_of(info.driver_version), ByteVector(16)) << "no stack bytes reach the caller";
 }
@@ -126,9 +117,7 @@ TEST_F(DriverInfoTest, ModeAndFeatureQueriesWriteOnlyOnSuccess) {
   EXPECT_EQ(support_persist_link_disable(0, &supported), 1U);
   EXPECT_EQ(supported, 99U);
   for (const std::uint32_t features : {link_down_supported, ~link_down_supported}) {
-    expect_info(4, features);
-    expect_attributes();
-    expect_probe();
+    expect_sli_mode(board0, 4, features);
     EXPECT_EQ(support_persist_link_disable(0, &supported), 0U);
     EXPECT_EQ(supported, features == link_down_supported ? 1 : 0);
   }

@@ -3,137 +3,103 @@
 
 #include "tests/end_to_end/ovkctl.h"
 
-#include <fstream>
-#include <iterator>
-
-#include <gmock/gmock.h>
-#include <nlohmann/json.hpp>
-
 namespace ovk::test {
 namespace {
 
-using nlohmann::json;
 using testing::ElementsAre;
-using testing::HasSubstr;
 using testing::IsEmpty;
 
-constexpr const char* target = "50:00:00:54:0a:00:00:01";
+using FeaturesTest = OvkctlTest;
 
-/** A host that keeps its state from run to run. */
-class FeaturesTest : public testing::Test {
- protected:
-  Folder folder;
-  Environment host{{"RAVNSIM_STATE", folder.path("state")}};
-
-  static std::vector<json> column(const json& rows, const char* key) {
-    std::vector<json> cells;
-    for (const json& row : rows) {
-      cells.push_back(row.at(key));
-    }
-    return cells;
-  }
-};
+const std::string target = "50:00:00:54:0a:00:00:01";
 
 TEST_F(FeaturesTest, QosShowsTheOrderInWhichTheRulesApply) {
-  const std::string rules = folder.file("rules", R"(
+  write("rules", R"(
 # a comment
 10:00:00:54:56:32:00:01  *                 *                 *                 1  # behind a rule
 1000005456320001         0000000000000001  0000000000000002  0000000000000003  2
 *                        *                 *                 *                 0xFFFFFFFF
 1000005456320001         0000000000000001  0000000000000002  0000000000000004  4
 )");
-  EXPECT_EQ(run_ovkctl({"qos", "set", "0", rules}, host).exit_code, 2) << "nobody said yes";
-  const json set = run_json({"qos", "set", "0", rules, "--yes"}, host);
+  EXPECT_THAT(run("qos set 0 rules"), Exits(2)) << "nobody said yes";
+  const json set = json_of("qos set 0 rules --yes");
   EXPECT_THAT(column(set.at("rules"), "priority"), ElementsAre(4, 2, 1, 4294967295U));
   EXPECT_EQ(set.at("applied"), false);
 
-  EXPECT_EQ(run_json({"qos", "flag", "0", "on"}, host).at("applied"), true);
-  const json listed = run_json({"qos", "list", "0"}, host);
-  EXPECT_EQ(listed.at("rules"), set.at("rules"));
-  EXPECT_EQ(listed.at("applied"), true);
+  EXPECT_EQ(json_of("qos flag 0 on").at("applied"), true);
+  const json listed = json_of("qos list 0");
+  EXPECT_THAT(listed, Holds({{"rules", set.at("rules")}, {"applied", true}}));
   EXPECT_EQ(listed.at("rules").at(2).at("field1"), "10:00:00:54:56:32:00:01");
   EXPECT_EQ(listed.at("rules").at(3).at("field1"), "*");
-  EXPECT_THAT(run_json({"qos", "list", "1"}, host).at("rules"), IsEmpty());
+  EXPECT_THAT(json_of("qos list 1").at("rules"), IsEmpty());
 }
 
 TEST_F(FeaturesTest, AMistakeInARulesFileIsNamedByItsLine) {
-  const std::pair<const char*, const char*> mistakes[] = {
-      {"* * * 1", ":1: a rule is four fields and a priority"},
-      {"\n* * * ? 1", ":2: \"?\" is neither 16 hex digits nor *"},
-      {"* * * * -1", ":1: \"-1\" is not a number"}};
-  for (const auto& [text, message] : mistakes) {
-    const Outcome run = run_ovkctl({"qos", "set", "0", folder.file("rules", text), "--yes"}, host);
-    EXPECT_EQ(run.exit_code, 2);
-    EXPECT_THAT(run.err, HasSubstr(message));
+  for (const auto& [text, message] :
+       {std::pair("* * * 1", ":1: a rule is four fields and a priority"),
+        {"\n* * * ? 1", ":2: \"?\" is neither 16 hex digits nor *"},
+        {"* * * * -1", ":1: \"-1\" is not a number"}}) {
+    write("rules", text);
+    EXPECT_THAT(run("qos set 0 rules --yes"), Exits(2, message));
   }
   std::string many;
   for (int i = 0; i < 999; ++i) {
     many += "* * * * 1\n";
   }
-  const Outcome refused =
-      run_ovkctl({"qos", "set", "0", folder.file("rules", many), "--yes"}, host);
-  EXPECT_EQ(refused.exit_code, 1);
-  EXPECT_THAT(refused.err, HasSubstr("The old rules are in force."));
+  write("rules", many);
+  EXPECT_THAT(run("qos set 0 rules --yes"), Exits(1, "The old rules are in force."));
 }
 
 TEST_F(FeaturesTest, OasRulesAppearInTheListAndGoAgain) {
-  EXPECT_THAT(run_json({"oas", "list", "0", target}, host).at("luns"), IsEmpty());
-  run_json({"oas", "add", "0", target, "5"}, host);
-  run_json({"oas", "add", "0", target, "0x12345678ffff0001", "--priority", "100"}, host);
-  const json luns = run_json({"oas", "list", "0", target}, host).at("luns");
+  EXPECT_THAT(json_of("oas list 0 " + target).at("luns"), IsEmpty());
+  json_of("oas add 0 " + target + " 5");
+  json_of("oas add 0 " + target + " 0x12345678ffff0001 --priority 100");
+  const json luns = json_of("oas list 0 " + target).at("luns");
   EXPECT_THAT(column(luns, "lun"), ElementsAre("5", "1311768469162622977"));
   EXPECT_THAT(column(luns, "scsi_lun"), ElementsAre("0x0005000000000000", "0x0001ffff56781234"));
   EXPECT_THAT(column(luns, "priority"), ElementsAre(nullptr, 100));
   EXPECT_EQ(luns.at(0).at("active"), true);
 
-  EXPECT_THAT(run_json({"oas", "remove", "0", target, "5"}, host).at("luns"), testing::SizeIs(1));
-  EXPECT_EQ(run_ovkctl({"oas", "remove", "0", target, "5"}, host).exit_code, 1);
-  const Outcome stranger = run_ovkctl({"oas", "add", "0", "5000000000000009", "1"}, host);
-  EXPECT_EQ(stranger.exit_code, 1);
-  EXPECT_THAT(stranger.err, HasSubstr("failed with result 18: the driver took the rule"));
-  run_json({"oas", "remove", "0", "5000000000000009", "1"}, host);
-  EXPECT_EQ(run_ovkctl({"oas", "add", "0", target, "1", "--priority", "128"}, host).exit_code, 2);
-  EXPECT_EQ(run_ovkctl({"oas", "list", "1", target}, host).exit_code, 1);
+  EXPECT_THAT(column(json_of("oas remove 0 " + target + " 5").at("luns"), "priority"),
+              ElementsAre(100));
+  EXPECT_THAT(run("oas remove 0 " + target + " 5"), Exits(1));
+  EXPECT_THAT(run("oas add 0 5000000000000009 1"),
+              Exits(1, "failed with result 18: the driver took the rule"));
+  json_of("oas remove 0 5000000000000009 1");
+  EXPECT_THAT(run("oas add 0 " + target + " 1 --priority 128"), Exits(2));
+  EXPECT_THAT(run("oas list 1 " + target), Exits(1));
 }
 
 TEST_F(FeaturesTest, VmidGivesIdentifiersOfTheRangesThatQfpaShows) {
-  const json ranges = run_json({"qfpa", "0"}, host).at("ranges");
-  EXPECT_THAT(column(ranges, "low"), ElementsAre(1, 64));
+  EXPECT_THAT(column(json_of("qfpa 0").at("ranges"), "low"), ElementsAre(1, 64));
 
   const std::string uuid = "422e1f6a-98d1-4c6e-b0c2-5f1d3a7e9b10";
-  run_json({"vmid", "update", "0", uuid, "--name", "web-3", "--id", "64"}, host);
-  const json machine = run_json({"vmid", "list", "0"}, host).at("machines").at(0);
-  EXPECT_EQ(machine.at("uuid"), uuid);
-  EXPECT_EQ(machine.at("name"), "web-3");
-  EXPECT_EQ(machine.at("identifier"), 64);
-  EXPECT_EQ(machine.at("qos_priority"), 2);
-  EXPECT_EQ(run_ovkctl({"vmid", "update", "0", uuid}, host).exit_code, 1) << "it is there";
-  EXPECT_THAT(run_json({"vmid", "update", "0", uuid, "--remove"}, host).at("machines"), IsEmpty());
-  EXPECT_EQ(run_ovkctl({"vmid", "update", "0", "422e1f6a"}, host).exit_code, 2);
+  const std::string update = "vmid update 0 " + uuid;
+  json_of(update + " --name web-3 --id 64");
+  EXPECT_THAT(json_of("vmid list 0").at("machines").at(0),
+              Holds({{"uuid", uuid}, {"name", "web-3"}, {"identifier", 64}, {"qos_priority", 2}}));
+  EXPECT_THAT(run(update), Exits(1)) << "it is there";
+  EXPECT_THAT(json_of(update + " --remove").at("machines"), IsEmpty());
+  EXPECT_THAT(run("vmid update 0 422e1f6a"), Exits(2));
 
-  const std::string raw = folder.path("qfpa.bin");
-  run_json({"qfpa", "0", "-o", raw}, host);
-  EXPECT_EQ(std::filesystem::file_size(raw), 514U);
-  EXPECT_THAT(run_ovkctl({"qfpa", "2"}, host).err, HasSubstr("result 9: the driver or the fabric"));
+  json_of("qfpa 0 -o qfpa.bin");
+  EXPECT_EQ(contents_of("qfpa.bin").size(), 514U);
+  EXPECT_THAT(run("qfpa 2"), Exits(1, "result 9: the driver or the fabric"));
 }
 
 TEST_F(FeaturesTest, ASavedFirmwareLogHasEveryLineInOrderAlsoAfterItWrapped) {
-  run_json({"raslog", "start", "0", "--level", "3"}, host);
+  json_of("raslog start 0 --level 3");
   json status = json::object();
-  for (int i = 0; i < 10 && status.value("wrapped", false) == false; ++i) {
-    status = run_json({"raslog", "status", "0"}, host);
+  for (int i = 0; i < 10 && !status.value("wrapped", false); ++i) {
+    status = json_of("raslog status 0");
   }
-  EXPECT_EQ(status.at("logging"), true);
-  EXPECT_EQ(status.at("level"), 3);
-  EXPECT_EQ(status.at("wrapped"), true);
-  run_json({"raslog", "stop", "0"}, host);
-  EXPECT_EQ(run_ovkctl({"raslog", "stop", "0"}, host).exit_code, 1);
+  EXPECT_THAT(status, Holds({{"logging", true}, {"level", 3}, {"wrapped", true}}));
+  json_of("raslog stop 0");
+  EXPECT_THAT(run("raslog stop 0"), Exits(1));
 
-  const std::string path = folder.path("log");
-  EXPECT_EQ(run_json({"raslog", "save", "0", path}, host).at("bytes"), 262144);
-  std::ifstream log(path);
+  EXPECT_EQ(json_of("raslog save 0 log").at("bytes"), 262144);
   std::vector<std::uint64_t> numbers;
-  for (std::string line; std::getline(log, line);) {
+  for (const std::string& line : lines_of(contents_of("log"))) {
     numbers.push_back(std::stoull(line));
   }
   ASSERT_EQ(numbers.size(), 4096U);
@@ -141,20 +107,18 @@ TEST_F(FeaturesTest, ASavedFirmwareLogHasEveryLineInOrderAlsoAfterItWrapped) {
   for (std::size_t i = 1; i < numbers.size(); ++i) {
     ASSERT_EQ(numbers[i], numbers[i - 1] + 1) << "line " << i + 1;
   }
-  EXPECT_THAT(run_ovkctl({"raslog", "status", "1"}, host).err, HasSubstr("no firmware log"));
+  EXPECT_THAT(run("raslog status 1"), Exits(1, "no firmware log"));
 }
 
 TEST_F(FeaturesTest, ALogWhoseReadFailsHalfwayIsNotWritten) {
-  run_json({"raslog", "start", "0"}, host);
+  json_of("raslog start 0");
   for (int i = 0; i < 4; ++i) {
-    run_json({"raslog", "status", "0"}, host);
+    json_of("raslog status 0");
   }
-  host["RAVNSIM_FAULTS"] = folder.file("faults", R"([
-      {"command": "RAVN_MGMT_GET_RAS_LOG", "skip": 2, "status": "0x0BAD0119"}])");
-  const Outcome run = run_ovkctl({"raslog", "save", "0", folder.path("log")}, host);
-  EXPECT_EQ(run.exit_code, 1);
-  EXPECT_THAT(run.err, HasSubstr("failed with result 9: the driver has no memory for the log"));
-  EXPECT_FALSE(std::filesystem::exists(folder.path("log")));
+  set_faults(R"([{"command": "RAVN_MGMT_GET_RAS_LOG", "skip": 2, "status": "0x0BAD0119"}])");
+  EXPECT_THAT(run("raslog save 0 log"),
+              Exits(1, "failed with result 9: the driver has no memory for the log"));
+  EXPECT_FALSE(std::filesystem::exists(folder / "log"));
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-// Runs ovkctl as an operator's shell or program would, on a simulated host.
+// Runs ovkctl as an operator's shell does, on a simulated host.
 #ifndef TESTS_END_TO_END_OVKCTL_H
 #define TESTS_END_TO_END_OVKCTL_H
 
@@ -7,9 +7,12 @@
 #include <string>
 #include <vector>
 
-#include <nlohmann/json_fwd.hpp>
+#include <gmock/gmock.h>
+#include <nlohmann/json.hpp>
 
 namespace ovk::test {
+
+using nlohmann::json;
 
 /** What a run of ovkctl left behind. */
 struct Outcome {
@@ -18,40 +21,54 @@ struct Outcome {
   std::string err;
 };
 
-/** Variables that the run has besides those of the test; the simulator's own come only from here.
- */
-using Environment = std::map<std::string, std::string>;
+void PrintTo(const Outcome& outcome, std::ostream* stream);
 
-/** Runs ovkctl, without a shell and without a terminal. */
-Outcome run_ovkctl(const std::vector<std::string>& arguments, const Environment& environment = {},
-                   const std::string& input = "");
+/** Matches a run that ended with this exit code and said this on standard error. */
+testing::Matcher<const Outcome&> Exits(int exit_code, const std::string& said = "");
 
-/** Runs ovkctl with --json, expects success and parses what it printed. */
-nlohmann::json run_json(std::vector<std::string> arguments, const Environment& environment = {});
+/** Matches an object that has these members; it may have others. */
+testing::Matcher<const json&> Holds(const json& members);
 
-/** The lines of a text. */
+/** A simulated host, by default the built-in one, that keeps its state from run to run. */
+class OvkctlTest : public testing::Test {
+ protected:
+  OvkctlTest();
+  ~OvkctlTest() override;
+
+  /** Runs a line of a shell, but for its first word ovkctl, in the test's folder and without a
+      terminal. */
+  Outcome run(const std::string& line, const std::string& input = "") const;
+
+  /** Runs a command line with --json, expects success and parses what it printed. */
+  json json_of(const std::string& line) const;
+
+  /** Makes the host one of a single board, an SLI-4 one but for these differences. */
+  void set_board(const json& differences = json::object());
+
+  void set_faults(const std::string& faults);
+
+  /** Writes a file into the test's folder. */
+  void write(const std::string& name, const std::string& contents) const;
+
+  std::string contents_of(const std::string& name) const;
+
+  /** Gone with the test. */
+  const std::filesystem::path folder;
+
+  /** Besides the variables of the test itself; the simulator's own come only from here. */
+  std::map<std::string, std::string> environment{{"RAVNSIM_STATE", folder / "state"}};
+};
+
+/** The Fibre Channel boards of the built-in host, as its topology file describes them. */
+json described_boards();
+
+/** What the rows hold under a key. */
+std::vector<json> column(const json& rows, const std::string& key);
+
 std::vector<std::string> lines_of(const std::string& text);
 
-/** The words of a text table's row: what two blanks or more separate. */
-std::vector<std::string> cells_of(const std::string& line);
-
-/** A folder for the files of one test, gone with it. */
-class Folder {
- public:
-  Folder();
-  ~Folder();
-  Folder(const Folder&) = delete;
-  Folder& operator=(const Folder&) = delete;
-
-  /** The path of a file in the folder. */
-  std::string path(const std::string& name) const;
-
-  /** Writes a file into the folder and gives its path. */
-  std::string file(const std::string& name, const std::string& contents) const;
-
- private:
-  std::filesystem::path path_;
-};
+/** What another program prints; it must not complain. */
+std::string output_of(const std::string& command);
 
 }  // namespace ovk::test
 

@@ -4,65 +4,78 @@
 #include <ovk/fabric.h>
 #include <ovk/hbaapi.h>
 
-#include <cstring>
+#include <algorithm>
 #include <functional>
-#include <vector>
 
 namespace ovk::test {
 namespace {
 
 constexpr Wwn target{{0x50, 6, 1, 0x60, 0, 0, 0, 1}};
 constexpr Wwn local{{0x10, 0, 0, 0, 0xC9, 0, 0, 1}};
+constexpr FcpCmnd image{{0, 5}, 1, 2, 3, 2, {0x12, 0, 0, 0, 36}, {0, 0, 0, 36}};
+constexpr std::uint32_t image_size = 32;
 constexpr std::uint32_t lun0 = 0x00000500;  // bytes 00 05 00 00
 constexpr std::uint32_t lun1 = 0x04030201;
-constexpr std::uint32_t untouched = 0xEEEEEEEE;
 
-constexpr std::size_t fcp_request_size = 200;
-constexpr std::size_t scsi_request_size = 172;
-constexpr std::size_t reply_offset = 40;
-constexpr std::size_t response_length_offset = 56;
-constexpr std::size_t sense_length_offset = 168;
+/** Where a response or sense data stands in the record of a request. */
+constexpr std::size_t response_offset = 40;
+
+/** One of the two calls that send a caller's command, and the record that it sends. */
+struct Primitive {
+  const char* command;
+  std::size_t record_size;
+  std::size_t length_offset;
+  std::uint32_t length_sent;
+  std::size_t response_size;
+  std::uint32_t option;
+};
+
+constexpr Primitive fcp{"RAVN_MGMT_HBA_SEND_FCP", 200, 56, 24, OVK_FCP_RESPONSE_MAX_LENGTH, 0x0123};
+constexpr Primitive scsi{"RAVN_MGMT_HBA_SEND_SCSI", 172, 168, 0, OVK_SENSE_MAX_LENGTH, 0};
+
+bool is_fcp(const Primitive& primitive) { return primitive.option != 0; }
 
 class ScsiTest : public LibraryTest {
  protected:
-  /** A request record: the target, the command, and a word. */
-  static ByteVector request(std::size_t size, const FcpCmnd& command, std::size_t word_offset,
-                            std::uint32_t word) {
-    ByteVector record(size);
-    std::memcpy(record.data(), &target, sizeof target);
-    std::memcpy(record.data() + sizeof target, &command, sizeof command);
-    std::memcpy(record.data() + word_offset, &word, sizeof word);
-    return record;
+  Exchange& expect(const Primitive& primitive, std::uint32_t announced) {
+    return channel.expect(primitive.command, board0).word(2, announced).word(7, primitive.option);
   }
 
-  /** A request record as it comes back: `fill` from byte 40 on, but a word. */
-  static ByteVector reply(std::size_t size, std::uint8_t fill, std::size_t word_offset,
-                          std::uint32_t word) {
-    ByteVector record = request(size, image, word_offset, word);
-    std::fill(record.begin() + reply_offset, record.end(), fill);
-    std::memcpy(record.data() + word_offset, &word, sizeof word);
-    return record;
+  /** The record that carries a command to the target. */
+  static ByteVector request(const Primitive& primitive, const FcpCmnd& command) {
+    const ByteVector addressed = with_at(ByteVector(primitive.record_size), 0, target);
+    return with_at(with_at(addressed, sizeof target, command), primitive.length_offset,
+                   primitive.length_sent);
   }
 
-  Exchange& expect_fcp(std::uint32_t announced, std::uint32_t option) {
-    return channel.expect("RAVN_MGMT_HBA_SEND_FCP", board0).word(2, announced).word(7, option);
+  /** The record as it comes back with a response of this length. */
+  static ByteVector reply(const Primitive& primitive, std::uint32_t length) {
+    ByteVector record = request(primitive, image);
+    std::fill(record.begin() + response_offset, record.end(), 0x77);
+    return with_at(record, primitive.length_offset, length);
   }
 
-  Exchange& expect_scsi(std::uint32_t announced) {
-    return channel.expect("RAVN_MGMT_HBA_SEND_SCSI", board0).word(2, announced);
+  /** The caller's memory with the first bytes of the response in a record. */
+  ByteVector response_from(const ByteVector& record, std::size_t size) const {
+    ByteVector expected = response;
+    std::copy_n(record.begin() + response_offset, size, expected.begin());
+    return expected;
   }
 
-  std::uint32_t send_fcp() {
-    return SendFcpCmdByWWN(0, &local, &target, &image, 32, data.data(), &data_length,
-                           response.data(), &response_length, 0x0123);
+  /** A call of a wrapper: what is its own, then where it finds and puts data and response. */
+  template <typename Wrapper, typename... Own>
+  auto call(Wrapper wrapper, Own... own) {
+    return [=, this] {
+      return wrapper(0, own..., data.data(), &data_length, response.data(), &response_length);
+    };
   }
 
-  std::uint32_t send_scsi() {
-    return SendScsiCmdByWWN(0, &local, &target, &image, 32, data.data(), &data_length,
-                            response.data(), &response_length);
+  std::uint32_t send(const Primitive& primitive) {
+    return is_fcp(primitive)
+               ? SendFcpCmdByWWN(0, &local, &target, &image, image_size, data.data(), &data_length,
+                                 response.data(), &response_length, fcp.option)
+               : call(SendScsiCmdByWWN, &local, &target, &image, image_size)();
   }
-
-  static constexpr FcpCmnd image{{0, 5}, 1, 2, 3, 2, {0x12, 0, 0, 0, 36}, {0, 0, 0, 36}};
 
   ByteVector data = ByteVector(OVK_SCSI_MAX_TRANSFER, 0xDD);
   std::uint32_t data_length = 36;
@@ -70,222 +83,159 @@ class ScsiTest : public LibraryTest {
   std::uint32_t response_length = 24;
 };
 
-TEST_F(ScsiTest, FcpCommandsGoOutAsGivenAndBringDataAndResponse) {
-  Exchange& exchange = expect_fcp(36, 0x0123)
-                           .sends(1, request(fcp_request_size, image, response_length_offset, 24))
-                           .sends(2, ByteVector(36, 0xDD))
-                           .answers(3, 4)
-                           .replies(1, reply(fcp_request_size, 0x77, response_length_offset, 20))
-                           .replies(2, ByteVector{1, 2, 3, 4, 5});
-  const AllocationWatch memory;
-  EXPECT_EQ(send_fcp(), 0U);
-  EXPECT_EQ(memory.outstanding(), 0);
-  EXPECT_EQ(data_length, 4U);
-  EXPECT_EQ(ByteVector(data.begin(), data.begin() + 5), (ByteVector{1, 2, 3, 4, 0xDD}));
-  EXPECT_EQ(response_length, 20U);
-  ByteVector expected(16, 0x77);  // the length is part of the response
-  expected.insert(expected.end(), {20, 0, 0, 0, 0xEE});
-  EXPECT_EQ(ByteVector(response.begin(), response.begin() + 21), expected);
-  EXPECT_EQ(exchange.sent(2).size(), OVK_SCSI_MAX_TRANSFER);
-}
+class PrimitiveTest : public ScsiTest, public testing::WithParamInterface<Primitive> {};
 
-TEST_F(ScsiTest, ScsiCommandsGoOutAsGivenAndBringDataAndSense) {
-  expect_scsi(36)
-      .sends(1, request(scsi_request_size, image, sense_length_offset, 0))
+TEST_P(PrimitiveTest, SendsACommandAsGivenAndBringsDataAndResponse) {
+  const ByteVector answer = reply(GetParam(), 20);
+  expect(GetParam(), 36)
+      .sends(1, request(GetParam(), image))
       .sends(2, ByteVector(36, 0xDD))
       .answers(3, 4)
-      .replies(1, reply(scsi_request_size, 0x70, sense_length_offset, 18))
+      .replies(1, answer)
       .replies(2, ByteVector{1, 2, 3, 4, 5});
+  const ByteVector expected_data = with_at(data, 0, ByteVector{1, 2, 3, 4});
+  const ByteVector expected_response = response_from(answer, 20);
   const AllocationWatch memory;
-  EXPECT_EQ(send_scsi(), 0U);
+  EXPECT_EQ(send(GetParam()), 0U);
   EXPECT_EQ(memory.outstanding(), 0);
   EXPECT_EQ(data_length, 4U);
-  EXPECT_EQ(ByteVector(data.begin(), data.begin() + 5), (ByteVector{1, 2, 3, 4, 0xDD}));
-  EXPECT_EQ(response_length, 18U);
-  EXPECT_EQ(response[17], 0x70);
-  EXPECT_EQ(response[18], 0xEE);
+  EXPECT_EQ(data, expected_data);
+  EXPECT_EQ(response_length, 20U);
+  EXPECT_EQ(response, expected_response);
 }
 
-TEST_F(ScsiTest, DataThatDoesNotFitIsCountedButNotCopied) {
+TEST_P(PrimitiveTest, DataThatDoesNotFitIsCountedButNotCopied) {
   const ByteVector data_before = data;
   const ByteVector response_before = response;
-  expect_fcp(36, 0x0123)
-      .answers(3, 37)
-      .replies(1, reply(fcp_request_size, 0x77, response_length_offset, 20));
-  EXPECT_EQ(send_fcp(), 7U);
+  expect(GetParam(), 36).answers(3, 37).replies(1, reply(GetParam(), 20));
+  EXPECT_EQ(send(GetParam()), 7U);
   EXPECT_EQ(data_length, 37U);
-  EXPECT_EQ(response_length, 20U) << "the length of the response is told even then";
-
-  response_length = untouched;
-  expect_scsi(37).answers(3, 38).replies(1,
-                                         reply(scsi_request_size, 0x70, sense_length_offset, 18));
-  EXPECT_EQ(send_scsi(), 7U);
-  EXPECT_EQ(data_length, 38U);
-  EXPECT_EQ(response_length, untouched);
+  EXPECT_EQ(response_length, is_fcp(GetParam()) ? 20U : 24U)
+      << "FCP tells the length of the response even then";
   EXPECT_EQ(data, data_before);
   EXPECT_EQ(response, response_before);
 }
 
-TEST_F(ScsiTest, OnlyFcpTellsDataThatTheDriverCouldNotFitFromOtherFailures) {
-  struct Row {
+TEST_P(PrimitiveTest, OnlyFcpTellsDataThatTheDriverCouldNotFitFromOtherFailures) {
+  struct {
     std::uint32_t status;
     int delivery;
-    std::uint32_t fcp;
-  };
-  for (const Row& row :
-       {Row{0x0BAD005D, 0, 7}, Row{0x0BAD005D, 5, 7}, Row{0x0BAD0014, 0, 1}, Row{0, 5, 1}}) {
-    SCOPED_TRACE(testing::Message() << std::hex << row.status << " " << row.delivery);
-    expect_fcp(36, 0x0123).answers(3, 99).status(row.status).delivery_error(row.delivery);
-    expect_scsi(36).answers(3, 99).status(row.status).delivery_error(row.delivery);
+    std::uint32_t fcp_result;
+  } const cases[] = {{0x0BAD005D, 0, 7}, {0x0BAD005D, 5, 7}, {0x0BAD0014, 0, 1}, {0, 5, 1}};
+  for (const auto& [status, delivery, fcp_result] : cases) {
+    SCOPED_TRACE(testing::Message() << std::hex << status << " " << delivery);
+    expect(GetParam(), 36).answers(3, 99).ends_with(status, delivery);
     const AllocationWatch memory;
-    EXPECT_EQ(send_fcp(), row.fcp);
-    EXPECT_EQ(send_scsi(), 1U);
+    EXPECT_EQ(send(GetParam()), is_fcp(GetParam()) ? fcp_result : 1U);
     EXPECT_EQ(memory.outstanding(), 0);
     EXPECT_EQ(data_length, 36U);
     EXPECT_EQ(response_length, 24U);
   }
-  {
-    const AllocationWatch memory{0};
-    EXPECT_EQ(send_fcp(), 1U);
-  }
   const AllocationWatch memory{0};
-  EXPECT_EQ(send_scsi(), 1U);
+  EXPECT_EQ(send(GetParam()), 1U) << "without memory nothing is sent";
 }
 
-TEST_F(ScsiTest, CopiesStayWithinTheTransferBufferAndTheRecords) {
+TEST_P(PrimitiveTest, CopiesStayWithinTheTransferBufferAndTheRecord) {
   data_length = 300000;
   data.resize(data_length, 0xDD);
-  const ByteVector full(OVK_SCSI_MAX_TRANSFER, 0xDD);
-  expect_fcp(OVK_SCSI_MAX_TRANSFER, 0x0123)
-      .sends(2, full)
+  const ByteVector answer = reply(GetParam(), 0xFFFFFFFF);
+  expect(GetParam(), OVK_SCSI_MAX_TRANSFER)
+      .sends(2, ByteVector(OVK_SCSI_MAX_TRANSFER, 0xDD))
       .answers(3, 300000)
-      .replies(1, reply(fcp_request_size, 0x77, response_length_offset, 0xFFFFFFFF));
-  EXPECT_EQ(send_fcp(), 0U);
+      .replies(1, answer);
+  const ByteVector expected_response = response_from(answer, GetParam().response_size);
+  EXPECT_EQ(send(GetParam()), 0U);
   EXPECT_EQ(data_length, 300000U);
   EXPECT_EQ(response_length, 0xFFFFFFFF);
-  EXPECT_EQ(response.back(), 0x77);
-
-  response.assign(OVK_FCP_RESPONSE_MAX_LENGTH, 0xEE);
-  expect_scsi(OVK_SCSI_MAX_TRANSFER)
-      .sends(2, full)
-      .answers(3, 300000)
-      .replies(1, reply(scsi_request_size, 0x70, sense_length_offset, 0xFFFFFFFF));
-  EXPECT_EQ(send_scsi(), 0U);
-  EXPECT_EQ(response[OVK_SENSE_MAX_LENGTH - 1], 0x70);
-  EXPECT_EQ(response[OVK_SENSE_MAX_LENGTH], 0xEE);
+  EXPECT_EQ(response, expected_response);
 }
+
+INSTANTIATE_TEST_SUITE_P(Both, PrimitiveTest, testing::Values(fcp, scsi),
+                         [](const auto& primitive) { return primitive.param.command; });
 
 TEST_F(ScsiTest, FcpWrappersDifferInTheOptionWordOnly) {
-  const ByteVector sent = request(fcp_request_size, image, response_length_offset, 24);
-  const ByteVector received = reply(fcp_request_size, 0x77, response_length_offset, 24);
   for (const std::uint32_t option : {0x99U, 0U, 0U}) {
-    expect_fcp(36, option).sends(1, sent).answers(3, 36).replies(1, received);
+    channel.expect(fcp.command, board0)
+        .word(2, 36)
+        .word(7, option)
+        .sends(1, request(fcp, image))
+        .answers(3, 36)
+        .replies(1, reply(fcp, 24));
   }
-  EXPECT_EQ(SendFcpCmdEx(0, &target, &image, 32, data.data(), &data_length, response.data(),
+  EXPECT_EQ(SendFcpCmdEx(0, &target, &image, image_size, data.data(), &data_length, response.data(),
                          &response_length, 0x99),
             0U);
-  for (const auto& send : {OVK_SendFcpCmd, SendFcpCmd}) {
-    EXPECT_EQ(
-        send(0, &target, &image, 32, data.data(), &data_length, response.data(), &response_length),
-        0U);
-  }
-}
-
-/** A wrapper that builds its command itself, and the command that it builds. */
-struct BuiltCommand {
-  const char* what;
-  std::function<std::uint32_t(ByteVector&, std::uint32_t*, void*, std::uint32_t*)> send;
-  std::uint32_t data_length;
-  FcpCmnd image;
-};
-
-const std::vector<BuiltCommand>& built_commands() {
-  static const std::vector<BuiltCommand> commands{
-      {"read",
-       [](ByteVector& data, auto* length, auto* sense, auto* sense_length) {
-         return SendScsiRead(0, &target, lun0, lun1, 0x01020304, data.data(), length, sense,
-                             sense_length);
-       },
-       4096,
-       {{0, 5, 0, 0, 1, 2, 3, 4}, 0, 0, 0, 2, {0x28, 0, 1, 2, 3, 4, 0, 0, 8}, {0, 0, 0x10, 0}}},
-      {"write",
-       [](ByteVector& data, auto* length, auto* sense, auto* sense_length) {
-         return SendScsiWrite(0, &target, lun0, 0, 0xFFFFFFFE, data.data(), length, sense,
-                              sense_length);
-       },
-       0x203FF,  // a part of a block does not count
-       {{0, 5}, 0, 0, 0, 1, {0x2A, 0, 0xFF, 0xFF, 0xFF, 0xFE, 0, 1, 1}, {0, 2, 3, 0xFF}}},
-      {"report LUNs",
-       [](ByteVector& data, auto* length, auto* sense, auto* sense_length) {
-         return SendReportLUNs(0, &target, data.data(), length, sense, sense_length);
-       },
-       0x10203,
-       {{}, 0, 0, 0, 2, {0xA0, 0, 0, 0, 0, 0, 0, 1, 2, 3}, {0, 1, 2, 3}}},
-      {"report LUNs by WWN",
-       [](ByteVector& data, auto* length, auto* sense, auto* sense_length) {
-         return OVK_SendReportLUNsByWWN(0, &local, &target, data.data(), length, sense,
-                                        sense_length);
-       },
-       16,
-       {{}, 0, 0, 0, 2, {0xA0, 0, 0, 0, 0, 0, 0, 0, 0, 16}, {0, 0, 0, 16}}},
-      {"read capacity",
-       [](ByteVector& data, auto* length, auto* sense, auto* sense_length) {
-         return SendReadCapacity(0, &target, lun0, lun1, data.data(), length, sense, sense_length);
-       },
-       8,
-       {{0, 5, 0, 0, 1, 2, 3, 4}, 0, 0, 0, 2, {0x25}, {0, 0, 0, 8}}},
-      {"read capacity by WWN",
-       [](ByteVector& data, auto* length, auto* sense, auto* sense_length) {
-         return OVK_SendReadCapacityByWWN(0, &local, &target, lun0, data.data(), length, sense,
-                                          sense_length);
-       },
-       8,
-       {{0, 5}, 0, 0, 0, 2, {0x25}, {0, 0, 0, 8}}},
-      {"inquiry",
-       [](ByteVector& data, auto* length, auto* sense, auto* sense_length) {
-         return SendScsiInquiry(0, &target, lun0, lun1, 0, 0x80, data.data(), length, sense,
-                                sense_length);
-       },
-       0x1FF,
-       {{0, 5, 0, 0, 1, 2, 3, 4}, 0, 0, 0, 2, {0x12, 0, 0, 0, 0xFF}, {0, 0, 1, 0xFF}}},
-      {"inquiry by WWN",
-       [](ByteVector& data, auto* length, auto* sense, auto* sense_length) {
-         return OVK_SendScsiInquiryByWWN(0, &local, &target, lun0, lun1, 1, 0x83, data.data(),
-                                         length, sense, sense_length);
-       },
-       0x100,
-       {{0, 5, 0, 0, 1, 2, 3, 4}, 0, 0, 0, 2, {0x12, 1, 0x83, 0, 0}, {0, 0, 1, 0}}},
-  };
-  return commands;
+  EXPECT_EQ(call(OVK_SendFcpCmd, &target, &image, image_size)(), 0U);
+  EXPECT_EQ(call(SendFcpCmd, &target, &image, image_size)(), 0U);
 }
 
 TEST_F(ScsiTest, BuiltCommandsAreExactAndGiveTheResultOfThePrimitive) {
-  for (const BuiltCommand& command : built_commands()) {
-    SCOPED_TRACE(command.what);
-    const ByteVector sent = request(scsi_request_size, command.image, sense_length_offset, 0);
-    data_length = command.data_length;
-    expect_scsi(data_length)
-        .sends(1, sent)
+  using Byte = std::uint8_t;
+  struct {
+    const char* what;
+    std::function<std::uint32_t()> send;
+    std::uint32_t length;
+    FcpCmnd image;
+  } const commands[] = {
+      {"read",
+       call(SendScsiRead, &target, lun0, lun1, 0x01020304U),
+       4096,
+       {{0, 5, 0, 0, 1, 2, 3, 4}, 0, 0, 0, 2, {0x28, 0, 1, 2, 3, 4, 0, 0, 8}, {0, 0, 0x10, 0}}},
+      // A part of a block does not count.
+      {"write",
+       call(SendScsiWrite, &target, lun0, 0U, 0xFFFFFFFE),
+       0x203FF,
+       {{0, 5}, 0, 0, 0, 1, {0x2A, 0, 0xFF, 0xFF, 0xFF, 0xFE, 0, 1, 1}, {0, 2, 3, 0xFF}}},
+      {"report LUNs",
+       call(SendReportLUNs, &target),
+       0x10203,
+       {{}, 0, 0, 0, 2, {0xA0, 0, 0, 0, 0, 0, 0, 1, 2, 3}, {0, 1, 2, 3}}},
+      {"report LUNs by WWN",
+       call(OVK_SendReportLUNsByWWN, &local, &target),
+       16,
+       {{}, 0, 0, 0, 2, {0xA0, 0, 0, 0, 0, 0, 0, 0, 0, 16}, {0, 0, 0, 16}}},
+      {"read capacity",
+       call(SendReadCapacity, &target, lun0, lun1),
+       8,
+       {{0, 5, 0, 0, 1, 2, 3, 4}, 0, 0, 0, 2, {0x25}, {0, 0, 0, 8}}},
+      {"read capacity by WWN",
+       call(OVK_SendReadCapacityByWWN, &local, &target, lun0),
+       8,
+       {{0, 5}, 0, 0, 0, 2, {0x25}, {0, 0, 0, 8}}},
+      {"inquiry",
+       call(SendScsiInquiry, &target, lun0, lun1, Byte{0}, Byte{0x80}),
+       0x1FF,
+       {{0, 5, 0, 0, 1, 2, 3, 4}, 0, 0, 0, 2, {0x12, 0, 0, 0, 0xFF}, {0, 0, 1, 0xFF}}},
+      {"inquiry by WWN",
+       call(OVK_SendScsiInquiryByWWN, &local, &target, lun0, lun1, Byte{1}, Byte{0x83}),
+       0x100,
+       {{0, 5, 0, 0, 1, 2, 3, 4}, 0, 0, 0, 2, {0x12, 1, 0x83, 0, 0}, {0, 0, 1, 0}}},
+  };
+  for (const auto& [what, send, length, sent] : commands) {
+    SCOPED_TRACE(what);
+    data_length = length;
+    expect(scsi, length)
+        .sends(1, request(scsi, sent))
         .answers(3, 8)
-        .replies(1, reply(scsi_request_size, 0, sense_length_offset, 18))
+        .replies(1, reply(scsi, 18))
         .replies(2, ByteVector(8, 0x42));
-    EXPECT_EQ(command.send(data, &data_length, response.data(), &response_length), 0U);
+    EXPECT_EQ(send(), 0U);
     EXPECT_EQ(data_length, 8U);
     EXPECT_EQ(response_length, 18U);
     EXPECT_EQ(data[7], 0x42);
 
-    expect_scsi(8).answers(3, 9);
-    EXPECT_EQ(command.send(data, &data_length, response.data(), &response_length), 7U);
+    expect(scsi, 8).answers(3, 9);
+    EXPECT_EQ(send(), 7U);
     EXPECT_EQ(data_length, 9U);
   }
 }
 
 TEST_F(ScsiTest, LogLinesNameThePrimitiveThatSends) {
   log_at(OVK_LOG_SUCCESS | OVK_LOG_ERROR);
-  expect_scsi(36).status(0x0BAD0014);
-  SendReportLUNs(0, &target, data.data(), &data_length, response.data(), &response_length);
-  expect_fcp(36, 0);
-  SendFcpCmd(0, &target, &image, 32, data.data(), &data_length, response.data(), &response_length);
+  expect(scsi, 36).status(0x0BAD0014);
+  call(SendReportLUNs, &target)();
+  channel.expect(fcp.command, board0).word(2, 36);
+  call(SendFcpCmd, &target, &image, image_size)();
   EXPECT_THAT(log_lines(),
               testing::ElementsAre(
                   LogLine{"SendScsiCmdByWWN",
@@ -293,36 +243,32 @@ TEST_F(ScsiTest, LogLinesNameThePrimitiveThatSends) {
                   LogLine{"SendFcpCmdByWWN", "cmd ok:        RAVN_MGMT_HBA_SEND_FCP brd[0] id"}));
 }
 
-TEST_F(ScsiTest, CtPassThroughGoesToTheServerOfTheServiceType) {
-  for (const auto& [gs_type, destination] :
-       {std::pair{0xFA, 0xFFFFFAU}, std::pair{0xFB, 0xFFFFFBU}, std::pair{0xFC, 0xFFFFFCU},
-        std::pair{0xFD, 0xFFFFFDU}, std::pair{0xF9, 0xFFFFFCU}, std::pair{0xFE, 0xFFFFFCU},
-        std::pair{0x20, 0xFFFFFCU}}) {
-    const ByteVector iu{1, 0, 0, 0, static_cast<std::uint8_t>(gs_type), 0, 0, 0};
+TEST_F(ScsiTest, CtPassThroughGoesToTheServerOfTheServiceTypeAndFoldsAllFailuresIntoOne) {
+  struct {
+    std::uint8_t gs_type;
+    std::uint32_t server;
+    std::uint32_t answered;
+    std::uint32_t status;
+    std::uint32_t result;
+  } const cases[] = {{0xF9, 0xFFFFFC, 16, 0, 0},          {0xFA, 0xFFFFFA, 16, 0, 0},
+                     {0xFB, 0xFFFFFB, 16, 0, 0},          {0xFC, 0xFFFFFC, 16, 0, 0},
+                     {0xFD, 0xFFFFFD, 16, 0, 0},          {0xFE, 0xFFFFFC, 16, 0, 0},
+                     {0x20, 0xFFFFFC, 16, 0, 0},          {0xFC, 0xFFFFFC, 0, 0, 1},
+                     {0xFC, 0xFFFFFC, 16, 0x0BAD0021, 1}, {0xFC, 0xFFFFFC, 16, 0x0BAD005A, 1},
+                     {0xFC, 0xFFFFFC, 16, 0x0BAD0014, 1}};
+  for (const auto& [gs_type, server, answered, status, result] : cases) {
+    SCOPED_TRACE(testing::Message() << std::hex << +gs_type << " " << status);
+    const ByteVector iu{1, 0, 0, 0, gs_type, 0, 0, 0};
     channel.expect("RAVN_MGMT_SEND_CT", board0)
         .word(2, 8)
         .word(3, 100)
-        .word(4, destination)
+        .word(4, server)
         .sends(1, iu)
-        .answers(3, 16);
-    std::uint32_t length = 100;
-    EXPECT_EQ(SendCTPassThru(0, iu.data(), 8, data.data(), &length), 0U);
-    EXPECT_EQ(length, 16U);
-  }
-}
-
-TEST_F(ScsiTest, CtPassThroughFoldsEveryFailureAndTheEmptyResponseIntoOne) {
-  const ByteVector iu{1, 0, 0, 0, 0xFC, 0, 0, 0};
-  for (const std::uint32_t status : {0U, 0x0BAD0021U, 0x0BAD005AU, 0x0BAD0014U}) {
-    channel.expect("RAVN_MGMT_SEND_CT", board0)
-        .word(2, 8)
-        .word(3, 100)
-        .word(4, 0xFFFFFC)
-        .answers(3, 0)
+        .answers(3, answered)
         .status(status);
     std::uint32_t length = 100;
-    EXPECT_EQ(SendCTPassThru(0, iu.data(), 8, data.data(), &length), 1U);
-    EXPECT_EQ(length, 100U);
+    EXPECT_EQ(SendCTPassThru(0, iu.data(), 8, data.data(), &length), result);
+    EXPECT_EQ(length, result == 0 ? 16U : 100U);
   }
 }
 

@@ -4,21 +4,25 @@
 #include <ovk/features.h>
 
 #include <algorithm>
+#include <array>
 #include <cstring>
 #include <string>
+#include <tuple>
 #include <utility>
+#include <vector>
 
 namespace ovk::test {
 namespace {
 
 constexpr Wwn local{{0x10, 0, 0, 0x90, 0xfa, 1, 2, 3}};
 constexpr Wwn target{{0x50, 6, 1, 0x60, 0x3b, 0x20, 4, 0xf5}};
-const std::string port_digits =
-    "10000090fa010203"
-    "500601603b2004f5";
+const std::string port_digits = "10000090fa010203500601603b2004f5";
+/** What set(5, 0) sends. */
+const std::string lun5_rule = "00" + port_digits + "0000000000000005";
 constexpr std::uint8_t untouched = 0xEE;
 
-ByteVector text_bytes(const std::string& text) { return {text.begin(), text.end()}; }
+/** A driver status, a delivery error, and what becomes of them. */
+using Case = std::tuple<std::uint32_t, int, std::uint32_t>;
 
 class OasTest : public LibraryTest {
  protected:
@@ -37,7 +41,18 @@ class OasTest : public LibraryTest {
     return channel.expect("RAVN_MGMT_OAS_SET", board0)
         .word(5, operation)
         .word(6, 4119)
-        .sends(1, text_bytes(rule));
+        .sends(1, ByteVector(rule.begin(), rule.end()));
+  }
+  /** Expects the rule that set(5, 0) sends, and answers with this status. */
+  Exchange& expect_lun5_rule(std::uint32_t status = 0) {
+    expect_probe(2);
+    return expect_set(1, lun5_rule).status(status);
+  }
+  /** Expects a rule and all that belongs to it. */
+  void expect_success(std::uint32_t version, std::uint32_t operation, const std::string& rule) {
+    expect_probe(version);
+    expect_set(operation, rule);
+    expect_nodes({target}, 1);
   }
   /** Expects the question for the local port's nodes, and answers that it knows these. */
   Exchange& expect_nodes(const std::vector<Wwn>& nodes, std::uint32_t count) {
@@ -72,23 +87,18 @@ class OasTest : public LibraryTest {
 };
 
 TEST_F(OasTest, EntriesAreReshapedByteForByte) {
-  ByteVector reply(52);
-  std::copy_n(bytes_of(target).begin(), 8, reply.begin());
-  std::copy_n(bytes_of(local).begin(), 8, reply.begin() + 8);
-  reply[17] = 1;  // LUN 00 01 00 00 00 00 00 00
-  reply[24] = 0xFE;
-  reply[25] = 0x2A;
-  for (std::size_t i = 0; i < 8; ++i) {
-    reply[26 + 16 + i] = static_cast<std::uint8_t>(0xA0 + i);
-  }
-  reply[26 + 24] = 0x01;
+  const ByteVector ports = bytes_of(std::array{target, local});
+  ByteVector reply = ports;
+  reply.insert(reply.end(), {0, 1, 0, 0, 0, 0, 0, 0, 0xFE, 0x2A});
+  reply.resize(26 + 16);
+  reply.insert(reply.end(), {0xA0, 0xA1, 0xA2, 0xA3, 0xA4, 0xA5, 0xA6, 0xA7, 0x01, 0});
   expect_list().answers(3, 2).replies(3, reply);
   list.count = 2;
   EXPECT_EQ(get(), OVK_OK);
   EXPECT_EQ(list.count, 2U);
 
   ByteVector expected{0, 0, 0, 0, 0, 0, 0, 1, 0, 0, 0, 0, 0, 0, 1, 0, 1, 0, 0x2A, untouched};
-  expected.insert(expected.end(), reply.begin(), reply.begin() + 16);
+  expected.insert(expected.end(), ports.begin(), ports.end());
   EXPECT_EQ(bytes_of(list.luns[0]), expected);
   expected = {0xA6, 0xA7, 0xA4, 0xA5, 0xA2, 0xA3, 0xA0, 0xA1, 0xA7, 0xA6,
               0xA5, 0xA4, 0xA3, 0xA2, 0xA1, 0xA0, 0,    1,    0,    untouched};
@@ -98,11 +108,10 @@ TEST_F(OasTest, EntriesAreReshapedByteForByte) {
 }
 
 TEST_F(OasTest, TheListTellsHowManyThereAreAndStaysWithinItsBounds) {
-  for (const auto& [room, available, result] : {std::tuple{0U, 3U, OVK_MORE_DATA},
-                                                {2U, 3U, OVK_MORE_DATA},
-                                                {0U, 0U, OVK_OK},
-                                                {256U, 300U, OVK_MORE_DATA},
-                                                {0xFFFFFFFFU, 0xFFFFFFFEU, OVK_OK}}) {
+  using Room = std::array<std::uint32_t, 3>;
+  for (const auto& [room, available, result] :
+       {Room{0, 3, OVK_MORE_DATA}, Room{2, 3, OVK_MORE_DATA}, Room{0, 0, OVK_OK},
+        Room{256, 300, OVK_MORE_DATA}, Room{0xFFFFFFFF, 0xFFFFFFFE, OVK_OK}}) {
     std::memset(&list, untouched, sizeof list);
     expect_list().answers(3, available);
     list.count = room;
@@ -115,19 +124,13 @@ TEST_F(OasTest, TheListTellsHowManyThereAreAndStaysWithinItsBounds) {
 
 TEST_F(OasTest, ListFailuresHaveTheirResultsAndLeaveTheListAlone) {
   list.count = 1;
-  for (const auto& [status, result] : {std::pair{0x0BAD0010U, 5U},
-                                       {0x0BAD000FU, 15U},
-                                       {0x0BAD0020U, 32U},
-                                       {0x0BAD0030U, 33U},
-                                       {0x0BAD0006U, 1U},
-                                       {0x0BAD002BU, 1U}}) {
-    expect_list().answers(3, 9).status(status);
-    EXPECT_EQ(get(), result) << std::hex << status;
+  for (const auto& [status, delivery, result] :
+       {Case{0x0BAD0010, 0, 5}, Case{0x0BAD000F, 0, 15}, Case{0x0BAD0020, 0, 32},
+        Case{0x0BAD0030, 0, 33}, Case{0x0BAD0006, 0, 1}, Case{0x0BAD002B, 0, 1},
+        Case{0x0BAD0010, 7, 7}, Case{0x0BAD0010, 6, 1}}) {
+    expect_list().answers(3, 9).status(status).delivery_error(delivery);
+    EXPECT_EQ(get(), result) << std::hex << status << ", " << delivery;
   }
-  expect_list().status(0x0BAD0010).delivery_error(7);
-  EXPECT_EQ(get(), OVK_MORE_DATA);
-  expect_list().status(0x0BAD0010).delivery_error(6);
-  EXPECT_EQ(get(), OVK_FAILED);
   EXPECT_EQ(OVK_GetOASLunList(0, &local, &target, 0, nullptr), OVK_MORE_DATA);
   {
     const AllocationWatch memory{0};
@@ -139,27 +142,15 @@ TEST_F(OasTest, ListFailuresHaveTheirResultsAndLeaveTheListAlone) {
 TEST_F(OasTest, RulesAreSentAsText) {
   for (const auto& [version, lead] :
        {std::pair{2U, "00"}, {0U, "00"}, {0x7FFFFFFFU, "00"}, {0xFFFFFFFFU, "ffffffff"}}) {
-    expect_probe(version);
-    expect_set(1, lead + port_digits + "0000000000000005");
-    expect_nodes({target}, 1);
+    expect_success(version, 1, lead + port_digits + "0000000000000005");
     EXPECT_EQ(set(5, 0), OVK_OK);
   }
-  expect_probe(1);
-  expect_set(2, "00" + port_digits + "80000001fedcba98");
-  expect_nodes({target}, 1);
+  expect_success(1, 2, "00" + port_digits + "80000001fedcba98");
   EXPECT_EQ(set(0xFEDCBA98, 0x80000001, 0), OVK_OK);
 
-  expect_probe(1);
-  expect_set(1, "01" + port_digits +
-                    "80000001fedcba98"
-                    "7f");
-  expect_nodes({target}, 1);
+  expect_success(1, 1, "01" + port_digits + "80000001fedcba98" + "7f");
   EXPECT_EQ(set_v2(1, 127, 0x80000001FEDCBA98), OVK_OK);
-  expect_probe(3);
-  expect_set(2, "01" + port_digits +
-                    "0000000000000005"
-                    "00");
-  expect_nodes({target}, 1);
+  expect_success(3, 2, "01" + port_digits + "0000000000000005" + "00");
   EXPECT_EQ(set_v2(0, 0), OVK_OK);
 }
 
@@ -170,10 +161,10 @@ TEST_F(OasTest, ARefusedProbeComesFirstAndAnUndeliveredOneDoesNotCount) {
   EXPECT_EQ(set_v2(9, 200), 32U);
 
   expect_probe(0).status(0x0BAD0001).delivery_error(3);
-  expect_set(1, "00" + port_digits + "0000000000000005");
+  expect_set(1, lun5_rule);
   expect_nodes({target}, 1);
   EXPECT_EQ(set(5, 0), OVK_OK);
-  channel.expect("RAVN_MGMT_OAS_VER", board0).word(6, 4120).delivery_error(3);
+  expect_probe(0).delivery_error(3);
   EXPECT_EQ(set_v2(1, 1), 4U) << "the version is 0 then";
 }
 
@@ -191,57 +182,42 @@ TEST_F(OasTest, OperationAndPriorityAreCheckedBeforeTheVersion) {
 }
 
 TEST_F(OasTest, ARefusedRuleIsNotFollowedByTheTargetCheck) {
-  const std::string rule = "00" + port_digits + "0000000000000005";
-  for (const auto& [status, result] : {std::pair{0x0BAD0006U, 16U},
-                                       {0x0BAD0020U, 32U},
-                                       {0x0BAD002BU, 34U},
-                                       {0x0BAD002CU, 34U},
-                                       {0x0BAD0030U, 33U},
-                                       {0x0BAD000FU, 1U},
-                                       {0x0BAD0010U, 1U},
-                                       {1U, 1U}}) {
-    expect_probe(2);
-    expect_set(1, rule).status(status);
-    EXPECT_EQ(set(5, 0), result) << std::hex << status;
+  for (const auto& [status, delivery, result] :
+       {Case{0x0BAD0006, 0, 16}, Case{0x0BAD0020, 0, 32}, Case{0x0BAD002B, 0, 34},
+        Case{0x0BAD002C, 0, 34}, Case{0x0BAD0030, 0, 33}, Case{0x0BAD000F, 0, 1},
+        Case{0x0BAD0010, 0, 1}, Case{1, 0, 1}, Case{0x0BAD0100, 2, 1}}) {
+    expect_lun5_rule(status).delivery_error(delivery);
+    EXPECT_EQ(set(5, 0), result) << std::hex << status << ", " << delivery;
   }
-  expect_probe(2);
-  expect_set(1, rule).status(0x0BAD0100).delivery_error(2);
-  EXPECT_EQ(set(5, 0), OVK_FAILED);
 }
 
 TEST_F(OasTest, TheTargetIsLookedForAmongTheNodesThatWereDelivered) {
-  const std::string rule = "00" + port_digits + "0000000000000005";
-  const auto set_with_status = [&](std::uint32_t status) {
-    expect_probe(2);
-    expect_set(1, rule).status(status);
-  };
-  set_with_status(0x0BAD0100);
+  expect_lun5_rule(0x0BAD0100);
   expect_nodes({local, target}, 2);
   EXPECT_EQ(set(5, 0), OVK_OK) << "a rule that was set before";
-  set_with_status(0);
+  expect_lun5_rule();
   expect_nodes({local, target}, 1);
   EXPECT_EQ(set(5, 0), 18U);
-  set_with_status(0);
+  expect_lun5_rule();
   expect_nodes({}, 0).status(0x0BAD0020);
   EXPECT_EQ(set(5, 0), 17U);
 
   std::vector<Wwn> many(65, local);
   many[64] = target;
-  set_with_status(0);
+  expect_lun5_rule();
   expect_nodes(many, 0xFFFFFFFF);
   EXPECT_EQ(set(5, 0), 18U) << "there is room for 64";
   many[63] = target;
-  set_with_status(0);
+  expect_lun5_rule();
   expect_nodes(many, 65);
   EXPECT_EQ(set(5, 0), OVK_OK);
 }
 
 TEST_F(OasTest, WithoutMemoryTheResultTellsHowFarTheRuleGot) {
-  const std::string rule = "00" + port_digits + "0000000000000005";
   for (const auto& [failing, result] : {std::pair{0, 16U}, {1, 12U}, {2, 17U}}) {
     expect_probe(2);
     if (failing > 0) {
-      expect_set(1, rule);
+      expect_set(1, lun5_rule);
     }
     const AllocationWatch memory{failing};
     EXPECT_EQ(set(5, 0), result) << failing;
@@ -251,26 +227,21 @@ TEST_F(OasTest, WithoutMemoryTheResultTellsHowFarTheRuleGot) {
 
 TEST_F(OasTest, ResultLinesNameTheCommandsTheirOwnWay) {
   log_at(OVK_LOG_SUCCESS | OVK_LOG_CALL);
-  expect_probe(1);
-  expect_set(1, "01" + port_digits +
-                    "0000000000000005"
-                    "07");
-  expect_nodes({target}, 1);
+  expect_success(1, 1, "01" + port_digits + "0000000000000005" + "07");
   set_v2(1, 7);
   list.count = 0;
   expect_list();
   get();
-  EXPECT_THAT(
-      log_lines(),
-      testing::ElementsAre(
-          LogLine{"OVK_SetOASLunV2", "call: RAVN_MGMT_OAS_VER id"},
-          LogLine{"OVK_SetOASLunV2", "cmd ok:         RAVN_MGMT_OAS_VERSION brd[0] id"},
-          LogLine{"OVK_SetOASLunV2", "call: RAVN_MGMT_OAS_SET id"},
-          LogLine{"OVK_SetOASLunV2", "cmd ok:        RAVN_MGMT_OAS_SET_RULE brd[0] id"},
-          LogLine{"OVK_GetAllNodeInfoByWWN", "call: RAVN_MGMT_VPORT_GET_NODE_INFO id"},
-          LogLine{"OVK_GetAllNodeInfoByWWN", "cmd ok:  RAVN_MGMT_VPORT_GET_NODE_INFO brd[0] id"},
-          LogLine{"OVK_GetOASLunList", "call: RAVN_MGMT_OAS_GET id"},
-          LogLine{"OVK_GetOASLunList", "cmd ok:        RAVN_MGMT_OAS_GET_LIST brd[0] id"}));
+  EXPECT_EQ(log_lines(),
+            (std::vector<LogLine>{
+                {"OVK_SetOASLunV2", "call: RAVN_MGMT_OAS_VER id"},
+                {"OVK_SetOASLunV2", "cmd ok:         RAVN_MGMT_OAS_VERSION brd[0] id"},
+                {"OVK_SetOASLunV2", "call: RAVN_MGMT_OAS_SET id"},
+                {"OVK_SetOASLunV2", "cmd ok:        RAVN_MGMT_OAS_SET_RULE brd[0] id"},
+                {"OVK_GetAllNodeInfoByWWN", "call: RAVN_MGMT_VPORT_GET_NODE_INFO id"},
+                {"OVK_GetAllNodeInfoByWWN", "cmd ok:  RAVN_MGMT_VPORT_GET_NODE_INFO brd[0] id"},
+                {"OVK_GetOASLunList", "call: RAVN_MGMT_OAS_GET id"},
+                {"OVK_GetOASLunList", "cmd ok:        RAVN_MGMT_OAS_GET_LIST brd[0] id"}}));
 }
 
 }  // namespace

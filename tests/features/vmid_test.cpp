@@ -6,11 +6,16 @@
 #include <functional>
 #include <memory>
 #include <string_view>
+#include <tuple>
+#include <vector>
 
 namespace ovk::test {
 namespace {
 
 constexpr std::uint8_t question = 0x51;
+
+/** A driver status, a delivery error, and what becomes of them. */
+using Case = std::tuple<std::uint32_t, int, std::uint32_t>;
 
 class VMidTest : public LibraryTest {
  protected:
@@ -21,16 +26,14 @@ class VMidTest : public LibraryTest {
 
   struct Call {
     std::string_view command;
-    std::size_t size;
     std::function<std::uint32_t()> run;
   };
 
   std::vector<Call> calls() {
     return {
-        {"RAVN_MGMT_VMID_GET_QFPA", 514, [this] { return OVK_GetQFPAPriorityList(0, list.get()); }},
-        {"RAVN_MGMT_VMID_GET_ID_MAPPING", 76808,
-         [this] { return OVK_GetVMidMapping(0, mapping.get()); }},
-        {"RAVN_MGMT_VMID_UPDATE_MAPPING", 76808,
+        {"RAVN_MGMT_VMID_GET_QFPA", [this] { return OVK_GetQFPAPriorityList(0, list.get()); }},
+        {"RAVN_MGMT_VMID_GET_ID_MAPPING", [this] { return OVK_GetVMidMapping(0, mapping.get()); }},
+        {"RAVN_MGMT_VMID_UPDATE_MAPPING",
          [this] { return OVK_UpdateVMidMapping(0, mapping.get()); }}};
   }
 
@@ -38,44 +41,35 @@ class VMidTest : public LibraryTest {
   std::unique_ptr<VMidMapping> mapping = std::make_unique<VMidMapping>();
 };
 
-TEST_F(VMidTest, TheCallersOwnRecordTravelsToTheDriverWhole) {
-  for (const Call& call : calls()) {
+TEST_F(VMidTest, TheCallersOwnRecordTravelsToTheDriverAndBackWhole) {
+  const auto expect = [this](std::string_view command, const ByteVector& sent) -> Exchange& {
     expect_sli_mode(board0, 4);
-    channel.expect(call.command, board0).sends(1, ByteVector(call.size, question));
-    const AllocationWatch memory;
+    return channel.expect(command, board0).sends(1, sent);
+  };
+  const ByteVector ranges(514, 0xA1);
+  const ByteVector identifiers(76808, 0xA2);
+  expect("RAVN_MGMT_VMID_GET_QFPA", bytes_of(*list)).replies(1, ranges);
+  expect("RAVN_MGMT_VMID_GET_ID_MAPPING", bytes_of(*mapping)).replies(1, identifiers);
+  expect("RAVN_MGMT_VMID_UPDATE_MAPPING", identifiers);
+  const std::vector<Call> all = calls();
+  const AllocationWatch memory;
+  for (const Call& call : all) {
     EXPECT_EQ(call.run(), OVK_OK) << call.command;
-    EXPECT_EQ(memory.allocations(), 0) << call.command;
   }
+  EXPECT_EQ(memory.allocations(), 0);
+  EXPECT_EQ(bytes_of(*list), ranges);
+  EXPECT_EQ(bytes_of(*mapping), identifiers);
 }
 
-TEST_F(VMidTest, AnswersArriveInTheCallersRecord) {
-  expect_sli_mode(board0, 4);
-  channel.expect("RAVN_MGMT_VMID_GET_QFPA", board0).replies(1, ByteVector(514, 0xA1));
-  EXPECT_EQ(OVK_GetQFPAPriorityList(0, list.get()), OVK_OK);
-  EXPECT_EQ(bytes_of(*list), ByteVector(514, 0xA1));
-
-  expect_sli_mode(board0, 4);
-  channel.expect("RAVN_MGMT_VMID_GET_ID_MAPPING", board0).replies(1, ByteVector(76808, 0xA2));
-  EXPECT_EQ(OVK_GetVMidMapping(0, mapping.get()), OVK_OK);
-  EXPECT_EQ(bytes_of(*mapping), ByteVector(76808, 0xA2));
-}
-
-TEST_F(VMidTest, StatusesAndDeliveryErrorsHaveTheirResults) {
+TEST_F(VMidTest, StatusesDeliveryErrorsAndOlderBoardsHaveTheirResults) {
   for (const Call& call : calls()) {
-    for (const auto& [status, result] :
-         {std::pair{0x0BAD0020U, 9U}, {0x0BAD005DU, 7U}, {0x0BAD0030U, 1U}, {7U, 1U}}) {
+    for (const auto& [status, delivery, result] :
+         {Case{0x0BAD0020, 0, 9}, Case{0x0BAD005D, 0, 7}, Case{0x0BAD0030, 0, 1}, Case{7, 0, 1},
+          Case{0x0BAD005D, 9, 1}}) {
       expect_sli_mode(board0, 5);
-      channel.expect(call.command, board0).status(status);
-      EXPECT_EQ(call.run(), result) << call.command << std::hex << status;
+      channel.expect(call.command, board0).status(status).delivery_error(delivery);
+      EXPECT_EQ(call.run(), result) << call.command << std::hex << status << ", " << delivery;
     }
-    expect_sli_mode(board0, 4);
-    channel.expect(call.command, board0).status(0x0BAD005D).delivery_error(9);
-    EXPECT_EQ(call.run(), 1U) << call.command << " that was not delivered has no status";
-  }
-}
-
-TEST_F(VMidTest, OnlySli4BoardsAreAsked) {
-  for (const Call& call : calls()) {
     expect_sli_mode(board0, 3);
     EXPECT_EQ(call.run(), OVK_NOT_SUPPORTED) << call.command;
     expect_no_sli_mode(board0);

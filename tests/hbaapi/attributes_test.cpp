@@ -37,42 +37,37 @@ TEST_F(AttributesTest, AdapterAttributesAreHandedOutWhateverTheOutcome) {
   EXPECT_EQ(bytes_of(attributes), ByteVector(2192)) << "no stack bytes reach the caller";
 }
 
+constexpr Wwn wanted{{0x10, 0x20, 0x30, 0x40, 0x50, 0x60, 0x70, 0x80}};
+constexpr std::uint32_t ignored = 77;
+constexpr std::uint32_t index = 3;
+constexpr std::uint32_t tag = 0x5678;
+
 /** The four queries for a port, told apart by what they send and how they fail. */
 struct PortQuery {
   const char* command;
-  std::function<std::uint32_t(std::uint32_t board, PortAttributes*)> run;
+  std::uint32_t (*run)(std::uint32_t board, PortAttributes*);
   bool from_snapshot;
+  bool by_name;
   std::uint32_t not_found_status;
   std::uint32_t not_found_result;
 };
 
-constexpr Wwn wanted{{0x10, 0x20, 0x30, 0x40, 0x50, 0x60, 0x70, 0x80}};
-constexpr std::uint32_t ignored_port_index = 77;
-constexpr std::uint32_t index = 3;
-constexpr std::uint32_t tag = 0x5678;
-
-const PortQuery own_port{"RAVN_MGMT_HBA_PORTATTRIBUTES",
-                         [](std::uint32_t board, PortAttributes* attrs) {
-                           return GetAdapterPortAttributes(board, ignored_port_index, attrs);
-                         },
-                         false, 0x0BAD0003, 1};
-const PortQuery discovered_port{"RAVN_MGMT_HBA_DISCPORTATTRIBUTES",
-                                [](std::uint32_t board, PortAttributes* attrs) {
-                                  return GetDiscoveredPortAttributes(board, ignored_port_index,
-                                                                     index, attrs);
-                                },
-                                true, 0x0BAD0003, 6};
-const PortQuery port_by_wwn{"RAVN_MGMT_HBA_WWPNPORTATTRIBUTES",
-                            [](std::uint32_t board, PortAttributes* attrs) {
-                              return GetPortAttributesByWWN(board, &wanted, attrs);
-                            },
-                            false, 0x0BAD0003, 5};
-const PortQuery port_by_index{"RAVN_MGMT_HBA_INDEXPORTATTRIBUTES",
-                              [](std::uint32_t board, PortAttributes* attrs) {
-                                return GetPortAttributesByIndex(board, ignored_port_index, index,
-                                                                attrs);
-                              },
-                              true, 0x0BAD005D, 6};
+const PortQuery port_queries[] = {
+    {"RAVN_MGMT_HBA_PORTATTRIBUTES",
+     [](auto board, auto* attrs) { return GetAdapterPortAttributes(board, ignored, attrs); }, false,
+     false, 0x0BAD0003, 1},
+    {"RAVN_MGMT_HBA_DISCPORTATTRIBUTES",
+     [](auto board, auto* attrs) {
+       return GetDiscoveredPortAttributes(board, ignored, index, attrs);
+     },
+     true, false, 0x0BAD0003, 6},
+    {"RAVN_MGMT_HBA_WWPNPORTATTRIBUTES",
+     [](auto board, auto* attrs) { return GetPortAttributesByWWN(board, &wanted, attrs); }, false,
+     true, 0x0BAD0003, 5},
+    {"RAVN_MGMT_HBA_INDEXPORTATTRIBUTES",
+     [](auto board, auto* attrs) { return GetPortAttributesByIndex(board, ignored, index, attrs); },
+     true, false, 0x0BAD005D, 6},
+};
 
 class PortQueryTest : public LibraryTest, public testing::WithParamInterface<PortQuery> {
  protected:
@@ -83,29 +78,21 @@ class PortQueryTest : public LibraryTest, public testing::WithParamInterface<Por
     if (GetParam().from_snapshot) {
       exchange.word(1, index).word(4, sent_tag);
     }
+    if (GetParam().by_name) {
+      exchange.sends(2, with_at(ByteVector(28), 8, wanted));
+    }
     return exchange;
   }
 
   static ByteVector driver_record(std::uint32_t fc_id) {
-    ByteVector record(490);
-    for (std::size_t i = 0; i < record.size(); ++i) {
-      record[i] = static_cast<std::uint8_t>(i * 7 + 1);
-    }
-    std::memcpy(&record[16], &fc_id, sizeof fc_id);
-    return record;
-  }
-
-  static PortAttributes untouched_attributes() {
-    PortAttributes attributes;
-    std::memset(&attributes, untouched, sizeof attributes);
-    return attributes;
+    return with_at(counted_bytes(490), 16, fc_id);
   }
 };
 
 TEST_P(PortQueryTest, ReshapesTheDriversRecordAndLeavesTheRestOfTheDeviceName) {
   const ByteVector record = driver_record(0x010203);
   expect_query().replies(1, record);
-  PortAttributes attributes = untouched_attributes();
+  auto attributes = record_of<PortAttributes>(untouched);
   EXPECT_EQ(GetParam().run(0, &attributes), 0U);
 
   ByteVector expected(632, untouched);
@@ -126,19 +113,17 @@ TEST_P(PortQueryTest, FailuresMapToResultsAndLeaveTheCallersRecord) {
   const std::uint32_t other = not_found == 0x0BAD0003 ? 0x0BAD005D : 0x0BAD0003;
   for (const Case& failure : {Case{not_found, 0, GetParam().not_found_result}, Case{other, 0, 1},
                               Case{0, 5, 1}, Case{not_found, 5, GetParam().not_found_result}}) {
-    expect_query()
-        .replies(1, driver_record(7))
-        .status(failure.status)
-        .delivery_error(failure.delivery);
-    PortAttributes attributes = untouched_attributes();
-    EXPECT_EQ(GetParam().run(0, &attributes), failure.result) << failure.status;
+    expect_query().replies(1, driver_record(7)).ends_with(failure.status, failure.delivery);
+    auto attributes = record_of<PortAttributes>(untouched);
+    EXPECT_EQ(GetParam().run(0, &attributes), failure.result)
+        << failure.status << " " << failure.delivery;
     EXPECT_EQ(bytes_of(attributes), ByteVector(sizeof attributes, untouched));
   }
 }
 
 TEST_P(PortQueryTest, AStaleAddressIsRefusedOnlyWhereASnapshotIsAsked) {
   expect_query().replies(1, driver_record(0xFFFFFFFF));
-  PortAttributes attributes = untouched_attributes();
+  auto attributes = record_of<PortAttributes>(untouched);
   EXPECT_EQ(GetParam().run(0, &attributes), GetParam().from_snapshot ? 8U : 0U);
   EXPECT_EQ(attributes.PortFcId, GetParam().from_snapshot ? 0xEEEEEEEE : 0xFFFFFFFF);
 }
@@ -149,17 +134,8 @@ TEST_P(PortQueryTest, ABoardBeyondTheTablesSendsNoTag) {
   EXPECT_EQ(GetParam().run(32, &attributes), 1U);
 }
 
-INSTANTIATE_TEST_SUITE_P(All, PortQueryTest,
-                         testing::Values(own_port, discovered_port, port_by_wwn, port_by_index),
+INSTANTIATE_TEST_SUITE_P(All, PortQueryTest, testing::ValuesIn(port_queries),
                          [](const auto& query) { return std::string{query.param.command}; });
-
-TEST_F(AttributesTest, TheWantedNameStandsInARequestThatIsZeroElsewhere) {
-  ByteVector request(28);
-  std::memcpy(&request[8], &wanted, sizeof wanted);
-  channel.expect("RAVN_MGMT_HBA_WWPNPORTATTRIBUTES", board0).sends(2, request);
-  PortAttributes attributes;
-  EXPECT_EQ(GetPortAttributesByWWN(0, &wanted, &attributes), 0U);
-}
 
 }  // namespace
 }  // namespace ovk::test

@@ -1,10 +1,10 @@
 #include "tests/support/library_test.h"
 
+#include <ovk/core.h>
 #include <ovk/hbaapi.h>
 
+#include <algorithm>
 #include <cstdint>
-#include <cstring>
-#include <vector>
 
 namespace ovk::test {
 namespace {
@@ -19,85 +19,62 @@ class EventsTest : public LibraryTest {
   EventsTest() { EventMissedCount = 12; }
   ~EventsTest() override { EventMissedCount = 0; }
 
-  Exchange& expect_events(std::uint32_t room, std::uint32_t given, std::uint32_t missed) {
-    return channel.expect("RAVN_MGMT_HBA_GETEVENT", board0)
+  std::uint32_t get() {
+    void* memory = events.data();
+    return GetEventBuffer(0, static_cast<EventInfo*>(memory), &count);
+  }
+
+  /** Larger than any room, to show what is written behind it. */
+  ByteVector events = ByteVector(48 * event_size, untouched);
+  std::uint32_t count = 0;
+};
+
+TEST_F(EventsTest, EventsAndCountsAreGivenOnSuccessWithinTheCallersRoomAndTheDriversRecord) {
+  struct {
+    std::uint32_t room;
+    std::uint32_t given;
+    std::uint32_t status;
+    int delivery;
+    std::uint32_t result;
+    std::size_t written;
+    int allocations;
+  } const cases[] = {
+      {31, 2, 0, 0, OVK_OK, 2 * event_size, 1},      {0, 0, 0, 0, OVK_OK, 0, 1},
+      {32, 5, 0, 0, OVK_OK, driver_size, 0},  // the driver writes to the caller's memory
+      {40, 5, 0, 0, OVK_OK, driver_size, 0},         {1, 33, 0, 0, OVK_OK, driver_size, 1},
+      {1, 0x0CCCCCCD, 0, 0, OVK_OK, driver_size, 1}, {1, 0xFFFFFFFF, 0, 0, OVK_OK, driver_size, 1},
+      {4, 2, 0x0BAD0001, 0, OVK_FAILED, 0, 1},       {4, 2, 0, 3, OVK_FAILED, 0, 1},
+  };
+  log_at(OVK_LOG_ERROR);
+  for (const auto& [room, given, status, delivery, result, written, allocations] : cases) {
+    SCOPED_TRACE(testing::Message()
+                 << room << " " << given << std::hex << " " << status << " " << delivery);
+    std::ranges::fill(events, untouched);
+    count = room;
+    EventMissedCount = 12;
+    channel.expect("RAVN_MGMT_HBA_GETEVENT", board0)
         .word(2, room)
         .replies(1, ByteVector(driver_size, from_driver))
         .answers(3, given)
-        .answers(4, missed);
-  }
-
-  /** Asks with this room; the caller's memory is larger, to show what is written behind it. */
-  std::uint32_t get(std::uint32_t room) {
-    events.resize(48);
-    std::memset(events.data(), untouched, events.size() * event_size);
-    count = room;
+        .answers(4, 7)
+        .ends_with(status, delivery);
     const AllocationWatch memory;
-    const std::uint32_t result = GetEventBuffer(0, events.data(), &count);
-    allocations = memory.allocations();
+    EXPECT_EQ(get(), result);
+    EXPECT_EQ(memory.allocations(), allocations);
     EXPECT_EQ(memory.outstanding(), 0);
-    return result;
+    EXPECT_EQ(count, result == OVK_OK ? given : room);
+    EXPECT_EQ(EventMissedCount, result == OVK_OK ? 7U : 12U);
+    ByteVector expected(written, from_driver);
+    expected.resize(events.size(), untouched);
+    EXPECT_EQ(events, expected);
   }
-
-  void expect_written(std::size_t bytes) {
-    ByteVector expected(bytes, from_driver);
-    expected.resize(events.size() * event_size, untouched);
-    ByteVector written(expected.size());
-    std::memcpy(written.data(), events.data(), written.size());
-    EXPECT_EQ(written, expected);
-  }
-
-  std::vector<EventInfo> events;
-  std::uint32_t count = 0;
-  int allocations = 0;
-};
-
-TEST_F(EventsTest, ACallerWithLittleRoomGetsTheEventsGivenAndNothingBehindThem) {
-  expect_events(31, 2, 7);
-  EXPECT_EQ(get(31), OVK_OK);
-  EXPECT_EQ(count, 2U);
-  EXPECT_EQ(EventMissedCount, 7U);
-  EXPECT_EQ(allocations, 1);
-  expect_written(2 * event_size);
-
-  expect_events(0, 0, 3);
-  EXPECT_EQ(get(0), OVK_OK);
-  EXPECT_EQ(count, 0U);
-  EXPECT_EQ(EventMissedCount, 3U);
-  expect_written(0);
+  EXPECT_EQ(log_lines().size(), 2U) << "the failures are logged";
 }
 
-TEST_F(EventsTest, TheDriverWritesToACallerWithRoomForAllItCopies) {
-  for (const std::uint32_t room : {32U, 40U}) {
-    expect_events(room, 5, 0);
-    EXPECT_EQ(get(room), OVK_OK);
-    EXPECT_EQ(count, 5U);
-    EXPECT_EQ(EventMissedCount, 0U);
-    EXPECT_EQ(allocations, 0);
-    expect_written(driver_size);
-  }
-}
-
-TEST_F(EventsTest, ACountBeyondTheWorkBufferIsReportedButNotReadPastItsEnd) {
-  for (const std::uint32_t given : {33U, 0x0CCCCCCDU, 0xFFFFFFFFU}) {
-    expect_events(1, given, 0);
-    EXPECT_EQ(get(1), OVK_OK);
-    EXPECT_EQ(count, given);
-    expect_written(driver_size);
-  }
-}
-
-TEST_F(EventsTest, AFailureOrNoMemoryLeavesBothCounts) {
-  log_at(0x4);
-  expect_events(4, 2, 99).status(0x0BAD0001);
-  EXPECT_EQ(get(4), OVK_FAILED);
-  expect_events(4, 2, 99).delivery_error(3);
-  EXPECT_EQ(get(4), OVK_FAILED);
-  expect_written(0);
-  EXPECT_EQ(log_lines().size(), 2U);
-
+TEST_F(EventsTest, WithoutMemoryNothingIsSentAndBothCountsStay) {
+  count = 4;
   const AllocationWatch memory{0};
-  EXPECT_EQ(GetEventBuffer(0, events.data(), &count), OVK_NO_MEMORY);
+  EXPECT_EQ(get(), OVK_NO_MEMORY);
   EXPECT_EQ(count, 4U);
   EXPECT_EQ(EventMissedCount, 12U);
 }

@@ -37,6 +37,14 @@ class StatisticsTest : public LibraryTest {
     EXPECT_EQ(GetPortStatistics(board, port, &stats), OVK_OK);
     return std::bit_cast<Counters>(stats);
   }
+
+  /** What a board reads that was reset at other counters. */
+  Counters read_after_reset(const Counters& at_reset, const Counters& now) {
+    expect_reading(board0, at_reset);
+    EXPECT_EQ(ResetStatistics(0), OVK_OK);
+    expect_reading(board0, now);
+    return read(0);
+  }
 };
 
 TEST_F(StatisticsTest, ReadingsOfABoardCountFromItsOwnLastReset) {
@@ -44,17 +52,13 @@ TEST_F(StatisticsTest, ReadingsOfABoardCountFromItsOwnLastReset) {
   expect_reading(board0, at_reset);
   EXPECT_EQ(read(0), at_reset) << "before any reset the counters are the driver's";
 
-  expect_reading(board0, at_reset);
-  EXPECT_EQ(ResetStatistics(0), OVK_OK);
-
   Counters later = at_reset;
   Counters expected;
   for (std::size_t i = 0; i < later.size(); ++i) {
     expected[i] = static_cast<std::int64_t>(i * i);
     later[i] += expected[i];
   }
-  expect_reading(board0, later);
-  EXPECT_EQ(read(0), expected);
+  EXPECT_EQ(read_after_reset(at_reset, later), expected);
   expect_reading(board1, later);
   EXPECT_EQ(read(1), later);
   expect_reading(board0, later);
@@ -64,33 +68,16 @@ TEST_F(StatisticsTest, ReadingsOfABoardCountFromItsOwnLastReset) {
 TEST_F(StatisticsTest, ThreeUncountedCountersStayUncountedAfterAResetAndTheOthersReadZero) {
   Counters uncounted;
   uncounted.fill(-1);
-  expect_reading(board0, uncounted);
-  expect_reading(board0, uncounted);
-  EXPECT_EQ(ResetStatistics(0), OVK_OK);
-
   Counters expected{};
   expected[lip_count] = expected[nos_count] = expected[dumped_frames] = -1;
-  EXPECT_EQ(read(0), expected);
+  EXPECT_EQ(read_after_reset(uncounted, uncounted), expected);
 }
 
 TEST_F(StatisticsTest, DifferencesWrap) {
-  Counters at_reset{};
-  at_reset[0] = 10;
-  at_reset[1] = std::numeric_limits<std::int64_t>::min();
-  at_reset[2] = -2;
-  Counters later{};
-  later[0] = 4;
-  later[1] = 1;
-  later[2] = std::numeric_limits<std::int64_t>::max();
-  expect_reading(board0, at_reset);
-  expect_reading(board0, later);
-  EXPECT_EQ(ResetStatistics(0), OVK_OK);
-
-  Counters expected{};
-  expected[0] = -6;
-  expected[1] = std::numeric_limits<std::int64_t>::min() + 1;
-  expected[2] = std::numeric_limits<std::int64_t>::min() + 1;
-  EXPECT_EQ(read(0), expected);
+  constexpr auto lowest = std::numeric_limits<std::int64_t>::min();
+  constexpr auto highest = std::numeric_limits<std::int64_t>::max();
+  EXPECT_EQ(read_after_reset({10, lowest, -2}, {4, 1, highest}),
+            (Counters{-6, lowest + 1, lowest + 1}));
 }
 
 TEST_F(StatisticsTest, AFailureLeavesTheRecordAndTheBaselineAsTheyWere) {

@@ -2,60 +2,60 @@
 
 #include <ovk/hbaapi.h>
 
-#include <cstring>
-#include <vector>
+#include <algorithm>
 
 namespace ovk::test {
 namespace {
 
 constexpr Wwn own_port{{0x10, 0, 0, 0, 0xC9, 0, 0, 1}};
 constexpr std::uint8_t untouched = 0xEE;
+const ByteVector naa{1, 3, 0, 8, 0x60, 1, 2, 3, 4, 5, 6, 7};
 
-/** A count word and as many entries, in memory of exactly this size. */
-template <typename Map>
-class MapMemory {
- public:
-  using Entry = std::remove_extent_t<decltype(Map::entry)>;
-
-  MapMemory(std::uint32_t count, std::size_t entries)
-      : bytes_(offsetof(Map, entry) + entries * sizeof(Entry), untouched) {
-    std::memcpy(bytes_.data(), &count, sizeof count);
-  }
-
-  Map* get() {
-    void* memory = bytes_.data();
-    return static_cast<Map*>(memory);
-  }
-
-  [[nodiscard]] std::uint32_t count() const {
-    std::uint32_t count = 0;
-    std::memcpy(&count, bytes_.data(), sizeof count);
-    return count;
-  }
-
-  /** The bytes behind the count. */
-  [[nodiscard]] ByteVector entries() const {
-    return {bytes_.begin() + offsetof(Map, entry), bytes_.end()};
-  }
-
- private:
-  ByteVector bytes_;
-};
-
-FcpScsiEntry entry(std::uint8_t number) {
-  FcpScsiEntry entry{};
-  std::memset(&entry, number, sizeof entry);
-  entry.FcpLun = 0x0807060504030200 + number;
-  return entry;
+void append(ByteVector& bytes, const ByteVector& more) {
+  bytes.insert(bytes.end(), more.begin(), more.end());
 }
 
-ByteVector mapping_reply(std::uint32_t count) {
-  ByteVector reply = bytes_of(count);
-  for (std::uint32_t i = 0; i < count; ++i) {
-    const ByteVector bytes = bytes_of(entry(static_cast<std::uint8_t>(i + 1)));
-    reply.insert(reply.end(), bytes.begin(), bytes.end());
+/** A count and entries, in memory of exactly this size. */
+ByteVector list_of(std::uint32_t count, const ByteVector& entries) {
+  ByteVector list = bytes_of(count);
+  append(list, entries);
+  return list;
+}
+
+/** Room for entries that nobody has written to. */
+template <typename Entry>
+ByteVector room_for(std::size_t entries) {
+  return ByteVector(entries * sizeof(Entry), untouched);
+}
+
+template <typename List>
+List* as(ByteVector& memory) {
+  void* bytes = memory.data();
+  return static_cast<List*>(bytes);
+}
+
+/** The mapping of the logical unit of a number. */
+ByteVector entry(std::uint32_t number) {
+  auto entry = record_of<FcpScsiEntry>(static_cast<std::uint8_t>(number));
+  entry.FcpLun = 0x0807060504030200 + static_cast<std::uint8_t>(number);
+  return bytes_of(entry);
+}
+
+/** The same as the second generation delivers it. */
+ByteVector entry_v2(std::uint32_t number, const ByteVector& identifier) {
+  ByteVector bytes = entry(number);
+  append(bytes, identifier);
+  bytes.resize(sizeof(FcpScsiEntryV2), untouched);
+  return bytes;
+}
+
+/** The mappings of the first logical units. */
+ByteVector first_entries(std::uint32_t count) {
+  ByteVector entries;
+  for (std::uint32_t i = 1; i <= count; ++i) {
+    append(entries, entry(i));
   }
-  return reply;
+  return entries;
 }
 
 class TargetMappingTest : public LibraryTest {
@@ -64,119 +64,120 @@ class TargetMappingTest : public LibraryTest {
     return channel.expect("RAVN_MGMT_HBA_FCPTARGETMAPPING", board0)
         .word(2, room)
         .answers(3, count)
-        .replies(1, mapping_reply(std::min(count, room)));
+        .replies(1, list_of(count, first_entries(std::min(count, room))));
   }
 
   void expect_own_port() {
-    ByteVector record(490);
-    std::memcpy(record.data() + 8, &own_port, sizeof own_port);
-    channel.expect("RAVN_MGMT_HBA_PORTATTRIBUTES", board0).replies(1, record);
+    channel.expect("RAVN_MGMT_HBA_PORTATTRIBUTES", board0)
+        .replies(1, with_at(ByteVector(490), 8, own_port));
   }
 
   /** Expects the inquiry of the logical unit of a number, and answers with a first descriptor. */
-  Exchange& expect_inquiry(std::uint8_t number, const ByteVector& descriptor) {
-    ByteVector request(172);
-    std::memset(request.data(), number, sizeof(Wwn));
-    const ByteVector image{number, 2, 3, 4, 5, 6, 7, 8, 0, 0, 0, 2, 0x12, 1, 0x83, 0, 255};
-    std::copy(image.begin(), image.end(), request.begin() + 8);
-    request[39] = 255;
+  Exchange& expect_inquiry(std::uint32_t number, const ByteVector& descriptor) {
+    const auto byte = static_cast<std::uint8_t>(number);
+    ByteVector request(8, byte);
+    append(request, {byte, 2, 3, 4, 5, 6, 7, 8, 0, 0, 0, 2, 0x12, 1, 0x83, 0, 255});
+    request.resize(40);
+    request.back() = 255;
     ByteVector page{0, 0x83, 0, static_cast<std::uint8_t>(descriptor.size())};
-    page.insert(page.end(), descriptor.begin(), descriptor.end());
+    append(page, descriptor);
     return channel.expect("RAVN_MGMT_HBA_SEND_SCSI", board0)
         .word(2, 255)
         .sends(1, request)
-        .answers(3, static_cast<std::uint32_t>(page.size()))
+        .answers(3, page.size())
         .replies(2, page);
+  }
+
+  static std::uint32_t get(ByteVector& map) {
+    return GetFcpTargetMapping(0, as<FcpTargetMapping>(map));
+  }
+  static std::uint32_t get_v2(ByteVector& map, const Wwn& port = own_port) {
+    return OVK_GetFcpTargetMappingV2(0, &port, as<FcpTargetMappingV2>(map));
   }
 };
 
-using Mapping = MapMemory<FcpTargetMapping>;
-using MappingV2 = MapMemory<FcpTargetMappingV2>;
-
-TEST_F(TargetMappingTest, GivesTheEntriesThatTheDriverHolds) {
-  Mapping map{5, 5};
-  expect_mapping(5, 2);
-  const AllocationWatch memory;
-  EXPECT_EQ(GetFcpTargetMapping(0, map.get()), 0U);
-  EXPECT_EQ(memory.outstanding(), 0);
-  EXPECT_EQ(map.count(), 2U);
-  ByteVector expected(5 * sizeof(FcpScsiEntry), untouched);
-  const ByteVector reply = mapping_reply(2);
-  std::copy(reply.begin() + 4, reply.end(), expected.begin());
-  EXPECT_EQ(map.entries(), expected);
-}
-
-TEST_F(TargetMappingTest, AsksForNoMoreThanTheDriverGivesAndReadsNoMore) {
-  Mapping map{5000, 5000};
-  expect_mapping(1024, 1024);
-  EXPECT_EQ(GetFcpTargetMapping(0, map.get()), 0U);
-  EXPECT_EQ(map.count(), 1024U);
-
-  Mapping other{5000, 5000};
-  expect_mapping(1024, 4999);
-  EXPECT_EQ(GetFcpTargetMapping(0, other.get()), 0U);
-  EXPECT_EQ(other.count(), 4999U) << "the count is the driver's";
-  EXPECT_EQ(other.entries()[1024 * sizeof(FcpScsiEntry) - 9], 0) << "number 1024, wrapped";
-  EXPECT_EQ(other.entries()[1024 * sizeof(FcpScsiEntry)], untouched);
+TEST_F(TargetMappingTest, GivesTheEntriesThatTheDriverHoldsButNoMoreThanItGives) {
+  struct {
+    std::uint32_t room;
+    std::uint32_t count;
+    std::uint32_t given;
+  } const cases[] = {{5, 2, 2}, {1030, 1024, 1024}, {1030, 1030, 1024}};
+  for (const auto& [room, count, given] : cases) {
+    ByteVector map = list_of(room, room_for<FcpScsiEntry>(room));
+    expect_mapping(std::min(room, 1024U), count);
+    const AllocationWatch memory;
+    EXPECT_EQ(get(map), 0U);
+    EXPECT_EQ(memory.outstanding(), 0);
+    ByteVector expected = list_of(count, first_entries(given));
+    append(expected, room_for<FcpScsiEntry>(room - given));
+    EXPECT_EQ(map, expected) << count << " in " << room;
+  }
 }
 
 TEST_F(TargetMappingTest, TellsTheCountWhateverTheResult) {
-  struct Row {
+  struct {
     std::uint32_t room;
     std::uint32_t count;
     std::uint32_t status;
     int delivery;
     std::uint32_t result;
-  };
-  for (const Row& row :
-       {Row{0, 3, 0, 0, 7}, Row{2, 3, 0, 0, 7}, Row{2, 3, 0x0BAD0014, 0, 7}, Row{2, 3, 0, 9, 7},
-        Row{2, 1, 0x0BAD005D, 0, 7}, Row{2, 1, 0x0BAD005D, 9, 7}, Row{2, 1, 0x0BAD0014, 0, 1},
-        Row{2, 0, 0, 9, 1}}) {
-    SCOPED_TRACE(testing::Message() << row.room << " " << row.count << " " << row.status);
-    Mapping map{row.room, 2};
-    expect_mapping(row.room, row.count).status(row.status).delivery_error(row.delivery);
-    EXPECT_EQ(GetFcpTargetMapping(0, map.get()), row.result);
-    EXPECT_EQ(map.count(), row.count);
-    EXPECT_EQ(map.entries(), ByteVector(2 * sizeof(FcpScsiEntry), untouched));
+  } const cases[] = {{0, 3, 0, 0, 7},          {2, 3, 0, 0, 7},          {2, 3, 0x0BAD0014, 0, 7},
+                     {2, 3, 0, 9, 7},          {2, 1, 0x0BAD005D, 0, 7}, {2, 1, 0x0BAD005D, 9, 7},
+                     {2, 1, 0x0BAD0014, 0, 1}, {2, 0, 0, 9, 1}};
+  for (const auto& [room, count, status, delivery, result] : cases) {
+    SCOPED_TRACE(testing::Message()
+                 << room << " " << count << " " << std::hex << status << " " << delivery);
+    ByteVector map = list_of(room, room_for<FcpScsiEntry>(2));
+    expect_mapping(room, count).ends_with(status, delivery);
+    EXPECT_EQ(get(map), result);
+    EXPECT_EQ(map, list_of(count, room_for<FcpScsiEntry>(2)));
   }
 }
 
 TEST_F(TargetMappingTest, AMissingBufferIsPassedOnAndNeverRead) {
   for (const int delivery : {9, 0}) {
-    Mapping map{2, 2};
+    ByteVector map = list_of(2, room_for<FcpScsiEntry>(2));
     channel.expect("RAVN_MGMT_HBA_FCPTARGETMAPPING", board0)
         .word(2, 2)
         .lacks(1)
         .answers(3, 1)
         .delivery_error(delivery);
     const AllocationWatch memory{0};
-    EXPECT_EQ(GetFcpTargetMapping(0, map.get()), delivery == 0 ? 0U : 1U);
-    EXPECT_EQ(map.entries(), ByteVector(2 * sizeof(FcpScsiEntry), untouched));
+    EXPECT_EQ(get(map), delivery == 0 ? 0U : 1U);
+    EXPECT_EQ(map, list_of(1, room_for<FcpScsiEntry>(2)));
   }
 }
 
-TEST_F(TargetMappingTest, V2AnswersForTheBoardsOwnPortOnly) {
-  MappingV2 map{2, 2};
+TEST_F(TargetMappingTest, V2AsksForTheMappingOfTheBoardsOwnPortOnlyAndWithMemoryForIt) {
+  ByteVector map = list_of(2, {});
   expect_own_port();
-  const Wwn other{{0x10, 0, 0, 0, 0xC9, 0, 0, 2}};
-  EXPECT_EQ(OVK_GetFcpTargetMappingV2(0, &other, map.get()), 5U);
+  EXPECT_EQ(get_v2(map, Wwn{{0x10, 0, 0, 0, 0xC9, 0, 0, 2}}), 5U);
   channel.expect("RAVN_MGMT_HBA_PORTATTRIBUTES", board0).status(0x0BAD0001);
-  EXPECT_EQ(OVK_GetFcpTargetMappingV2(0, &own_port, map.get()), 1U);
-  EXPECT_EQ(map.count(), 2U);
+  EXPECT_EQ(get_v2(map), 1U);
+  EXPECT_EQ(map, list_of(2, {}));
+
+  ByteVector wrapping = list_of(0xFFFFFFFF / 300 + 1, {});
+  expect_own_port();
+  EXPECT_EQ(get_v2(wrapping), 1U);
+  expect_own_port();
+  const AllocationWatch memory{0};
+  EXPECT_EQ(get_v2(map), 1U);
 }
 
-TEST_F(TargetMappingTest, V2CopiesTheFirstIdentifierOfAUnitAndNothingElse) {
-  struct Row {
+TEST_F(TargetMappingTest, V2CopiesTheFirstIdentifierOfAUnitIfThereIsOneAndNothingElse) {
+  ByteVector longest{2, 0, 0, 127};
+  longest.resize(4 + 127, 0x5A);
+  ByteVector too_long{2, 0, 0, 128};
+  too_long.resize(4 + 128, 0x5A);
+  constexpr std::uint32_t sense_length = 128;  // more than the 64 bytes that were offered
+  static const ByteVector sense = with_at(ByteVector(172, 0x70), 168, sense_length);
+  struct {
     const char* what;
     ByteVector descriptor;
     bool copied;
-  };
-  ByteVector longest(4 + 127, 0x5A);
-  std::memcpy(longest.data(), "\x02\x00\x00\x7F", 4);
-  ByteVector too_long(4 + 128, 0x5A);
-  std::memcpy(too_long.data(), "\x02\x00\x00\x80", 4);
-  const std::vector<Row> rows{
-      {"NAA", {1, 3, 0, 8, 0x60, 1, 2, 3, 4, 5, 6, 7}, true},
+    void (*spoil)(Exchange& inquiry) = [](Exchange&) {};
+  } const cases[] = {
+      {"NAA", naa, true},
       {"EUI-64 with protocol bits", {0x61, 0x82, 0, 1, 0x99}, true},
       {"empty vendor specific", {2, 0, 0, 0}, true},
       {"the target port's", {1, 0x13, 0, 1, 0x99}, false},
@@ -184,81 +185,51 @@ TEST_F(TargetMappingTest, V2CopiesTheFirstIdentifierOfAUnitAndNothingElse) {
       {"relative target port", {1, 4, 0, 1, 0x99}, false},
       {"the longest", longest, true},
       {"a length that is negative as a signed byte", too_long, false},
+      {"a failure", naa, false, [](Exchange& inquiry) { inquiry.status(0x0BAD0014); }},
+      {"no data", naa, false, [](Exchange& inquiry) { inquiry.answers(3, 0); }},
+      {"too much data", naa, false, [](Exchange& inquiry) { inquiry.answers(3, 256); }},
+      {"sense data", naa, false, [](Exchange& inquiry) { inquiry.replies(1, sense); }},
   };
-  const auto count = static_cast<std::uint32_t>(rows.size());
-  expect_own_port();
-  expect_mapping(count, count);
-  for (std::size_t i = 0; i < rows.size(); ++i) {
-    expect_inquiry(static_cast<std::uint8_t>(i + 1), rows[i].descriptor);
-  }
-  MappingV2 map{count, count};
-  const AllocationWatch memory;
-  ASSERT_EQ(OVK_GetFcpTargetMappingV2(0, &own_port, map.get()), 0U);
-  EXPECT_EQ(memory.outstanding(), 0);
-
-  const ByteVector entries = map.entries();
-  for (std::size_t i = 0; i < rows.size(); ++i) {
-    SCOPED_TRACE(rows[i].what);
-    ByteVector expected(sizeof(FcpScsiEntryV2), untouched);
-    const ByteVector bytes = bytes_of(entry(static_cast<std::uint8_t>(i + 1)));
-    std::copy(bytes.begin(), bytes.end(), expected.begin());
-    if (rows[i].copied) {
-      std::ranges::copy(rows[i].descriptor, expected.begin() + sizeof(FcpScsiEntry));
-    }
-    const auto begin = entries.begin() + static_cast<std::ptrdiff_t>(i * sizeof(FcpScsiEntryV2));
-    EXPECT_EQ(ByteVector(begin, begin + sizeof(FcpScsiEntryV2)), expected);
+  for (const auto& [what, descriptor, copied, spoil] : cases) {
+    ByteVector map = list_of(1, room_for<FcpScsiEntryV2>(1));
+    expect_own_port();
+    expect_mapping(1, 1);
+    spoil(expect_inquiry(1, descriptor));
+    const AllocationWatch memory;
+    EXPECT_EQ(get_v2(map), 0U);
+    EXPECT_EQ(memory.outstanding(), 0);
+    EXPECT_EQ(map, list_of(1, entry_v2(1, copied ? descriptor : ByteVector{}))) << what;
   }
 }
 
-TEST_F(TargetMappingTest, V2SucceedsWithoutAnIdentifierWhenTheInquiryGivesNone) {
-  const ByteVector naa{1, 3, 0, 1, 0x60};
-  ByteVector checked(172, 0x70);
-  const std::uint32_t sense_length = 128;  // more than the 64 bytes that were offered
-  std::memcpy(checked.data() + 168, &sense_length, sizeof sense_length);
-
+TEST_F(TargetMappingTest, V2DeliversNoMoreThanTheDriverGives) {
+  ByteVector map = list_of(1030, room_for<FcpScsiEntryV2>(1030));
+  ByteVector expected = map;  // the count is the driver's
   expect_own_port();
-  expect_mapping(4, 4);
-  expect_inquiry(1, naa).status(0x0BAD0014);
-  expect_inquiry(2, naa).answers(3, 0);
-  expect_inquiry(3, naa).replies(1, checked);
-  expect_inquiry(4, naa).answers(3, 256);
-  MappingV2 map{4, 4};
-  EXPECT_EQ(OVK_GetFcpTargetMappingV2(0, &own_port, map.get()), 0U);
-  for (std::size_t i = 0; i < 4; ++i) {
-    EXPECT_EQ(map.get()->entry[i].identifier[0], untouched) << i;
+  expect_mapping(1024, 1030);
+  for (std::uint32_t i = 0; i < 1024; ++i) {
+    expect_inquiry(i + 1, naa);
+    std::ranges::copy(entry_v2(i + 1, naa), &expected[4 + i * sizeof(FcpScsiEntryV2)]);
   }
+  EXPECT_EQ(get_v2(map), 0U);
+  EXPECT_EQ(map, expected);
 }
 
 TEST_F(TargetMappingTest, V2PassesTheCountOnWithMoreDataAndKeepsItOnFailure) {
-  MappingV2 none{0, 0};
-  expect_own_port();
-  expect_mapping(0, 3);
-  EXPECT_EQ(OVK_GetFcpTargetMappingV2(0, &own_port, none.get()), 7U);
-  EXPECT_EQ(none.count(), 3U);
-
-  MappingV2 empty{2, 0};
-  expect_own_port();
-  expect_mapping(2, 0);
-  EXPECT_EQ(OVK_GetFcpTargetMappingV2(0, &own_port, empty.get()), 0U);
-  EXPECT_EQ(empty.count(), 0U);
-
-  MappingV2 failed{2, 0};
-  expect_own_port();
-  expect_mapping(2, 1).status(0x0BAD0014);
-  EXPECT_EQ(OVK_GetFcpTargetMappingV2(0, &own_port, failed.get()), 1U);
-  EXPECT_EQ(failed.count(), 2U);
-}
-
-TEST_F(TargetMappingTest, V2WithoutMemoryDoesNotAskForTheMapping) {
-  MappingV2 map{2, 0};
-  expect_own_port();
-  {
-    const AllocationWatch memory{0};
-    EXPECT_EQ(OVK_GetFcpTargetMappingV2(0, &own_port, map.get()), 1U);
+  struct {
+    std::uint32_t room;
+    std::uint32_t count;
+    std::uint32_t status;
+    std::uint32_t result;
+    std::uint32_t told;
+  } const cases[] = {{0, 3, 0, 7, 3}, {2, 0, 0, 0, 0}, {2, 1, 0x0BAD0014, 1, 2}};
+  for (const auto& [room, count, status, result, told] : cases) {
+    ByteVector map = list_of(room, {});
+    expect_own_port();
+    expect_mapping(room, count).status(status);
+    EXPECT_EQ(get_v2(map), result);
+    EXPECT_EQ(map, list_of(told, {})) << result;
   }
-  MappingV2 wrapping{0xFFFFFFFF / 300 + 1, 0};
-  expect_own_port();
-  EXPECT_EQ(OVK_GetFcpTargetMappingV2(0, &own_port, wrapping.get()), 1U);
 }
 
 class BindingTest : public LibraryTest {
@@ -267,70 +238,61 @@ class BindingTest : public LibraryTest {
     return channel.expect("RAVN_MGMT_LIST_BIND", board0).word(2, 131076).word(4, count);
   }
 
-  static ByteVector list(std::uint32_t count, std::size_t entries) {
-    ByteVector bytes = bytes_of(count);
-    bytes.resize(4 + entries * sizeof(FcpBinding), 0x42);
-    return bytes;
+  static std::uint32_t get(ByteVector& bindings) {
+    return GetFcpBindList(0, as<FcpBindList>(bindings));
   }
 };
 
-using Bindings = MapMemory<FcpBindList>;
-
-TEST_F(BindingTest, ASmallListIsFilledByTheDriversCountThroughAZeroedBuffer) {
-  Bindings bindings{4095, 4};
-  Exchange& exchange = expect_list(4095).replies(1, list(3, 4096));
-  const AllocationWatch memory;
-  EXPECT_EQ(GetFcpBindList(0, bindings.get()), 0U);
-  EXPECT_EQ(memory.allocations(), 1);
-  EXPECT_EQ(memory.outstanding(), 0);
-  EXPECT_EQ(exchange.sent(1), ByteVector(131076));
-  EXPECT_EQ(bindings.count(), 3U);
-  ByteVector expected(3 * sizeof(FcpBinding), 0x42);
-  expected.resize(4 * sizeof(FcpBinding), untouched);
-  EXPECT_EQ(bindings.entries(), expected);
-}
-
-TEST_F(BindingTest, AFullListIsFilledByTheDriverItself) {
-  for (const std::uint32_t count : {4096U, 0x08000000U}) {
-    Bindings bindings{count, 4096};
-    expect_list(count).replies(1, list(1, 4096));
+TEST_F(BindingTest, TheListIsFilledByTheDriversCountThroughAZeroedBufferOrByTheDriverItself) {
+  struct {
+    std::uint32_t room;
+    std::uint32_t count;
+    std::size_t written;
+    int allocations;
+  } const cases[] = {
+      {4095, 3, 3, 1},
+      {1, 0xFFFFFFFF, 4096, 1},  // no more than the work buffer is read
+      {4096, 1, 4096, 0},
+      {0x08000000, 1, 4096, 0},
+  };
+  for (const auto& [room, count, written, allocations] : cases) {
+    SCOPED_TRACE(testing::Message() << room << " " << count);
+    const ByteVector all(4096 * sizeof(FcpBinding), 0x42);
+    ByteVector bindings = list_of(room, room_for<FcpBinding>(4096));
+    const ByteVector sent = allocations != 0 ? ByteVector(131076) : bindings;
+    const Exchange& exchange = expect_list(room).replies(1, list_of(count, all));
     const AllocationWatch memory;
-    EXPECT_EQ(GetFcpBindList(0, bindings.get()), 0U);
-    EXPECT_EQ(memory.allocations(), 0);
-    EXPECT_EQ(bindings.count(), 1U);
-    EXPECT_EQ(bindings.entries(), ByteVector(4096 * sizeof(FcpBinding), 0x42));
+    EXPECT_EQ(get(bindings), 0U);
+    EXPECT_EQ(memory.allocations(), allocations);
+    EXPECT_EQ(memory.outstanding(), 0);
+    EXPECT_EQ(exchange.sent(1), sent);
+    ByteVector expected = list_of(count, ByteVector(written * sizeof(FcpBinding), 0x42));
+    append(expected, room_for<FcpBinding>(4096 - written));
+    EXPECT_EQ(bindings, expected);
   }
 }
 
-TEST_F(BindingTest, AHostileCountReadsNoMoreThanTheWorkBuffer) {
-  Bindings bindings{1, 4096};
-  expect_list(1).replies(1, list(0xFFFFFFFF, 4096));
-  EXPECT_EQ(GetFcpBindList(0, bindings.get()), 0U);
-  EXPECT_EQ(bindings.count(), 0xFFFFFFFF);
-  EXPECT_EQ(bindings.entries(), ByteVector(4096 * sizeof(FcpBinding), 0x42));
-}
-
 TEST_F(BindingTest, ARefusalTellsTheNeededCountAndADeliveryErrorDoesNot) {
-  Bindings bindings{2, 2};
-  expect_list(2).answers(1, 50).replies(1, list(9, 2)).status(0x0BAD005D);
-  EXPECT_EQ(GetFcpBindList(0, bindings.get()), 1U);
-  EXPECT_EQ(bindings.count(), 50U);
+  const ByteVector room = room_for<FcpBinding>(2);
+  ByteVector bindings = list_of(2, room);
+  expect_list(2)
+      .answers(1, 50)
+      .replies(1, list_of(9, ByteVector(room.size(), 0x42)))
+      .status(0x0BAD005D);
+  EXPECT_EQ(get(bindings), 1U);
+  EXPECT_EQ(bindings, list_of(50, room));
   expect_list(50).answers(1, 60).status(0x0BAD005D).delivery_error(3);
-  EXPECT_EQ(GetFcpBindList(0, bindings.get()), 1U);
-  EXPECT_EQ(bindings.count(), 50U);
-  EXPECT_EQ(bindings.entries(), ByteVector(2 * sizeof(FcpBinding), untouched));
+  EXPECT_EQ(get(bindings), 1U);
+  EXPECT_EQ(bindings, list_of(50, room));
 
   const AllocationWatch memory{0};
-  EXPECT_EQ(GetFcpBindList(0, bindings.get()), 12U);
+  EXPECT_EQ(get(bindings), 12U);
 }
 
-TEST_F(BindingTest, WhatIsNotOfferedSendsNothing) {
+TEST_F(BindingTest, ThereAreNoPersistentBindings) {
   FcpPersistentBinding persistent{77};
   EXPECT_EQ(GetFcpPersistentBinding(0, &persistent), 0U);
   EXPECT_EQ(persistent.NumberOfEntries, 0U);
-  EXPECT_EQ(AddBind(0, nullptr), 2U);
-  EXPECT_EQ(DelBind(0, nullptr), 2U);
-  EXPECT_EQ(OVK_GetFcpTargetMappingByWWN(0, &own_port, nullptr), 2U);
 }
 
 }  // namespace

@@ -4,11 +4,8 @@
 #include <ovk/info.h>
 
 #include <algorithm>
-#include <array>
-#include <cstring>
-#include <memory>
 #include <numeric>
-#include <vector>
+#include <tuple>
 
 namespace ovk::test {
 namespace {
@@ -22,36 +19,24 @@ ByteVector numbered_bytes(std::size_t size) {
   return bytes;
 }
 
-class LinkTest : public LibraryTest {
- protected:
-  Exchange& expect_nodes(std::uint32_t reported_bytes) {
-    return channel.expect("RAVN_MGMT_NODEINFO", board0)
-        .word(2, node_table_size)
-        .answers(3, reported_bytes)
-        .replies(1, numbered_bytes(node_table_size));
-  }
+class LinkTest : public LibraryTest {};
 
-  std::vector<NodeInfoEntry> nodes{OVK_MAX_NODE_INFO_ENTRIES + 1,
-                                   NodeInfoEntry{0xEEEE, 0xEEEE, {}}};
-
-  ByteVector node_bytes() {
-    ByteVector bytes(node_table_size);
-    std::memcpy(bytes.data(), nodes.data(), bytes.size());
-    return bytes;
-  }
-};
-
-TEST_F(LinkTest, TheLinkRecordArrivesUnchangedAtAnyAddress) {
-  const ByteVector record = numbered_bytes(sizeof(LinkInfo));
+TEST_F(LinkTest, TheLinkRecordArrivesUnchangedAtAnyAddressUnderOneName) {
+  log_at(OVK_LOG_SUCCESS);
   for (const auto read : {OVK_GetLinkInfo, GetLinkInfo}) {
-    std::array<std::uint8_t, sizeof(LinkInfo) + 2> memory{};
+    ByteVector memory(1 + sizeof(LinkInfo) + 1);
     void* odd_address = &memory[1];
-    channel.expect("RAVN_MGMT_LINKINFO", board0).replies(1, record);
-    EXPECT_EQ(read(0, static_cast<LinkInfo*>(odd_address)), OVK_OK);
-    EXPECT_TRUE(std::equal(record.begin(), record.end(), memory.begin() + 1));
-    EXPECT_EQ(memory.front(), 0);
-    EXPECT_EQ(memory.back(), 0);
+    channel.expect("RAVN_MGMT_LINKINFO", board1).replies(1, numbered_bytes(sizeof(LinkInfo)));
+    EXPECT_EQ(read(1, static_cast<LinkInfo*>(odd_address)), OVK_OK);
+    ByteVector expected(memory.size());
+    std::ranges::copy(numbered_bytes(sizeof(LinkInfo)), expected.begin() + 1);
+    EXPECT_EQ(memory, expected);
   }
+  EXPECT_THAT(
+      log_lines(),
+      testing::AllOf(testing::SizeIs(2),
+                     testing::Each(LogLine{"OVK_GetLinkInfo",
+                                           "cmd ok:            RAVN_MGMT_LINKINFO brd[1] id"})));
 }
 
 TEST_F(LinkTest, TheCountersArriveUnchanged) {
@@ -65,49 +50,37 @@ TEST_F(LinkTest, TheCountersArriveUnchanged) {
 TEST_F(LinkTest, AFailureLeavesTheRecordsUntouched) {
   LinkInfo link{};
   IoInfo io{};
-  const auto written = [](std::size_t size) { return ByteVector(size, 0x55); };
-  channel.expect("RAVN_MGMT_LINKINFO", board0).replies(1, written(sizeof link)).status(0x0BAD0021);
+  channel.expect("RAVN_MGMT_LINKINFO", board0).replies(1, numbered_bytes(168)).status(0x0BAD0021);
   EXPECT_EQ(OVK_GetLinkInfo(0, &link), OVK_FAILED);
-  channel.expect("RAVN_MGMT_IOINFO", board0).replies(1, written(sizeof io)).delivery_error(5);
+  channel.expect("RAVN_MGMT_IOINFO", board0)
+      .replies(1, numbered_bytes(sizeof io))
+      .delivery_error(5);
   EXPECT_EQ(GetIOinfo(0, &io), OVK_FAILED);
   EXPECT_EQ(bytes_of(link), ByteVector(sizeof link));
   EXPECT_EQ(bytes_of(io), ByteVector(sizeof io));
 }
 
 TEST_F(LinkTest, DeliversTheWholeNodesThatTheDriverReportsAndClearsTheRest) {
-  struct Case {
-    std::uint32_t reported_bytes;
-    std::uint32_t count;
-  };
-  for (const Case& c :
-       {Case{0, 0}, Case{27, 0}, Case{28, 1}, Case{56, 2}, Case{83, 2}, Case{14335, 511},
-        Case{14336, 512}, Case{14364, 512}, Case{0xFFFFFFFF, 512}}) {
-    expect_nodes(c.reported_bytes);
-    const AllocationWatch memory;
-    EXPECT_EQ(GetNodeInfo(0, nodes.data()), c.count);
-    EXPECT_EQ(memory.allocations(), 0);
-
-    ByteVector expected = numbered_bytes(node_table_size);
-    std::fill(expected.begin() + c.count * 28, expected.end(), std::uint8_t{0});
-    EXPECT_EQ(node_bytes(), expected) << c.reported_bytes;
-    EXPECT_EQ(nodes.back().half0, 0xEEEE);
+  using Case = std::tuple<std::uint32_t, std::uint32_t, std::uint32_t>;
+  for (const auto& [reported_bytes, status, count] :
+       {Case{0, 0, 0}, Case{27, 0, 0}, Case{28, 0, 1}, Case{56, 0, 2}, Case{83, 0, 2},
+        Case{14335, 0, 511}, Case{14336, 0, 512}, Case{14364, 0, 512}, Case{0xFFFFFFFF, 0, 512},
+        Case{280, 0x0BAD0001, 0}}) {
+    ByteVector nodes(node_table_size + 28, 0xEE);
+    void* memory = nodes.data();
+    ByteVector expected = numbered_bytes(count * 28);
+    expected.resize(node_table_size, 0);
+    expected.resize(nodes.size(), 0xEE);
+    channel.expect("RAVN_MGMT_NODEINFO", board0)
+        .word(2, node_table_size)
+        .answers(3, reported_bytes)
+        .replies(1, numbered_bytes(node_table_size))
+        .status(status);
+    const AllocationWatch memory_watch;
+    EXPECT_EQ(GetNodeInfo(0, static_cast<NodeInfoEntry*>(memory)), count);
+    EXPECT_EQ(memory_watch.allocations(), 0);
+    EXPECT_EQ(nodes, expected) << reported_bytes;
   }
-}
-
-TEST_F(LinkTest, AFailureReadsLikeAnEmptyNodeTable) {
-  expect_nodes(280).status(0x0BAD0001);
-  EXPECT_EQ(GetNodeInfo(0, nodes.data()), 0U);
-  EXPECT_EQ(node_bytes(), ByteVector(node_table_size));
-}
-
-TEST_F(LinkTest, TheOlderNameLogsWhatItForwardsTo) {
-  log_at(OVK_LOG_SUCCESS);
-  channel.expect("RAVN_MGMT_LINKINFO", board1);
-  LinkInfo link{};
-  GetLinkInfo(1, &link);
-  EXPECT_THAT(log_lines(),
-              testing::ElementsAre(
-                  LogLine{"OVK_GetLinkInfo", "cmd ok:            RAVN_MGMT_LINKINFO brd[1] id"}));
 }
 
 }  // namespace

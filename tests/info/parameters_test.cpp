@@ -2,8 +2,7 @@
 
 #include <ovk/info.h>
 
-#include <cstring>
-#include <vector>
+#include <utility>
 
 namespace ovk::test {
 namespace {
@@ -19,41 +18,34 @@ class ParametersTest : public LibraryTest {
         .replies(1, ByteVector(132, 0xA7));
   }
 
-  ByteVector table_bytes() {
-    ByteVector bytes(table_size);
-    std::memcpy(bytes.data(), table.data(), bytes.size());
-    return bytes;
+  std::uint32_t get() {
+    void* memory = table.data();
+    return GetCfgParam(0, static_cast<CfgParam*>(memory));
   }
 
-  std::vector<CfgParam> table{OVK_MAX_CFG_PARAMS, CfgParam{{0xEE}}};
+  ByteVector table = ByteVector(table_size, 0xEE);
 };
 
-TEST_F(ParametersTest, CountsTheWholeEntriesThatTheDriverReports) {
-  struct Case {
-    std::uint32_t reported_bytes;
-    std::uint32_t count;
-  };
-  for (const Case& c : {Case{131, 0}, Case{132, 1}, Case{10559, 79}, Case{10560, 80}}) {
-    expect_table(c.reported_bytes);
-    EXPECT_EQ(GetCfgParam(0, table.data()), c.count);
+TEST_F(ParametersTest, CountsTheWholeEntriesThatTheDriverReportsInATableThatWasCleared) {
+  ByteVector expected(132, 0xA7);
+  expected.resize(table_size);
+  using Case = std::pair<std::uint32_t, std::uint32_t>;
+  for (const auto& [reported_bytes, count] :
+       {Case{131, 0}, Case{132, 1}, Case{10559, 79}, Case{10560, 80}}) {
+    table.assign(table_size, 0xEE);
+    expect_table(reported_bytes).meanwhile([this] { EXPECT_EQ(table, ByteVector(table_size)); });
+    EXPECT_EQ(get(), count);
+    EXPECT_EQ(table, expected) << reported_bytes;
   }
-}
-
-TEST_F(ParametersTest, TheDriverFillsATableThatWasCleared) {
-  expect_table(132).meanwhile([this] { EXPECT_EQ(table_bytes(), ByteVector(table_size)); });
-  GetCfgParam(0, table.data());
-  ByteVector expected(table_size);
-  std::fill_n(expected.begin(), 132, std::uint8_t{0xA7});
-  EXPECT_EQ(table_bytes(), expected);
 }
 
 TEST_F(ParametersTest, AFailureGivesAnEmptyClearedTable) {
   expect_table(132).status(0x0BAD0001);
-  EXPECT_EQ(GetCfgParam(0, table.data()), 0U);
-  EXPECT_EQ(table_bytes(), ByteVector(table_size));
+  EXPECT_EQ(get(), 0U);
+  EXPECT_EQ(table, ByteVector(table_size));
   expect_table(132).delivery_error(1);
-  EXPECT_EQ(GetCfgParam(0, table.data()), 0U);
-  EXPECT_EQ(table_bytes(), ByteVector(table_size));
+  EXPECT_EQ(get(), 0U);
+  EXPECT_EQ(table, ByteVector(table_size));
 }
 
 TEST_F(ParametersTest, AParameterIsSetByItsIndex) {

@@ -3,6 +3,7 @@
 #include <ovk/info.h>
 
 #include <algorithm>
+#include <functional>
 #include <numeric>
 #include <string_view>
 #include <utility>
@@ -13,7 +14,6 @@ namespace {
 constexpr std::uint32_t transfer_size = 4096;
 
 using Read = std::uint32_t(std::uint32_t, void*, std::uint32_t, std::uint32_t);
-using Write = std::uint32_t(std::uint32_t, const void*, std::uint32_t, std::uint32_t);
 using Range = std::pair<std::uint32_t, std::uint32_t>;
 
 /** Bytes that differ from their neighbours: one transfer, or as much more as a caller has. */
@@ -101,82 +101,62 @@ TEST_F(RawAccessTest, RegistersAreReadFromAndWrittenToTheirWord) {
   EXPECT_EQ(WriteCtlReg(0, &value, 0x8), OVK_OK);
 }
 
-/** One call of each kind, on the first eight bytes of the buffer. */
+/** A call of each kind, on the first eight bytes of a buffer or on a register. */
 struct RawCall {
   const char* command;
-  bool needs_sli3;
-  std::uint32_t result_on_sli4;
+  std::uint32_t bytes;
+  ByteVector reply;
   std::uint32_t result_of_failure;
-  std::uint32_t (*call)(ByteVector& buffer);
+  std::uint32_t result_on_sli4;
+  std::function<std::uint32_t()> run;
 };
 
-constexpr RawCall raw_calls[] = {
-    {"RAVN_MGMT_READ_PCI", false, 0, 1,
-     [](ByteVector& buffer) { return OVK_ReadPciCfg(0, buffer.data(), 0, 8); }},
-    {"RAVN_MGMT_WRITE_PCI", false, 0, 22,
-     [](ByteVector& buffer) { return WritePciCfg(0, buffer.data(), 0, 8); }},
-    {"RAVN_MGMT_READ_MEM", true, 4, 22,
-     [](ByteVector& buffer) { return ReadMem(0, buffer.data(), 0, 8); }},
-    {"RAVN_MGMT_WRITE_MEM", true, 4, 22,
-     [](ByteVector& buffer) { return WriteMem(0, buffer.data(), 0, 8); }},
-    {"RAVN_MGMT_READ_CTLREG", true, 2, 22,
-     [](ByteVector& buffer) {
-       void* value = buffer.data();
-       return ReadCtlReg(0, static_cast<std::uint32_t*>(value), 0);
-     }},
-    {"RAVN_MGMT_WRITE_CTLREG", true, 2, 22,
-     [](ByteVector& buffer) {
-       const void* value = buffer.data();
-       return WriteCtlReg(0, static_cast<const std::uint32_t*>(value), 0);
-     }},
-};
-
-bool moves_payload(const RawCall& raw) { return !std::string_view{raw.command}.ends_with("REG"); }
-
-TEST_F(RawAccessTest, EveryCallHasItsOwnResultForAFailureAndTouchesNothing) {
-  for (const RawCall& raw : raw_calls) {
-    for (const bool delivered : {true, false}) {
-      if (raw.needs_sli3) {
+TEST_F(RawAccessTest, EveryCallHasItsOwnResultsForFailuresAndTouchesNothing) {
+  std::uint32_t value = 0;
+  const ByteVector reply = numbered_bytes();
+  const RawCall calls[] = {
+      {"RAVN_MGMT_READ_PCI", 8, reply, 1, 0,
+       [&] { return OVK_ReadPciCfg(0, buffer.data(), 0, 8); }},
+      {"RAVN_MGMT_WRITE_PCI", 8, {}, 22, 0, [&] { return WritePciCfg(0, buffer.data(), 0, 8); }},
+      {"RAVN_MGMT_READ_MEM", 8, reply, 22, 4, [&] { return ReadMem(0, buffer.data(), 0, 8); }},
+      {"RAVN_MGMT_WRITE_MEM", 8, {}, 22, 4, [&] { return WriteMem(0, buffer.data(), 0, 8); }},
+      {"RAVN_MGMT_READ_CTLREG", 0, {}, 22, 2, [&] { return ReadCtlReg(0, &value, 0); }},
+      {"RAVN_MGMT_WRITE_CTLREG", 0, {}, 22, 2, [&] { return WriteCtlReg(0, &value, 0); }},
+  };
+  for (const RawCall& call : calls) {
+    SCOPED_TRACE(call.command);
+    const bool needs_sli3 = call.result_on_sli4 != OVK_OK;
+    using Case = std::pair<std::uint32_t, int>;
+    for (const auto& [status, delivery] : {Case{0x0BAD0001, 0}, Case{0, 1}}) {
+      if (needs_sli3) {
         expect_sli_mode(board0, 3);
       }
-      Exchange& exchange = channel.expect(raw.command, board0).answers(4, 0xEEEEEEEE);
-      if (moves_payload(raw)) {
-        exchange.word(2, 8);
-      }
-      if (moves_payload(raw) && std::string_view{raw.command}.starts_with("RAVN_MGMT_READ")) {
-        exchange.replies(1, numbered_bytes());
-      }
-      delivered ? exchange.status(0x0BAD0001) : exchange.delivery_error(1);
+      expect_transfer(call.command, {0, call.bytes})
+          .answers(4, 0xEEEEEEEE)
+          .replies(1, call.reply)
+          .status(status)
+          .delivery_error(delivery);
       const AllocationWatch memory;
-      EXPECT_EQ(raw.call(buffer), raw.result_of_failure) << raw.command;
-      EXPECT_EQ(memory.outstanding(), 0) << raw.command;
+      EXPECT_EQ(call.run(), call.result_of_failure);
+      EXPECT_EQ(memory.outstanding(), 0);
+    }
+    if (needs_sli3) {
+      expect_sli_mode(board0, 4);
+      expect_no_sli_mode(board0);
+      const AllocationWatch memory;
+      EXPECT_EQ(call.run(), call.result_on_sli4);
+      EXPECT_EQ(call.run(), OVK_FAILED);
+      EXPECT_EQ(memory.outstanding(), 0);
+    }
+    if (call.bytes != 0) {
+      const AllocationWatch no_memory{0};
+      EXPECT_EQ(call.run(), OVK_NO_MEMORY);
     }
   }
   expect_received(0);
-}
+  EXPECT_EQ(value, 0U);
 
-TEST_F(RawAccessTest, MemoryAndRegistersNeedSli3WithResultsOfTheirOwn) {
-  for (const RawCall& raw : raw_calls) {
-    if (!raw.needs_sli3) {
-      continue;
-    }
-    expect_sli_mode(board0, 4);
-    expect_no_sli_mode(board0);
-    const AllocationWatch memory;
-    EXPECT_EQ(raw.call(buffer), raw.result_on_sli4) << raw.command;
-    EXPECT_EQ(raw.call(buffer), OVK_FAILED) << raw.command;
-    EXPECT_EQ(memory.outstanding(), 0) << raw.command;
-  }
-}
-
-TEST_F(RawAccessTest, TransfersWithoutMemorySendNothing) {
-  for (const RawCall& raw : raw_calls) {
-    if (moves_payload(raw)) {
-      const AllocationWatch memory{0};
-      EXPECT_EQ(raw.call(buffer), OVK_NO_MEMORY) << raw.command;
-    }
-  }
-  const AllocationWatch memory{0};
+  const AllocationWatch no_memory{0};
   EXPECT_EQ(OVK_ReadPciCfg(0, buffer.data(), 2, 6), OVK_NO_MEMORY) << "before the range is checked";
 }
 

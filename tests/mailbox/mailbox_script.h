@@ -1,13 +1,14 @@
 /**
  * @file
- * Mailboxes as the tests of this folder write and expect them.
+ * Mailboxes as the tests of this folder and of the regions write and expect them.
  */
 #pragma once
 
-#include "tests/support/scripted_channel.h"
+#include "tests/support/library_test.h"
 
 #include <ovk/mailbox.h>
 
+#include <algorithm>
 #include <cstring>
 #include <initializer_list>
 #include <utility>
@@ -26,20 +27,19 @@ inline Mailbox mailbox_of(std::uint8_t command,
   return mailbox;
 }
 
-/** A mailbox's first bytes as the driver gets them: with the status cleared. */
-inline ByteVector sent_mailbox(Mailbox mailbox, std::size_t size) {
-  mailbox.status = 0;
-  ByteVector bytes = bytes_of(mailbox);
-  bytes.resize(size);
-  return bytes;
-}
-
 /** A mailbox as the firmware returns it. */
-inline ByteVector returned_mailbox(std::uint16_t status) {
+inline Mailbox returned_mailbox(std::uint16_t status) {
   Mailbox mailbox;
   std::memset(&mailbox, 0xA5, sizeof mailbox);
   mailbox.status = status;
-  return bytes_of(mailbox);
+  return mailbox;
+}
+
+/** The mailbox that reads a region, 0x17, or writes it, 0x1B. */
+inline Mailbox region_mailbox(std::uint8_t command, std::uint32_t region, std::uint32_t position,
+                              std::uint32_t length, std::uint16_t status = 0) {
+  return {
+      .command = command, .status = status, .words4 = {0x32, position << 16 | region, 0, length}};
 }
 
 /** A caller's address as a mailbox word holds it. */
@@ -67,17 +67,34 @@ inline ByteVector counting_bytes(std::size_t size, std::uint8_t first = 0) {
   return bytes;
 }
 
-/** The statuses with which the driver does not hand a mailbox over, and what becomes of them. */
-struct DriverError {
-  std::uint32_t status;
-  int delivery;
-  std::uint16_t mailbox_status;
-  std::uint32_t result;
-};
+/** What mailboxes, and what goes their way, are expected to be. */
+class MailboxTest : public LibraryTest {
+ protected:
+  /** Expects a mailbox of this many words as the firmware gets it: with the status cleared. */
+  Exchange& expect_mailbox(Mailbox mailbox, std::uint32_t words, std::uint32_t out_bytes) {
+    mailbox.status = 0;
+    ByteVector bytes = bytes_of(mailbox);
+    bytes.resize(std::min<std::size_t>(words * 4, sizeof mailbox));
+    return channel.expect("RAVN_MGMT_MBOX", board0)
+        .word(2, words * 4)
+        .word(3, out_bytes)
+        .sends(2, bytes)
+        .sends(3, ByteVector{});
+  }
 
-inline constexpr DriverError driver_errors[] = {
-    {0x0BAD005A, 0, 252, 3}, {0x0BAD0039, 0, 253, 1}, {0x0BAD0004, 0, 254, 1},
-    {0x0BAD0001, 0, 252, 1}, {0, 19, 252, 1},         {0x0BAD0039, 19, 253, 1},
+  /** Expects a mailbox with extended data. */
+  Exchange& expect_extended_mailbox(const Mailbox& mailbox, const ByteVector& extended) {
+    return expect_mailbox(mailbox, 32, 256).sends(3, extended);
+  }
+
+  /** Checks that a call fails without an SLI mode, and has this result on the other boards. */
+  template <typename Call>
+  void expect_gate(Call call, std::uint32_t other_mode, std::uint32_t result_there) {
+    expect_no_sli_mode(board0);
+    EXPECT_EQ(call(), OVK_FAILED);
+    expect_sli_mode(board0, other_mode);
+    EXPECT_EQ(call(), result_there);
+  }
 };
 
 }  // namespace ovk::test

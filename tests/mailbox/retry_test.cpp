@@ -1,8 +1,9 @@
 #include "tests/mailbox/mailbox_script.h"
-#include "tests/support/library_test.h"
 
 #include <array>
 #include <limits>
+#include <tuple>
+#include <utility>
 #include <vector>
 
 namespace ovk::test {
@@ -10,21 +11,18 @@ namespace {
 
 using Sleeps = std::vector<std::uint64_t>;
 using Words = std::vector<std::uint32_t>;
+/** A caller's delay in milliseconds, and the wait that becomes of it. */
+using Delay = std::pair<std::uint32_t, std::uint64_t>;
 
 constexpr std::uint64_t second = 1000000;
 constexpr std::uint32_t busy = 0x0BAD0039;
 constexpr std::uint32_t longest_delay = std::numeric_limits<std::uint32_t>::max();
 constexpr std::uint64_t longest_wait = 4294968 * second;
 
-class RetryTest : public LibraryTest {
+class RetryTest : public MailboxTest {
  protected:
-  /** An attempt of OVK_IssueMboxWithRetry with the whole mailbox. */
-  Exchange& expect_attempt(const Mailbox& mailbox) {
-    return channel.expect("RAVN_MGMT_MBOX", board0)
-        .word(2, 256)
-        .word(3, 2048)
-        .sends(2, sent_mailbox(mailbox, 256));
-  }
+  /** An attempt of issue, which passes the whole mailbox. */
+  Exchange& expect_attempt(const Mailbox& mailbox) { return expect_mailbox(mailbox, 64, 2048); }
 
   static std::uint32_t issue(Mailbox& mailbox, std::uint32_t retries, std::uint32_t delay) {
     return OVK_IssueMboxWithRetry(0, &mailbox, 64, 2048, retries, delay);
@@ -33,25 +31,17 @@ class RetryTest : public LibraryTest {
 
 TEST_F(RetryTest, IsForOlderAdaptersAndAdmitsTheLongMailboxesOfSli4) {
   Mailbox mailbox = mailbox_of(0x05);
-  expect_no_sli_mode(board0);
-  EXPECT_EQ(issue(mailbox, 1, 0), 1U);
-  expect_sli_mode(board0, 4);
-  EXPECT_EQ(issue(mailbox, 1, 0), 4U);
+  expect_gate([&] { return issue(mailbox, 1, 0); }, 4, 4);
 
   for (const std::uint32_t words : {33U, 512U}) {
     std::array<Mailbox, 8> longer{};
     longer.fill(mailbox);
     expect_sli_mode(board0, 3);
-    const std::size_t moved = std::min(words * 4, 256U);
-    channel.expect("RAVN_MGMT_MBOX", board0)
-        .word(2, words * 4)
-        .word(3, 8)
-        .sends(2, sent_mailbox(mailbox, moved))
-        .replies(2, returned_mailbox(0));
-    ByteVector expected = returned_mailbox(0);
+    expect_mailbox(mailbox, words, 8).replies(2, returned_mailbox(0));
+    EXPECT_EQ(OVK_IssueMboxWithRetry(0, longer.data(), words, 8, 1, 0), OVK_OK);
+    ByteVector expected = bytes_of(returned_mailbox(0));
     expected.resize(8);
     expected.resize(sizeof mailbox, 0x5A);
-    EXPECT_EQ(OVK_IssueMboxWithRetry(0, longer.data(), words, 8, 1, 0), OVK_OK);
     EXPECT_EQ(bytes_of(longer[0]), expected);
   }
 
@@ -61,12 +51,8 @@ TEST_F(RetryTest, IsForOlderAdaptersAndAdmitsTheLongMailboxesOfSli4) {
 }
 
 TEST_F(RetryTest, EachBusyAttemptSendsTheCallersMailboxAndIsFollowedByAWait) {
-  struct Case {
-    std::uint32_t delay;
-    std::uint64_t wait;
-  };
-  for (const auto& [delay, wait] : {Case{0, 0}, Case{1, second}, Case{1000, second},
-                                    Case{1001, 2 * second}, Case{longest_delay, longest_wait}}) {
+  for (const auto& [delay, wait] : {Delay{0, 0}, Delay{1, second}, Delay{1000, second},
+                                    Delay{1001, 2 * second}, Delay{longest_delay, longest_wait}}) {
     host().sleeps.clear();
     Mailbox mailbox = mailbox_of(0x05);
     expect_sli_mode(board0, 3);
@@ -74,7 +60,7 @@ TEST_F(RetryTest, EachBusyAttemptSendsTheCallersMailboxAndIsFollowedByAWait) {
     expect_attempt(mailbox).status(busy);
     expect_attempt(mailbox).replies(2, returned_mailbox(0));
     EXPECT_EQ(issue(mailbox, 5, delay), OVK_OK);
-    EXPECT_EQ(bytes_of(mailbox), returned_mailbox(0));
+    EXPECT_EQ(bytes_of(mailbox), bytes_of(returned_mailbox(0)));
     EXPECT_EQ(host().sleeps, (Sleeps{wait, wait}));
   }
 }
@@ -86,73 +72,59 @@ TEST_F(RetryTest, GivesUpAfterTheLastBusyAttemptAndItsWait) {
   expect_attempt(mailbox).replies(2, returned_mailbox(253));
   EXPECT_EQ(issue(mailbox, 2, 5), 2U);
   EXPECT_EQ(host().sleeps, (Sleeps{second, second}));
-  EXPECT_EQ(bytes_of(mailbox), returned_mailbox(253));
+  EXPECT_EQ(bytes_of(mailbox), bytes_of(returned_mailbox(253)));
 }
 
 TEST_F(RetryTest, AnyOtherFailureIsFinal) {
-  for (const auto& [status, delivery, mailbox_status, result] : driver_errors) {
-    if (mailbox_status == OVK_MAILBOX_BUSY) {
-      continue;
-    }
+  using Case = std::tuple<std::uint32_t, int, std::uint16_t, std::uint16_t, std::uint32_t>;
+  for (const auto& [status, delivery, returned, mailbox_status, result] :
+       {Case{0x0BAD005A, 0, 0, 252, 3}, Case{0x0BAD0004, 0, 0, 254, 2},
+        Case{0x0BAD0001, 0, 0, 252, 2}, Case{0, 19, 0, 252, 2}, Case{0, 0, 7, 7, 2}}) {
     Mailbox mailbox = mailbox_of(0x05);
     expect_sli_mode(board0, 3);
-    expect_attempt(mailbox).status(status).delivery_error(delivery);
-    EXPECT_EQ(issue(mailbox, 9, 5), result == OVK_MAILBOX_NOT_READY ? 3U : 2U);
-    EXPECT_EQ(mailbox.status, mailbox_status);
+    expect_attempt(mailbox).status(status).delivery_error(delivery).replies(
+        2, returned_mailbox(returned));
+    EXPECT_EQ(issue(mailbox, 9, 5), result) << std::hex << status;
+    EXPECT_EQ(mailbox.status, mailbox_status) << std::hex << status;
   }
-  Mailbox mailbox = mailbox_of(0x05);
-  expect_sli_mode(board0, 3);
-  expect_attempt(mailbox).replies(2, returned_mailbox(7));
-  EXPECT_EQ(issue(mailbox, 9, 5), 2U);
-  EXPECT_EQ(mailbox.status, 7);
   EXPECT_THAT(host().sleeps, testing::IsEmpty());
 }
 
 TEST_F(RetryTest, NoAttemptsAndNoMemory) {
   Mailbox mailbox = mailbox_of(0x05);
-  const ByteVector before = bytes_of(mailbox);
   expect_sli_mode(board0, 3);
   EXPECT_EQ(issue(mailbox, 0, 5), OVK_OK);
-  EXPECT_EQ(bytes_of(mailbox), before);
+  EXPECT_EQ(bytes_of(mailbox), bytes_of(mailbox_of(0x05)));
 
   mailbox.status = OVK_MAILBOX_BUSY;  // of an earlier use; it is not a reason to try again
   expect_sli_mode(board0, 3);
-  const AllocationWatch memory{0};
+  const AllocationWatch no_memory{0};
   EXPECT_EQ(issue(mailbox, 3, 5), OVK_NO_MEMORY);
-  EXPECT_EQ(memory.outstanding(), 0);
 }
 
-class RetryExTest : public LibraryTest {
- protected:
-  Exchange& expect_attempt(const Mailbox& mailbox, const ByteVector& extended) {
-    return channel.expect("RAVN_MGMT_MBOX", board0)
-        .word(2, 128)
-        .word(3, 256)
-        .sends(2, sent_mailbox(mailbox, 128))
-        .sends(3, extended);
-  }
-};
+class RetryExTest : public MailboxTest {};
 
-TEST_F(RetryExTest, RefusesTooManyWordsWithoutACommand) {
+TEST_F(RetryExTest, SendsNothingForTooManyWordsWithoutAttemptsOrWithoutMemory) {
   Mailbox mailbox = mailbox_of(0x1B);
   EXPECT_EQ(OVK_IssueMboxWithRetryEx(0, &mailbox, nullptr, 5, 513, 0, 1, 0), 2U);
   EXPECT_EQ(OVK_IssueMboxWithRetryEx(0, &mailbox, nullptr, 5, 0, 513, 1, 0), 2U);
+  EXPECT_EQ(OVK_IssueMboxWithRetryEx(0, &mailbox, nullptr, 5, 1, 1, 0, 100), OVK_OK);
   EXPECT_EQ(bytes_of(mailbox), bytes_of(mailbox_of(0x1B)));
+
+  Words ext{7};
+  const AllocationWatch no_memory{0};
+  EXPECT_EQ(OVK_IssueMboxWithRetryEx(0, &mailbox, ext.data(), 5, 1, 1, 3, 100), OVK_NO_MEMORY);
 }
 
 TEST_F(RetryExTest, EachAttemptSendsTheCallersDataAgainAndWaitsToTheMillisecond) {
-  struct Case {
-    std::uint32_t delay;
-    std::uint64_t wait;
-  };
-  for (const auto& [delay, wait] : {Case{0, 0}, Case{1, 1000}, Case{1000, second},
-                                    Case{1001, 2 * second}, Case{longest_delay, longest_wait}}) {
+  for (const auto& [delay, wait] : {Delay{0, 0}, Delay{1, 1000}, Delay{1000, second},
+                                    Delay{1001, 2 * second}, Delay{longest_delay, longest_wait}}) {
     host().sleeps.clear();
     Mailbox mailbox = mailbox_of(0x1B);
     Words ext(512, 0x01010101);
     const ByteVector extended = extended_data(2048, 2048, 5, ByteVector(2048, 1));
-    expect_attempt(mailbox, extended).status(busy).replies(3, ByteVector(2057, 3));
-    expect_attempt(mailbox, extended)
+    expect_extended_mailbox(mailbox, extended).status(busy).replies(3, ByteVector(2057, 3));
+    expect_extended_mailbox(mailbox, extended)
         .replies(2, returned_mailbox(0))
         .replies(3, extended_data(0, 0, 0, ByteVector(2048, 2)));
     EXPECT_EQ(OVK_IssueMboxWithRetryEx(0, &mailbox, ext.data(), 0xABC05, 512, 512, 3, delay),
@@ -165,11 +137,7 @@ TEST_F(RetryExTest, EachAttemptSendsTheCallersDataAgainAndWaitsToTheMillisecond)
 }
 
 TEST_F(RetryExTest, FailuresReturnTheMailboxAndTheDataThatWasSent) {
-  struct Case {
-    std::uint32_t status;
-    std::uint16_t returned, mailbox_status;
-    std::size_t attempts;
-  };
+  using Case = std::tuple<std::uint32_t, std::uint16_t, std::uint16_t, std::size_t>;
   for (const auto& [status, returned, mailbox_status, attempts] :
        {Case{busy, 0, 253, 2}, Case{0, 253, 253, 2}, Case{0x0BAD005A, 0, 252, 1},
         Case{0, 0xFFFD, 0xFFFD, 1}}) {
@@ -177,36 +145,19 @@ TEST_F(RetryExTest, FailuresReturnTheMailboxAndTheDataThatWasSent) {
     Mailbox mailbox = mailbox_of(0x1B);
     Words ext{7, 7, 7};
     for (std::size_t i = 0; i < attempts; ++i) {
-      expect_attempt(mailbox, extended_data(4, 8, 5, {7, 0, 0, 0}))
+      expect_extended_mailbox(mailbox, extended_data(4, 8, 5, {7, 0, 0, 0}))
           .status(status)
           .replies(2, returned_mailbox(returned));
     }
     EXPECT_EQ(OVK_IssueMboxWithRetryEx(0, &mailbox, ext.data(), 5, 1, 2, 2, 100), 2U);
     EXPECT_EQ(mailbox.status, mailbox_status);
     EXPECT_EQ(ext, (Words{7, 0, 7}));
-    EXPECT_EQ(host().sleeps.size(), attempts == 2 ? 2U : 0U);
+    EXPECT_EQ(host().sleeps, attempts == 2 ? Sleeps(2, 100000) : Sleeps{});
   }
 }
 
-TEST_F(RetryExTest, NoAttemptsAndNoMemory) {
-  Mailbox mailbox = mailbox_of(0x1B);
-  Words ext{7};
-  EXPECT_EQ(OVK_IssueMboxWithRetryEx(0, &mailbox, ext.data(), 5, 1, 1, 0, 100), OVK_OK);
-  EXPECT_EQ(bytes_of(mailbox), bytes_of(mailbox_of(0x1B)));
-  const AllocationWatch memory{0};
-  EXPECT_EQ(OVK_IssueMboxWithRetryEx(0, &mailbox, ext.data(), 5, 1, 1, 3, 100), OVK_NO_MEMORY);
-  EXPECT_EQ(memory.outstanding(), 0);
-}
-
-class RetryV2Test : public LibraryTest {
+class RetryV2Test : public MailboxTest {
  protected:
-  Exchange& expect_attempt(const Mailbox& mailbox) {
-    return channel.expect("RAVN_MGMT_MBOX", board0)
-        .word(2, 256)
-        .word(3, 256)
-        .sends(2, sent_mailbox(mailbox, 256));
-  }
-
   /** An SLI_CONFIG mailbox with its data: embedded or not, with the word at byte 24. */
   static ByteVector sli_config(std::size_t size, bool embedded, std::uint32_t word24) {
     ByteVector bytes(size, 0x5A);
@@ -216,160 +167,134 @@ class RetryV2Test : public LibraryTest {
     return bytes;
   }
 
-  static ByteVector cleared(ByteVector bytes, std::initializer_list<std::size_t> words) {
+  /** A mailbox without its status, and without these words. */
+  static ByteVector cleared(ByteVector bytes, std::initializer_list<std::size_t> offsets = {}) {
     bytes[2] = bytes[3] = 0;
-    for (const std::size_t offset : words) {
+    for (const std::size_t offset : offsets) {
       std::memset(bytes.data() + offset, 0, 4);
     }
     return bytes;
   }
 
+  static std::uint32_t issue(Mailbox& mailbox, std::uint32_t words, std::uint32_t retries = 1) {
+    return OVK_IssueMboxWithRetryV2(0, &mailbox, words, retries, longest_delay);
+  }
   static std::uint32_t issue(ByteVector& mailbox, std::uint32_t retries = 1) {
     void* bytes = mailbox.data();
-    return OVK_IssueMboxWithRetryV2(0, static_cast<Mailbox*>(bytes),
-                                    static_cast<std::uint32_t>(mailbox.size() / 4), retries, 1);
+    return issue(*static_cast<Mailbox*>(bytes), static_cast<std::uint32_t>(mailbox.size() / 4),
+                 retries);
   }
 
-  /** Issues a mailbox that goes the extended way, and checks what is sent and what comes back. */
-  void expect_extended(ByteVector mailbox, const ByteVector& sent, std::uint32_t sub_code) {
-    const auto size = static_cast<std::uint32_t>(mailbox.size());
+  Exchange& expect_extended_command(const ByteVector& sent, std::uint32_t sub_code) {
+    const auto size = static_cast<std::uint32_t>(sent.size());
     expect_sli_mode(board0, 4);
     expect_sli_mode(board0, 4);
-    channel.expect("RAVN_MGMT_MBOX_SLI_CFG_EXT", board0)
+    return channel.expect("RAVN_MGMT_MBOX_SLI_CFG_EXT", board0)
         .word(2, size)
         .word(3, size)
         .word(6, sub_code)
-        .sends(1, sent)
-        .replies(1, counting_bytes(size));
+        .sends(1, sent);
+  }
+
+  /** Issues a mailbox, which goes the extended way without these words, and comes back. */
+  void expect_extended(ByteVector mailbox, std::initializer_list<std::size_t> without,
+                       std::uint32_t sub_code) {
+    const ByteVector reply = counting_bytes(mailbox.size());
+    expect_extended_command(cleared(mailbox, without), sub_code).replies(1, reply);
     EXPECT_EQ(issue(mailbox), OVK_OK);
-    EXPECT_EQ(mailbox, counting_bytes(size));
+    EXPECT_EQ(mailbox, reply);
   }
 };
 
 TEST_F(RetryV2Test, IsForSli4AndForWholeMailboxes) {
   Mailbox mailbox = mailbox_of(0x05);
-  expect_no_sli_mode(board0);
-  EXPECT_EQ(OVK_IssueMboxWithRetryV2(0, &mailbox, 64, 1, 0), 1U);
-  expect_sli_mode(board0, 3);
-  EXPECT_EQ(OVK_IssueMboxWithRetryV2(0, &mailbox, 64, 1, 0), 4U);
+  expect_gate([&] { return issue(mailbox, 64); }, 3, 4);
   for (const std::uint32_t words : {0U, 63U, 65U}) {
     expect_sli_mode(board0, 4);
-    EXPECT_EQ(OVK_IssueMboxWithRetryV2(0, &mailbox, words, 1, 0), 4U);
+    EXPECT_EQ(issue(mailbox, words), 4U);
   }
   // The limits of the long mailboxes hold in SLI mode 4 only.
   expect_sli_mode(board0, 5);
-  EXPECT_EQ(OVK_IssueMboxWithRetryV2(0, &mailbox, 64, 1, 0), 2U);
+  EXPECT_EQ(issue(mailbox, 64), 2U);
   EXPECT_EQ(mailbox.status, OVK_MAILBOX_NOT_ISSUED);
 }
 
 TEST_F(RetryV2Test, CountsAttemptsAndWaitsBetweenThem) {
-  for (const auto& [retries, attempts] :
-       {std::pair{0U, 1U}, std::pair{1U, 1U}, std::pair{3U, 3U}}) {
+  using Case = std::pair<std::uint32_t, std::uint32_t>;
+  for (const auto& [retries, attempts] : {Case{0, 1}, Case{1, 1}, Case{3, 3}}) {
     host().sleeps.clear();
     Mailbox mailbox = mailbox_of(0x05);
     expect_sli_mode(board0, 4);
-    expect_attempt(mailbox).replies(2, returned_mailbox(253));
-    ByteVector again = returned_mailbox(0);  // what was returned is what is sent again
-    for (std::uint32_t i = 1; i < attempts; ++i) {
-      channel.expect("RAVN_MGMT_MBOX", board0)
-          .word(2, 256)
-          .word(3, 256)
-          .sends(2, again)
-          .status(busy);
+    expect_mailbox(mailbox, 64, 256).replies(2, returned_mailbox(253));
+    for (std::uint32_t i = 1; i < attempts; ++i) {  // what was returned is what is sent again
+      expect_mailbox(returned_mailbox(253), 64, 256).status(busy);
     }
-    EXPECT_EQ(OVK_IssueMboxWithRetryV2(0, &mailbox, 64, retries, longest_delay), 2U);
+    EXPECT_EQ(issue(mailbox, 64, retries), 2U);
     EXPECT_EQ(mailbox.status, 253);
     EXPECT_EQ(host().sleeps, Sleeps(attempts - 1, longest_wait));
   }
 }
 
 TEST_F(RetryV2Test, OtherStatusesAndMissingMemoryEndIt) {
-  for (const auto& [status, returned] :
-       {std::pair{0x0BAD005AU, 0}, std::pair{0x0BAD0004U, 0}, std::pair{0U, 9}}) {
+  using Case = std::pair<std::uint32_t, std::uint16_t>;
+  for (const auto& [status, returned] : {Case{0x0BAD005A, 0}, Case{0x0BAD0004, 0}, Case{0, 9}}) {
     Mailbox mailbox = mailbox_of(0x05);
     expect_sli_mode(board0, 4);
-    expect_attempt(mailbox).status(status).replies(
-        2, returned_mailbox(static_cast<std::uint16_t>(returned)));
-    EXPECT_EQ(OVK_IssueMboxWithRetryV2(0, &mailbox, 64, 9, 0), 2U);
+    expect_mailbox(mailbox, 64, 256).status(status).replies(2, returned_mailbox(returned));
+    EXPECT_EQ(issue(mailbox, 64, 9), 2U);
   }
   Mailbox mailbox = mailbox_of(0x05);
   expect_sli_mode(board0, 4);
-  const AllocationWatch memory{0};
-  EXPECT_EQ(OVK_IssueMboxWithRetryV2(0, &mailbox, 64, 9, 0), OVK_NO_MEMORY);
-  EXPECT_EQ(memory.outstanding(), 0);
+  const AllocationWatch no_memory{0};
+  EXPECT_EQ(issue(mailbox, 64, 9), OVK_NO_MEMORY);
 }
 
 TEST_F(RetryV2Test, SliConfigWithExternalDataGoesTheExtendedWayWithoutItsAddresses) {
   ByteVector outside = sli_config(320, false, 0x12345678);
-  expect_extended(outside, cleared(outside, {24, 28}), 2);
+  expect_extended(outside, {24, 28}, 2);
   outside[257] = 9;
-  expect_extended(outside, cleared(outside, {24, 28}), 1);
+  expect_extended(outside, {24, 28}, 1);
 
   ByteVector embedded = sli_config(320, true, 0x00000157);
-  expect_extended(embedded, cleared(embedded, {160, 164}), 2);
+  expect_extended(embedded, {160, 164}, 2);
   embedded[24] = 0xAC;
   embedded[152] = embedded[153] = embedded[154] = 0;
-  expect_extended(embedded, cleared(embedded, {160, 164}), 1);
-}
-
-TEST_F(RetryV2Test, SliConfigWithoutExternalDataIsAnOrdinaryMailbox) {
-  ByteVector other_subsystem = sli_config(256, true, 0x00000257);
-  ByteVector nothing_outside = cleared(sli_config(256, true, 0x00000157), {152});
-  for (ByteVector* mailbox : {&other_subsystem, &nothing_outside}) {
-    expect_sli_mode(board0, 4);
-    channel.expect("RAVN_MGMT_MBOX", board0)
-        .word(2, 256)
-        .word(3, 256)
-        .sends(2, cleared(*mailbox, {}));
-    EXPECT_EQ(issue(*mailbox), OVK_OK);
-    expect_sli_mode(board0, 4);
-    mailbox->resize(260);
-    EXPECT_EQ(issue(*mailbox), 4U);
-  }
+  expect_extended(embedded, {160, 164}, 1);
 }
 
 TEST_F(RetryV2Test, LooksAtNoByteBehindTheWordsItWasGiven) {
-  expect_extended(cleared(sli_config(28, false, 7), {}), cleared(sli_config(28, false, 7), {24}),
-                  2);
-  ByteVector header = sli_config(28, false, 7);
-  header.resize(4);
-  expect_extended(header, cleared(header, {}), 2);
-  ByteVector as_long_as_a_mailbox = sli_config(256, false, 7);
-  expect_extended(as_long_as_a_mailbox, cleared(as_long_as_a_mailbox, {24, 28}), 2);
-  ByteVector cut_off = sli_config(164, true, 0x0157);
-  expect_extended(cut_off, cleared(cut_off, {160}), 2);
+  expect_extended(sli_config(28, false, 7), {24}, 2);
+  expect_extended({7, 0x9B, 7, 7}, {}, 2);
+  expect_extended(sli_config(256, false, 7), {24, 28}, 2);
+  expect_extended(sli_config(164, true, 0x0157), {160}, 2);
+}
+
+TEST_F(RetryV2Test, SliConfigWithoutExternalDataIsAnOrdinaryMailbox) {
+  for (ByteVector mailbox :
+       {sli_config(256, true, 0x0257), cleared(sli_config(256, true, 0x0157), {152})}) {
+    expect_sli_mode(board0, 4);
+    channel.expect("RAVN_MGMT_MBOX", board0).word(2, 256).word(3, 256).sends(2, cleared(mailbox));
+    EXPECT_EQ(issue(mailbox), OVK_OK);
+    expect_sli_mode(board0, 4);
+    mailbox.resize(260);
+    EXPECT_EQ(issue(mailbox), 4U);
+  }
 }
 
 TEST_F(RetryV2Test, TheExtendedWayWritesNoStatusAndDoesNotLookAtOne) {
   ByteVector mailbox = sli_config(320, false, 7);
   const ByteVector sent = cleared(mailbox, {24, 28});
-  expect_sli_mode(board0, 4);
-  expect_sli_mode(board0, 4);
-  channel.expect("RAVN_MGMT_MBOX_SLI_CFG_EXT", board0)
-      .word(2, 320)
-      .word(3, 320)
-      .word(6, 2)
-      .replies(1, ByteVector(320, 1))
-      .status(busy);
+  expect_extended_command(sent, 2).replies(1, ByteVector(320, 1)).status(busy);
   EXPECT_EQ(issue(mailbox, 5), 1U);
   EXPECT_EQ(mailbox, sent);
 
-  expect_sli_mode(board0, 4);
-  expect_sli_mode(board0, 4);
-  channel.expect("RAVN_MGMT_MBOX_SLI_CFG_EXT", board0)
-      .word(2, 320)
-      .word(3, 320)
-      .word(6, 2)
-      .replies(1, returned_mailbox(253));
+  expect_extended_command(sent, 2).replies(1, returned_mailbox(253));
   EXPECT_EQ(issue(mailbox, 5), OVK_OK);
 }
 
 TEST_F(RetryV2Test, ExtendedSliConfigChecksItsBoardAndMovesAtMostItsBuffer) {
   std::vector<Mailbox> mailbox(17, mailbox_of(0x9B));
-  expect_no_sli_mode(board0);
-  EXPECT_EQ(IssueExtendedSLIConfig(0, mailbox.data(), 1, 1, 64), 1U);
-  expect_sli_mode(board0, 3);
-  EXPECT_EQ(IssueExtendedSLIConfig(0, mailbox.data(), 1, 1, 64), 2U);
+  expect_gate([&] { return IssueExtendedSLIConfig(0, mailbox.data(), 1, 1, 64); }, 3, 2);
 
   expect_sli_mode(board0, 4);
   channel.expect("RAVN_MGMT_MBOX_SLI_CFG_EXT", board0)

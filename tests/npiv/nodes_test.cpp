@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <cstring>
 #include <memory>
+#include <optional>
 
 namespace ovk::test {
 namespace {
@@ -17,86 +18,52 @@ constexpr std::size_t copied_size = 304;
 constexpr std::uint32_t list_does_not_fit = 0x0BAD00B4;
 constexpr std::uint32_t not_supported = 0x0BAD0020;
 
-class NodesTest : public LibraryTest {
- protected:
-  NodesTest() : nodes{std::make_unique<NodeInformationList>()} {
-    std::memset(nodes.get(), untouched, sizeof *nodes);
-  }
+class NodesTest : public LibraryTest {};
 
-  /** Asks with this capacity, of which the driver is told twice. */
-  Exchange& expect_question(std::uint32_t capacity) {
+TEST_F(NodesTest, TheCountIsTheDriversAndRecordsAreCopiedOnSuccessButForTheirLastWord) {
+  struct {
+    std::uint32_t capacity;
+    std::optional<std::uint32_t> answered;
+    std::uint32_t status;
+    int delivery;
+    std::uint32_t result;
+    std::size_t written;
+  } const cases[] = {
+      {8, 0, 0, 0, OVK_OK, 0},
+      {8, 3, 0, 0, OVK_OK, 3},
+      {2, 4, 0, 0, OVK_OK, 2},
+      {600, 0xFFFFFFFF, 0, 0, OVK_OK, 512},
+      {4, 5, list_does_not_fit, 0, OVK_MORE_DATA, 0},
+      {4, 4, list_does_not_fit, 0, OVK_FAILED, 0},
+      {4, 5, not_supported, 0, OVK_NOT_SUPPORTED, 0},
+      {4, 5, 0x0BAD0001, 0, OVK_FAILED, 0},
+      {9, std::nullopt, 0, 1, OVK_FAILED, 0},  // the driver is told the capacity twice
+  };
+  const auto nodes = std::make_unique<NodeInformationList>();
+  for (const auto& [capacity, answered, status, delivery, result, written] : cases) {
+    const std::uint32_t count = answered.value_or(capacity);
+    SCOPED_TRACE(testing::Message() << capacity << " " << count << std::hex << " " << status);
+    *nodes = record_of<NodeInformationList>(untouched);
     nodes->count = capacity;
-    ByteVector request(28);
-    std::memcpy(request.data() + 8, port.bytes, sizeof port);
-    return channel.expect("RAVN_MGMT_VPORT_GET_NODE_INFO", board0)
+    const ByteVector reply(sizeof *nodes, from_driver);
+    channel.expect("RAVN_MGMT_VPORT_GET_NODE_INFO", board0)
         .word(2, capacity)
-        .sends(1, request);
-  }
-
-  /** The same; the driver answers a count and a list full of records. */
-  Exchange& expect_nodes(std::uint32_t capacity, std::uint32_t count) {
-    ByteVector reply(sizeof(NodeInformationList), from_driver);
-    std::memcpy(reply.data(), &count, sizeof count);
-    return expect_question(capacity).replies(2, reply);
-  }
-
-  std::uint32_t get() {
+        .sends(1, with_at(ByteVector(28), 8, port))
+        .replies(2, answered ? with_at(reply, 0, count) : ByteVector{})
+        .ends_with(status, delivery);
     const AllocationWatch memory;
-    const std::uint32_t result = OVK_GetAllNodeInfoByWWN(0, &port, nodes.get());
+    EXPECT_EQ(OVK_GetAllNodeInfoByWWN(0, &port, nodes.get()), result);
     EXPECT_EQ(memory.outstanding(), 0);
-    return result;
-  }
-
-  void expect_written(std::uint32_t count, std::size_t records) {
-    ByteVector expected(sizeof(NodeInformationList), untouched);
-    std::memcpy(expected.data(), &count, sizeof count);
-    for (std::size_t i = 0; i < records; ++i) {
-      std::memset(expected.data() + 4 + i * record_size, from_driver, copied_size);
+    ByteVector expected = with_at(ByteVector(sizeof *nodes, untouched), 0, count);
+    for (std::size_t i = 0; i < written; ++i) {
+      std::memset(&expected[4 + i * record_size], from_driver, copied_size);
     }
     EXPECT_EQ(bytes_of(*nodes), expected);
   }
-
-  std::unique_ptr<NodeInformationList> nodes;
-};
-
-TEST_F(NodesTest, RecordsAreCopiedButForTheirLastWordWithinAllThreeBounds) {
-  struct {
-    std::uint32_t capacity;
-    std::uint32_t count;
-    std::size_t written;
-  } const cases[] = {{8, 0, 0}, {8, 3, 3}, {2, 4, 2}, {600, 0xFFFFFFFF, 512}};
-  for (const auto& [capacity, count, written] : cases) {
-    std::memset(nodes.get(), untouched, sizeof *nodes);
-    expect_nodes(capacity, count);
-    EXPECT_EQ(get(), OVK_OK);
-    expect_written(count, written);
-  }
-}
-
-TEST_F(NodesTest, TheCountIsTheDriversOnEveryFailure) {
-  struct {
-    std::uint32_t status;
-    std::uint32_t capacity;
-    std::uint32_t count;
-    std::uint32_t result;
-  } const cases[] = {{list_does_not_fit, 4, 5, OVK_MORE_DATA},
-                     {list_does_not_fit, 4, 4, OVK_FAILED},
-                     {not_supported, 4, 5, OVK_NOT_SUPPORTED},
-                     {0x0BAD0001, 4, 5, OVK_FAILED}};
-  for (const auto& [status, capacity, count, result] : cases) {
-    expect_nodes(capacity, count).status(status);
-    EXPECT_EQ(get(), result) << std::hex << status;
-    expect_written(count, 0);
-  }
-}
-
-TEST_F(NodesTest, ADriverThatWritesNoCountLeavesTheCapacity) {
-  expect_question(9).delivery_error(1);
-  EXPECT_EQ(get(), OVK_FAILED);
-  expect_written(9, 0);
 }
 
 TEST_F(NodesTest, WithoutMemoryNothingIsSentAndTheCountStays) {
+  const auto nodes = std::make_unique<NodeInformationList>();
   nodes->count = 9;
   const AllocationWatch memory{0};
   EXPECT_EQ(OVK_GetAllNodeInfoByWWN(0, &port, nodes.get()), OVK_NO_MEMORY);

@@ -3,7 +3,6 @@
 #include <ovk/npiv.h>
 
 #include <cstdint>
-#include <cstring>
 #include <memory>
 #include <vector>
 
@@ -47,11 +46,10 @@ TEST_F(VirtualPortsTest, ResourcesAreWrittenByTheDriverAndLoggedAsAList) {
 }
 
 TEST_F(VirtualPortsTest, AttributesAreAskedByPortNameAndAFailureWithoutAReasonIsAnUnknownName) {
-  ByteVector request(28);
-  std::memcpy(request.data() + 8, vport.bytes, sizeof vport);
   const ByteVector record(340, 0x21);
   const auto expect_attributes = [&]() -> Exchange& {
-    return channel.expect("RAVN_MGMT_VPORT_GET_ATTRIB", board0).sends(1, request);
+    return channel.expect("RAVN_MGMT_VPORT_GET_ATTRIB", board0)
+        .sends(1, with_at(ByteVector(28), 8, vport));
   };
   VportAttributes attributes{};
   expect_attributes().replies(2, record).answers(3, 9);
@@ -66,78 +64,52 @@ TEST_F(VirtualPortsTest, AttributesAreAskedByPortNameAndAFailureWithoutAReasonIs
   EXPECT_EQ(OVK_VPGetAttrib(0, &vport, &attributes), OVK_FAILED);
 }
 
-TEST_F(VirtualPortsTest, CreatingAndDeletingIsNotOffered) {
-  EXPECT_EQ(OVK_VPCreate(0, nullptr, nullptr), OVK_NOT_SUPPORTED);
-  EXPECT_EQ(OVK_VPDelete(unmapped_board, nullptr, nullptr), OVK_NOT_SUPPORTED);
-  EXPECT_EQ(OVK_VPDeleteV2(0, &vport, &vport), OVK_NOT_SUPPORTED);
-}
-
-class VirtualPortListTest : public LibraryTest {
- protected:
-  VirtualPortListTest() : list{std::make_unique<VportList>()} {
-    std::memset(list.get(), untouched, sizeof *list);
-  }
-
-  /** Asks with this capacity; the driver answers a count and a list full of 0x44. */
-  Exchange& expect_list(std::uint32_t capacity, std::uint32_t count) {
+TEST_F(VirtualPortsTest, TheListIsCopiedOnSuccessByTheDriversCountWithinTheDriversList) {
+  struct {
+    std::uint32_t capacity;
+    std::uint32_t count;
+    std::uint32_t status;
+    int delivery;
+    std::uint32_t result;
+    std::uint32_t told;
+    std::size_t written;
+  } const cases[] = {
+      {5, 3, 0, 0, OVK_OK, 3, 3},
+      {5, 7, 0, 0, OVK_OK, 7, 7},  // the driver alone keeps to the capacity
+      {4096, 0xFFFFFFFF, 0, 0, OVK_OK, 0xFFFFFFFF, 4096},
+      {0, 3, list_does_not_fit, 0, OVK_MORE_DATA, 3, 0},
+      {1, 4, list_does_not_fit, 1, OVK_MORE_DATA, 4, 0},
+      {5, 3, 0x0BAD0020, 0, OVK_FAILED, 5, 0},
+      {5, 3, 0, 1, OVK_FAILED, 5, 0},
+  };
+  const auto list = std::make_unique<VportList>();
+  for (const auto& [capacity, count, status, delivery, result, told, written] : cases) {
+    SCOPED_TRACE(testing::Message()
+                 << capacity << " " << count << std::hex << " " << status << " " << delivery);
+    *list = record_of<VportList>(untouched);
     list->count = capacity;
-    ByteVector reply(sizeof(VportList), 0x44);
-    std::memcpy(reply.data(), &count, sizeof count);
-    return channel.expect("RAVN_MGMT_VPORT_GET_LIST", board0).word(2, capacity).replies(1, reply);
-  }
-
-  std::uint32_t get() {
+    channel.expect("RAVN_MGMT_VPORT_GET_LIST", board0)
+        .word(2, capacity)
+        .replies(1, with_at(ByteVector(sizeof(VportList), 0x44), 0, count))
+        .ends_with(status, delivery);
     const AllocationWatch memory;
-    const std::uint32_t result = OVK_VPGetList(0, list.get());
+    EXPECT_EQ(OVK_VPGetList(0, list.get()), result);
     EXPECT_EQ(memory.outstanding(), 0);
-    return result;
-  }
-
-  void expect_written(std::uint32_t count, std::size_t entries) {
-    ByteVector expected(4 + entries * sizeof(VportEntry), 0x44);
+    ByteVector expected(4 + written * sizeof(VportEntry), 0x44);
     expected.resize(sizeof(VportList), untouched);
-    std::memcpy(expected.data(), &count, sizeof count);
-    EXPECT_EQ(bytes_of(*list), expected);
+    EXPECT_EQ(bytes_of(*list), with_at(expected, 0, told));
   }
-
-  std::unique_ptr<VportList> list;
-};
-
-TEST_F(VirtualPortListTest, EntriesAreCopiedByTheDriversCountWithinTheDriversList) {
-  expect_list(5, 3);
-  EXPECT_EQ(get(), OVK_OK);
-  expect_written(3, 3);
-
-  expect_list(5, 7);  // the driver alone keeps to the capacity
-  EXPECT_EQ(get(), OVK_OK);
-  expect_written(7, 7);
-
-  expect_list(4096, 0xFFFFFFFF);
-  EXPECT_EQ(get(), OVK_OK);
-  expect_written(0xFFFFFFFF, 4096);
 }
 
-TEST_F(VirtualPortListTest, AListThatDoesNotFitReportsItsCountEvenWhenNotDelivered) {
-  expect_list(0, 3).status(list_does_not_fit);
-  EXPECT_EQ(get(), OVK_MORE_DATA);
-  expect_written(3, 0);
-  expect_list(1, 4).status(list_does_not_fit).delivery_error(1);
-  EXPECT_EQ(get(), OVK_MORE_DATA);
-  expect_written(4, 0);
-}
-
-TEST_F(VirtualPortListTest, AFailureOrNoMemoryLeavesTheList) {
-  expect_list(5, 3).status(0x0BAD0020);
-  EXPECT_EQ(get(), OVK_FAILED);
-  expect_list(5, 3).delivery_error(1);
-  EXPECT_EQ(get(), OVK_FAILED);
+TEST_F(VirtualPortsTest, WithoutMemoryTheListStaysAndNothingIsLogged) {
   log_at(0xE);
+  const auto list = std::make_unique<VportList>(record_of<VportList>(untouched));
   {
     const AllocationWatch memory{0};
     EXPECT_EQ(OVK_VPGetList(0, list.get()), OVK_NO_MEMORY);
   }
   EXPECT_THAT(log_lines(), testing::IsEmpty());
-  expect_written(5, 0);
+  EXPECT_EQ(bytes_of(*list), ByteVector(sizeof(VportList), untouched));
 }
 
 }  // namespace

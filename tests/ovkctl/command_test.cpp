@@ -4,13 +4,10 @@
 
 #include "errors.h"
 #include "terminal.h"
+#include "tests/ovkctl/person.h"
 
-#include <array>
-#include <cstdlib>
-#include <cstring>
-#include <fcntl.h>
+#include <cstdio>
 #include <string>
-#include <unistd.h>
 #include <utility>
 #include <vector>
 
@@ -120,35 +117,8 @@ TEST(CommandTest, HelpShowsArgumentsOptionsAndExample) {
   EXPECT_THAT(group.err, HasSubstr("Usage: ovkctl group [OPTIONS] [COMMAND]"));
 }
 
-/** Puts something else in a stream's place. */
-class Redirection {
- public:
-  Redirection(int stream, int replacement) : stream_(stream), saved_(dup(stream)) {
-    dup2(replacement, stream);
-    close(replacement);
-  }
-  ~Redirection() {
-    dup2(saved_, stream_);
-    close(saved_);
-  }
-  Redirection(const Redirection&) = delete;
-  Redirection& operator=(const Redirection&) = delete;
-
- private:
-  int stream_;
-  int saved_;
-};
-
-/** A terminal: what is written to keyboard is typed, what is read from it was shown. */
-struct Terminal {
-  int keyboard = posix_openpt(O_RDWR | O_NOCTTY);
-  int line = grantpt(keyboard) == 0 && unlockpt(keyboard) == 0
-                 ? open(ptsname(keyboard), O_RDWR | O_NOCTTY)
-                 : -1;
-};
-
 TEST(ConfirmationTest, WithoutATerminalOnlyYesLetsItHappen) {
-  const Redirection input(STDIN_FILENO, open("/dev/null", O_RDONLY));
+  ASSERT_NE(std::freopen("/dev/null", "r", stdin), nullptr);
   const Result refused = run_line({"group", "erase"});
   EXPECT_EQ(refused.exit_code, 2);
   EXPECT_EQ(refused.err, "ovkctl: This erases all. Confirm it with --yes.\n");
@@ -158,37 +128,30 @@ TEST(ConfirmationTest, WithoutATerminalOnlyYesLetsItHappen) {
 }
 
 TEST(ConfirmationTest, AtATerminalThePersonDecides) {
-  const Terminal terminal;
-  const Redirection input(STDIN_FILENO, terminal.line);
   for (const auto& [answer, exit_code] : {std::pair("\n", 1), {"n\n", 1}, {"y\n", 0}}) {
-    ASSERT_GT(write(terminal.keyboard, answer, std::strlen(answer)), 0);
-    const Result result = run_line({"group", "erase"});
-    EXPECT_EQ(result.exit_code, exit_code);
-    EXPECT_THAT(result.err, HasSubstr("This erases all. Continue? [y/N] "));
-    EXPECT_EQ(seen, exit_code == 0 ? "erased" : "");
+    Person person([] {
+      const char* const line[] = {"ovkctl", "group", "erase"};
+      return run_command_line(3, line);
+    });
+    person.sees("This erases all. Continue? [y/N] ");
+    person.types(answer);
+    EXPECT_EQ(person.end(), exit_code) << answer << person.shown();
   }
-  close(terminal.keyboard);
 }
 
 TEST(ProgressTest, ShowsOnATerminalAndIsSilentInAPipe) {
   const auto work = [] {
     Progress progress("Reading", 200);
     progress.update(100);
+    return 0;
   };
   CaptureStderr();
   work();
   EXPECT_EQ(GetCapturedStderr(), "");
 
-  const Terminal terminal;
-  {
-    const Redirection errors(STDERR_FILENO, terminal.line);
-    work();
-  }
-  std::array<char, 256> shown{};
-  EXPECT_GT(read(terminal.keyboard, shown.data(), shown.size() - 1), 0);
-  EXPECT_THAT(shown.data(),
-              HasSubstr("\rReading [####################                    ]  50 %"));
-  close(terminal.keyboard);
+  Person person(work);
+  EXPECT_EQ(person.end(), 0);
+  EXPECT_EQ(person.shown(), "\rReading [####################                    ]  50 %\r\x1b[K");
 }
 
 }  // namespace

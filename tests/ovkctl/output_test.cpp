@@ -21,7 +21,13 @@ Report sample() {
       .field("small", "Small", std::uint8_t{7})
       .field("hidden", "", true);
   Section& section = report.section("memory", "Memory");
-  section.field("length", "Length of it", Size{65536}).field("name", "Name", std::string());
+  section.field("length", "Length of it", Size{65536})
+      .field("name", "Name", std::string())
+      .field("wwn", "WWN", Wwn{{0x10, 0, 0, 0, 0xc9, 0, 0, 0xab}})
+      .field("types", "Types", List{"FCP", "CT"})
+      .field("speeds", "Speeds", Speeds{0x1000 | 0x4})
+      .field("fc_id", "FC ID", FcAddress{0x10200})
+      .field("ready", "Ready", false);
   Table& table = section.table("rows", "", {{"id", "ID"}, {"name", "NAME"}, {"extra", ""}},
                                "There are no rows.");
   table.row({1, "first", Cell()}).row({100, "é", LargeSize{1}});
@@ -39,6 +45,11 @@ TEST(ReportTest, TextIsAlignedAndHidesWhatHasNoLabel) {
             "Memory\n"
             "  Length of it  64 KiB\n"
             "  Name          -\n"
+            "  WWN           10:00:00:00:c9:00:00:ab\n"
+            "  Types         FCP, CT\n"
+            "  Speeds        10 Gbit/s, 64 Gbit/s\n"
+            "  FC ID         0x010200\n"
+            "  Ready         no\n"
             "\n"
             "   ID  NAME\n"
             "    1  first\n"
@@ -56,7 +67,9 @@ TEST(ReportTest, TextIsAlignedAndHidesWhatHasNoLabel) {
 TEST(ReportTest, JsonHasEveryMemberAndLosesNoDigits) {
   EXPECT_EQ(render_json(sample(), JsonForm::kOneLine),
             R"({"version":1,"counter":"18446744073709551615","small":7,"hidden":true,)"
-            R"("memory":{"length":65536,"name":"","rows":[{"id":1,"name":"first","extra":null},)"
+            R"("memory":{"length":65536,"name":"","wwn":"10:00:00:00:c9:00:00:ab",)"
+            R"("types":["FCP","CT"],"speeds":[10,64],"fc_id":"0x010200","ready":false,)"
+            R"("rows":[{"id":1,"name":"first","extra":null},)"
             R"({"id":100,"name":"é","extra":"1"}]},"records":[{"raw":"4100"},{}],"none":[]})"
             "\n");
 }

@@ -3,6 +3,7 @@
 #include <ovk/core.h>
 #include <ovk/regions.h>
 
+#include <utility>
 #include <vector>
 
 namespace ovk::test {
@@ -19,41 +20,37 @@ class FcfListTest : public RegionTest {
 
   /** A driver's record whose bytes all tell their place. */
   static ByteVector record(std::uint8_t reported = 1, std::uint8_t flag18 = 1) {
-    ByteVector bytes(556);
-    for (std::size_t i = 0; i < bytes.size(); ++i) {
-      bytes[i] = static_cast<std::uint8_t>(i + i / 256);
-    }
-    bytes[18] = flag18;
-    bytes[31] = reported;
-    return bytes;
+    return patched(counting_bytes(556), {{18, {flag18}}, {31, {reported}}});
   }
 
   /** What the caller gets of it. */
   static ByteVector entry(std::uint8_t flag18 = 1) {
+    constexpr std::size_t fields[][3] = {{20, 0, 8},   {548, 8, 8},   {12, 16, 4},
+                                         {16, 20, 2},  {36, 24, 512}, {28, 536, 2},
+                                         {30, 538, 1}, {4, 540, 4},   {8, 548, 4}};
     const ByteVector from = record();
     ByteVector bytes(sizeof(FcfListEntry));
-    const auto copy = [&](std::ptrdiff_t at, std::ptrdiff_t to, std::ptrdiff_t count) {
-      std::copy_n(from.begin() + at, count, bytes.begin() + to);
-    };
-    copy(20, 0, 8);
-    copy(548, 8, 8);
-    copy(12, 16, 4);
-    copy(16, 20, 2);
+    for (const auto& [at, to, size] : fields) {
+      std::copy_n(from.begin() + at, size, bytes.begin() + to);
+    }
     bytes[22] = flag18;
-    copy(36, 24, 512);
-    copy(28, 536, 2);
-    copy(30, 538, 1);
-    copy(4, 540, 4);
-    copy(8, 548, 4);
     return bytes;
   }
 
-  Exchange& expect_fcf(std::uint32_t index, std::uint32_t next, const ByteVector& payload) {
-    return channel.expect("RAVN_MGMT_HBA_GET_FCF_LIST", board0)
-        .word(1, index)
-        .answers(4, next)
-        .answers(5, 0x10000 + next)
-        .replies(1, payload);
+  /** Expects the way through a table of records, each with the index that follows. */
+  Exchange& expect_walk(const std::vector<std::pair<std::uint32_t, ByteVector>>& steps) {
+    expect_sli_mode(board0, sli4);
+    std::uint32_t index = first_fcf;
+    Exchange* last = nullptr;
+    for (const auto& [next, payload] : steps) {
+      last = &channel.expect("RAVN_MGMT_HBA_GET_FCF_LIST", board0)
+                  .word(1, index)
+                  .answers(4, next)
+                  .answers(5, 0x10000 + next)
+                  .replies(1, payload);
+      index = next;
+    }
+    return *last;
   }
 
   std::uint32_t run(std::uint16_t room) {
@@ -61,68 +58,56 @@ class FcfListTest : public RegionTest {
     return OVK_FCoEGetFCFList(0, &list());
   }
 
-  [[nodiscard]] ByteVector entry_bytes(std::size_t number) const {
-    const auto begin =
-        memory.begin() + 8 + static_cast<std::ptrdiff_t>(number * sizeof(FcfListEntry));
-    return {begin, begin + sizeof(FcfListEntry)};
+  /** Checks that the caller's memory got these entries and nothing behind them. */
+  void expect_entries(const std::vector<ByteVector>& entries) {
+    ByteVector expected;
+    for (const ByteVector& bytes : entries) {
+      expected.insert(expected.end(), bytes.begin(), bytes.end());
+    }
+    expected.resize(4 * sizeof(FcfListEntry), 0xEE);
+    EXPECT_EQ((ByteVector{memory.begin() + 8, memory.end()}), expected);
   }
 
   ByteVector memory;
 };
 
 TEST_F(FcfListTest, WalksTheTableAndSkipsRecordsThatAreNotReported) {
-  expect_mode(sli4);
-  expect_fcf(first_fcf, 3, record());
-  expect_fcf(3, 9, record(0));
-  expect_fcf(9, 0x12, record(0x80, 2));
-  expect_fcf(0x12, no_next, record());
+  expect_walk({{3, record()}, {9, record(0)}, {0x12, record(0x80, 2)}, {no_next, record()}});
   EXPECT_EQ(run(4), 0U);
   EXPECT_EQ(list().count, 3);
   EXPECT_EQ(list().value, 0xffff) << "the last reply's, in 16 bits";
-  EXPECT_EQ(entry_bytes(0), entry());
-  EXPECT_EQ(entry_bytes(1), entry(0));
-  EXPECT_EQ(entry_bytes(2), entry());
-  EXPECT_EQ(entry_bytes(3), ByteVector(sizeof(FcfListEntry), 0xEE));
+  expect_entries({entry(), entry(0), entry()});
 }
 
 TEST_F(FcfListTest, CountsWhatFindsNoRoom) {
-  expect_mode(sli4);
-  expect_fcf(first_fcf, 1, record());
-  expect_fcf(1, 2, record());
-  expect_fcf(2, no_next, record());
+  expect_walk({{1, record()}, {2, record()}, {no_next, record()}});
   EXPECT_EQ(run(2), 7U);
   EXPECT_EQ(list().count, 3);
-  EXPECT_EQ(entry_bytes(1), entry());
-  EXPECT_EQ(entry_bytes(2), ByteVector(sizeof(FcfListEntry), 0xEE));
+  expect_entries({entry(), entry()});
 }
 
 TEST_F(FcfListTest, AnEmptyRecordEndsTheTable) {
-  expect_mode(sli4);
-  expect_fcf(first_fcf, 5, {});
+  expect_walk({{5, {}}});
   EXPECT_EQ(run(4), 0U);
   EXPECT_EQ(list().count, 0);
   EXPECT_EQ(list().value, 5);
 }
 
 TEST_F(FcfListTest, AFailureEndsTheTableWithoutAnError) {
-  expect_mode(sli4);
-  expect_fcf(first_fcf, 4, record());
-  expect_fcf(4, 9, record()).answers(5, 0x0102).status(0x0BAD0001);
+  expect_walk({{4, record()}, {9, record()}}).answers(5, 0x0102).status(0x0BAD0001);
   EXPECT_EQ(run(4), 0U);
   EXPECT_EQ(list().count, 1);
   EXPECT_EQ(list().value, 0x0102);
 
   list().value = 0x7700;
-  expect_mode(sli4);
-  expect_fcf(first_fcf, 4, record()).answers(5, 0x0102).delivery_error(3);
+  expect_walk({{4, record()}}).answers(5, 0x0102).delivery_error(3);
   EXPECT_EQ(run(4), 0U);
   EXPECT_EQ(list().count, 0);
   EXPECT_EQ(list().value, 0x7802) << "added to the caller's";
 }
 
 TEST_F(FcfListTest, ATableWithoutAnEndIsLeftWhenTheCountCouldBeFull) {
-  expect_mode(sli4);
-  expect_fcf(first_fcf, 0, record());
+  expect_walk({{0, record()}});
   for (int step = 1; step < 0xffff; ++step) {
     channel.expect("RAVN_MGMT_HBA_GET_FCF_LIST", board0).replies(1, record(step % 2 == 0 ? 1 : 0));
   }
@@ -131,12 +116,9 @@ TEST_F(FcfListTest, ATableWithoutAnEndIsLeftWhenTheCountCouldBeFull) {
 }
 
 TEST_F(FcfListTest, OlderBoardsHaveNoTable) {
-  log_at(0x4);
-  expect_mode(sli3);
-  EXPECT_EQ(run(4), 2U);
-  EXPECT_EQ(raw_log().substr(raw_log().find("ERROR")), "ERROR: sliMode 3 not supported\n\n");
-  expect_no_sli_mode(board0);
-  EXPECT_EQ(run(4), 1U);
+  log_at(OVK_LOG_ERROR);
+  expect_gate([this] { return run(4); }, sli3, 2);
+  EXPECT_THAT(raw_log(), testing::EndsWith(" ERROR: sliMode 3 not supported\n\n"));
   EXPECT_EQ(list().count, 4);
 }
 

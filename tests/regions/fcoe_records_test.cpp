@@ -17,7 +17,7 @@ class FcoeRecordsTest : public RegionTest {
   }
 
   void expect_region(const ByteVector& image) {
-    expect_mode(sli4);
+    expect_sli_mode(board0, sli4);
     expect_read(23, image);
   }
 
@@ -37,11 +37,7 @@ class FcoeRecordsTest : public RegionTest {
 
   /** 20 bytes of a connection that all tell their place. */
   static ByteVector connection(std::uint8_t flags, std::uint8_t flags_high, std::uint8_t first) {
-    ByteVector bytes(20);
-    for (std::size_t i = 0; i < bytes.size(); ++i) {
-      bytes[i] = static_cast<std::uint8_t>(first + i);
-    }
-    return patched(bytes, {{0, {flags, flags_high}}});
+    return patched(counting_bytes(20, first), {{0, {flags, flags_high}}});
   }
 
   /** The caller's list after its first bytes became these. */
@@ -79,24 +75,30 @@ TEST_F(FcoeRecordsTest, ParametersAreReadFieldByField) {
 }
 
 TEST_F(FcoeRecordsTest, ParametersAreWrittenAsTheAdapterKeepsThem) {
-  params = {.fc_map = {1, 2, 3}, .vlan_valid = 1, .vlan_id = 0xfabc};
-  expect_region(region_with({0xa0, 2, 9, 0xff, 7, 7, 7, 0x44, 7, 7, 7, 7}));
-  expect_write(23, region_with({0xa0, 2, 1, 1, 1, 2, 3, 0x44, 0xbc, 0x0a, 0, 0}));
-  EXPECT_EQ(OVK_FCoESetParams(0, &params), 0U);
-
-  params.vlan_valid = 2;  // only 1 is valid
-  expect_region(region_with({0xa0, 2, 9, 0xff, 7, 7, 7, 0x44, 7, 7, 7, 7}));
-  expect_write(23, region_with({0xa0, 2, 1, 0, 1, 2, 3, 0x44, 0, 0, 0, 0}), 0xFFF7);
-  EXPECT_EQ(OVK_FCoESetParams(0, &params), 0xFFF7U);
-}
-
-TEST_F(FcoeRecordsTest, ASetGivesTheParametersTheirLength) {
-  params = {};
-  const ByteVector before =
-      patched(default_region23(), {{fcoe_at, {0xa0, 0, 1, 1, 0xa1, 0, 0, 0, 0xa2}}});
-  expect_region(before);
-  expect_write(23, patched(before, {{fcoe_at, {0xa0, 2, 1, 0, 0, 0, 0, 0, 0}}}));
-  EXPECT_EQ(OVK_FCoESetParams(0, &params), 0U);
+  const ByteVector other{0xa0, 2, 9, 0xff, 7, 7, 7, 0x44, 7, 7, 7, 7};
+  struct Case {
+    FcoeParams params;
+    ByteVector before, after;
+    std::uint32_t result;
+  };
+  const Case cases[] = {
+      {{.fc_map = {1, 2, 3}, .vlan_valid = 1, .vlan_id = 0xfabc},
+       other,
+       {0xa0, 2, 1, 1, 1, 2, 3, 0x44, 0xbc, 0x0a, 0, 0},
+       0},
+      {{.fc_map = {1, 2, 3}, .vlan_valid = 2, .vlan_id = 0xfabc},  // only 1 is valid
+       other,
+       {0xa0, 2, 1, 0, 1, 2, 3, 0x44, 0, 0, 0, 0},
+       0xFFF7},
+      // A record without its length gets it.
+      {{}, {0xa0, 0, 1, 1, 0xa1, 0, 0, 0, 0xa2}, {0xa0, 2, 1, 0, 0, 0, 0, 0, 0}, 0},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(testing::PrintToString(c.after));
+    expect_region(region_with(c.before));
+    expect_write(23, region_with(c.after), c.result);
+    EXPECT_EQ(OVK_FCoESetParams(0, &c.params), c.result);
+  }
 }
 
 TEST_F(FcoeRecordsTest, ConnectionsInUseAreDeliveredUpToTheRoom) {
@@ -148,34 +150,31 @@ TEST_F(FcoeRecordsTest, ASetReplacesAllConnections) {
 TEST_F(FcoeRecordsTest, RefusalsAreThoseOfTheGettersAndOfTheSetters) {
   const ByteVector short_records =
       patched(bare_region23(), {{8, {0xa0, 3}}, {24, {0xa1, 1}}, {32, {0xa2, 0}}, {36, {0xff}}});
+  const ByteVector params_cut_off{0xa0, 2, 0, 0, 1, 1, 1, 1};
+  const ByteVector list_cut_off{0xa1, 80, 0, 0, 1, 1, 1, 1};
   struct Call {
+    const char* name;
     std::function<std::uint32_t()> run;
     std::size_t record_at;
-    ByteVector record_start;
+    const ByteVector& cut_off;
     std::uint32_t not_found;
     bool wants_length;
   };
   list.count = 0;
   const Call calls[] = {
-      {[this] { return OVK_FCoEGetParams(0, &params); }, fcoe_at, {0xa0, 2, 0, 0}, 1, true},
-      {[this] { return OVK_FCoEGetFCFConnectList(0, &list); },
-       connections_at,
-       {0xa1, 80, 0, 0},
-       1,
+      {"get params", [this] { return OVK_FCoEGetParams(0, &params); }, fcoe_at, params_cut_off, 1,
        true},
-      {[this] { return OVK_FCoESetParams(0, &params); }, fcoe_at, {0xa0, 2, 0, 0}, 3, false},
-      {[this] { return OVK_FCoESetFCFConnectList(0, &list); },
-       connections_at,
-       {0xa1, 80, 0, 0},
-       3,
-       true},
+      {"get list", [this] { return OVK_FCoEGetFCFConnectList(0, &list); }, connections_at,
+       list_cut_off, 1, true},
+      {"set params", [this] { return OVK_FCoESetParams(0, &params); }, fcoe_at, params_cut_off, 3,
+       false},
+      {"set list", [this] { return OVK_FCoESetFCFConnectList(0, &list); }, connections_at,
+       list_cut_off, 3, true},
   };
   for (const Call& call : calls) {
-    expect_no_sli_mode(board0);
-    EXPECT_EQ(call.run(), 1U);
-    expect_mode(sli3);
-    EXPECT_EQ(call.run(), 2U);
-    expect_mode(sli4);
+    SCOPED_TRACE(call.name);
+    expect_gate(call.run, sli3, 2);
+    expect_sli_mode(board0, sli4);
     expect_read(23, default_region23()).status(0x0BAD0001);
     EXPECT_EQ(call.run(), 1U);
     expect_region(patched(default_region23(), {{call.record_at, {0xa2}}}));
@@ -184,9 +183,7 @@ TEST_F(FcoeRecordsTest, RefusalsAreThoseOfTheGettersAndOfTheSetters) {
       expect_region(short_records);
       EXPECT_EQ(call.run(), 7U);
     }
-    ByteVector cut_off = call.record_start;
-    cut_off.resize(8, 1);
-    expect_region(region23_ending_with(cut_off, 0xa2));
+    expect_region(region23_ending_with(call.cut_off, 0xa2));
     EXPECT_EQ(call.run(), call.not_found) << "a record beyond the image is none";
   }
 

@@ -14,7 +14,7 @@ class PersistentLinkDownTest : public RegionTest {
   /** What both calls ask before they touch the region. */
   void expect_opening(std::uint32_t sli_mode = sli4) {
     expect_sli_mode(board0, sli_mode, link_down_feature);
-    expect_mode(sli_mode);
+    expect_sli_mode(board0, sli_mode);
   }
 
   /** The default region with this data in its record. */

@@ -7,6 +7,7 @@
 #include <random>
 #include <sys/mman.h>
 #include <unistd.h>
+#include <utility>
 
 namespace ovk::test {
 namespace {
@@ -33,24 +34,19 @@ class ImageAtTheEdge {
   std::uint8_t* pages_;
 };
 
-struct Search {
-  const char* what;
-  ByteVector image;
-  std::uint8_t type;
-  std::uint8_t code;
-  std::size_t found_at = 0;
-};
-
 class RecordListTest : public RegionTest {
  protected:
-  static void expect_search(const Search& search) {
-    SCOPED_TRACE(search.what);
-    const ImageAtTheEdge image{search.image};
+  /** What a search gives: its code, and where the record is; nowhere is -1. */
+  using Found = std::pair<int, std::ptrdiff_t>;
+  static Found record_at(std::size_t place) { return {0, place}; }
+  static Found none(int code) { return {code, -1}; }
+
+  static Found search(const ByteVector& bytes, std::uint8_t type) {
+    const ImageAtTheEdge image{bytes};
     std::uint8_t code = 0xEE;
-    const void* record = searchRegion23(
-        image.begin, static_cast<std::uint32_t>(search.image.size()), search.type, &code);
-    EXPECT_EQ(code, search.code);
-    EXPECT_EQ(record, search.code == 0 ? image.begin + search.found_at : nullptr);
+    void* record =
+        searchRegion23(image.begin, static_cast<std::uint32_t>(bytes.size()), type, &code);
+    return {code, record != nullptr ? static_cast<std::uint8_t*>(record) - image.begin : -1};
   }
 
   /** The start of an image whose records are all of one type and length. */
@@ -67,43 +63,36 @@ class RecordListTest : public RegionTest {
 
 TEST_F(RecordListTest, FindsTheFirstRecordOfATypeBeforeTheEndOfTheList) {
   const ByteVector image = default_region23();
-  expect_search({"first", image, 0xa0, 0, fcoe_at});
-  expect_search({"second", image, 0xa1, 0, connections_at});
-  expect_search({"third", image, 0xa2, 0, link_at});
-  expect_search({"absent", image, 0xa3, 253});
-  expect_search({"the end itself", image, 0xff, 253});
-  expect_search({"behind the end", patched(image, {{360, {0xa3}}}), 0xa3, 253});
-  expect_search({"the first of two", patched(image, {{connections_at, {0xa2}}}), 0xa2, 0, 20});
+  EXPECT_EQ(search(image, 0xa0), record_at(fcoe_at)) << "first";
+  EXPECT_EQ(search(image, 0xa1), record_at(connections_at)) << "second";
+  EXPECT_EQ(search(image, 0xa2), record_at(link_at)) << "third";
+  EXPECT_EQ(search(image, 0xa3), none(253)) << "absent";
+  EXPECT_EQ(search(image, 0xff), none(253)) << "the end itself";
+  EXPECT_EQ(search(patched(image, {{360, {0xa3}}}), 0xa3), none(253)) << "behind the end";
+  EXPECT_EQ(search(patched(image, {{connections_at, {0xa2}}}), 0xa2), record_at(20))
+      << "the first of two";
 }
 
 TEST_F(RecordListTest, AnswersTheFirstThingThatIsWrongWithAnImage) {
-  const auto image = [](std::string_view signature, std::uint8_t version, std::size_t size) {
-    ByteVector bytes(size);
-    std::ranges::copy(signature, bytes.begin());
-    bytes[4] = version;
-    return bytes;
-  };
-  expect_search({"signature", image("RG22", 2, 8), 0xa0, 255});
-  expect_search({"version", image("RG23", 2, 8), 0xa0, 254});
-  expect_search({"version, high byte", patched(image("RG23", 1, 64), {{7, {1}}}), 0xa0, 254});
-  expect_search({"no list", image("RG23", 1, 8), 0xa0, 252});
-  expect_search({"a list of one byte", patched(image("RG23", 1, 9), {{8, {0xff}}}), 0xa0, 253});
-  expect_search({"a record of one byte", patched(image("RG23", 1, 9), {{8, {0xa0}}}), 0xa0, 0, 8});
-  expect_search({"not even a length", patched(image("RG23", 1, 9), {{8, {0xa1}}}), 0xa0, 252});
+  EXPECT_EQ(search({'R', 'G', '2', '2', 2, 0, 0, 0}, 0xa0), none(255)) << "signature";
+  EXPECT_EQ(search({'R', 'G', '2', '3', 2, 0, 0, 0}, 0xa0), none(254)) << "version";
+  EXPECT_EQ(search({'R', 'G', '2', '3', 1, 0, 0, 1}, 0xa0), none(254)) << "version, high byte";
+  EXPECT_EQ(search({'R', 'G', '2', '3', 1, 0, 0, 0}, 0xa0), none(252)) << "no list";
+  EXPECT_EQ(search({'R', 'G', '2', '3', 1, 0, 0, 0, 0xff}, 0xa0), none(253)) << "an end alone";
+  EXPECT_EQ(search({'R', 'G', '2', '3', 1, 0, 0, 0, 0xa0}, 0xa0), record_at(8)) << "a type alone";
+  EXPECT_EQ(search({'R', 'G', '2', '3', 1, 0, 0, 0, 0xa1}, 0xa0), none(252)) << "without a length";
 }
 
 TEST_F(RecordListTest, AListWithoutAnEndIsLeftWhereTheImageEnds) {
-  for (const std::size_t size :
-       {std::size_t{12}, std::size_t{16}, std::size_t{1023}, region23_size}) {
-    SCOPED_TRACE(size);
+  for (const std::size_t size : {12U, 16U, 1023U, 1024U}) {
     for (const int words : {0, 1, 2, 80, 253, 254, 255}) {
-      expect_search(
-          {"no such record", repeated(0xa1, static_cast<std::uint8_t>(words), size), 0xa0, 252});
+      EXPECT_EQ(search(repeated(0xa1, static_cast<std::uint8_t>(words), size), 0xa0), none(252))
+          << words << " words, " << size;
     }
   }
-  expect_search(
-      {"the last record", patched(repeated(0xa1, 0, 1024), {{1020, {0xa0, 9}}}), 0xa0, 0, 1020});
-  expect_search({"a record behind the image's end", repeated(0xa1, 1, 20), 0xa0, 252});
+  EXPECT_EQ(search(patched(repeated(0xa1, 0, 1024), {{1020, {0xa0, 9}}}), 0xa0), record_at(1020))
+      << "the last record";
+  EXPECT_EQ(search(repeated(0xa1, 1, 20), 0xa0), none(252)) << "a record behind the image's end";
 }
 
 TEST_F(RecordListTest, ArbitraryListsNeverLeadOutOfTheImage) {
@@ -115,28 +104,23 @@ TEST_F(RecordListTest, ArbitraryListsNeverLeadOutOfTheImage) {
     for (std::size_t i = 8; i < bytes.size(); ++i) {
       bytes[i] = static_cast<std::uint8_t>(byte(random) % (round % 255 + 1));
     }
-    const ImageAtTheEdge image{bytes};
-    std::uint8_t code = 0xEE;
-    const auto* record = searchRegion23(image.begin, static_cast<std::uint32_t>(bytes.size()),
-                                        static_cast<std::uint8_t>(byte(random)), &code);
-    const void* begin = image.begin + 8;
-    const void* end = image.begin + bytes.size();
-    ASSERT_EQ(record != nullptr, code == 0);
-    ASSERT_TRUE(record == nullptr || (record >= begin && record < end));
+    const auto& [code, at] = search(bytes, static_cast<std::uint8_t>(byte(random)));
+    ASSERT_EQ(at != -1, code == 0);
+    ASSERT_TRUE(at == -1 || (at >= 8 && at < static_cast<std::ptrdiff_t>(bytes.size())));
   }
 }
 
 TEST_F(RecordListTest, LogsWhatItFoundAndTheEndOfTheListAsErrors) {
   log_at(0x4);
-  expect_search({"found", default_region23(), 0xa2, 0, link_at});
-  expect_search({"absent", default_region23(), 0xa3, 253});
-  expect_search({"runs out", repeated(0xa1, 0, 1024), 0xa0, 252});
+  EXPECT_EQ(search(default_region23(), 0xa2), record_at(link_at));
+  EXPECT_EQ(search(default_region23(), 0xa3), none(253));
+  EXPECT_EQ(search(repeated(0xa1, 0, 1024), 0xa0), none(252));
   EXPECT_EQ(log_lines(), (std::vector<LogLine>{{"searchRegion23", "ERROR: A2 Found"},
                                                {"", ""},
                                                {"searchRegion23", "ERROR: FF Found"},
                                                {"", ""}}));
   LogLevel = 0xB;
-  expect_search({"found", default_region23(), 0xa2, 0, link_at});
+  EXPECT_EQ(search(default_region23(), 0xa2), record_at(link_at));
   EXPECT_EQ(log_lines().size(), 4U);
 }
 

@@ -4,11 +4,10 @@
  */
 #pragma once
 
-#include "tests/support/library_test.h"
+#include "tests/mailbox/mailbox_script.h"
 
-#include <cstring>
+#include <array>
 #include <initializer_list>
-#include <string_view>
 
 namespace ovk::test {
 
@@ -67,7 +66,7 @@ inline ByteVector region23_ending_with(const ByteVector& record, std::uint8_t ot
                                    {region23_size - record.size(), record}});
 }
 
-class RegionTest : public LibraryTest {
+class RegionTest : public MailboxTest {
  protected:
   /** A read of a region by the region command; the answer can be changed. */
   Exchange& expect_read(std::uint32_t region, const ByteVector& image,
@@ -75,7 +74,7 @@ class RegionTest : public LibraryTest {
     expect_sli_mode(board0, sli4);
     return channel.expect("RAVN_MGMT_HBA_ISSUE_DMP_MBX", board0)
         .word(2, static_cast<std::uint32_t>(image.size()))
-        .sends(1, Request{2, region, 0})
+        .sends(1, std::array{2U, region, 0U})
         .answers(3, static_cast<std::uint32_t>(image.size()))
         .replies(2, image)
         .replies(3, mailbox_status);
@@ -91,73 +90,32 @@ class RegionTest : public LibraryTest {
         .replies(2, mailbox_status);
   }
 
-  /** A read of a region by mailboxes, of which the last one can be changed. */
-  Exchange* expect_legacy_read(std::uint8_t region, const ByteVector& image) {
-    constexpr std::uint16_t step = 128;
-    Exchange* last = nullptr;
-    for (std::uint16_t at = 0; at < image.size(); at = static_cast<std::uint16_t>(at + step)) {
-      ByteVector extended(9);
-      extended.insert(extended.end(), image.begin() + at, image.begin() + at + step);
-      last = &expect_mailbox({0x17, 0x32, region, at, step}, {0, 512, 5})
-                  .replies(2, bytes_of(RegionMailbox{0x17, 0x32, region, at, step}))
-                  .replies(3, extended);
+  /** A read of a region by mailboxes. */
+  void expect_legacy_read(std::uint8_t region, const ByteVector& image) {
+    for (auto step = image.begin(); step != image.end(); step += legacy_step) {
+      const auto at = static_cast<std::uint32_t>(step - image.begin());
+      expect_legacy_step(region, at).replies(3, extended_data(0, 0, 0, {step, step + legacy_step}));
     }
-    return last;
   }
 
   /** A read whose first mailbox fails. */
   void expect_failing_legacy_read(std::uint8_t region, std::uint16_t mailbox_status) {
-    RegionMailbox answer{0x17, 0x32, region, 0, 128};
-    answer.status = mailbox_status;
-    expect_mailbox({0x17, 0x32, region, 0, 128}, {0, 512, 5}).replies(2, bytes_of(answer));
+    expect_legacy_step(region, 0, mailbox_status);
   }
 
   Exchange& expect_legacy_write(std::uint8_t region, const ByteVector& image) {
-    const auto size = static_cast<std::uint16_t>(image.size());
-    return expect_mailbox({0x1B, 0x32, region, size, size}, {size, 0, 5}, image);
+    const auto size = static_cast<std::uint32_t>(image.size());
+    return expect_extended_mailbox(region_mailbox(0x1B, region, size, size),
+                                   extended_data(size, 0, 5, image));
   }
 
-  /** What the library asks for before it reads Region 23 for a setting in it. */
-  void expect_mode(std::uint32_t mode) { expect_sli_mode(board0, mode); }
-
  private:
-  struct Request {
-    std::uint32_t type, region, argument;
-  };
+  static constexpr int legacy_step = 128;
 
-  struct RegionMailbox {
-    RegionMailbox(std::uint8_t command_, std::uint8_t access_, std::uint16_t region_,
-                  std::uint16_t position_, std::uint32_t length_)
-        : command{command_},
-          access{access_},
-          region{region_},
-          position{position_},
-          length{length_} {}
-
-    std::uint8_t byte0 = 0;
-    std::uint8_t command;
-    std::uint16_t status = 0;
-    std::uint32_t access;
-    std::uint16_t region;
-    std::uint16_t position;
-    std::uint32_t word12 = 0;
-    std::uint32_t length;
-  };
-
-  struct [[gnu::packed]] ExtendedHeader {
-    std::uint32_t in, out;
-    std::uint8_t flag;
-  };
-
-  Exchange& expect_mailbox(const RegionMailbox& mailbox, const ExtendedHeader& header,
-                           const ByteVector& data = {}) {
-    ByteVector extended = bytes_of(header);
-    extended.insert(extended.end(), data.begin(), data.end());
-    return channel.expect("RAVN_MGMT_MBOX", board0)
-        .word(2, 128)
-        .word(3, 256)
-        .sends(2, bytes_of(mailbox))
-        .sends(3, extended);
+  Exchange& expect_legacy_step(std::uint8_t region, std::uint32_t at, std::uint16_t status = 0) {
+    return expect_extended_mailbox(region_mailbox(0x17, region, at, legacy_step),
+                                   extended_data(0, 512, 5, {}))
+        .replies(2, region_mailbox(0x17, region, at, legacy_step, status));
   }
 };
 

@@ -11,39 +11,37 @@
 namespace ovk::test {
 namespace {
 
-using Image = std::unique_ptr<Region23Image, decltype(&std::free)>;
-
 class Region23Test : public RegionTest {
  protected:
-  /** Reads the region, of which the traffic was expected before. */
-  static std::uint32_t read(std::uint32_t sli_mode, ByteVector& bytes) {
-    void* untouched = &bytes;
+  /** Reads the region, which gives this image, or fails without an image. */
+  static void expect_image(std::uint32_t sli_mode, const ByteVector& expected) {
+    void* untouched = &sli_mode;
     auto* image = static_cast<Region23Image*>(untouched);
     std::uint32_t length = 77;
-    const std::uint32_t result = GetRegion23(0, &image, &length, sli_mode);
-    const Image owner{image, &std::free};
-    EXPECT_EQ(image != nullptr, result == OVK_OK);
-    EXPECT_EQ(length, result == OVK_OK ? region23_size : 0);
-    bytes = image != nullptr ? bytes_of(*image) : ByteVector{};
-    return result;
-  }
-
-  void expect_default_of(const char* what, const ByteVector& image) {
-    SCOPED_TRACE(what);
-    expect_read(23, image);
-    ByteVector bytes;
-    EXPECT_EQ(read(sli4, bytes), 0U);
-    ByteVector expected = image;
-    std::copy_n(default_region23().begin(), default_end, expected.begin());
-    EXPECT_EQ(bytes, expected) << "what stood behind the default's end stays";
+    const AllocationWatch memory;
+    EXPECT_EQ(GetRegion23(0, &image, &length, sli_mode), expected.empty() ? 1U : 0U);
+    EXPECT_EQ(memory.outstanding(), expected.empty() ? 0 : 1);
+    const std::unique_ptr<Region23Image, decltype(&std::free)> owner{image, &std::free};
+    EXPECT_EQ(length, expected.size());
+    EXPECT_EQ(image != nullptr ? bytes_of(*image) : ByteVector{}, expected);
   }
 
   void expect_unchanged(const char* what, const ByteVector& image) {
     SCOPED_TRACE(what);
     expect_read(23, image);
-    ByteVector bytes;
-    EXPECT_EQ(read(sli4, bytes), 0U);
-    EXPECT_EQ(bytes, image);
+    expect_image(sli4, image);
+  }
+
+  /** The default region with what stood in an image behind the default's end. */
+  static ByteVector default_over(ByteVector image) {
+    std::copy_n(default_region23().begin(), default_end, image.begin());
+    return image;
+  }
+
+  void expect_default_of(const char* what, const ByteVector& image) {
+    SCOPED_TRACE(what);
+    expect_read(23, image);
+    expect_image(sli4, default_over(image));
   }
 
   static ByteVector image_of_types(std::initializer_list<std::uint8_t> types,
@@ -70,7 +68,6 @@ TEST_F(Region23Test, AnImageOfFourKnownRecordsIsReadAsItIs) {
 }
 
 TEST_F(Region23Test, WhatIsNotARegion23IsReadAsTheDefaultOne) {
-  const ByteVector image = default_region23();
   expect_default_of("signature", patched(bare_region23(), {{3, {'2'}}}));
   expect_default_of("version", patched(bare_region23(), {{4, {2}}}));
   expect_default_of("an unknown first record", image_of_types({0xa3, 0xa1, 0xa2, 0xff}));
@@ -82,57 +79,42 @@ TEST_F(Region23Test, WhatIsNotARegion23IsReadAsTheDefaultOne) {
 
 TEST_F(Region23Test, AShortReadIsReadAsTheDefaultRegion) {
   expect_read(23, bare_region23()).answers(3, 1023);
-  ByteVector bytes;
-  EXPECT_EQ(read(sli4, bytes), 0U);
-  EXPECT_EQ(bytes[1022], 0x77);
-  EXPECT_EQ(bytes[1023], 0);
-  bytes.resize(default_end);
-  ByteVector expected = default_region23();
-  expected.resize(default_end);
-  EXPECT_EQ(bytes, expected);
+  expect_image(sli4, patched(default_over(bare_region23()), {{1023, {0}}}));
 }
 
 TEST_F(Region23Test, OlderBoardsAreReadByMailboxes) {
-  const ByteVector image = patched(default_region23(), {{400, ByteVector(624, 0x42)}});
+  const ByteVector image = patched(default_region23(), {{400, counting_bytes(624)}});
   expect_legacy_read(23, image);
-  ByteVector bytes;
-  EXPECT_EQ(read(sli3, bytes), 0U);
-  EXPECT_EQ(bytes, image);
+  expect_image(sli3, image);
 }
 
 TEST_F(Region23Test, EmptyRegionsReadAsTheDefaultOneAndOtherFailuresFail) {
-  ByteVector bytes;
-  for (const auto status : std::array<std::uint16_t, 3>{0xFFFD, 0xFFF7, 0xFFF6}) {
+  for (const auto status : std::to_array<std::uint16_t>({0xFFFD, 0xFFF7, 0xFFF6})) {
     SCOPED_TRACE(status);
     expect_read(23, bare_region23(), status);
-    EXPECT_EQ(read(sli4, bytes), 0U);
-    EXPECT_EQ(bytes, default_region23());
+    expect_image(sli4, default_region23());
     expect_failing_legacy_read(23, status);
-    EXPECT_EQ(read(sli3, bytes), 0U);
-    EXPECT_EQ(bytes, default_region23());
+    expect_image(sli3, default_region23());
   }
+  const ByteVector none;
   expect_read(23, bare_region23()).status(0x0BAD0001);
-  EXPECT_EQ(read(sli4, bytes), 1U);
+  expect_image(sli4, none);
   expect_read(23, bare_region23(), 0xFFFE).delivery_error(-3);
-  EXPECT_EQ(read(sli4, bytes), 1U);
+  expect_image(sli4, none);
   expect_failing_legacy_read(23, 0xFFFC);
-  EXPECT_EQ(read(sli3, bytes), 1U);
+  expect_image(sli3, none);
 }
 
 TEST_F(Region23Test, InitialisationWritesTheDefaultRegionOnBothGenerations) {
-  expect_mode(sli4);
-  expect_write(23, default_region23());
-  EXPECT_EQ(OVK_InitR23(0), 0U);
-
-  expect_mode(sli3);
+  expect_sli_mode(board0, sli3);
   expect_legacy_write(23, default_region23());
   EXPECT_EQ(OVK_InitR23(0), 0U);
 
-  expect_mode(sli4);
+  expect_sli_mode(board0, sli4);
   expect_write(23, default_region23(), 0xFFF6);
   EXPECT_EQ(OVK_InitR23(0), 0xFFF6U);
 
-  expect_mode(sli4);
+  expect_sli_mode(board0, sli4);
   expect_write(23, default_region23(), 0xFFF6).delivery_error(1);
   EXPECT_EQ(OVK_InitR23(0), 0U) << "only the firmware tells of a failure";
 
@@ -155,11 +137,7 @@ TEST_F(Region23Test, AWriteTakesNoMoreThanTheRegion) {
 class Region22Test : public RegionTest {
  protected:
   static ByteVector sample_region22() {
-    ByteVector image(region22_size);
-    for (std::size_t i = 0; i < image.size(); ++i) {
-      image[i] = static_cast<std::uint8_t>(i * 3 + i / 256);
-    }
-    return patched(image, {{0, {'R', 'G', '2', '2'}}});
+    return patched(counting_bytes(region22_size), {{0, {'R', 'G', '2', '2'}}});
   }
 
   Exchange& expect_read_by_type(const ByteVector& image, std::uint32_t mailbox_status = 0) {
@@ -182,47 +160,50 @@ class Region22Test : public RegionTest {
 };
 
 TEST_F(Region22Test, DeliversThirtyTwoEntriesOfWhichTheLastEndsInZeros) {
-  ByteVector expected = sample_region22();
-  expected.erase(expected.begin(), expected.begin() + 8);
+  const ByteVector image = sample_region22();
+  ByteVector expected{image.begin() + 8, image.end()};
   expected.resize(region22_size);
-  const auto expect_delivered = [&] {
-    std::memset(entries.data(), 0xEE, entries.size() * sizeof(Region22Entry));
+  expected.resize(entries.size() * sizeof(Region22Entry), 0xEE);
+  for (const std::uint32_t type : {with_commands, 0x704U, without_commands}) {
+    std::memset(entries.data(), 0xEE, expected.size());
+    expect_adapter_type(board0, type);
+    if (type == without_commands) {
+      expect_legacy_read(22, image);
+    } else {
+      expect_read(22, image);
+    }
     EXPECT_EQ(OVK_GetRegion22(0, entries.data(), &count), 0U);
     EXPECT_EQ(count, 32U);
-    const auto* bytes = entries.front().bytes;
-    EXPECT_EQ(ByteVector(bytes, bytes + region22_size), expected);
-    EXPECT_EQ(entries[32].bytes[0], 0xEE);
-  };
-
-  expect_read_by_type(sample_region22());
-  expect_delivered();
-  expect_adapter_type(board0, 0x704);
-  expect_read(22, sample_region22());
-  expect_delivered();
-  expect_adapter_type(board0, without_commands);
-  expect_legacy_read(22, sample_region22());
-  expect_delivered();
+    EXPECT_EQ(std::memcmp(entries.data(), expected.data(), expected.size()), 0) << type;
+  }
 }
 
-TEST_F(Region22Test, AFailedReadDeliversNothing) {
-  const auto expect_result = [this](std::uint32_t result) {
+TEST_F(Region22Test, AFailedReadDeliversNothingAndFailsASet) {
+  const auto expect_get = [this](std::uint32_t result) {
+    const AllocationWatch memory;
     EXPECT_EQ(OVK_GetRegion22(0, entries.data(), &count), result);
+    EXPECT_EQ(memory.outstanding(), 0);
     EXPECT_EQ(count, 77U);
-    EXPECT_EQ(entries.front().bytes[0], 0);
+    EXPECT_EQ(bytes_of(entries.front()), ByteVector(16));
   };
-  expect_no_adapter_type();
-  expect_result(0x0BAD0042);
-  expect_read_by_type(sample_region22(), 0xFFF7);
-  expect_result(5);
   expect_read_by_type(sample_region22()).answers(3, 511);
-  expect_result(0xFFFE);
+  expect_get(0xFFFE);
   expect_read_by_type(patched(sample_region22(), {{3, {'3'}}}));
-  expect_result(0xFFFE);
-  expect_read_by_type(sample_region22()).status(0x0BAD0001);
-  expect_result(1);
+  expect_get(0xFFFE);
   expect_adapter_type(board0, without_commands);
   expect_failing_legacy_read(22, 0xFFFC);
-  expect_result(0xFFFC);
+  expect_get(0xFFFC);
+
+  const auto expect_both = [&](const auto& script, std::uint32_t of_get, std::uint32_t of_set) {
+    script();
+    expect_get(of_get);
+    script();
+    EXPECT_EQ(OVK_SetRegion22(0, entries.data(), 1), of_set);
+  };
+  expect_both([&] { expect_no_adapter_type(); }, 0x0BAD0042, 0x0BAD0042);
+  expect_both([&] { expect_read_by_type(sample_region22(), 0xFFF7); }, 5, 1);
+  expect_both([&] { expect_read_by_type(sample_region22(), 0xFFF6); }, 6, 1);
+  expect_both([&] { expect_read_by_type(sample_region22()).status(0x0BAD0001); }, 1, 1);
 }
 
 TEST_F(Region22Test, ASetReplacesTheFirstEntriesAndKeepsTheRest) {
@@ -269,7 +250,7 @@ TEST_F(Region22Test, ASetFirstRepairsARegionThatIsEmptyOrDamaged) {
   expect_read_by_type(sample_region22()).answers(3, 100);
   expect_repaired("too short");
 
-  for (const auto status : std::array<std::uint16_t, 2>{0xFFFC, 0xFFFE}) {
+  for (const auto status : std::to_array<std::uint16_t>({0xFFFC, 0xFFFE})) {
     SCOPED_TRACE(status);
     expect_adapter_type(board0, without_commands);
     expect_failing_legacy_read(22, status);
@@ -280,18 +261,9 @@ TEST_F(Region22Test, ASetFirstRepairsARegionThatIsEmptyOrDamaged) {
 
   expect_read_by_type(sample_region22(), 0xFFFD);
   expect_write_by_type(default_region22(), 0xFFF6);
+  const AllocationWatch memory;
   EXPECT_EQ(OVK_SetRegion22(0, entries.data(), 1), 0xFFF6U) << "a failed repair ends the set";
-}
-
-TEST_F(Region22Test, ASetFailsWhenTheRegionCannotBeRead) {
-  for (const std::uint32_t status : {0xFFF7U, 0xFFF6U}) {
-    expect_read_by_type(sample_region22(), status);
-    EXPECT_EQ(OVK_SetRegion22(0, entries.data(), 1), 1U);
-  }
-  expect_read_by_type(sample_region22()).status(0x0BAD0001);
-  EXPECT_EQ(OVK_SetRegion22(0, entries.data(), 1), 1U);
-  expect_no_adapter_type();
-  EXPECT_EQ(OVK_SetRegion22(0, entries.data(), 1), 0x0BAD0042U);
+  EXPECT_EQ(memory.outstanding(), 0);
 }
 
 TEST_F(Region22Test, InitialisationWritesARegionWithoutEntries) {
@@ -335,26 +307,8 @@ TEST_F(Region22Test, WithoutMemoryNothingOfARegionIsSent) {
   expect_no_memory([&] { return OVK_SetRegion22(0, entries.data(), 1); });
   expect_adapter_type(board0, with_commands);
   expect_no_memory([] { return OVK_InitR22(0); });
-  expect_mode(sli4);
+  expect_sli_mode(board0, sli4);
   expect_no_memory([] { return OVK_InitR23(0); });
-}
-
-TEST_F(Region22Test, EveryFailureFreesItsBuffers) {
-  const auto expect_freed = [](const auto& call) {
-    const AllocationWatch memory;
-    EXPECT_NE(call(), OVK_OK);
-    EXPECT_GT(memory.allocations(), 0);
-    EXPECT_EQ(memory.outstanding(), 0);
-  };
-  expect_read_by_type(sample_region22(), 0xFFFD);
-  expect_write_by_type(default_region22(), 0xFFF6);
-  expect_freed([this] { return OVK_SetRegion22(0, entries.data(), 1); });
-  expect_read_by_type(sample_region22()).answers(3, 1);
-  expect_freed([this] { return OVK_GetRegion22(0, entries.data(), &count); });
-  Region23Image* image = nullptr;
-  std::uint32_t length = 0;
-  expect_read(23, bare_region23()).status(0x0BAD0001);
-  expect_freed([&] { return GetRegion23(0, &image, &length, sli4); });
 }
 
 }  // namespace

@@ -1,11 +1,7 @@
 #include "tests/simulator/simulator_test.h"
 
 #include <algorithm>
-#include <cstdint>
 #include <cstring>
-#include <string>
-#include <utility>
-#include <vector>
 
 #include <gmock/gmock.h>
 
@@ -15,36 +11,15 @@ namespace {
 
 using testing::ElementsAre;
 using testing::HasSubstr;
-
-constexpr std::uint32_t in = VMK_MGMT_PARAMETER_IN;
-constexpr std::uint32_t out = VMK_MGMT_PARAMETER_OUT;
-constexpr std::uint32_t in_out = VMK_MGMT_PARAMETER_IN_OUT;
-
-std::vector<vmk_MgmtCallbackInfo> declared() {
-  using enum DriverCommand;
-  return {callback(get_fcp_priority_flag),
-          callback(set_fcp_priority_flag),
-          callback(get_fcp_priority, {{35932, out}}),
-          callback(set_fcp_priority, {{35932, in}}),
-          callback(oas_ver),
-          callback(oas_set, {{6656, in}}),
-          callback(oas_get, {{8, in}, {8, in}, {6656, out}}),
-          callback(vmid_get_qfpa, {{514, in_out}}),
-          callback(vmid_get_id_mapping, {{76808, in_out}}),
-          callback(vmid_update_mapping, {{76808, in}}),
-          callback(get_ras_config, {{6, out}}),
-          callback(set_ras_config, {{2, in}}),
-          callback(get_ras_log, {{16, in_out}, {1, VMK_MGMT_PARAMETER_DESCRIPTOR}})};
-}
+using enum DriverCommand;
+using enum DriverStatus;
 
 /** A host with one board that offers the feature, and a state folder. */
 class FeatureTest : public SimulatorTest {
  protected:
   FeatureTest() { use_state(); }
 
-  void offer(const std::string& feature) {
-    use_topology(with(one_board, "\"features\":", feature + ", \"features\":"));
-  }
+  void offer(const std::string& feature) { use_topology(one_board_with(feature)); }
 };
 
 class FcpPriorityTest : public FeatureTest {
@@ -66,54 +41,37 @@ class FcpPriorityTest : public FeatureTest {
     }
     return result;
   }
-  DriverStatus set(const Channel& channel, const std::vector<Rule>& rules) {
+  DriverStatus set(const std::vector<Rule>& rules) {
     table.count = static_cast<std::uint32_t>(rules.size());
     std::ranges::copy(rules, table.rules);
-    CommandBlock block{.driver_board = 3, .request_size = table.count};
-    return channel.send(DriverCommand::set_fcp_priority, block, &table);
+    return send(set_fcp_priority, {.request_size = table.count}, &table);
   }
-  std::vector<std::uint32_t> get(const Channel& channel, std::uint32_t room) {
-    CommandBlock block{.driver_board = 3, .request_size = room};
-    EXPECT_EQ(channel.send(DriverCommand::get_fcp_priority, block, &table), DriverStatus::success);
-    std::vector<std::uint32_t> priorities{table.count};
-    std::transform(table.rules, table.rules + 3, std::back_inserter(priorities),
-                   [](const Rule& entry) { return entry.priority; });
-    return priorities;
+  /** The count, and the priorities of the first three rules. */
+  std::vector<std::uint32_t> get(std::uint32_t room = 998) {
+    EXPECT_EQ(send(get_fcp_priority, {.request_size = room}, &table), success);
+    const Rule* const rules = table.rules;
+    return {table.count, rules[0].priority, rules[1].priority, rules[2].priority};
   }
 
   Table table{};
 };
 
-TEST_F(FcpPriorityTest, RulesAndFlagStayUntilTheyAreReplaced) {
+TEST_F(FcpPriorityTest, RulesStayUntilTheyAreReplacedByNoMoreThanTheLimit) {
   offer(R"("fcp_priority": {"limit": 3})");
-  {
-    const Channel channel{declared()};
-    ASSERT_EQ(set(channel, {rule(4, 7), rule(3, 8), rule(0, 9)}), DriverStatus::success);
-    CommandBlock block{.driver_board = 3, .code = 1};
-    EXPECT_EQ(channel.send(DriverCommand::set_fcp_priority_flag, block), DriverStatus::success);
-    block = {.driver_board = 3, .code = 2};
-    EXPECT_EQ(channel.send(DriverCommand::set_fcp_priority_flag, block),
-              DriverStatus::not_permitted);
-  }
-  const Channel channel{declared()};
-  EXPECT_THAT(get(channel, 998), ElementsAre(3, 7, 8, 9));
-  EXPECT_THAT(get(channel, 1), ElementsAre(3, 7, 0, 0)) << "no more than there is room for";
-  CommandBlock block{.driver_board = 3};
-  EXPECT_EQ(channel.send(DriverCommand::get_fcp_priority_flag, block), DriverStatus::success);
-  EXPECT_EQ(block.code, 1U);
-
-  EXPECT_EQ(set(channel, {rule(4, 1), rule(4, 2), rule(4, 3), rule(4, 4)}),
-            DriverStatus::does_not_fit);
-  EXPECT_THAT(get(channel, 998), ElementsAre(3, 7, 8, 9));
-  EXPECT_EQ(set(channel, {}), DriverStatus::success);
-  EXPECT_THAT(get(channel, 998), ElementsAre(0, 0, 0, 0));
+  ASSERT_EQ(set({rule(4, 7), rule(3, 8), rule(0, 9)}), success);
+  EXPECT_THAT(get(), ElementsAre(3, 7, 8, 9));
+  EXPECT_THAT(get(1), ElementsAre(3, 7, 0, 0)) << "no more than there is room for";
+  EXPECT_EQ(set({rule(4, 1), rule(4, 2), rule(4, 3), rule(4, 4)}), does_not_fit);
+  EXPECT_THAT(get(), ElementsAre(3, 7, 8, 9));
+  EXPECT_EQ(set({}), success);
+  EXPECT_THAT(get(), ElementsAre(0, 0, 0, 0));
+  EXPECT_EQ(send(set_fcp_priority_flag, {.code = 2}), not_permitted);
 }
 
 TEST_F(FcpPriorityTest, ATableInWhichAGeneralRuleHidesASpecificOneIsRefusedAloud) {
   use_topology(one_board);
-  const Channel channel{declared()};
   testing::internal::CaptureStderr();
-  EXPECT_EQ(set(channel, {rule(0, 1), rule(1, 2)}), DriverStatus::not_permitted);
+  EXPECT_EQ(set({rule(0, 1), rule(1, 2)}), not_permitted);
   EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr("stands before a more specific"));
 }
 
@@ -126,94 +84,74 @@ class OasTest : public FeatureTest {
     std::uint8_t priority;
   };
 
-  static DriverStatus set(const Channel& channel, const std::string& rule,
-                          std::uint32_t operation = 1) {
+  DriverStatus set(const std::string& rule, std::uint32_t operation = 1) {
     std::array<char, 6656> text{};
     std::ranges::copy(rule, text.begin());
-    CommandBlock block{.driver_board = 3, .code = operation, .selector = 0x1017};
-    return channel.send(DriverCommand::oas_set, block, &text);
+    return send(oas_set, {.code = operation, .selector = 0x1017}, &text);
   }
-  DriverStatus list(const Channel& channel, std::uint8_t target = 2, std::uint8_t local = 1) {
+  DriverStatus list(std::uint8_t target = 2, std::uint8_t local = 1) {
     std::array<std::uint8_t, 8> local_port{0x10, 0, 0, 0, 0, 0, 0, local};
     std::array<std::uint8_t, 8> target_port{0x10, 0, 0, 0, 0, 0, 0, target};
-    CommandBlock block{.driver_board = 3, .selector = 0x1015};
-    const auto status =
-        channel.send(DriverCommand::oas_get, block, &local_port, &target_port, &entries);
-    count = block.reply_size;
-    return status;
+    return send(oas_get, {.selector = 0x1015}, &local_port, &target_port, &entries);
   }
 
-  static constexpr const char* ports = "10000000000000011000000000000002";
+  const std::string ports = "10000000000000011000000000000002";
+  const std::string lun5 = "0000000000000005";
   std::array<Entry, 256> entries{};
-  std::uint32_t count = 0;
 };
 
 TEST_F(OasTest, ASetRuleIsListedAndAClearedOneIsNot) {
   offer(R"("oas": {"limit": 2})");
-  const std::string lun5 = std::string{"00"} + ports + "0000000000000005";
-  const std::string deep = std::string{"01"} + ports + "0004000300020001" + "7f";
-  {
-    const Channel channel{declared()};
-    EXPECT_EQ(list(channel), DriverStatus::oas_no_lun);
-    EXPECT_EQ(set(channel, lun5), DriverStatus::success);
-    EXPECT_EQ(set(channel, lun5), DriverStatus::oas_rule_already_set);
-    EXPECT_EQ(set(channel, deep), DriverStatus::success);
-    EXPECT_EQ(set(channel, std::string{"00"} + ports + "0000000000000006"),
-              DriverStatus::oas_rule_table_full);
-  }
-  const Channel channel{declared()};
-  ASSERT_EQ(list(channel), DriverStatus::success);
-  ASSERT_EQ(count, 2U);
+  const std::string plain = "00" + ports + lun5;
+  EXPECT_EQ(list(), oas_no_lun);
+  EXPECT_EQ(set(plain), success);
+  EXPECT_EQ(set(plain), oas_rule_already_set);
+  EXPECT_EQ(set("01" + ports + "0004000300020001" + "7f"), success);
+  EXPECT_EQ(set("00" + ports + "0000000000000006"), oas_rule_table_full);
+  ASSERT_EQ(list(), success);
+  ASSERT_EQ(answer.reply_size, 2U);
   EXPECT_THAT(entries[0].lun, ElementsAre(0, 5, 0, 0, 0, 0, 0, 0));
   EXPECT_EQ(entries[0].flags, 1) << "the target is logged in";
   EXPECT_THAT(entries[1].lun, ElementsAre(0, 1, 0, 2, 0, 3, 0, 4));
   EXPECT_EQ(entries[1].flags, 3);
   EXPECT_EQ(entries[1].priority, 127);
 
-  EXPECT_EQ(set(channel, lun5, 2), DriverStatus::success);
-  EXPECT_EQ(set(channel, lun5, 2), DriverStatus::not_found);
-  EXPECT_EQ(list(channel), DriverStatus::success);
-  EXPECT_EQ(count, 1U);
-  EXPECT_EQ(list(channel, 2, 8), DriverStatus::oas_no_such_port);
+  EXPECT_EQ(set(plain, 2), success);
+  EXPECT_EQ(set(plain, 2), not_found);
+  EXPECT_EQ(list(), success);
+  EXPECT_EQ(answer.reply_size, 1U);
+  EXPECT_EQ(list(2, 8), oas_no_such_port);
 }
 
 TEST_F(OasTest, AVirtualPortHasRulesOfItsOwn) {
   offer(R"("oas": {}, "npiv": {"virtual_ports": [
       {"node_wwn": "2000000000000009", "port_wwn": "1000000000000009", "fc_id": 9}]})");
-  const Channel channel{declared()};
-  EXPECT_EQ(set(channel,
-                "0010000000000000091000000000000002"
-                "0000000000000005"),
-            DriverStatus::success);
-  EXPECT_EQ(list(channel, 2, 9), DriverStatus::success);
-  EXPECT_EQ(list(channel, 2, 1), DriverStatus::oas_no_lun);
+  EXPECT_EQ(set("0010000000000000091000000000000002" + lun5), success);
+  EXPECT_EQ(list(2, 9), success);
+  EXPECT_EQ(list(2, 1), oas_no_lun);
 }
 
 TEST_F(OasTest, RulesThatTheDriverCannotReadAreRefused) {
   offer(R"("oas": {})");
-  const Channel channel{declared()};
-  const std::string lun = "0000000000000005";
   const std::string other_port = "10000000000000081000000000000002";
   for (const std::string& rule :
-       {std::string{}, "00" + std::string{ports}, "02" + std::string{ports} + lun,
-        "01" + std::string{ports} + lun, "01" + std::string{ports} + lun + "80",
-        "00" + std::string{ports} + lun + "00", "00" + std::string{ports} + "000000000000000x",
-        "ffffffff" + std::string{ports} + lun, "00" + other_port + lun}) {
-    EXPECT_EQ(set(channel, rule), DriverStatus::oas_bad_rule) << rule;
+       {std::string{}, "00" + ports, "02" + ports + lun5, "01" + ports + lun5,
+        "01" + ports + lun5 + "80", "00" + ports + lun5 + "00", "00" + ports + "000000000000000x",
+        "ffffffff" + ports + lun5, "00" + other_port + lun5}) {
+    EXPECT_EQ(set(rule), oas_bad_rule) << rule;
   }
-  EXPECT_EQ(set(channel, "00" + std::string{ports} + lun, 3), DriverStatus::not_permitted);
+  EXPECT_EQ(set("00" + ports + lun5, 3), not_permitted);
 }
 
 TEST_F(OasTest, ADriverWithoutItOrAnAdapterThatHasItOffSaysSo) {
-  CommandBlock block{.driver_board = 3, .selector = 0x1018};
+  const auto version = [this] { return send(oas_ver, {.selector = 0x1018}); };
   use_topology(one_board);
-  EXPECT_EQ(Channel{declared()}.send(DriverCommand::oas_ver, block), DriverStatus::not_supported);
+  EXPECT_EQ(version(), not_supported);
   offer(R"("oas": {"enabled": false})");
-  EXPECT_EQ(Channel{declared()}.send(DriverCommand::oas_ver, block),
-            DriverStatus::feature_disabled);
+  EXPECT_EQ(version(), feature_disabled);
   offer(R"("oas": {"version": 2})");
-  EXPECT_EQ(Channel{declared()}.send(DriverCommand::oas_ver, block), DriverStatus::success);
-  EXPECT_EQ(block.value, 2U);
+  EXPECT_EQ(version(), success);
+  EXPECT_EQ(answer.value, 2U);
 }
 
 class VmidTest : public FeatureTest {
@@ -236,16 +174,13 @@ class VmidTest : public FeatureTest {
   static Machine machine(std::uint8_t uuid, std::uint32_t action, std::uint32_t identifier = 0) {
     return {.uuid = {uuid}, .name = "vm", .identifier = identifier, .action = action};
   }
-  DriverStatus update(const Channel& channel, const std::vector<Machine>& machines) {
+  DriverStatus update(const std::vector<Machine>& machines) {
     table = {.count = static_cast<std::uint32_t>(machines.size())};
     std::ranges::copy(machines, table.machines);
-    CommandBlock block{.driver_board = 3};
-    return channel.send(DriverCommand::vmid_update_mapping, block, &table);
+    return send(vmid_update_mapping, {}, &table);
   }
-  std::vector<std::uint32_t> identifiers(const Channel& channel) {
-    CommandBlock block{.driver_board = 3};
-    EXPECT_EQ(channel.send(DriverCommand::vmid_get_id_mapping, block, &table),
-              DriverStatus::success);
+  std::vector<std::uint32_t> identifiers() {
+    EXPECT_EQ(send(vmid_get_id_mapping, {}, &table), success);
     std::vector<std::uint32_t> result;
     std::transform(table.machines, table.machines + table.count, std::back_inserter(result),
                    [](const Machine& entry) { return entry.identifier; });
@@ -256,58 +191,49 @@ class VmidTest : public FeatureTest {
 };
 
 TEST_F(VmidTest, IdentifiersComeFromTheFabricsRangesAndAreGivenOnce) {
-  const Channel channel{declared()};
-  EXPECT_EQ(update(channel, {machine(1, 1, 6), machine(2, 1), machine(3, 1)}),
-            DriverStatus::success);
-  EXPECT_THAT(identifiers(channel), ElementsAre(6, 5, 9));
+  EXPECT_EQ(update({machine(1, 1, 6), machine(2, 1), machine(3, 1)}), success);
+  EXPECT_THAT(identifiers(), ElementsAre(6, 5, 9));
   EXPECT_EQ(table.machines[1].qos_priority, 2U);
-  EXPECT_EQ(update(channel, {machine(4, 1)}), DriverStatus::does_not_fit);
-  EXPECT_EQ(update(channel, {machine(1, 2), machine(4, 1)}), DriverStatus::success);
-  EXPECT_THAT(identifiers(Channel{declared()}), ElementsAre(5, 9, 6));
+  EXPECT_EQ(update({machine(4, 1)}), does_not_fit);
+  EXPECT_EQ(update({machine(1, 2), machine(4, 1)}), success);
+  restart();
+  EXPECT_THAT(identifiers(), ElementsAre(5, 9, 6));
 }
 
 TEST_F(VmidTest, AnUpdateWithAMistakeChangesNothing) {
-  const Channel channel{declared()};
-  ASSERT_EQ(update(channel, {machine(1, 1)}), DriverStatus::success);
-  EXPECT_EQ(update(channel, {machine(2, 1), machine(9, 2)}), DriverStatus::not_found);
-  EXPECT_EQ(update(channel, {machine(2, 1), machine(1, 1)}), DriverStatus::not_permitted);
-  EXPECT_EQ(update(channel, {machine(2, 1, 7)}), DriverStatus::not_permitted);
-  EXPECT_EQ(update(channel, {machine(2, 0)}), DriverStatus::not_permitted);
+  ASSERT_EQ(update({machine(1, 1)}), success);
+  EXPECT_EQ(update({machine(2, 1), machine(9, 2)}), not_found);
+  EXPECT_EQ(update({machine(2, 1), machine(1, 1)}), not_permitted);
+  EXPECT_EQ(update({machine(2, 1, 7)}), not_permitted);
+  EXPECT_EQ(update({machine(2, 0)}), not_permitted);
   table.count = 257;
-  CommandBlock block{.driver_board = 3};
-  EXPECT_EQ(channel.send(DriverCommand::vmid_update_mapping, block, &table),
-            DriverStatus::not_permitted);
-  EXPECT_THAT(identifiers(channel), ElementsAre(5));
+  EXPECT_EQ(send(vmid_update_mapping, {}, &table), not_permitted);
+  EXPECT_THAT(identifiers(), ElementsAre(5));
 }
 
 TEST_F(VmidTest, QfpaGivesTheRangesOfTheFabric) {
   std::array<std::uint8_t, 514> record{};
-  CommandBlock block{.driver_board = 3};
-  ASSERT_EQ(Channel{declared()}.send(DriverCommand::vmid_get_qfpa, block, &record),
-            DriverStatus::success);
-  EXPECT_THAT((std::vector(record.begin(), record.begin() + 14)),
-              ElementsAre(2, 0, 5, 6, 2, 0, 0, 0, 0, 0, 9, 9, 0, 0));
+  ASSERT_EQ(send(vmid_get_qfpa, {}, &record), success);
+  const std::array<std::uint8_t, 514> expected{2, 0, 5, 6, 2, 0, 0, 0, 0, 0, 9, 9, 0, 0};
+  EXPECT_EQ(record, expected);
   use_topology(one_board);
-  EXPECT_EQ(Channel{declared()}.send(DriverCommand::vmid_get_qfpa, block, &record),
-            DriverStatus::not_supported);
+  EXPECT_EQ(send(vmid_get_qfpa, {}, &record), not_supported);
 }
 
 class RasLogTest : public FeatureTest {
  protected:
-  static DriverStatus set(const Channel& channel, std::uint8_t start, std::uint8_t level) {
+  DriverStatus set(std::uint8_t start, std::uint8_t level) {
     std::array<std::uint8_t, 2> setting{start, level};
-    CommandBlock block{.driver_board = 3};
-    return channel.send(DriverCommand::set_ras_config, block, &setting);
+    return send(set_ras_config, {}, &setting);
   }
   /** Reads into memory of that many bytes; the extent is in `exchange` then. */
-  DriverStatus read(const Channel& channel, std::uint32_t offset, std::uint32_t size) {
+  DriverStatus read(std::uint32_t offset, std::uint32_t size) {
     memory.assign(size, '\xEE');
     exchange = {0, 0, offset, size};
     vmk_MgmtDataDescriptor data{
         .length = size,
         .address = static_cast<std::uint32_t>(reinterpret_cast<std::uintptr_t>(memory.data()))};
-    CommandBlock block{.driver_board = 3};
-    return channel.send(DriverCommand::get_ras_log, block, &exchange, &data);
+    return send(get_ras_log, {}, &exchange, &data);
   }
 
   std::array<std::uint32_t, 4> exchange{};
@@ -316,55 +242,35 @@ class RasLogTest : public FeatureTest {
 
 TEST_F(RasLogTest, TheLogGrowsWhileLoggingIsOnAndWrapsAtTheEndOfItsMemory) {
   offer(R"("ras_log": {"bytes_per_command": 102400})");
-  const Channel channel{declared()};
-  ASSERT_EQ(set(channel, 1, 4), DriverStatus::success);
-  EXPECT_EQ(read(channel, 0, 64), DriverStatus::success);
+  ASSERT_EQ(set(1, 4), success);
+  EXPECT_EQ(read(0, 64), success);
   EXPECT_THAT(exchange, ElementsAre(102400, 0, 0, 64));
   EXPECT_THAT(memory, testing::StartsWith("0000000000 fw "));
   EXPECT_EQ(memory.back(), '\n');
-  EXPECT_EQ(read(channel, 204768, 64), DriverStatus::success);
+  EXPECT_EQ(read(204768, 64), success);
   EXPECT_EQ(exchange[0], 204800U);
   EXPECT_THAT(memory.substr(32), testing::Each('\xEE')) << "nothing behind the end";
 
-  EXPECT_EQ(read(channel, 0, 64), DriverStatus::success);
+  EXPECT_EQ(read(0, 64), success);
   EXPECT_THAT(exchange, ElementsAre(262144, 45056, 0, 64));
   EXPECT_THAT(memory, testing::StartsWith("0000004096 fw ")) << "the ring begins anew";
-  ASSERT_EQ(set(channel, 0, 0), DriverStatus::success);
-  EXPECT_EQ(read(channel, 45056 - 32, 64), DriverStatus::success);
+  ASSERT_EQ(set(0, 0), success);
+  EXPECT_EQ(read(45056 - 32, 64), success);
   EXPECT_EQ(exchange[1], 45056U) << "it stands still";
   EXPECT_THAT(memory.substr(32), testing::StartsWith("0000000704 fw ")) << "the oldest line";
-  EXPECT_EQ(read(channel, 262145, 1), DriverStatus::does_not_fit);
+  EXPECT_EQ(read(262145, 1), does_not_fit);
 }
 
 TEST_F(RasLogTest, StartAndStopAreRefusedWhenThereIsNothingToDo) {
   offer(R"("ras_log": {})");
-  {
-    const Channel channel{declared()};
-    EXPECT_EQ(set(channel, 0, 0), DriverStatus::ras_not_active);
-    EXPECT_EQ(set(channel, 1, 5), DriverStatus::ras_bad_level);
-    EXPECT_EQ(set(channel, 1, 3), DriverStatus::success);
-  }
-  const Channel channel{declared()};
-  EXPECT_EQ(set(channel, 1, 3), DriverStatus::ras_already_active);
+  EXPECT_EQ(set(0, 0), ras_not_active);
+  EXPECT_EQ(set(1, 5), ras_bad_level);
+  EXPECT_EQ(set(1, 3), success);
+  restart();
+  EXPECT_EQ(set(1, 3), ras_already_active);
   std::array<std::uint8_t, 6> config{};
-  CommandBlock block{.driver_board = 3};
-  EXPECT_EQ(channel.send(DriverCommand::get_ras_config, block, &config), DriverStatus::success);
+  EXPECT_EQ(send(get_ras_config, {}, &config), success);
   EXPECT_THAT(config, ElementsAre(1, 3, 1, 0, 0, 0));
-}
-
-TEST_F(FeatureTest, MistakesInTheTopologyAreNamed) {
-  const std::pair<const char*, const char*> mistakes[] = {
-      {R"("fcp_priority": {"limit": 999})", "/boards/0/fcp_priority/limit: 999 is not"},
-      {R"("oas": {"versoin": 1})", "\"versoin\" is unknown"},
-      {R"("vmid": {})", "/boards/0/vmid/ranges: this member is missing"},
-      {R"("vmid": {"ranges": [{"low": 9, "high": 8}]})", "/vmid/ranges/0/high: 8 is not"},
-      {R"("ras_log": {"buffer_units": 0})", "/ras_log/buffer_units: 0 is not"},
-      {R"("auth": {"peers": [{"port_wwn": "1"}]})", "/auth/peers/0/port_wwn: \"1\" is no"},
-  };
-  for (const auto& [feature, message] : mistakes) {
-    offer(feature);
-    EXPECT_THAT(said_by_a_channel(), HasSubstr(message));
-  }
 }
 
 }  // namespace

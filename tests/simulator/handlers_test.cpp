@@ -19,6 +19,7 @@ TEST(HandlersTest, EveryCommandThatTheLibraryInvokesHasADriverSide) {
     const auto command = command_named(callback.name);
     ASSERT_TRUE(command) << callback.name;
     EXPECT_EQ(static_cast<std::uint64_t>(*command), callback.id) << callback.name;
+    EXPECT_EQ(name_of(*command), callback.name);
     EXPECT_NE(handlers.find(*command), nullptr) << callback.name;
   }
 }

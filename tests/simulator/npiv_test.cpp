@@ -4,13 +4,14 @@
 #include "simulator/wwn_request.h"
 #include "tests/simulator/test_host.h"
 
-#include <array>
-#include <cstdint>
 #include <memory>
 
 namespace ravnsim::test {
 
 namespace {
+
+using enum DriverCommand;
+using enum DriverStatus;
 
 std::string npiv_board() {
   return one_board_with(R"("npiv": {
@@ -26,18 +27,18 @@ constexpr Wwn own_port{{0x10, 0, 0, 0, 0, 0, 0, 1}};
 constexpr Wwn second_vport{{0x28, 0x01, 0, 0, 0, 0, 0, 2}};
 constexpr Wwn unknown_port{{0x10, 0, 0, 0, 0, 0, 0, 9}};
 
-template <std::size_t bytes>
-using Words = std::array<std::uint32_t, bytes / 4>;
+std::uint32_t readiness(TestHost& host) { return host.send(npiv_ready, {}).value; }
 
-std::uint32_t readiness(TestHost& host) { return host.send(DriverCommand::npiv_ready, {}).value; }
-
-TEST(NpivTest, ABoardIsReadyWhenItCanAndItsLinkAndItsStateLetIt) {
+class NpivTest : public testing::Test {
+ protected:
+  TestHost host{npiv_board()};
   TestHost without;
+};
+
+TEST_F(NpivTest, ABoardIsReadyWhenItCanAndItsLinkAndItsStateLetIt) {
   EXPECT_EQ(readiness(without), 0U);
   TestHost not_ready{one_board_with(R"("npiv": {"ready": false})")};
   EXPECT_EQ(readiness(not_ready), 0U);
-
-  TestHost host{npiv_board()};
   EXPECT_EQ(readiness(host), 1U);
   host.state<BoardState>().set_mode(BoardMode::mode_3);
   EXPECT_EQ(readiness(host), 0U);
@@ -46,67 +47,57 @@ TEST(NpivTest, ABoardIsReadyWhenItCanAndItsLinkAndItsStateLetIt) {
   EXPECT_EQ(readiness(host), 0U);
 }
 
-TEST(NpivTest, ResourcesCountThePortsAndTheLoginsOfEachWithEachNode) {
-  TestHost host{npiv_board()};
+TEST_F(NpivTest, ResourcesCountThePortsAndTheLoginsOfEachWithEachNode) {
   Words<16> resources{};
-  EXPECT_EQ(host.send(DriverCommand::vport_get_resrc, {}, resources).status, DriverStatus::success);
+  EXPECT_EQ(host.send(vport_get_resrc, {}, resources).status, success);
   EXPECT_EQ(resources, (Words<16>{8, 2, 100, 3 * 2}));
-  TestHost without;
-  EXPECT_EQ(without.send(DriverCommand::vport_get_resrc, {}, resources).status,
-            DriverStatus::not_supported);
+  EXPECT_EQ(without.send(vport_get_resrc, {}, resources).status, not_supported);
 }
 
-TEST(NpivTest, AListThatDoesNotFitTellsOnlyHowManyThereAre) {
-  TestHost host{npiv_board()};
+TEST_F(NpivTest, AListThatDoesNotFitTellsOnlyHowManyThereAre) {
   auto list = std::make_unique<Words<81924>>();
-  EXPECT_EQ(host.send(DriverCommand::vport_get_list, {.request_size = 1}, *list).status,
-            DriverStatus::list_does_not_fit);
+  EXPECT_EQ(host.send(vport_get_list, {.request_size = 1}, *list).status, list_does_not_fit);
   EXPECT_EQ((*list)[0], 2U);
   EXPECT_EQ((*list)[1], 0U);
-  EXPECT_EQ(host.send(DriverCommand::vport_get_list, {.request_size = 2}, *list).status,
-            DriverStatus::success);
+  EXPECT_EQ(host.send(vport_get_list, {.request_size = 2}, *list).status, success);
   EXPECT_EQ((*list)[1], 0x0128U) << "the first bytes of the name";
   EXPECT_EQ((*list)[5], 0x010204U);
   EXPECT_EQ((*list)[10], 0x010205U);
 }
 
-TEST(NpivTest, AttributesAreThoseOfTheNamedPortAndAnUnknownNameIsTheOnlyFailureWithoutAReason) {
-  TestHost host{npiv_board()};
+TEST_F(NpivTest, AttributesAreThoseOfTheNamedPortAndAnUnknownNameIsTheOnlyFailureWithoutAReason) {
   std::array<std::uint8_t, 340> attributes{};
   const auto ask = [&](TestHost& asked, const Wwn& name) {
     const WwnRequest request{.port_wwn = name};
-    return asked.send(DriverCommand::vport_get_attrib, {}, request, attributes);
+    return asked.send(vport_get_attrib, {}, request, attributes);
   };
-  EXPECT_EQ(ask(host, second_vport).status, DriverStatus::success);
+  EXPECT_EQ(ask(host, second_vport).status, success);
   EXPECT_EQ(attributes[7], 2);
   EXPECT_EQ(attributes[64], 's');
-  EXPECT_EQ(ask(host, own_port).status, DriverStatus::not_found);
+  EXPECT_EQ(ask(host, own_port).status, not_found);
   EXPECT_EQ(ask(host, unknown_port).reply_size, 0U);
-  TestHost without;
-  EXPECT_EQ(ask(without, second_vport).status, DriverStatus::not_supported);
+  EXPECT_EQ(ask(without, second_vport).status, not_supported);
   EXPECT_NE(ask(without, second_vport).reply_size, 0U);
 }
 
-TEST(NpivTest, EachPortOfTheBoardIsLoggedInWithTheDiscoveredPorts) {
-  TestHost host{npiv_board()};
+TEST_F(NpivTest, EachPortOfTheBoardIsLoggedInWithTheDiscoveredPorts) {
   auto list = std::make_unique<Words<157700>>();
   const auto ask = [&](const Wwn& name, std::uint32_t room) {
     const WwnRequest request{.port_wwn = name};
-    return host.send(DriverCommand::vport_get_node_info, {.request_size = room}, request, *list)
-        .status;
+    return host.send(vport_get_node_info, {.request_size = room}, request, *list).status;
   };
   constexpr std::size_t record_words = 308 / 4;
   for (const Wwn& local : {own_port, second_vport}) {
-    EXPECT_EQ(ask(local, 64), DriverStatus::success);
+    EXPECT_EQ(ask(local, 64), success);
     EXPECT_EQ((*list)[0], 2U);
     EXPECT_EQ((*list)[1 + 284 / 4 + 1], 0x02000000U) << "the end of the first node's port WWN";
     EXPECT_EQ((*list)[1 + record_words], 3U) << "the FC id of the second one";
   }
-  EXPECT_EQ(ask(unknown_port, 64), DriverStatus::not_found);
-  EXPECT_EQ(ask(own_port, 1), DriverStatus::list_does_not_fit);
+  EXPECT_EQ(ask(unknown_port, 64), not_found);
+  EXPECT_EQ(ask(own_port, 1), list_does_not_fit);
   EXPECT_EQ((*list)[0], 2U);
   host.state<Link>().go_down();
-  EXPECT_EQ(ask(own_port, 64), DriverStatus::success);
+  EXPECT_EQ(ask(own_port, 64), success);
   EXPECT_EQ((*list)[0], 0U);
 }
 

@@ -4,7 +4,6 @@
 #include "tests/simulator/test_host.h"
 
 #include <chrono>
-#include <cstdint>
 
 namespace ravnsim::test {
 
@@ -28,9 +27,13 @@ std::uint64_t value_of(const CounterValues& values, Counter counter) {
   return values[index_of(counter)];
 }
 
-TEST(PortCountersTest, GrowWithTimeWrapAndStayAllOnesWhereNothingIsCounted) {
+class PortCountersTest : public testing::Test {
+ protected:
   TestHost host{counting_board()};
   PortCounters counters{host.board(), start};
+};
+
+TEST_F(PortCountersTest, GrowWithTimeWrapAndStayAllOnesWhereNothingIsCounted) {
   counters.add(Counter::nos, 3);
   counters.add(Counter::lip, 3);
   CounterValues expected{};
@@ -42,15 +45,11 @@ TEST(PortCountersTest, GrowWithTimeWrapAndStayAllOnesWhereNothingIsCounted) {
   EXPECT_EQ(counters.read(start + 2500ms), expected);
 }
 
-TEST(PortCountersTest, AClockThatIsSetBackTakesNothingAway) {
-  TestHost host{counting_board()};
-  const PortCounters counters{host.board(), start};
+TEST_F(PortCountersTest, AClockThatIsSetBackTakesNothingAway) {
   EXPECT_EQ(counters.read(start - 100s), counters.read_at_load());
 }
 
-TEST(PortCountersTest, WithoutALinkOnlyTimeGoesOn) {
-  TestHost host{counting_board()};
-  PortCounters counters{host.board(), start};
+TEST_F(PortCountersTest, WithoutALinkOnlyTimeGoesOn) {
   counters.stop_traffic(start + 2s);
   counters.stop_traffic(start + 3s);
   EXPECT_EQ(value_of(counters.read(start + 10s), Counter::tx_frames), 120U);
@@ -59,9 +58,7 @@ TEST(PortCountersTest, WithoutALinkOnlyTimeGoesOn) {
   EXPECT_EQ(value_of(counters.read(start + 11s), Counter::tx_frames), 130U);
 }
 
-TEST(PortCountersTest, AnExchangeIsAFrameEachWayAndItsDataInFramesOfThePortsSize) {
-  TestHost host{counting_board()};
-  PortCounters counters{host.board(), start};
+TEST_F(PortCountersTest, AnExchangeIsAFrameEachWayAndItsDataInFramesOfThePortsSize) {
   counters.add_exchange(0, 2049);
   const CounterValues values = counters.read(start);
   EXPECT_EQ(value_of(values, Counter::tx_frames), 100U + 1);
@@ -75,13 +72,12 @@ class SavedCountersTest : public SimulatorTest {};
 TEST_F(SavedCountersTest, GoOnInTheNextProcess) {
   {
     TestHost host{counting_board(), StateStore{folder}};
-    PortCounters counters{host.board(), start};
-    counters.add(Counter::lip);
+    PortCounters{host.board(), start}.add(Counter::lip);
   }
   TestHost host{counting_board(), StateStore{folder}};
-  const PortCounters counters{host.board(), start + 60s};
-  EXPECT_EQ(value_of(counters.read(start + 60s), Counter::seconds), 65U);
-  EXPECT_EQ(value_of(counters.read(start + 60s), Counter::lip), 1U);
+  const CounterValues values = PortCounters{host.board(), start + 60s}.read(start + 60s);
+  EXPECT_EQ(value_of(values, Counter::seconds), 65U);
+  EXPECT_EQ(value_of(values, Counter::lip), 1U);
 }
 
 }  // namespace

@@ -1,7 +1,6 @@
 #include "tests/simulator/simulator_test.h"
 
 #include <cstdlib>
-#include <cstring>
 #include <fstream>
 #include <sstream>
 
@@ -17,29 +16,7 @@ void clear_environment() {
   }
 }
 
-std::string use_file(const std::filesystem::path& path, const char* variable,
-                     const std::string& text) {
-  std::ofstream{path} << text;
-  setenv(variable, path.c_str(), 1);
-  return path.string();
-}
-
 }  // namespace
-
-vmk_MgmtCallbackInfo callback(DriverCommand command,
-                              std::vector<std::array<std::uint32_t, 2>> size_and_type) {
-  size_and_type.insert(size_and_type.begin(), {sizeof(CommandBlock), VMK_MGMT_PARAMETER_IN_OUT});
-  vmk_MgmtCallbackInfo info{};
-  info.location = VMK_MGMT_LOCATION_KERNEL;
-  info.synchronous = 1;
-  info.parameter_count = static_cast<std::uint8_t>(size_and_type.size());
-  for (std::size_t i = 0; i < size_and_type.size(); ++i) {
-    info.parameter_sizes[i] = size_and_type[i][0];
-    info.parameter_types[i] = size_and_type[i][1];
-  }
-  info.id = static_cast<std::uint64_t>(command);
-  return info;
-}
 
 std::vector<vmk_MgmtCallbackInfo> callbacks() {
   std::ifstream file{OVK_SOURCE_DIR "/tests/core/driver_commands.txt"};
@@ -47,27 +24,28 @@ std::vector<vmk_MgmtCallbackInfo> callbacks() {
   for (std::string line; std::getline(file, line);) {
     std::istringstream words{line};
     std::size_t row = 0;
-    std::string id;
-    words >> row >> id;
-    std::vector<std::array<std::uint32_t, 2>> parameters;
+    vmk_MgmtCallbackInfo info{};
+    words >> row >> std::hex >> info.id >> std::dec;
     char colon = 0;
-    for (std::array<std::uint32_t, 2> next{}; words >> next[0] >> colon >> next[1];) {
-      parameters.push_back(next);
+    for (std::uint32_t size = 0, type = 0; words >> size >> colon >> type;) {
+      info.parameter_sizes[info.parameter_count] = size;
+      info.parameter_types[info.parameter_count] = type;
+      ++info.parameter_count;
     }
-    parameters.erase(parameters.begin());  // the Command block
-    table.push_back(callback(DriverCommand{std::stoull(id, nullptr, 16)}, parameters));
+    info.location = VMK_MGMT_LOCATION_KERNEL;
+    info.synchronous = 1;
+    table.push_back(info);
   }
   EXPECT_EQ(table.size(), 94U);
   return table;
 }
 
 vmk_MgmtSignature signature(const std::vector<vmk_MgmtCallbackInfo>& callbacks) {
-  vmk_MgmtSignature signature{.version = 0x02000104,
-                              .name = "ravn-mgmt",
-                              .vendor = "TRV",
-                              .callback_count = static_cast<std::uint32_t>(callbacks.size()),
-                              .callbacks = callbacks.data()};
-  return signature;
+  return {.version = 0x02000104,
+          .name = "ravn-mgmt",
+          .vendor = "TRV",
+          .callback_count = static_cast<std::uint32_t>(callbacks.size()),
+          .callbacks = callbacks.data()};
 }
 
 Channel::Channel(const std::vector<vmk_MgmtCallbackInfo>& declared) {
@@ -89,19 +67,30 @@ SimulatorTest::SimulatorTest() {
 }
 
 SimulatorTest::~SimulatorTest() {
+  restart();
   clear_environment();
   std::filesystem::remove_all(folder);
 }
 
-std::string SimulatorTest::use_topology(const std::string& text) const {
-  return use_file(folder / "topology.json", variables[0], text);
+std::string SimulatorTest::use_file(const char* name, const char* variable,
+                                    const std::string& text) {
+  restart();
+  const std::filesystem::path path = folder / name;
+  std::ofstream{path} << text;
+  setenv(variable, path.c_str(), 1);
+  return path.string();
 }
 
-std::string SimulatorTest::use_faults(const std::string& text) const {
-  return use_file(folder / "faults.json", variables[2], text);
+std::string SimulatorTest::use_topology(const std::string& text) {
+  return use_file("topology.json", variables[0], text);
 }
 
-std::filesystem::path SimulatorTest::use_state() const {
+std::string SimulatorTest::use_faults(const std::string& text) {
+  return use_file("faults.json", variables[2], text);
+}
+
+std::filesystem::path SimulatorTest::use_state() {
+  restart();
   const auto state = folder / "state";
   setenv(variables[1], state.c_str(), 1);
   return state;
@@ -137,5 +126,11 @@ std::string with(std::string text, const std::string& passage, const std::string
   EXPECT_NE(place, std::string::npos) << passage;
   return place != std::string::npos ? text.replace(place, passage.size(), replacement) : text;
 }
+
+std::string one_board_with(const std::string& members) {
+  return with(one_board, R"("sli_mode")", members + R"(, "sli_mode")");
+}
+
+std::string sli3_board() { return with(one_board, R"("sli_mode": 4)", R"("sli_mode": 3)"); }
 
 }  // namespace ravnsim::test

@@ -11,16 +11,13 @@
 #include <array>
 #include <cstdint>
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
 
 namespace ravnsim::test {
-
-/** Declares a callback whose first parameter is the Command block. */
-vmk_MgmtCallbackInfo callback(DriverCommand command,
-                              std::vector<std::array<std::uint32_t, 2>> size_and_type = {});
 
 /** All callbacks of the interface. */
 std::vector<vmk_MgmtCallbackInfo> callbacks();
@@ -61,23 +58,45 @@ class Channel {
   int open_result_;
 };
 
-/** An environment without the simulator's variables, and a folder for files. */
+/** An environment without the simulator's variables, a folder for files, and a channel. */
 class SimulatorTest : public testing::Test {
  protected:
   SimulatorTest();
   ~SimulatorTest() override;
 
-  /** Has the simulator read this text as its topology file or its fault file; gives the path. */
-  std::string use_topology(const std::string& text) const;
-  std::string use_faults(const std::string& text) const;
+  /** Has the simulator read this text as its topology file or its fault file, from its next start
+      on; gives the path. */
+  std::string use_topology(const std::string& text);
+  std::string use_faults(const std::string& text);
 
   /** Gives the simulator a state folder; gives its path. */
-  std::filesystem::path use_state() const;
+  std::filesystem::path use_state();
 
   /** What is said on standard error while opening and closing a channel. */
   static std::string said_by_a_channel();
 
+  /** Sends a command to board 3 through the test's channel, which the first command opens, and
+      gives the driver's status. The Command block is in `answer` then. */
+  template <typename... Payloads>
+  DriverStatus send(DriverCommand command, const CommandBlock& block, Payloads*... payloads) {
+    if (!channel_) {
+      channel_.emplace();
+    }
+    answer = block;
+    answer.driver_board = 3;
+    return channel_->send(command, answer, payloads...);
+  }
+
+  /** Closes the test's channel: the next command starts a new host. */
+  void restart() { channel_.reset(); }
+
   std::filesystem::path folder;
+  CommandBlock answer{};
+
+ private:
+  std::string use_file(const char* name, const char* variable, const std::string& text);
+
+  std::optional<Channel> channel_;
 };
 
 /** A topology of one board, number 3, which sees two ports. */
@@ -85,5 +104,11 @@ extern const std::string one_board;
 
 /** A text with one passage of it replaced. */
 std::string with(std::string text, const std::string& passage, const std::string& replacement);
+
+/** one_board with more members of its board. */
+std::string one_board_with(const std::string& members);
+
+/** one_board as an older board. */
+std::string sli3_board();
 
 }  // namespace ravnsim::test

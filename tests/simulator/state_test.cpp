@@ -16,6 +16,7 @@ namespace ravnsim::test {
 
 namespace {
 
+using enum DriverStatus;
 using Blob = std::vector<std::byte>;
 
 constexpr std::size_t blob_size = 65536;
@@ -23,29 +24,21 @@ constexpr std::size_t blob_size = 65536;
 Blob blob_of(unsigned byte) { return Blob(blob_size, std::byte(byte)); }
 
 /** Runs something in a process of its own. */
-class Child {
- public:
-  explicit Child(const std::function<void()>& body) : id_{fork()} {
-    if (id_ == 0) {
-      body();
-      _exit(0);
-    }
+pid_t start_child(const std::function<void()>& body) {
+  const pid_t child = fork();
+  if (child == 0) {
+    body();
+    _exit(0);
   }
-  Child(const Child&) = delete;
-  Child& operator=(const Child&) = delete;
+  return child;
+}
 
-  /** Waits for its end; gives the signal that killed it, 0 when it ended by itself. */
-  int end() const {
-    int status = 0;
-    EXPECT_EQ(waitpid(id_, &status, 0), id_);
-    return WIFSIGNALED(status) ? WTERMSIG(status) : 0;
-  }
-
-  [[nodiscard]] pid_t id() const { return id_; }
-
- private:
-  pid_t id_;
-};
+/** Waits for a process; gives the signal that killed it, or its exit code, negated. */
+int end_of(pid_t child) {
+  int status = 0;
+  EXPECT_EQ(waitpid(child, &status, 0), child);
+  return WIFSIGNALED(status) ? WTERMSIG(status) : -WEXITSTATUS(status);
+}
 
 /** Lets a file of this process grow to half a blob only. */
 void limit_files() {
@@ -53,21 +46,6 @@ void limit_files() {
   getrlimit(RLIMIT_FSIZE, &limit);
   limit.rlim_cur = blob_size / 2;
   setrlimit(RLIMIT_FSIZE, &limit);
-}
-
-/** The board's state after a sub-command of RAVN_MGMT_SETDIAG; the status when it fails. */
-std::uint32_t set_diag(const Channel& channel, std::uint32_t sub_command) {
-  CommandBlock block{.driver_board = 3, .selector = sub_command};
-  const DriverStatus status = channel.send(DriverCommand::setdiag, block);
-  return status == DriverStatus::success ? block.value : static_cast<std::uint32_t>(status);
-}
-
-/** Whether discovery gives the board as ready. */
-bool is_ready(const Channel& channel) {
-  std::array<std::int32_t, 21> discovery{};
-  CommandBlock block{.driver_board = 3};
-  EXPECT_EQ(channel.send(DriverCommand::initbrds, block, &discovery), DriverStatus::success);
-  return discovery[5] >= 0;
 }
 
 TEST_F(SimulatorTest, AStoreKeepsItsBlobsInMemoryOrInItsFolderBeyondItsLife) {
@@ -94,7 +72,7 @@ TEST_F(SimulatorTest, AStoreKeepsItsBlobsInMemoryOrInItsFolderBeyondItsLife) {
 TEST_F(SimulatorTest, AWriterThatDiesOrFailsHalfwayLeavesTheOldBlob) {
   { StateStore{folder}.write("blob", blob_of(1)); }
   for (const bool dies : {true, false}) {
-    const Child writer{[&] {
+    const pid_t writer = start_child([&] {
       std::signal(SIGXFSZ, dies ? SIG_DFL : SIG_IGN);
       limit_files();
       StateStore store{folder};
@@ -104,8 +82,8 @@ TEST_F(SimulatorTest, AWriterThatDiesOrFailsHalfwayLeavesTheOldBlob) {
         _exit(store.read("blob") == blob_of(1) ? 0 : 1);
       }
       _exit(1);
-    }};
-    EXPECT_EQ(writer.end(), dies ? SIGXFSZ : 0);
+    });
+    EXPECT_EQ(end_of(writer), dies ? SIGXFSZ : 0);
     StateStore store{folder};
     EXPECT_EQ(store.read("blob"), blob_of(1));
   }
@@ -119,12 +97,12 @@ TEST_F(SimulatorTest, AFolderInUseByAnotherProcessFailsTheOpeningAfterAWhile) {
   const auto path = use_state();
   int ready[2];
   ASSERT_EQ(pipe(ready), 0);
-  const Child holder{[&] {
+  const pid_t holder = start_child([&] {
     const StateStore store{path};
     if (write(ready[1], "", 1) == 1) {
       pause();
     }
-  }};
+  });
   char byte;
   ASSERT_EQ(read(ready[0], &byte, 1), 1);
 
@@ -137,12 +115,12 @@ TEST_F(SimulatorTest, AFolderInUseByAnotherProcessFailsTheOpeningAfterAWhile) {
 
   std::thread killer{[&] {
     std::this_thread::sleep_for(std::chrono::milliseconds{200});
-    kill(holder.id(), SIGKILL);
+    kill(holder, SIGKILL);
   }};
   const Channel opened;
   EXPECT_EQ(opened.open_result(), 0) << "it waits for a process that is about to end";
   killer.join();
-  EXPECT_EQ(holder.end(), SIGKILL);
+  EXPECT_EQ(end_of(holder), SIGKILL);
   close(ready[0]);
   close(ready[1]);
 }
@@ -153,35 +131,32 @@ TEST_F(SimulatorTest, AStateFolderThatCannotBeMadeFailsTheOpening) {
   EXPECT_THAT(said_by_a_channel(), testing::HasSubstr(file + "/state: cannot be made"));
 }
 
-TEST_F(SimulatorTest, ABoardStaysInTheStateInWhichItWasPutAndDiscoveryShowsIt) {
+TEST_F(SimulatorTest, DiscoveryShowsWhetherABoardIsReadyAndOneThatDoesNotGetUpNeverIs) {
+  // The state that a sub-command of RAVN_MGMT_SETDIAG leaves, or its status.
+  const auto set = [this](std::uint32_t sub_command) {
+    const DriverStatus status = send(DriverCommand::setdiag, {.selector = sub_command});
+    return status == success ? DriverStatus{answer.value} : status;
+  };
+  const auto is_ready = [this] {
+    std::array<std::int32_t, 21> discovery{};
+    EXPECT_EQ(send(DriverCommand::initbrds, {}, &discovery), success);
+    return discovery[5] >= 0;
+  };
   use_topology(one_board);
-  use_state();
-  {
-    const Channel channel;
-    EXPECT_EQ(set_diag(channel, 16), 1U);
-    EXPECT_EQ(set_diag(channel, 19), 3U);
-    EXPECT_EQ(set_diag(channel, 20), 5U);
-    EXPECT_TRUE(is_ready(channel));
-    EXPECT_EQ(set_diag(channel, 18), 2U);
-    for (const std::uint32_t unknown : {0U, 15U, 21U, 0xFFFFFFFFU}) {
-      EXPECT_EQ(set_diag(channel, unknown),
-                static_cast<std::uint32_t>(DriverStatus::not_supported));
-    }
+  EXPECT_EQ(set(20), DriverStatus{5});
+  EXPECT_TRUE(is_ready());
+  EXPECT_EQ(set(18), DriverStatus{2});
+  EXPECT_FALSE(is_ready());
+  EXPECT_EQ(set(17), DriverStatus{1});
+  EXPECT_TRUE(is_ready());
+  for (const std::uint32_t unknown : {0U, 15U, 21U, 0xFFFFFFFFU}) {
+    EXPECT_EQ(set(unknown), not_supported) << unknown;
   }
-  const Channel channel;
-  EXPECT_EQ(set_diag(channel, 16), 2U);
-  EXPECT_FALSE(is_ready(channel));
-  EXPECT_EQ(set_diag(channel, 17), 1U);
-  EXPECT_TRUE(is_ready(channel));
-}
-
-TEST_F(SimulatorTest, ABoardThatDoesNotGetUpIsNotReadyInEveryState) {
-  use_topology(with(one_board, R"("sli_mode")", R"("ready": false, "sli_mode")"));
-  const Channel channel;
-  EXPECT_FALSE(is_ready(channel));
-  EXPECT_EQ(set_diag(channel, 16), 2U);
-  EXPECT_EQ(set_diag(channel, 18), 2U);
-  EXPECT_EQ(set_diag(channel, 17), static_cast<std::uint32_t>(DriverStatus::not_ready));
+  use_topology(one_board_with(R"("ready": false)"));
+  EXPECT_FALSE(is_ready());
+  EXPECT_EQ(set(16), DriverStatus{2});
+  EXPECT_EQ(set(18), DriverStatus{2});
+  EXPECT_EQ(set(17), not_ready);
 }
 
 }  // namespace

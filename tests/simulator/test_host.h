@@ -10,6 +10,9 @@
 #include "simulator/request.h"
 #include "tests/simulator/simulator_test.h"
 
+#include <array>
+#include <cstdint>
+#include <cstring>
 #include <string>
 #include <type_traits>
 #include <utility>
@@ -51,9 +54,33 @@ class TestHost {
   Host host_;
 };
 
-/** one_board with more members of its board. */
-inline std::string one_board_with(const std::string& members) {
-  return with(one_board, R"("sli_mode")", members + R"(, "sli_mode")");
+/** A record of so many bytes as words. */
+template <std::size_t bytes>
+using Words = std::array<std::uint32_t, bytes / 4>;
+
+/** What the driver gives for a port: its status and the port's FC id. */
+using PortAnswer = std::pair<DriverStatus, std::uint32_t>;
+
+inline PortAnswer ask_for_port(TestHost& host, DriverCommand command, std::uint32_t tag,
+                               std::uint32_t index) {
+  std::array<std::uint8_t, 490> record{};
+  const CommandBlock block = host.send(command, {.index = index, .value = tag}, record);
+  std::uint32_t fc_id = 0;
+  std::memcpy(&fc_id, &record[16], sizeof fc_id);
+  return {block.status, fc_id};
 }
+
+inline PortAnswer discovered(TestHost& host, std::uint32_t tag, std::uint32_t index) {
+  return ask_for_port(host, DriverCommand::hba_discportattributes, tag, index);
+}
+
+inline std::uint32_t refresh(TestHost& host) {
+  const CommandBlock block = host.send(DriverCommand::hba_refreshinfo, {});
+  EXPECT_EQ(block.status, DriverStatus::success);
+  return block.value;
+}
+
+/** What the driver gives for a list tag that is out of date. */
+inline constexpr PortAnswer stale{DriverStatus::success, 0xFFFFFFFF};
 
 }  // namespace ravnsim::test

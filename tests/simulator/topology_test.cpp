@@ -1,3 +1,4 @@
+#include "simulator/channel_error.h"
 #include "tests/simulator/simulator_test.h"
 
 #include <cstring>
@@ -12,89 +13,113 @@ using testing::HasSubstr;
 using testing::StartsWith;
 
 struct Mistake {
-  const char* passage;
-  const char* replacement;
-  const char* message;  // after the file's name
+  std::string passage;
+  std::string replacement;
+  std::string message;  // after the file's name
 };
 
-std::ostream& operator<<(std::ostream& out, const Mistake& mistake) {
-  return out << mistake.message;
+/** A mistake in a member that the board has besides those of one_board. */
+Mistake in_board(const std::string& member, const std::string& message) {
+  return {R"("sli_mode")", member + R"(, "sli_mode")", ": /boards/0/" + message};
 }
 
-class TopologyMistakeTest : public SimulatorTest, public testing::WithParamInterface<Mistake> {};
-
-TEST_P(TopologyMistakeTest, FailsTheOpeningAndNamesFilePlaceAndMistake) {
-  const Mistake& mistake = GetParam();
-  const std::string path = use_topology(with(one_board, mistake.passage, mistake.replacement));
-  testing::internal::CaptureStderr();
-  const Channel channel;
-  EXPECT_THAT(testing::internal::GetCapturedStderr(),
-              StartsWith("ravnsim: " + path + mistake.message));
-  EXPECT_NE(channel.open_result(), 0);
+/** The same in a port that the board discovers. */
+Mistake in_port(const std::string& member, const std::string& message) {
+  return {R"("fc_id": 3)", R"("fc_id": 3, )" + member, ": /boards/0/discovered_ports/1/" + message};
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    All, TopologyMistakeTest,
-    testing::Values(
-        Mistake{R"("model": "M1",)", "", ": /boards/0/model: this member is missing"},
-        Mistake{R"("boards")", R"("board")", ": /boards: this member is missing"},
-        Mistake{R"("model": "M1")", R"("model": 7)", ": /boards/0/model: a text is wanted here"},
-        Mistake{R"("fc_id": 3)", R"("fc_id": [])",
-                ": /boards/0/discovered_ports/1/fc_id: a whole number"},
-        Mistake{R"("sli_mode": 4)", R"("sli_mode": -4)", ": /boards/0/sli_mode: a whole number"},
-        Mistake{R"("0x400")", R"("0x4G0")", ": /boards/0/features: a whole number"},
-        Mistake{R"("0x400")", R"("0x1000000000")",
-                ": /boards/0/features: \"0x1000000000\" is not between 0 and 4294967295"},
-        Mistake{R"("extended_sli_config": false)", R"("extended_sli_config": 0)",
-                ": /boards/0/extended_sli_config: true or false is wanted here, not 0"},
-        Mistake{R"("serial_number")", R"("serial/number")",
-                ": /boards/0/serial_number: this member is missing"},
-        Mistake{R"("symbolic_name")", R"("symbolicname")",
-                ": /boards/0/port: member \"symbolicname\" is unknown; known are node_wwn, "},
-        Mistake{"10:00:00:00:00:00:00:01", "10:00:00:00:00:00:00",
-                ": /boards/0/port/port_wwn: \"10:00:00:00:00:00:00\" is no world-wide name"},
-        Mistake{"10:00:00:00:00:00:00:01", "10:00:00:00:00:00-00:01",
-                ": /boards/0/port/port_wwn: "},
-        Mistake{"1000000000000002", "100000000000000g",
-                ": /boards/0/discovered_ports/0/port_wwn: "},
-        Mistake{"1000000000000003", "1000000000000002",
-                ": /boards/0/discovered_ports/1: the board has another port"},
-        Mistake{"1000000000000003", "1000000000000001",
-                ": /boards/0/discovered_ports/1: the board has another port"},
-        Mistake{R"("driver_number": 3)", R"("driver_number": 32)",
-                ": /boards/0/driver_number: 32 is not between 0 and 31"},
-        Mistake{"0x010203", "0x1010203", ": /boards/0/port/fc_id: "},
-        Mistake{"[2, 3]", "[2, 7]", ": /boards/0/port/classes/1: 7 is not between 1 and 6"},
-        Mistake{R"("speed": 16)", R"("speed": 12)", ": /boards/0/port/speed: speeds in Gbit/s are"},
-        Mistake{R"(["fcp"])", R"(["ftp"])",
-                ": /boards/0/port/fc4_types_active/0: \"ftp\" is none of fcp, ct, nvme"},
-        Mistake{R"("classes": [2, 3])", R"("classes": 3)", ": /boards/0/port/classes: a list"},
-        Mistake{R"({"name": "ravn", "version": "1.2.3"})", R"("ravn")", ": /driver: an object"},
-        Mistake{R"("serial_number": "S1")", R"("serial_number": "S1", "device": 1)",
-                ": /boards/0/device: this member stands twice"},
-        Mistake{R"("fc_id": 3)", R"("fc_id": 3, "fc_id": 4)",
-                ": /boards/0/discovered_ports/1/fc_id: this member stands twice"},
-        Mistake{R"("model": "M1",)", R"("model": M1,)", ":6:63: "},
-        Mistake{R"("sli_mode")", R"("statistics": {"lip": "often"}, "sli_mode")",
-                ": /boards/0/statistics/lip: \"often\" is none of not_counted"},
-        Mistake{R"("sli_mode")", R"("statistics": {"lips": {}}, "sli_mode")",
-                ": /boards/0/statistics: member \"lips\" is unknown; known are seconds, "},
-        Mistake{R"("sli_mode")", R"("timeline": [{"happens": "lip"}], "sli_mode")",
-                ": /boards/0/timeline/0: exactly one of after_seconds and after_commands"},
-        Mistake{R"("sli_mode")",
-                R"("timeline": [{"after_seconds": 1, "happens": "lip", "fc_id": 1}], "sli_mode")",
-                ": /boards/0/timeline/0: member \"fc_id\" is unknown"},
-        Mistake{R"("sli_mode")",
-                R"("timeline": [{"after_seconds": 1, "happens": "port_leaves",)"
-                R"( "port_wwn": "1000000000000001"}], "sli_mode")",
-                ": /boards/0/timeline/0/port_wwn: the board discovers no port with the port_wwn"},
-        Mistake{R"("fc_id": 3)", R"("fc_id": 3, "rnid": {"ip_address": "192.0.2"})",
-                ": /boards/0/discovered_ports/1/rnid/ip_address: \"192.0.2\" is no IP address"},
-        Mistake{R"("sli_mode")",
-                R"("npiv": {"virtual_ports": [{"node_wwn": "2000000000000001",)"
-                R"( "port_wwn": "1000000000000001", "fc_id": 1}]}, "sli_mode")",
-                ": /boards/0/npiv/virtual_ports/0: the board has another port"},
-        Mistake{"  }]\n}", "  }]", ":17:5: "}));
+const Mistake mistakes[] = {
+    {R"("model": "M1",)", "", ": /boards/0/model: this member is missing"},
+    {R"("model": "M1")", R"("model": 7)", ": /boards/0/model: a text is wanted here"},
+    {R"("fc_id": 3)", R"("fc_id": [])", ": /boards/0/discovered_ports/1/fc_id: a whole number"},
+    {R"("sli_mode": 4)", R"("sli_mode": -4)", ": /boards/0/sli_mode: a whole number"},
+    {R"("0x400")", R"("0x4G0")", ": /boards/0/features: a whole number"},
+    {R"("0x400")", R"("0x1000000000")",
+     ": /boards/0/features: \"0x1000000000\" is not between 0 and 4294967295"},
+    {R"("extended_sli_config": false)", R"("extended_sli_config": 0)",
+     ": /boards/0/extended_sli_config: true or false is wanted here, not 0"},
+    {R"("serial_number")", R"("serial/number")",
+     ": /boards/0/serial_number: this member is missing"},
+    {R"("symbolic_name")", R"("symbolicname")",
+     ": /boards/0/port: member \"symbolicname\" is unknown; known are node_wwn, "},
+    {"10:00:00:00:00:00:00:01", "10:00:00:00:00:00:00",
+     ": /boards/0/port/port_wwn: \"10:00:00:00:00:00:00\" is no world-wide name"},
+    {"10:00:00:00:00:00:00:01", "10:00:00:00:00:00-00:01", ": /boards/0/port/port_wwn: "},
+    {"1000000000000002", "100000000000000g", ": /boards/0/discovered_ports/0/port_wwn: "},
+    {"1000000000000003", "1000000000000002",
+     ": /boards/0/discovered_ports/1: the board has another port"},
+    {"1000000000000003", "1000000000000001",
+     ": /boards/0/discovered_ports/1: the board has another port"},
+    {R"("driver_number": 3)", R"("driver_number": 32)",
+     ": /boards/0/driver_number: 32 is not between 0 and 31"},
+    {"0x010203", "0x1010203", ": /boards/0/port/fc_id: "},
+    {"[2, 3]", "[2, 7]", ": /boards/0/port/classes/1: 7 is not between 1 and 6"},
+    {R"("speed": 16)", R"("speed": 12)", ": /boards/0/port/speed: speeds in Gbit/s are"},
+    {R"(["fcp"])", R"(["ftp"])",
+     ": /boards/0/port/fc4_types_active/0: \"ftp\" is none of fcp, ct, nvme"},
+    {R"("classes": [2, 3])", R"("classes": 3)", ": /boards/0/port/classes: a list"},
+    {R"({"name": "ravn", "version": "1.2.3"})", R"("ravn")", ": /driver: an object"},
+    in_board(R"("device": 1)", "device: this member stands twice"),
+    in_port(R"("fc_id": 4)", "fc_id: this member stands twice"),
+    {R"("model": "M1",)", R"("model": M1,)", ":6:63: "},
+    {"  }]\n}", "  }]", ":17:5: "},
+    in_board(R"("statistics": {"lip": "often"})", "statistics/lip: \"often\" is none of not_cou"),
+    in_board(R"("timeline": [{"happens": "lip"}])",
+             "timeline/0: exactly one of after_seconds and after_commands"),
+    in_board(R"("timeline": [{"after_seconds": 1, "happens": "lip", "fc_id": 1}])",
+             "timeline/0: member \"fc_id\" is unknown"),
+    in_board(R"("timeline": [{"after_seconds": 1, "happens": "port_leaves",
+                              "port_wwn": "1000000000000001"}])",
+             "timeline/0/port_wwn: the board discovers no port with the port_wwn"),
+    in_port(R"("rnid": {"ip_address": "192.0.2"})",
+            "rnid/ip_address: \"192.0.2\" is no IP address"),
+    in_board(R"("npiv": {"virtual_ports": [{"node_wwn": "2000000000000001",
+                                            "port_wwn": "1000000000000001", "fc_id": 1}]})",
+             "npiv/virtual_ports/0: the board has another port"),
+    in_board(R"("fcp_priority": {"limit": 999})", "fcp_priority/limit: 999 is not"),
+    in_board(R"("vmid": {})", "vmid/ranges: this member is missing"),
+    in_board(R"("vmid": {"ranges": [{"low": 9, "high": 8}]})", "vmid/ranges/0/high: 8 is not"),
+    in_board(R"("ras_log": {"buffer_units": 0})", "ras_log/buffer_units: 0 is not"),
+    in_board(R"("auth": {"peers": [{"port_wwn": "1"}]})", "auth/peers/0/port_wwn: \"1\" is no"),
+    in_board(R"("pci": {"bus": 256})", "pci/bus: 256 is not between 0 and 255"),
+    in_board(R"("trunk": {"ports": [0, 1], "ports_up": [2]})",
+             "trunk/ports_up: a port that is up is one of the trunk's ports"),
+    {R"("sli_mode": 4)", R"("sli_mode": 3, "trunk": {})",
+     ": /boards/0/trunk: only boards with an SLI mode"},
+    in_board(R"("regions": [{"number": 3}])", "regions/0/number: the firmware has no such"),
+    in_board(R"("regions": [{"number": 32, "contents": "0g"}])",
+             "regions/0/contents: bytes are written"),
+    in_board(R"("regions": [{"number": 32, "contents": "012"}])",
+             "regions/0/contents: the region takes up to 8 whole bytes"),
+    in_board(R"("regions": [{"number": 32, "contents": "010203040506070809"}])",
+             "regions/0/contents: the region takes up to 8 whole bytes"),
+    in_board(R"("regions": [{"number": 32}, {"number": 32}])",
+             "regions/1: the board has this region"),
+    in_board(R"("fcfs": [{"fabric_name": "1000000000000001", "switch_name": "2000000000000001",
+                          "vlans": [4096]}])",
+             "fcfs/0/vlans/0: 4096 is not"),
+    in_port(R"("luns": [{"lun": 0, "serial_number": "S"}])",
+            "luns/0: a disk has either blocks or a file"),
+    in_port(R"("luns": [{"lun": 0, "serial_number": "S", "type": "tape", "blocks": 1}])",
+            "luns/0: only a disk has blocks"),
+    in_port(R"("luns": [{"lun": 16384, "serial_number": "S", "blocks": 1}])",
+            "luns/0/lun: 16384 is not"),
+    in_port(R"("luns": [{"lun": 0, "serial_number": "S", "blocks": 1, "naa": "7000000000000001"}])",
+            "luns/0/naa: \"7000000000000001\" is no NAA identifier"),
+    in_port(R"("luns": [{"lun": 0, "serial_number": "S", "file": "/no/such/disk"}])",
+            "luns/0/file: /no/such/disk: No such file")};
+
+TEST_F(SimulatorTest, AMistakeInTheTopologyFailsTheOpeningAndIsNamedWithFileAndPlace) {
+  for (const Mistake& mistake : mistakes) {
+    SCOPED_TRACE(mistake.replacement);
+    const std::string path = use_topology(with(one_board, mistake.passage, mistake.replacement));
+    testing::internal::CaptureStderr();
+    const Channel channel;
+    EXPECT_THAT(testing::internal::GetCapturedStderr(),
+                StartsWith("ravnsim: " + path + mistake.message));
+    EXPECT_EQ(channel.open_result(), static_cast<int>(ChannelError::wrong_configuration));
+  }
+}
 
 TEST_F(SimulatorTest, ATopologyThatHasTwoBoardsOfOneNumberIsRefused) {
   const std::size_t start = one_board.find("[{") + 1;
@@ -108,32 +133,27 @@ TEST_F(SimulatorTest, ATextThatDoesNotFitTheDriversFieldIsRefusedAndOneThatFills
   EXPECT_THAT(said_by_a_channel(), HasSubstr("/boards/0/serial_number: the text has 65 bytes"));
 
   use_topology(with(one_board, "\"S1\"", '"' + std::string(64, 's') + '"'));
-  const Channel channel;
   std::array<char, 2192> attributes{};
-  CommandBlock block{.driver_board = 3};
-  ASSERT_EQ(channel.send(DriverCommand::hba_adapterattributes, block, &attributes),
-            DriverStatus::success);
+  ASSERT_EQ(send(DriverCommand::hba_adapterattributes, {}, &attributes), DriverStatus::success);
   EXPECT_EQ(std::string(&attributes[64], &attributes[129]), std::string(64, 's') + 'M');
 }
 
 TEST_F(SimulatorTest, AFileThatCannotBeReadIsNamed) {
-  setenv("RAVNSIM_TOPOLOGY", (folder / "none.json").c_str(), 1);
-  EXPECT_THAT(said_by_a_channel(), HasSubstr((folder / "none.json").string() + ": cannot be read"));
-  setenv("RAVNSIM_TOPOLOGY", folder.c_str(), 1);
-  EXPECT_THAT(said_by_a_channel(), HasSubstr(folder.string() + ": cannot be read"));
+  for (const auto& path : {folder / "none.json", folder}) {
+    setenv("RAVNSIM_TOPOLOGY", path.c_str(), 1);
+    EXPECT_THAT(said_by_a_channel(), HasSubstr(path.string() + ": cannot be read"));
+  }
 }
 
 TEST_F(SimulatorTest, ThePortRecordHasTheCodesOfFcHbaAndTheFc4MapOfFcGs) {
   use_topology(one_board);
-  const Channel channel;
   std::array<std::uint8_t, 490> record{};
   const auto word = [&](std::size_t offset) {
     std::uint32_t value;
     std::memcpy(&value, &record.at(offset), sizeof value);
     return value;
   };
-  CommandBlock block{.driver_board = 3};
-  ASSERT_EQ(channel.send(DriverCommand::hba_portattributes, block, &record), DriverStatus::success);
+  ASSERT_EQ(send(DriverCommand::hba_portattributes, {}, &record), DriverStatus::success);
   EXPECT_EQ(record[0], 0x20);
   EXPECT_EQ(record[15], 0x01);
   EXPECT_EQ(word(16), 0x010203U);

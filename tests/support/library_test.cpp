@@ -10,7 +10,6 @@
 #include <iostream>
 #include <iterator>
 #include <regex>
-#include <sstream>
 #include <unistd.h>
 
 namespace ovk::test {
@@ -41,7 +40,8 @@ LogLine parse_log_line(const std::string& line) {
   return {match[1], std::regex_replace(match[2].str(), caller, "id")};
 }
 
-std::vector<LogLine> parse_log(std::istream& log) {
+std::vector<LogLine> parse_log(const std::filesystem::path& path) {
+  std::ifstream log{path};
   std::vector<LogLine> lines;
   for (std::string line; std::getline(log, line);) {
     lines.push_back(parse_log_line(line));
@@ -104,18 +104,16 @@ std::string LibraryTest::raw_log() {
 }
 
 std::vector<LogLine> LibraryTest::log_lines() {
-  std::istringstream log{raw_log()};
-  return parse_log(log);
+  std::fflush(fLogger);
+  return parse_log(log_path());
 }
 
 void LibraryTest::expect_sli_mode(std::uint32_t driver_board, std::uint32_t mode,
                                   std::uint32_t features) {
-  ByteVector record(driver_info_size);
-  std::memcpy(record.data() + sli_mode_offset, &mode, sizeof mode);
-  std::memcpy(record.data() + features_offset, &features, sizeof features);
+  const ByteVector record = with_at(ByteVector(driver_info_size), sli_mode_offset, mode);
   channel.expect("RAVN_MGMT_GET_RAVNOVK_INFO", driver_board)
       .word(2, driver_info_size)
-      .replies(1, record);
+      .replies(1, with_at(record, features_offset, features));
   channel.expect("RAVN_MGMT_HBA_ADAPTERATTRIBUTES", driver_board);
   channel.expect("RAVN_MGMT_HBA_PORTATTRIBUTES", driver_board);
   channel.expect("RAVN_MGMT_MBOX_SLI_CFG_EXT_SUP", driver_board);
@@ -128,9 +126,8 @@ void LibraryTest::expect_no_sli_mode(std::uint32_t driver_board) {
 }
 
 void LibraryTest::expect_adapter_type(std::uint32_t driver_board, std::uint32_t type) {
-  ByteVector record(driver_info_size);
-  std::memcpy(record.data() + adapter_type_offset, &type, sizeof type);
-  channel.expect("RAVN_MGMT_GET_RAVNOVK_INFO", driver_board).replies(1, record);
+  channel.expect("RAVN_MGMT_GET_RAVNOVK_INFO", driver_board)
+      .replies(1, with_at(ByteVector(driver_info_size), adapter_type_offset, type));
 }
 
 void LibraryTest::configure_log(const std::string& text) {
@@ -139,8 +136,7 @@ void LibraryTest::configure_log(const std::string& text) {
 }
 
 std::vector<LogLine> LibraryTest::log_file() {
-  std::ifstream log{host().root / "scratch/log/libovk.log"};
-  return parse_log(log);
+  return parse_log(host().root / "scratch/log/libovk.log");
 }
 
 void LibraryTest::in_fresh_process(const std::function<void()>& body) {

@@ -7,8 +7,8 @@
 
 #include <algorithm>
 #include <cstdarg>
-#include <cstdlib>
-#include <utility>
+#include <stdexcept>
+#include <string>
 
 #include <gtest/gtest.h>
 
@@ -16,19 +16,9 @@ namespace ovk::test {
 
 namespace {
 
-constexpr std::size_t status_word = 11;
 constexpr int refused = 22;
 
 ScriptedChannel* current_channel = nullptr;
-
-const Callback* find_callback(std::string_view name) {
-  const auto* row = std::ranges::find(catalogue, name, &Callback::name);
-  return row == catalogue.end() ? nullptr : row;
-}
-
-bool is_sent(Direction direction) {
-  return direction == Direction::input || direction == Direction::in_out;
-}
 
 }  // namespace
 
@@ -36,72 +26,25 @@ Exchange::Exchange(const Callback& callback, std::uint32_t driver_board) : callb
   expected_words_[0] = driver_board;
 }
 
-Exchange& Exchange::word(std::size_t number, std::uint32_t value) {
-  expected_words_.at(number) = value;
-  return *this;
-}
-
-Exchange& Exchange::sends(std::size_t payload, ByteVector bytes) {
-  expected_payloads_.at(payload - 1) = std::move(bytes);
-  payload_expected_.at(payload - 1) = true;
-  return *this;
-}
-
-Exchange& Exchange::lacks(std::size_t payload) {
-  payload_lacking_.at(payload - 1) = true;
-  return *this;
-}
-
-Exchange& Exchange::answers(std::size_t word, std::uint32_t value) {
-  answered_words_.emplace_back(word, value);
-  return *this;
-}
-
-Exchange& Exchange::replies(std::size_t payload, ByteVector bytes) {
-  replies_.at(payload - 1) = std::move(bytes);
-  return *this;
-}
-
-Exchange& Exchange::status(DriverStatus status) {
-  return answers(status_word, static_cast<std::uint32_t>(status));
-}
-
-Exchange& Exchange::status(std::uint32_t status) { return answers(status_word, status); }
-
-Exchange& Exchange::delivery_error(int result) {
-  result_ = result;
-  return *this;
-}
-
-Exchange& Exchange::meanwhile(std::function<void()> action) {
-  meanwhile_ = std::move(action);
-  return *this;
-}
-
-const ByteVector& Exchange::sent(std::size_t payload) const { return sent_.at(payload - 1); }
-
 void Exchange::check(const std::uint32_t* block, const std::vector<std::uint8_t*>& payloads) {
   for (std::size_t i = 0; i < words; ++i) {
     EXPECT_EQ(block[i], expected_words_[i]) << callback_->name << ", word " << i;
   }
   for (std::size_t i = 0; i < payloads.size(); ++i) {
-    const Parameter& parameter = callback_->payloads[i];
-    EXPECT_EQ(payloads[i] == nullptr, payload_lacking_[i])
-        << callback_->name << ", payload " << i + 1;
+    SCOPED_TRACE(testing::Message() << callback_->name << ", payload " << i + 1);
+    const auto& [size, direction] = callback_->payloads[i];
+    auto& [expected, lacking, reply, sent] = payloads_[i];
+    EXPECT_EQ(payloads[i] == nullptr, lacking);
     if (payloads[i] == nullptr) {
       continue;
     }
     // A descriptor has a size of its own, whatever the declaration says.
-    const std::size_t size = parameter.direction == Direction::descriptor
-                                 ? sizeof(vmk_MgmtDataDescriptor)
-                                 : parameter.size;
-    sent_[i].assign(payloads[i], payloads[i] + size);
-    if (payload_expected_[i]) {
-      EXPECT_TRUE(is_sent(parameter.direction) || parameter.direction == Direction::descriptor)
-          << callback_->name << ", payload " << i + 1 << " is not sent to the driver";
-      ByteVector expected = expected_payloads_[i];
-      expected.resize(size);
-      EXPECT_EQ(sent_[i], expected) << callback_->name << ", payload " << i + 1;
+    const bool described = direction == Direction::descriptor;
+    sent.assign(payloads[i], payloads[i] + (described ? sizeof(vmk_MgmtDataDescriptor) : size));
+    if (expected) {
+      EXPECT_NE(direction, Direction::output) << "is not sent to the driver";
+      expected->resize(sent.size());
+      EXPECT_EQ(sent, *expected);
     }
   }
 }
@@ -115,10 +58,10 @@ int Exchange::perform(std::uint32_t* block, const std::vector<std::uint8_t*>& pa
     block[word] = value;
   }
   for (std::size_t i = 0; i < payloads.size(); ++i) {
-    if (!replies_[i].empty() && payloads[i] != nullptr) {
+    if (const ByteVector& reply = payloads_[i].reply; !reply.empty() && payloads[i] != nullptr) {
       EXPECT_NE(callback_->payloads[i].direction, Direction::input);
-      EXPECT_LE(replies_[i].size(), callback_->payloads[i].size);
-      std::ranges::copy(replies_[i], payloads[i]);
+      EXPECT_LE(reply.size(), callback_->payloads[i].size);
+      std::ranges::copy(reply, payloads[i]);
     }
   }
   return result_;
@@ -145,19 +88,15 @@ vmk_MgmtChannel* ScriptedChannel::handle() {
 }
 
 Exchange& ScriptedChannel::expect(std::string_view name, std::uint32_t driver_board) {
-  const Callback* callback = find_callback(name);
-  if (callback == nullptr) {
-    std::fprintf(stderr, "the catalogue holds no %s\n", std::string{name}.c_str());
-    std::abort();
+  const auto* callback = std::ranges::find(catalogue, name, &Callback::name);
+  if (callback == catalogue.end()) {
+    throw std::invalid_argument{"the catalogue holds no " + std::string{name}};
   }
   return exchanges_.emplace_back(*callback, driver_board);
 }
 
 int ScriptedChannel::invoke(std::uint64_t id, std::uint32_t parameter_count,
                             const std::vector<std::uint8_t*>& parameters) {
-  if (next_ == exchanges_.size() && other_result_ != 0) {
-    return other_result_;
-  }
   if (next_ == exchanges_.size()) {
     ADD_FAILURE() << "not expected: command 0x" << std::hex << id;
     return refused;

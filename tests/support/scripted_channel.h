@@ -6,16 +6,18 @@
 #pragma once
 
 #include "core/catalogue.h"
-#include "platform/driver_status.h"
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <deque>
 #include <functional>
+#include <optional>
 #include <string_view>
 #include <type_traits>
+#include <utility>
 #include <vector>
 
 namespace ovk::test {
@@ -30,6 +32,33 @@ ByteVector bytes_of(const Record& record) {
   return bytes;
 }
 
+inline ByteVector bytes_of(const ByteVector& bytes) { return bytes; }
+
+/** A record whose bytes are all the same. */
+template <typename Record>
+Record record_of(std::uint8_t byte) {
+  Record record;
+  std::memset(&record, byte, sizeof record);
+  return record;
+}
+
+/** Bytes that tell their places apart. */
+inline ByteVector counted_bytes(std::size_t size) {
+  ByteVector bytes(size);
+  for (std::size_t i = 0; i < size; ++i) {
+    bytes[i] = static_cast<std::uint8_t>(1 + i + i / 256);
+  }
+  return bytes;
+}
+
+/** The bytes with a value written over them. */
+template <typename Value>
+ByteVector with_at(ByteVector bytes, std::size_t offset, const Value& value) {
+  const ByteVector written = bytes_of(value);
+  std::copy(written.begin(), written.end(), bytes.begin() + static_cast<std::ptrdiff_t>(offset));
+  return bytes;
+}
+
 /** The driver board number of a command that carries none. */
 inline constexpr std::uint32_t no_board = 0;
 
@@ -39,51 +68,74 @@ class Exchange {
   Exchange(const Callback& callback, std::uint32_t driver_board);
 
   /** Expects a word of the Command block. */
-  Exchange& word(std::size_t number, std::uint32_t value);
+  Exchange& word(std::size_t number, std::uint32_t value) {
+    expected_words_.at(number) = value;
+    return *this;
+  }
   /** Expects the first bytes of payload 1, 2 or 3 as the driver gets it, and zeros behind them. */
-  Exchange& sends(std::size_t payload, ByteVector bytes);
   template <typename Record>
   Exchange& sends(std::size_t payload, const Record& record) {
-    return sends(payload, bytes_of(record));
+    payloads_.at(payload - 1).expected = bytes_of(record);
+    return *this;
   }
-
   /** Expects a null pointer in place of payload 1, 2 or 3. */
-  Exchange& lacks(std::size_t payload);
+  Exchange& lacks(std::size_t payload) {
+    payloads_.at(payload - 1).lacking = true;
+    return *this;
+  }
 
   /** Answers a word of the Command block. */
-  Exchange& answers(std::size_t word, std::uint32_t value);
+  Exchange& answers(std::size_t word, std::uint32_t value) {
+    answered_words_.emplace_back(word, value);
+    return *this;
+  }
   /** Answers with the first bytes of payload 1, 2 or 3. */
-  Exchange& replies(std::size_t payload, ByteVector bytes);
   template <typename Record>
   Exchange& replies(std::size_t payload, const Record& record) {
-    return replies(payload, bytes_of(record));
+    payloads_.at(payload - 1).reply = bytes_of(record);
+    return *this;
   }
-  Exchange& status(DriverStatus status);
-  Exchange& status(std::uint32_t status);
+  Exchange& status(std::uint32_t status) { return answers(status_word, status); }
   /** The channel reports this error; the answers are given all the same. */
-  Exchange& delivery_error(int result);
+  Exchange& delivery_error(int result) {
+    result_ = result;
+    return *this;
+  }
+  /** Both. */
+  Exchange& ends_with(std::uint32_t status, int delivery) {
+    return this->status(status).delivery_error(delivery);
+  }
   /** Runs while the command is at the driver. */
-  Exchange& meanwhile(std::function<void()> action);
+  Exchange& meanwhile(std::function<void()> action) {
+    meanwhile_ = std::move(action);
+    return *this;
+  }
 
   /** A payload as it came, whole, whatever its direction. Only after the command was sent. */
-  [[nodiscard]] const ByteVector& sent(std::size_t payload) const;
+  [[nodiscard]] const ByteVector& sent(std::size_t payload) const {
+    return payloads_.at(payload - 1).sent;
+  }
 
  private:
   friend class ScriptedChannel;
 
   static constexpr std::size_t words = 12;
+  static constexpr std::size_t status_word = 11;
+
+  struct Payload {
+    std::optional<ByteVector> expected;
+    bool lacking = false;
+    ByteVector reply;
+    ByteVector sent;
+  };
 
   int perform(std::uint32_t* block, const std::vector<std::uint8_t*>& payloads);
   void check(const std::uint32_t* block, const std::vector<std::uint8_t*>& payloads);
 
   const Callback* callback_;
   std::array<std::uint32_t, words> expected_words_{};
-  std::array<ByteVector, max_payloads> expected_payloads_;
-  std::array<bool, max_payloads> payload_expected_{};
-  std::array<bool, max_payloads> payload_lacking_{};
   std::vector<std::pair<std::size_t, std::uint32_t>> answered_words_;
-  std::array<ByteVector, max_payloads> replies_;
-  std::array<ByteVector, max_payloads> sent_;
+  std::array<Payload, max_payloads> payloads_;
   std::function<void()> meanwhile_;
   int result_ = 0;
 };
@@ -102,11 +154,6 @@ class ScriptedChannel {
   /** Checks that every exchange took place. */
   void verify() const;
 
-  /** Answers every command that is not expected with this delivery error instead of failing. */
-  void answer_others_with(int result) { other_result_ = result; }
-
-  [[nodiscard]] std::size_t commands_seen() const { return next_; }
-
   int open_result = 0;
   int opened = 0;
   int closed = 0;
@@ -120,7 +167,6 @@ class ScriptedChannel {
  private:
   std::deque<Exchange> exchanges_;
   std::size_t next_ = 0;
-  int other_result_ = 0;
 };
 
 }  // namespace ovk::test

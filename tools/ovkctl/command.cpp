@@ -64,25 +64,29 @@ void write_output(const std::string& text) {
   }
 }
 
-Report error_report(int exit_code, const char* message, const OperationFailed* failure) {
-  Report report;
+void add_error(Report& report, int exit_code, const char* message, const OperationFailed* failure) {
   Section& error = report.section("error", "Error");
   error.field("exit_code", "Exit code", exit_code).field("message", "Message", message);
   if (failure != nullptr) {
     error.field("result", "Result", failure->result()).field("advice", "Advice", failure->advice());
   }
-  return report;
 }
 
 int end_with(int exit_code, const std::exception& error, const Context& context) {
   const auto* const failure = dynamic_cast<const OperationFailed*>(&error);
+  const auto* const shown = dynamic_cast<const FailedWithReport*>(&error);
+  Report report = shown != nullptr ? shown->report() : Report{};
+  // Nothing more can be done when standard output is what failed.
+  if (context.json()) {
+    add_error(report, exit_code, error.what(), failure);
+    std::fputs(render_json(report).c_str(), stdout);
+  } else {
+    std::fputs(render_text(report).c_str(), stdout);
+  }
+  std::fflush(stdout);
   std::fprintf(stderr, "ovkctl: %s\n", error.what());
   if (failure != nullptr && !failure->advice().empty()) {
     std::fprintf(stderr, "%s\n", failure->advice().c_str());
-  }
-  if (context.json()) {
-    // Nothing more can be done when standard output is what failed.
-    std::fputs(render_json(error_report(exit_code, error.what(), failure)).c_str(), stdout);
   }
   return exit_code;
 }

@@ -17,6 +17,7 @@
 #ifndef OVKCTL_COMMAND_H
 #define OVKCTL_COMMAND_H
 
+#include "errors.h"
 #include "report.h"
 #include "values.h"
 
@@ -64,6 +65,18 @@ Check<std::uint32_t> between(std::uint32_t least, std::uint32_t most);
 /** The words that an option takes and what they stand for, in the order of the help. */
 template <typename T>
 using Choices = std::vector<std::pair<std::string, T>>;
+
+/** An operation that failed and has something to show nevertheless; both are one JSON document. */
+class FailedWithReport : public OperationFailed {
+ public:
+  FailedWithReport(Report report, const std::string& message, std::string advice)
+      : OperationFailed(message, std::move(advice)), report_(std::move(report)) {}
+
+  const Report& report() const { return report_; }
+
+ private:
+  Report report_;
+};
 
 /** What an action works with besides the arguments of its command. */
 class Context {

@@ -2,6 +2,7 @@
 
 #include "errors.h"
 
+#include <array>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -27,8 +28,13 @@ std::vector<std::uint8_t> read_file(const std::string& path, std::size_t most) {
   if (!file) {
     fail(path, "read");
   }
-  std::vector<std::uint8_t> bytes(most + 1);
-  bytes.resize(std::fread(bytes.data(), 1, bytes.size(), file.get()));
+  std::vector<std::uint8_t> bytes;
+  std::array<std::uint8_t, 65536> part;
+  std::size_t count = 0;
+  do {
+    count = std::fread(part.data(), 1, part.size(), file.get());
+    bytes.insert(bytes.end(), part.begin(), part.begin() + static_cast<std::ptrdiff_t>(count));
+  } while (count != 0 && bytes.size() <= most);
   if (std::ferror(file.get()) != 0) {
     fail(path, "read");
   }

@@ -9,6 +9,7 @@
 #include <atomic>
 #include <csignal>
 #include <random>
+#include <utility>
 
 namespace ovkctl {
 namespace {
@@ -208,17 +209,15 @@ Report summary(std::uint32_t board, const Arguments& arguments, const Tally& tal
   return report;
 }
 
-void require_clean(const Tally& tally, Mode mode) {
-  if (tally.clean()) {
-    return;
-  }
+[[noreturn]] void fail(Report report, const Tally& tally, Mode mode) {
   const bool all_lost = tally.lost == tally.sent;
-  throw OperationFailed(std::to_string(tally.sent - tally.intact) + " of " +
-                            std::to_string(tally.sent) + " frames did not come back intact.",
-                        mode == Mode::kExternal && all_lost
-                            ? "An external loopback needs a loopback plug in the port."
-                            : "Check the transceiver and the cable, or the board itself when the "
-                              "internal loopback fails too.");
+  throw FailedWithReport(std::move(report),
+                         std::to_string(tally.sent - tally.intact) + " of " +
+                             std::to_string(tally.sent) + " frames did not come back intact.",
+                         mode == Mode::kExternal && all_lost
+                             ? "An external loopback needs a loopback plug in the port."
+                             : "Check the transceiver and the cable, or the board itself when the "
+                               "internal loopback fails too.");
 }
 
 void run_test(const Arguments& arguments, const Context& context) {
@@ -229,8 +228,11 @@ void run_test(const Arguments& arguments, const Context& context) {
   LoopbackPort port(board, arguments);
   const Tally tally = send_frames(board, arguments);
   port.end();
-  context.print(summary(board, arguments, tally));
-  require_clean(tally, *arguments.mode);
+  Report report = summary(board, arguments, tally);
+  if (!tally.clean()) {
+    fail(std::move(report), tally, *arguments.mode);
+  }
+  context.print(report);
 }
 
 void add_run(Command loopback) {
