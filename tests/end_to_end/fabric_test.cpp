@@ -68,6 +68,21 @@ TEST_F(FabricTest, ForeignDecodersReadWhatTheUnitsSayAndShowTheTopologysValues) 
   EXPECT_THAT(page("300 --page 0x83"), HasSubstr("0x00540a0000000003"));
 }
 
+TEST_F(FabricTest, InquiriesAreDecodedForPeople) {
+  const std::string unit = "inquiry 0 " + array_port + " 0";
+  EXPECT_THAT(json_of(unit), Holds({{"type", "disk"},
+                                    {"vendor", "HARBOUR"},
+                                    {"product", "Quay 400"},
+                                    {"revision", "3.10"}}));
+  EXPECT_EQ(json_of(unit + " --page 0").at("supported_pages"), json({"0x00", "0x80", "0x83"}));
+  EXPECT_EQ(json_of(unit + " --page 0x80").at("serial_number"), "HQ4001290A");
+  const json designators = json_of(unit + " --page 0x83").at("designators");
+  EXPECT_EQ(column(designators, "type"), (std::vector<json>{"NAA", "T10 vendor ID", "NAA"}));
+  EXPECT_EQ(column(designators, "association"),
+            (std::vector<json>{"logical unit", "logical unit", "target port"}));
+  EXPECT_THAT(run("inquiry 0 " + array_port + " 9").out, HasSubstr("no logical unit"));
+}
+
 TEST_F(FabricTest, ForeignDecodersAgreeOnLogicalUnitNumbersAndCapacity) {
   EXPECT_EQ(json_of("luns 0 " + array_port).at("luns").size(), 3U);
   EXPECT_THAT(decoded_as_device("sg_luns --decode", "luns 0 " + array_port),
@@ -119,6 +134,10 @@ TEST_F(FabricTest, TheNameServerAndThePortsAnswer) {
   EXPECT_EQ(json_of("els 0 " + array_port + " 10000000deadbeef").at("data"), "02000000deadbeef");
   EXPECT_THAT(run("els 0 " + array_port + " 55000000").out, HasSubstr("LS_RJT"));
   EXPECT_THAT(run("els 0 5000000000000099 10000000"), Exits(1, "the port did not answer"));
+
+  set_faults(R"([{"command": "RAVN_MGMT_SEND_CT", "effect": "reject", "value": "0x0907"}])");
+  EXPECT_THAT(run("nameserver list 0"),
+              Exits(1, "rejected: unable to perform the command, explanation 0x07"));
 }
 
 }  // namespace

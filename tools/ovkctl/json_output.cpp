@@ -2,6 +2,8 @@
 #include "report.h"
 #include "values.h"
 
+#include <stdexcept>
+
 #include <nlohmann/json.hpp>
 
 namespace ovkctl {
@@ -56,12 +58,19 @@ std::string digits_of(const std::vector<std::uint8_t>& bytes) {
   return digits;
 }
 
+/** Throws std::logic_error for a key that is there already: one would take the other's place. */
+void add_member(Json& object, const std::string& key, Json value) {
+  if (!object.emplace(key, std::move(value)).second) {
+    throw std::logic_error("two members of the report are called \"" + key + "\"");
+  }
+}
+
 struct AddPart {
   Json& object;
 
-  void operator()(const Field& field) const { object[field.key] = json_of(field.value); }
-  void operator()(const Table& table) const { object[table.key()] = json_of(table); }
-  void operator()(const Dump& dump) const { object[dump.key] = digits_of(dump.bytes); }
+  void operator()(const Field& field) const { add_member(object, field.key, json_of(field.value)); }
+  void operator()(const Table& table) const { add_member(object, table.key(), json_of(table)); }
+  void operator()(const Dump& dump) const { add_member(object, dump.key, digits_of(dump.bytes)); }
   void operator()(const Note&) const {}
 };
 
@@ -86,7 +95,7 @@ std::string render_json(const Report& report, JsonForm form) {
     if (section.kind() == Section::Kind::kElement) {
       document[section.key()].push_back(std::move(object));
     } else {
-      document[section.key()] = std::move(object);
+      add_member(document, section.key(), std::move(object));
     }
   }
   const int indent = form == JsonForm::kIndented ? 2 : -1;

@@ -17,7 +17,7 @@ void add_standard(Report& report, const ByteVector& data) {
       .field("vendor", "Vendor", ascii_text(data, 8, 8))
       .field("product", "Product", ascii_text(data, 16, 16))
       .field("revision", "Revision", ascii_text(data, 32, 4))
-      .field("version", "SPC version", big_endian(data, 2, 1));
+      .field("spc_version", "SPC version", big_endian(data, 2, 1));
   if (big_endian(data, 0, 1) >> kQualifierShift != 0) {
     report.note("The target has no logical unit of this number, or none is connected.");
   }
