@@ -86,7 +86,7 @@ TEST_F(Sli4RegionTest, ADumpDeliversWhatLiesBehindTheOffset) {
     EXPECT_EQ(dump(23, offset), OVK_OK);
     EXPECT_EQ(memory.outstanding(), 0);
     ByteVector expected(4100, 0xEE);
-    std::copy_n(image.begin() + (delivered == 0 ? 0 : offset), delivered, expected.begin());
+    std::copy_n(image.data() + (delivered == 0 ? 0 : offset), delivered, expected.begin());
     EXPECT_EQ(size_, delivered) << "offset " << offset << ", room " << room;
     EXPECT_EQ(dest_, expected);
   }

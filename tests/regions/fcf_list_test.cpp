@@ -31,7 +31,7 @@ class FcfListTest : public RegionTest {
     const ByteVector from = record();
     ByteVector bytes(sizeof(FcfListEntry));
     for (const auto& [at, to, size] : fields) {
-      std::copy_n(from.begin() + at, size, bytes.begin() + to);
+      std::copy_n(from.data() + at, size, bytes.data() + to);
     }
     bytes[22] = flag18;
     return bytes;
