@@ -208,6 +208,7 @@ consteval std::size_t row_of(CommandName name) {
 /** The named command. A name that the catalogue does not hold does not compile. */
 template <CommandName name>
 consteval const Callback& callback_named() {
+  static_assert(name.view() != catalogue_rows::reserved, "a reserved command is not invoked");
   static_assert(row_of(name) < catalogue.size(), "the catalogue holds no command of this name");
   return catalogue[row_of(name)];
 }

@@ -38,7 +38,7 @@ struct CommandBlock {
   std::uint32_t driver_board;  ///< word 0
   std::uint32_t index;         ///< word 1: an index or an offset
   std::uint32_t request_size;  ///< word 2: what the caller gives or has room for
-  std::uint32_t reply_size;    ///< word 3: what the driver gives
+  std::uint32_t reply_size;    ///< word 3: what the driver gives; for a few also its room before
   std::uint32_t value;         ///< word 4
   std::uint32_t code;          ///< word 5
   std::uint32_t selector;      ///< word 6

@@ -32,6 +32,7 @@ std::uint32_t GetFcpBindList(std::uint32_t board, FcpBindList* list) {
   if (!buffer) {
     return OVK_NO_MEMORY;
   }
+  // The room in bytes is the driver's own; that in entries is the caller's.
   Command command{board, {.request_size = sizeof(BindListReply), .value = list->count}};
   const Outcome outcome = command.invoke<"RAVN_MGMT_LIST_BIND">(buffer.get());
   if (outcome.succeeded()) {

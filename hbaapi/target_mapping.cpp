@@ -48,7 +48,8 @@ static_assert(offsetof(IdentificationPage, first.designator) == 8);
 
 constexpr std::uint8_t identification_page_code = 0x83;
 constexpr std::uint32_t identification_page_room = 255;
-constexpr std::uint32_t announced_sense_room = 64;
+/** What the call is given; the primitive does not send it, and its driver may fill more. */
+constexpr std::uint32_t stated_sense_room = 64;
 constexpr std::uint8_t association_mask = 0x30;
 constexpr std::uint8_t type_mask = 0x0F;
 constexpr std::uint8_t naa_type = 3;
@@ -58,9 +59,9 @@ constexpr std::uint8_t longest_designator = 127;
 /** Reads the page; false when the logical unit did not give it. */
 bool read_identification_page(std::uint32_t board, const FcpScsiEntry& entry,
                               IdentificationPage& page) {
-  std::uint8_t sense[OVK_SENSE_MAX_LENGTH]{};  // of which the target is offered a part
+  std::uint8_t sense[OVK_SENSE_MAX_LENGTH]{};
   std::uint32_t page_length = identification_page_room;
-  std::uint32_t sense_length = announced_sense_room;
+  std::uint32_t sense_length = stated_sense_room;
   const auto lun_word0 = static_cast<std::uint32_t>(entry.FcpLun);
   const auto lun_word1 = static_cast<std::uint32_t>(entry.FcpLun >> 32);
   const std::uint32_t result =

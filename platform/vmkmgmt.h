@@ -1,6 +1,6 @@
 /**
  * @file
- * The host's kernel management channel as the library sees it: two records and three functions.
+ * The host's kernel management channel as the library sees it: three records and three functions.
  *
  * On an ESXi host the platform provides these functions in libvmkmgmt.so; elsewhere the simulator
  * does. All records are little-endian i386 records, all functions use the C calling convention.

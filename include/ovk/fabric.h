@@ -167,8 +167,10 @@ OVK_ASSERT_OFFSET(FcpCmnd, data_length, 28);
  *                          is told no more; out: bytes transferred, or needed with OVK_MORE_DATA;
  *                          untouched on other failures, and when the driver itself finds no room,
  *                          which gives OVK_MORE_DATA too
- * @param response          receives the FCP response, as long as the driver says and
- *                          OVK_FCP_RESPONSE_MAX_LENGTH bytes at most, whatever room there is
+ * @param response          receives the FCP response (FCP_RSP), as long as the driver says and
+ *                          OVK_FCP_RESPONSE_MAX_LENGTH bytes at most, whatever room there is; in
+ *                          its bytes 16 to 19 stands, in host byte order, not the length of the
+ *                          sense data but that of the whole response
  * @param response_length   in: bytes that response holds, for the driver; out: bytes of the
  *                          response as the driver reports them, whenever the command succeeded
  * @param option_word       passed to the driver as it is
@@ -273,14 +275,14 @@ OVK_API uint32_t SendScsiCmd(uint32_t board, const Wwn* target_wwn, const FcpCmn
                              void* sense, uint32_t* sense_length);
 
 /**
- * Reads blocks with READ(10) (SBC). The number of blocks is a 16-bit field, which wraps.
+ * Reads blocks with READ(10) (SBC). Its 16-bit number of blocks wraps from 32 MiB on.
  *
  * @param board         library board index
  * @param target_wwn    port WWN of the target
  * @param lun_word0     bytes 0 to 3 of FCP_LUN, as they stand in memory
  * @param lun_word1     bytes 4 to 7 of FCP_LUN, as they stand in memory
  * @param lba           first block
- * @param data          receives the blocks
+ * @param data          receives the blocks; what it holds before goes to the driver
  * @param data_length   in: OVK_SCSI_BLOCK_SIZE times the blocks, OVK_SCSI_MAX_TRANSFER at most;
  *                      out: as for SendScsiCmdByWWN
  * @param sense         as for SendScsiCmdByWWN
@@ -292,7 +294,7 @@ OVK_API uint32_t SendScsiRead(uint32_t board, const Wwn* target_wwn, uint32_t lu
                               void* sense, uint32_t* sense_length);
 
 /**
- * Writes blocks with WRITE(10) (SBC). The number of blocks is a 16-bit field, which wraps.
+ * Writes blocks with WRITE(10) (SBC). Its 16-bit number of blocks wraps from 32 MiB on.
  *
  * @param board         library board index
  * @param target_wwn    port WWN of the target

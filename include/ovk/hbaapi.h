@@ -284,7 +284,7 @@ OVK_API uint32_t GetRNIDMgmtInfo(uint32_t board, RnidMgmtInfo* info);
 
 /* ---- Events ---------------------------------------------------------------------------------- */
 
-/** The codes of the events (FC-HBA). */
+/** Codes of events (FC-HBA); the driver may have others, of ports and targets for instance. */
 enum OvkEventCode {
   OVK_EVENT_LIP = 1,       /**< a loop was initialised */
   OVK_EVENT_LINK_UP = 2,   /**< the link came up */
@@ -296,8 +296,9 @@ enum OvkEventCode {
 
 /** An event of a board (FC-HBA). */
 typedef struct EventInfo {
-  uint32_t EventCode;    /**< an OvkEventCode */
-  uint32_t EventData[4]; /**< by the code; of link events and RSCNs [0] is the port's FC address */
+  uint32_t EventCode; /**< OvkEventCode names some */
+  /** By the code; of link, port, target and RSCN events [0] is the port's FC address. */
+  uint32_t EventData[4];
 } EventInfo;
 
 OVK_ASSERT_SIZE(EventInfo, 20);
@@ -311,7 +312,7 @@ OVK_ASSERT_OFFSET(EventInfo, EventData, 4);
 extern OVK_API uint32_t EventMissedCount;
 
 /**
- * Takes the oldest events out of the driver's queue of a board.
+ * Takes events out of the driver's queue of a board.
  *
  * @param board   library board index
  * @param events  receives the events. With room for OVK_MAX_EVENTS or more the driver writes here
@@ -321,6 +322,7 @@ extern OVK_API uint32_t EventMissedCount;
  * @return OVK_OK; OVK_FAILED; OVK_NO_MEMORY
  */
 OVK_API uint32_t GetEventBuffer(uint32_t board, EventInfo* events, uint32_t* count);
+
 /* ---- Target mapping and bindings ------------------------------------------------------------- */
 
 /** The most entries of a target mapping that the driver gives. */
@@ -404,8 +406,9 @@ OVK_ASSERT_SIZE(FcpPersistentBinding, 4);
  * @param board  library board index
  * @param map    receives the entries, OVK_MAX_TARGET_MAPPINGS at most; NumberOfEntries is in and
  *               out, and is set to the driver's count whatever the result
- * @return OVK_OK; OVK_MORE_DATA when NumberOfEntries was too small, no entry is written then;
- *         OVK_FAILED, also without memory
+ * @return OVK_OK; OVK_MORE_DATA when NumberOfEntries was too small and when the driver itself finds
+ *         no room, which it is never told to be more than OVK_MAX_TARGET_MAPPINGS; no entry is
+ *         written then; OVK_FAILED, also without memory
  */
 OVK_API uint32_t GetFcpTargetMapping(uint32_t board, FcpTargetMapping* map);
 
@@ -416,8 +419,9 @@ OVK_API uint32_t GetFcpTargetMapping(uint32_t board, FcpTargetMapping* map);
  *
  * @param board     library board index
  * @param port_wwn  the board's own port WWN
- * @param map       receives the entries; NumberOfEntries is in and out, and untouched when the
- *                  result is neither OVK_OK nor OVK_MORE_DATA
+ * @param map       receives the entries, OVK_MAX_TARGET_MAPPINGS at most; NumberOfEntries is in and
+ *                  out, on return the driver's count, and untouched when the result is neither
+ *                  OVK_OK nor OVK_MORE_DATA
  * @return OVK_OK, whether the logical units gave identifiers or not; OVK_ILLEGAL_WWN for another
  *         port; OVK_MORE_DATA as GetFcpTargetMapping; OVK_FAILED, also without memory
  */
@@ -436,8 +440,9 @@ OVK_API uint32_t OVK_GetFcpTargetMappingByWWN(uint32_t board, const Wwn* port_ww
                                               FcpTargetMapping* map);
 
 /**
- * Reads the driver's persistent bindings. With room for OVK_MAX_BINDINGS entries the driver writes
- * into the list itself; with less, as many bytes are copied as the driver's count says.
+ * Reads the driver's persistent bindings. With room for OVK_MAX_BINDINGS entries or more the driver
+ * writes into the list itself; with less, as many entries are copied as the driver's count says,
+ * OVK_MAX_BINDINGS at most. The driver alone keeps to the caller's room.
  *
  * @param board  library board index
  * @param list   receives the bindings; count is in and out, on OVK_FAILED it is the count that the
@@ -495,7 +500,7 @@ OVK_API uint32_t SendCTPassThru(uint32_t board, const uint8_t* request, uint32_t
  *
  * @param board            library board index
  * @param target_wwn       port WWN of the target
- * @param response         receives the parameter data
+ * @param response         receives the parameter data; what it holds before goes to the driver
  * @param response_length  in: bytes that response holds; out: as data_length of SendScsiCmdByWWN
  * @param sense            receives the sense data; must hold OVK_SENSE_MAX_LENGTH bytes
  * @param sense_length     out only: bytes of sense data
@@ -510,7 +515,7 @@ OVK_API uint32_t SendReportLUNs(uint32_t board, const Wwn* target_wwn, void* res
  * @param board            library board index
  * @param hba_port_wwn     ignored
  * @param target_wwn       port WWN of the target
- * @param response         receives the parameter data
+ * @param response         as for SendReportLUNs
  * @param response_length  in and out, as for SendReportLUNs
  * @param sense            as for SendReportLUNs
  * @param sense_length     out only, as for SendReportLUNs
@@ -528,7 +533,7 @@ OVK_API uint32_t OVK_SendReportLUNsByWWN(uint32_t board, const Wwn* hba_port_wwn
  * @param target_wwn       port WWN of the target
  * @param lun_word0        bytes 0 to 3 of FCP_LUN, as they stand in memory
  * @param lun_word1        bytes 4 to 7 of FCP_LUN, as they stand in memory
- * @param response         receives the parameter data, 8 bytes
+ * @param response         receives the parameter data, 8 bytes; before, as for SendReportLUNs
  * @param response_length  in and out, as for SendReportLUNs
  * @param sense            as for SendReportLUNs
  * @param sense_length     out only, as for SendReportLUNs
@@ -545,7 +550,7 @@ OVK_API uint32_t SendReadCapacity(uint32_t board, const Wwn* target_wwn, uint32_
  * @param hba_port_wwn     ignored
  * @param target_wwn       port WWN of the target
  * @param lun_word0        bytes 0 to 3 of FCP_LUN, as they stand in memory; the others are 0
- * @param response         receives the parameter data, 8 bytes
+ * @param response         receives the parameter data, 8 bytes; before, as for SendReportLUNs
  * @param response_length  in and out, as for SendReportLUNs
  * @param sense            as for SendReportLUNs
  * @param sense_length     out only, as for SendReportLUNs
@@ -565,7 +570,7 @@ OVK_API uint32_t OVK_SendReadCapacityByWWN(uint32_t board, const Wwn* hba_port_w
  * @param lun_word1        bytes 4 to 7 of FCP_LUN, as they stand in memory
  * @param evpd             0 for the standard data, 1 for a page of vital product data
  * @param page_code        the page; not sent with evpd 0
- * @param response         receives the data
+ * @param response         receives the data; before, as for SendReportLUNs
  * @param response_length  in and out, as for SendReportLUNs; the CDB carries its low 8 bits only,
  *                         so 255 is the most that it can ask for
  * @param sense            as for SendReportLUNs
@@ -587,7 +592,7 @@ OVK_API uint32_t SendScsiInquiry(uint32_t board, const Wwn* target_wwn, uint32_t
  * @param lun_word1        bytes 4 to 7 of FCP_LUN, as they stand in memory
  * @param evpd             as for SendScsiInquiry
  * @param page_code        as for SendScsiInquiry
- * @param response         receives the data
+ * @param response         receives the data; before, as for SendReportLUNs
  * @param response_length  in and out, as for SendScsiInquiry
  * @param sense            as for SendReportLUNs
  * @param sense_length     out only, as for SendReportLUNs

@@ -68,9 +68,10 @@ OVK_API uint32_t OVK_VPGetResource(uint32_t board, VportResources* res);
  * Lists the virtual ports of a board.
  *
  * @param board  library board index
- * @param list   count: on entry the entries that the list has room for; on return the entries
- *               delivered, or with OVK_MORE_DATA the entries needed; unchanged otherwise. The
- *               driver alone keeps to the room.
+ * @param list   count: on entry the entries that the list has room for; on return the driver's
+ *               count, with OVK_OK the entries delivered, OVK_MAX_VPORTS at most, and with
+ *               OVK_MORE_DATA the entries needed; unchanged otherwise. The driver alone keeps to
+ *               the room.
  * @return OVK_OK; OVK_FAILED; OVK_MORE_DATA, no entry was copied; OVK_NO_MEMORY
  */
 OVK_API uint32_t OVK_VPGetList(uint32_t board, VportList* list);
@@ -142,8 +143,8 @@ OVK_ASSERT_OFFSET(NodeInformationList, nodes, 4);
  * @param board     library board index
  * @param port_wwn  port WWN of the board's own port or of one of its virtual ports
  * @param nodes     count: on entry the records that the list has room for; on return, whatever the
- *                  result but OVK_NO_MEMORY, what the driver counts. No more records are written
- *                  than there is room for.
+ *                  result but OVK_NO_MEMORY, what the driver counts, or the entry's value where the
+ *                  driver did not count. No more records are written than there is room for.
  * @return OVK_OK; OVK_FAILED; OVK_NOT_SUPPORTED; OVK_MORE_DATA, no record was copied and count is
  *         the number needed; OVK_NO_MEMORY
  */

@@ -50,7 +50,7 @@ OVK_BEGIN_DECLS
  */
 enum OvkResult {
   OVK_OK = 0,
-  OVK_FAILED = 1,        /**< the command was not delivered or the driver refused it */
+  OVK_FAILED = 1,        /**< not delivered, refused by the driver, or as the call says */
   OVK_NOT_SUPPORTED = 2, /**< not on this SLI mode or adapter type, or not offered at all */
   OVK_ILLEGAL_WWN = 5,   /**< no port has this name */
   OVK_ILLEGAL_INDEX = 6, /**< nothing stands at this index */
