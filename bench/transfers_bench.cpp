@@ -1,5 +1,5 @@
 // What the library costs over calls written by hand, over a channel that answers at once. Each
-// call stands twice: /library and /by_hand, at the same number of bytes.
+// call stands twice: /library and /by_hand, with the same number of bytes, or of target mappings.
 
 #include "bench/by_hand.h"
 

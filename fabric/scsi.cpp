@@ -23,7 +23,7 @@ struct FcpRequest {
   FcpCmnd command;
   struct Response {
     std::uint8_t head[16];
-    std::uint32_t length;  // in place of FCP_SNS_LEN; in: the caller's room; out: bytes of it all
+    std::uint32_t length;  // in place of FCP_SNS_LEN; in: the caller's room; out: all bytes
     std::uint8_t tail[140];
   } response;
 };

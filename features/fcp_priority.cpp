@@ -2,6 +2,7 @@
 
 #include "core/command.h"
 #include "core/heap_buffer.h"
+#include "core/in_out_count.h"
 
 #include <algorithm>
 #include <array>
@@ -108,8 +109,9 @@ std::uint32_t OVK_QoSGetConfig(std::uint32_t board, FcpPriorityList* list) {
   if (!outcome.succeeded()) {
     return outcome.result();
   }
+  const std::uint32_t result = ovk::report_count(list->count, payload->count);
   payload.copy_out(list, list_size(capacity));
-  return capacity < list->count ? OVK_MORE_DATA : OVK_OK;
+  return result;
 }
 
 std::uint32_t OVK_QoSSetConfig(std::uint32_t board, FcpPriorityList* list) {

@@ -27,9 +27,13 @@ struct ScsiBuffers {
   void* sense;
 };
 
-/** A mailbox of so many words that names no memory of the caller, or memory that is there. */
-Mailbox* mailbox(Caller& caller, std::uint32_t words = OVK_MAILBOX_WORDS) {
-  auto* const mb = caller.record<Mailbox>(words * sizeof(std::uint32_t));
+/** The words of a mailbox that every call reads, and those of an SLI-3 mailbox. */
+constexpr std::uint32_t least_words = 7;
+constexpr std::uint32_t sli3_words = 32;
+
+/** A mailbox of so many words. What it names of the caller's memory is there. */
+Mailbox* mailbox(Caller& caller, std::uint32_t words) {
+  auto* const mb = caller.record<Mailbox>(std::max(words, least_words) * sizeof(std::uint32_t));
   const std::uint32_t room = caller.number(0, OVK_MAILBOX_EXTENSION_SIZE);
   const auto address = std::bit_cast<std::uint32_t>(caller.memory(room));
   switch (mb->command) {
@@ -40,10 +44,8 @@ Mailbox* mailbox(Caller& caller, std::uint32_t words = OVK_MAILBOX_WORDS) {
       mb->words4[3] = address;
       break;
     case 0x84:
-      mb->words4[1] = room;
-      mb->words4[2] = address;
-      mb->words4[4] = 0;
-      mb->words4[5] = 0;
+      mb->words4[1] = mb->words4[4] = room;
+      mb->words4[2] = mb->words4[5] = address;
       break;
     default:
       break;
@@ -72,32 +74,34 @@ constexpr std::initializer_list<Call> calls = {
 
     // Mailboxes
     [](Caller& caller, std::uint32_t board) {
-      IssueMbox(board, mailbox(caller), caller.number(0, 33), caller.number(0, 129));
+      IssueMbox(board, mailbox(caller, sli3_words), caller.number(0, 33), caller.number(0, 129));
     },
     [](Caller& caller, std::uint32_t board) {
       const std::uint32_t words = caller.number(0, OVK_MAILBOX_EXTENDED_WORDS);
       auto* const ext = caller.record<std::uint32_t>(words * sizeof(std::uint32_t));
-      IssueMboxEx(board, mailbox(caller), ext, caller.any<std::uint8_t>(), words,
+      IssueMboxEx(board, mailbox(caller, sli3_words), ext, caller.any<std::uint8_t>(), words,
                   caller.number(0, words));
     },
     [](Caller& caller, std::uint32_t board) {
-      const std::uint32_t words = caller.number(7, 513);
-      Mailbox* const mb = mailbox(caller, std::max<std::uint32_t>(words, OVK_MAILBOX_WORDS));
-      OVK_IssueMboxWithRetry(board, mb, words, caller.number(0, 2049), caller.number(0, 3), 1);
+      const std::uint32_t words = caller.number(0, 513);
+      const std::uint32_t bytes = caller.number(0, 2049);
+      const std::uint32_t moved = std::max(words, (bytes + 3) / 4);
+      Mailbox* const mb = mailbox(caller, std::min<std::uint32_t>(moved, OVK_MAILBOX_WORDS));
+      OVK_IssueMboxWithRetry(board, mb, words, bytes, caller.number(0, 3), 1);
     },
     [](Caller& caller, std::uint32_t board) {
       const std::uint32_t words = caller.number(0, OVK_MAILBOX_EXTENDED_WORDS);
       auto* const ext = caller.record<std::uint32_t>(words * sizeof(std::uint32_t));
-      OVK_IssueMboxWithRetryEx(board, mailbox(caller), ext, caller.any(), words,
+      OVK_IssueMboxWithRetryEx(board, mailbox(caller, OVK_MAILBOX_WORDS), ext, caller.any(), words,
                                caller.number(0, words), caller.number(0, 3), 1);
     },
     [](Caller& caller, std::uint32_t board) {
-      const std::uint32_t words = caller.number(OVK_MAILBOX_WORDS, 1025);
+      const std::uint32_t words = caller.number(0, 1025);
       OVK_IssueMboxWithRetryV2(board, mailbox(caller, words), words, caller.number(0, 3), 1);
     },
     [](Caller& caller, std::uint32_t board) {
-      const std::uint32_t words = caller.number(7, 1024);
-      IssueExtendedSLIConfig(board, mailbox(caller, std::max(words, 64U)), caller.number(0, 3),
+      const std::uint32_t words = caller.number(0, 1024);
+      IssueExtendedSLIConfig(board, mailbox(caller, words), caller.number(0, 3),
                              caller.number(0, 3), words);
     },
     [](Caller& caller, std::uint32_t board) {
@@ -200,6 +204,12 @@ constexpr std::initializer_list<Call> calls = {
     // Attributes, statistics, RNID, events, mappings
     [](Caller&, std::uint32_t board) { RefreshInformation(board); },
     [](Caller& caller, std::uint32_t board) {
+      GetAdapterAttributes(board, caller.record<AdapterAttributes>());
+    },
+    [](Caller& caller, std::uint32_t board) {
+      GetAdapterPortAttributes(board, 0, caller.record<PortAttributes>());
+    },
+    [](Caller& caller, std::uint32_t board) {
       GetDiscoveredPortAttributes(board, 0, caller.any(), caller.record<PortAttributes>());
     },
     [](Caller& caller, std::uint32_t board) {
@@ -224,8 +234,8 @@ constexpr std::initializer_list<Call> calls = {
     },
     [](Caller& caller, std::uint32_t board) {
       std::uint32_t count = caller.number(0, OVK_MAX_EVENTS + 1);
-      GetEventBuffer(board, caller.record<EventInfo>((OVK_MAX_EVENTS + 1) * sizeof(EventInfo)),
-                     &count);
+      const std::size_t room = std::max<std::uint32_t>(count, OVK_MAX_EVENTS);
+      GetEventBuffer(board, caller.record<EventInfo>(room * sizeof(EventInfo)), &count);
     },
     [](Caller& caller, std::uint32_t board) {
       const std::uint32_t room = caller.number(0, OVK_MAX_TARGET_MAPPINGS + 2);
@@ -239,13 +249,16 @@ constexpr std::initializer_list<Call> calls = {
       auto* const map = caller.record<FcpTargetMappingV2>(offsetof(FcpTargetMappingV2, entry) +
                                                           room * sizeof(FcpScsiEntryV2));
       map->NumberOfEntries = room;
-      const Wwn the_boards_own{};
+      Wwn the_boards_own;
+      std::ranges::fill(the_boards_own.bytes, board_identity.text);
       OVK_GetFcpTargetMappingV2(board, &the_boards_own, map);
     },
     [](Caller& caller, std::uint32_t board) {
-      auto* const list = caller.record<FcpBindList>(offsetof(FcpBindList, entry) +
-                                                    (OVK_MAX_BINDINGS + 1) * sizeof(FcpBinding));
-      list->count = caller.number(0, OVK_MAX_BINDINGS + 1);
+      const std::uint32_t count = caller.number(0, OVK_MAX_BINDINGS + 1);
+      const std::size_t room = std::max<std::uint32_t>(count, OVK_MAX_BINDINGS);
+      auto* const list =
+          caller.record<FcpBindList>(offsetof(FcpBindList, entry) + room * sizeof(FcpBinding));
+      list->count = count;
       GetFcpBindList(board, list);
     },
 
@@ -267,6 +280,7 @@ constexpr std::initializer_list<Call> calls = {
     [](Caller& caller, std::uint32_t board) {
       GetCfgParam(board, caller.record<CfgParam>(OVK_MAX_CFG_PARAMS * sizeof(CfgParam)));
     },
+    [](Caller& caller, std::uint32_t board) { SetCfgParam(board, caller.any(), caller.any()); },
     [](Caller& caller, std::uint32_t board) {
       const std::uint32_t count = caller.number(0, OVK_MAX_RAW_TRANSFER + 4);
       OVK_ReadPciCfg(board, caller.memory(count), caller.any(), count);
@@ -312,6 +326,7 @@ constexpr std::initializer_list<Call> calls = {
       const std::uint32_t count = caller.number(0, OVK_REGION22_ENTRIES + 1);
       OVK_SetRegion22(board, caller.record<Region22Entry>(count * sizeof(Region22Entry)), count);
     },
+    [](Caller&, std::uint32_t board) { OVK_InitR22(board); },
     [](Caller&, std::uint32_t board) { OVK_InitR23(board); },
     [](Caller& caller, std::uint32_t board) {
       OVK_GetPersistLinkDown(board, caller.record<std::uint16_t>());
@@ -333,7 +348,11 @@ constexpr std::initializer_list<Call> calls = {
       OVK_FCoEGetFCFConnectList(board, list);
     },
     [](Caller& caller, std::uint32_t board) {
-      OVK_FCoESetFCFConnectList(board, caller.record<FcfConnectList>());
+      const std::uint32_t count = caller.number(0, OVK_FCF_CONNECT_ENTRIES + 1);
+      auto* const list = caller.record<FcfConnectList>(offsetof(FcfConnectList, entries) +
+                                                       count * sizeof(FcfConnectEntry));
+      list->count = static_cast<std::uint8_t>(count);
+      OVK_FCoESetFCFConnectList(board, list);
     },
     [](Caller& caller, std::uint32_t board) {
       const std::uint32_t room = caller.number(0, 40);
@@ -344,6 +363,10 @@ constexpr std::initializer_list<Call> calls = {
     },
 
     // Traffic policy and the firmware log
+    [](Caller& caller, std::uint32_t board) {
+      OVK_QoSGetGlobalFlag(board, caller.record<std::uint32_t>());
+    },
+    [](Caller& caller, std::uint32_t board) { OVK_QoSSetGlobalFlag(board, caller.any()); },
     [](Caller& caller, std::uint32_t board) {
       const std::uint32_t room = caller.number(0, OVK_FCP_PRIORITY_MAX_ENTRIES);
       auto* const list = caller.record<FcpPriorityList>(offsetof(FcpPriorityList, entries) +
@@ -383,6 +406,9 @@ constexpr std::initializer_list<Call> calls = {
       OVK_UpdateVMidMapping(board, caller.record<VMidMapping>());
     },
     [](Caller& caller, std::uint32_t board) {
+      OVK_GetRasConfig(board, caller.record<RasConfig>());
+    },
+    [](Caller& caller, std::uint32_t board) {
       OVK_FwLogConfig(board, caller.record<FwLogConfig>());
     },
     [](Caller& caller, std::uint32_t board) {
@@ -410,6 +436,11 @@ constexpr std::initializer_list<Call> calls = {
       nodes->count = room;
       OVK_GetAllNodeInfoByWWN(board, caller.record<Wwn>(), nodes);
     },
+    [](Caller&, std::uint32_t board) { OVK_PersistAuthConfig(board); },
+    [](Caller&, std::uint32_t board) { OVK_DeleteAuthConfigObject(board); },
+    [](Caller& caller, std::uint32_t board) {
+      OVK_InitiateAuthentication(board, *caller.record<Wwn>(), *caller.record<Wwn>());
+    },
     [](Caller& caller, std::uint32_t board) {
       OVK_SetAuthConfigV2(board, caller.record<AuthConfig>());
     },
@@ -430,12 +461,20 @@ constexpr std::initializer_list<Call> calls = {
     },
 };
 
-/** All log lines, to nowhere, so that their formatting is seen too. */
-void log_everything() {
+/** The library as a process finds it after an initialisation, so that an input alone decides what
+    happens. All log lines go to nowhere, but those of another initialisation, which reads the level
+    anew. */
+void start_anew() {
   if (fLogger == nullptr) {
     fLogger = std::fopen("/dev/null", "w");
   }
   LogLevel = 0xFFFFFFFF;
+  refcnt = 0;
+  ovravn_brdCnt = OVK_MAX_BOARDS;
+  std::ranges::fill(ovk_brdno, 1);
+  std::ranges::fill(ovk_state, 0);
+  std::ranges::fill(ovk_refresh_timer, 0U);
+  std::ranges::fill(ovk_rststatistics, PortStatistics{});
 }
 
 }  // namespace
@@ -444,11 +483,14 @@ void log_everything() {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
   using namespace ovk::fuzz;
   constexpr std::array<std::uint32_t, 4> sli_modes{0, 2, OVK_SLI4, OVK_SLI4 + 1};
-  log_everything();
+  constexpr std::array<std::uint32_t, 3> adapter_types{0, 0x704, 0x714};
+  start_anew();
   FuzzedDataProvider data{bytes, size};
   const Call call =
       *(calls.begin() + data.ConsumeIntegralInRange<std::size_t>(0, calls.size() - 1));
-  sli_mode_of_the_board = data.PickValueInArray(sli_modes);
+  board_identity = {.sli_mode = data.PickValueInArray(sli_modes),
+                    .adapter_type = data.PickValueInArray(adapter_types),
+                    .text = data.ConsumeIntegral<std::uint8_t>()};
   const std::uint32_t board = data.ConsumeIntegralInRange<std::uint32_t>(0, OVK_MAX_BOARDS);
   driver_answers = &data;
   Caller caller{data};

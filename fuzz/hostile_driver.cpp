@@ -4,6 +4,7 @@
 #include "core/command.h"
 
 #include <algorithm>
+#include <array>
 #include <cstdarg>
 #include <cstdlib>
 #include <sanitizer/asan_interface.h>
@@ -11,18 +12,40 @@
 namespace ovk::fuzz {
 
 FuzzedDataProvider* driver_answers = nullptr;
-std::uint32_t sli_mode_of_the_board = 0;
+BoardIdentity board_identity{};
 
 namespace {
 
-/** Statuses that some call treats in a way of its own. */
-constexpr std::array statuses{
-    DriverStatus::not_found,      DriverStatus::mailbox_failed,    DriverStatus::no_memory,
-    DriverStatus::no_dump_region, DriverStatus::no_response,       DriverStatus::transport_failed,
-    DriverStatus::not_supported,  DriverStatus::not_permitted,     DriverStatus::feature_disabled,
-    DriverStatus::busy,           DriverStatus::not_ready,         DriverStatus::does_not_fit,
-    DriverStatus::no_vpd,         DriverStatus::list_does_not_fit, DriverStatus::ras_not_active,
+/** All failures with a name, and one without. */
+constexpr std::array failures{
+    DriverStatus::not_found,
+    DriverStatus::mailbox_failed,
+    DriverStatus::no_memory,
+    DriverStatus::no_dump_region,
+    DriverStatus::no_response,
+    DriverStatus::ras_already_active,
+    DriverStatus::ras_bad_level,
+    DriverStatus::oas_no_lun,
+    DriverStatus::oas_no_such_port,
+    DriverStatus::transport_failed,
+    DriverStatus::not_supported,
+    DriverStatus::not_permitted,
+    DriverStatus::oas_bad_rule,
+    DriverStatus::oas_rule_table_full,
+    DriverStatus::feature_disabled,
+    DriverStatus::busy,
+    DriverStatus::not_ready,
+    DriverStatus::does_not_fit,
+    DriverStatus::no_vpd,
+    DriverStatus::ras_not_active,
+    DriverStatus::list_does_not_fit,
+    DriverStatus::oas_rule_already_set,
+    DriverStatus::ras_no_memory,
+    static_cast<DriverStatus>(0x0BADFFFF),
 };
+
+/** What the channel itself can fail with. */
+constexpr std::array delivery_errors{1, 7, 19};
 
 /** Stops when part of what the driver copies is not the library's to give. */
 void expect_whole(void* payload, std::size_t size) {
@@ -59,25 +82,34 @@ void answer(CommandBlock& block) {
     }
   }
   block.status = driver_answers->ConsumeBool() ? DriverStatus::success
-                                               : driver_answers->PickValueInArray(statuses);
+                                               : driver_answers->PickValueInArray(failures);
 }
 
 /** Answers what nearly every call asks first, so that the input is spent on what comes after. */
 bool answer_as_a_board(const Callback& callback, CommandBlock& block, void* payload) {
   constexpr std::size_t sli_mode_offset = 96;
   constexpr std::size_t features_offset = 104;
+  constexpr std::size_t adapter_type_offset = 112;
   constexpr std::uint32_t all_features = 0xFFFFFFFF;
-  if (sli_mode_of_the_board == 0) {
+  const auto put = [payload](std::size_t offset, std::uint32_t word) {
+    std::memcpy(static_cast<std::uint8_t*>(payload) + offset, &word, sizeof word);
+  };
+  const bool is_driver_info = callback.id == callback_named<"RAVN_MGMT_GET_RAVNOVK_INFO">().id;
+  const bool is_attributes =
+      callback.id == callback_named<"RAVN_MGMT_HBA_ADAPTERATTRIBUTES">().id ||
+      callback.id == callback_named<"RAVN_MGMT_HBA_PORTATTRIBUTES">().id;
+  const bool is_probe = callback.id == callback_named<"RAVN_MGMT_MBOX_SLI_CFG_EXT_SUP">().id;
+  if (board_identity.sli_mode == 0 || !(is_driver_info || is_attributes || is_probe)) {
     return false;
   }
-  if (callback.id == callback_named<"RAVN_MGMT_GET_RAVNOVK_INFO">().id) {
-    auto* const bytes = static_cast<std::uint8_t*>(payload);
-    std::memcpy(bytes + sli_mode_offset, &sli_mode_of_the_board, sizeof sli_mode_of_the_board);
-    std::memcpy(bytes + features_offset, &all_features, sizeof all_features);
-  } else if (callback.id != callback_named<"RAVN_MGMT_HBA_ADAPTERATTRIBUTES">().id &&
-             callback.id != callback_named<"RAVN_MGMT_HBA_PORTATTRIBUTES">().id &&
-             callback.id != callback_named<"RAVN_MGMT_MBOX_SLI_CFG_EXT_SUP">().id) {
-    return false;
+  if (!is_probe) {
+    expect_whole(payload, callback.payloads[0].size);
+    std::memset(payload, board_identity.text, callback.payloads[0].size);
+  }
+  if (is_driver_info) {
+    put(sli_mode_offset, board_identity.sli_mode);
+    put(features_offset, all_features);
+    put(adapter_type_offset, board_identity.adapter_type);
   }
   block.status = DriverStatus::success;
   return true;
@@ -105,13 +137,12 @@ extern "C" {
 int vmk_MgmtUserInit(const vmk_MgmtSignature* /*signature*/, std::uint32_t /*reserved0*/,
                      std::uint32_t /*reserved1*/, vmk_MgmtChannel** channel) {
   *channel = nullptr;
-  return 0;
+  return ovk::fuzz::driver_answers != nullptr && ovk::fuzz::driver_answers->ConsumeBool() ? 1 : 0;
 }
 
 int vmk_MgmtUserCallbackInvokeInt(vmk_MgmtChannel* /*channel*/, std::uint64_t /*instance*/,
                                   std::uint64_t id, std::uint32_t parameter_count, ...) {
   using namespace ovk;
-  constexpr int refused = 7;
   const auto* const callback = std::ranges::find(catalogue, id, &Callback::id);
   if (callback == catalogue.end() || parameter_count != callback->payload_count + 1) {
     std::abort();
@@ -125,7 +156,7 @@ int vmk_MgmtUserCallbackInvokeInt(vmk_MgmtChannel* /*channel*/, std::uint64_t /*
   }
   va_end(parameters);
   if (fuzz::driver_answers == nullptr || fuzz::driver_answers->remaining_bytes() == 0) {
-    return refused;
+    return fuzz::delivery_errors[0];
   }
   if (fuzz::answer_as_a_board(*callback, *block, payloads[0])) {
     return 0;
@@ -134,12 +165,15 @@ int vmk_MgmtUserCallbackInvokeInt(vmk_MgmtChannel* /*channel*/, std::uint64_t /*
   for (std::size_t i = 0; i < callback->payload_count; ++i) {
     fuzz::answer(callback->payloads[i], payloads[i]);
   }
-  return fuzz::driver_answers->ConsumeIntegralInRange(0, 7) == 7 ? refused : 0;
+  constexpr int one_of = 8;
+  return fuzz::driver_answers->ConsumeIntegralInRange(1, one_of) == one_of
+             ? fuzz::driver_answers->PickValueInArray(fuzz::delivery_errors)
+             : 0;
 }
 
 void vmk_MgmtUserDestroy(vmk_MgmtChannel* /*channel*/) {}
 
-// Waiting finds nothing.
+// Nobody waits. libFuzzer takes these too, for its watch of the memory, which is best switched off.
 unsigned sleep(unsigned /*seconds*/) { return 0; }
 int usleep(unsigned /*microseconds*/) { return 0; }
 }

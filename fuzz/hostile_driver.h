@@ -18,13 +18,19 @@ namespace ovk::fuzz {
 /** Where the channel takes its answers from; null between inputs. */
 extern FuzzedDataProvider* driver_answers;
 
-/** The SLI mode of a board that tells who it is; 0 when it answers that, too, with anything. */
-extern std::uint32_t sli_mode_of_the_board;
+/** What a board tells of itself. */
+struct BoardIdentity {
+  std::uint32_t sli_mode;  ///< 0: it answers that, too, with anything
+  std::uint32_t adapter_type;
+  std::uint8_t text;  ///< all bytes of its names and texts
+};
+
+extern BoardIdentity board_identity;
 
 /**
- * A caller of the library whose arguments come from the fuzzer's input. It keeps to the interface:
- * each buffer is as large as the call requires and not a byte larger, so that the sanitizer sees
- * the first byte that the library writes too far.
+ * A caller of the library whose arguments come from the fuzzer's input. Calls keep to the
+ * interface: each buffer is as large as it requires and not a byte larger, so that the sanitizer
+ * sees the first byte that the library reads or writes too far.
  */
 class Caller {
  public:

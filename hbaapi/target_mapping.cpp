@@ -48,7 +48,7 @@ static_assert(offsetof(IdentificationPage, first.designator) == 8);
 
 constexpr std::uint8_t identification_page_code = 0x83;
 constexpr std::uint32_t identification_page_room = 255;
-/** What the call is given; the primitive does not send it, and its driver may fill more. */
+/** Given to the inquiry for form: it sends no room, and the driver may fill more. */
 constexpr std::uint32_t stated_sense_room = 64;
 constexpr std::uint8_t association_mask = 0x30;
 constexpr std::uint8_t type_mask = 0x0F;

@@ -3,7 +3,7 @@
 set -euo pipefail
 
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
-preset=${1:?which preset: debug, release, asan, clang or fuzz}
+preset=${1:?which preset: debug, release, asan, clang, bench or fuzz}
 shift
 
 log=$(mktemp)

@@ -9,5 +9,5 @@ scripts/setup.sh --checks
 echo "Building ..."
 scripts/build.sh fuzz
 mkdir -p build/corpus
-build/fuzz/bin/calls_fuzzer -max_total_time="${1:-60}" -max_len=4096 \
-  -artifact_prefix=build/ build/corpus
+build/fuzz/bin/calls_fuzzer -max_total_time="${1:-60}" -max_len=4096 -timeout=10 \
+  -rss_limit_mb=0 -artifact_prefix=build/ build/corpus

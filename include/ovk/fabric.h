@@ -275,14 +275,14 @@ OVK_API uint32_t SendScsiCmd(uint32_t board, const Wwn* target_wwn, const FcpCmn
                              void* sense, uint32_t* sense_length);
 
 /**
- * Reads blocks with READ(10) (SBC). Its 16-bit number of blocks wraps from 32 MiB on.
+ * Reads blocks with READ(10) (SBC).
  *
  * @param board         library board index
  * @param target_wwn    port WWN of the target
  * @param lun_word0     bytes 0 to 3 of FCP_LUN, as they stand in memory
  * @param lun_word1     bytes 4 to 7 of FCP_LUN, as they stand in memory
  * @param lba           first block
- * @param data          receives the blocks; what it holds before goes to the driver
+ * @param data          receives the blocks. What it holds before is sent to the driver.
  * @param data_length   in: OVK_SCSI_BLOCK_SIZE times the blocks, OVK_SCSI_MAX_TRANSFER at most;
  *                      out: as for SendScsiCmdByWWN
  * @param sense         as for SendScsiCmdByWWN
@@ -294,7 +294,7 @@ OVK_API uint32_t SendScsiRead(uint32_t board, const Wwn* target_wwn, uint32_t lu
                               void* sense, uint32_t* sense_length);
 
 /**
- * Writes blocks with WRITE(10) (SBC). Its 16-bit number of blocks wraps from 32 MiB on.
+ * Writes blocks with WRITE(10) (SBC).
  *
  * @param board         library board index
  * @param target_wwn    port WWN of the target

@@ -406,9 +406,9 @@ OVK_ASSERT_SIZE(FcpPersistentBinding, 4);
  * @param board  library board index
  * @param map    receives the entries, OVK_MAX_TARGET_MAPPINGS at most; NumberOfEntries is in and
  *               out, and is set to the driver's count whatever the result
- * @return OVK_OK; OVK_MORE_DATA when NumberOfEntries was too small and when the driver itself finds
- *         no room, which it is never told to be more than OVK_MAX_TARGET_MAPPINGS; no entry is
- *         written then; OVK_FAILED, also without memory
+ * @return OVK_OK; OVK_MORE_DATA when NumberOfEntries was too small, and when the driver has more
+ *         than OVK_MAX_TARGET_MAPPINGS, the most room that it is told of; no entry is written then;
+ *         OVK_FAILED, also without memory
  */
 OVK_API uint32_t GetFcpTargetMapping(uint32_t board, FcpTargetMapping* map);
 
@@ -500,7 +500,7 @@ OVK_API uint32_t SendCTPassThru(uint32_t board, const uint8_t* request, uint32_t
  *
  * @param board            library board index
  * @param target_wwn       port WWN of the target
- * @param response         receives the parameter data; what it holds before goes to the driver
+ * @param response         receives the parameter data. What it holds before is sent to the driver.
  * @param response_length  in: bytes that response holds; out: as data_length of SendScsiCmdByWWN
  * @param sense            receives the sense data; must hold OVK_SENSE_MAX_LENGTH bytes
  * @param sense_length     out only: bytes of sense data
@@ -533,7 +533,8 @@ OVK_API uint32_t OVK_SendReportLUNsByWWN(uint32_t board, const Wwn* hba_port_wwn
  * @param target_wwn       port WWN of the target
  * @param lun_word0        bytes 0 to 3 of FCP_LUN, as they stand in memory
  * @param lun_word1        bytes 4 to 7 of FCP_LUN, as they stand in memory
- * @param response         receives the parameter data, 8 bytes; before, as for SendReportLUNs
+ * @param response         receives the parameter data, 8 bytes. What it holds before is sent to the
+ *                         driver.
  * @param response_length  in and out, as for SendReportLUNs
  * @param sense            as for SendReportLUNs
  * @param sense_length     out only, as for SendReportLUNs
@@ -550,7 +551,8 @@ OVK_API uint32_t SendReadCapacity(uint32_t board, const Wwn* target_wwn, uint32_
  * @param hba_port_wwn     ignored
  * @param target_wwn       port WWN of the target
  * @param lun_word0        bytes 0 to 3 of FCP_LUN, as they stand in memory; the others are 0
- * @param response         receives the parameter data, 8 bytes; before, as for SendReportLUNs
+ * @param response         receives the parameter data, 8 bytes. What it holds before is sent to the
+ *                         driver.
  * @param response_length  in and out, as for SendReportLUNs
  * @param sense            as for SendReportLUNs
  * @param sense_length     out only, as for SendReportLUNs
@@ -570,7 +572,7 @@ OVK_API uint32_t OVK_SendReadCapacityByWWN(uint32_t board, const Wwn* hba_port_w
  * @param lun_word1        bytes 4 to 7 of FCP_LUN, as they stand in memory
  * @param evpd             0 for the standard data, 1 for a page of vital product data
  * @param page_code        the page; not sent with evpd 0
- * @param response         receives the data; before, as for SendReportLUNs
+ * @param response         receives the data. What it holds before is sent to the driver.
  * @param response_length  in and out, as for SendReportLUNs; the CDB carries its low 8 bits only,
  *                         so 255 is the most that it can ask for
  * @param sense            as for SendReportLUNs
@@ -592,7 +594,7 @@ OVK_API uint32_t SendScsiInquiry(uint32_t board, const Wwn* target_wwn, uint32_t
  * @param lun_word1        bytes 4 to 7 of FCP_LUN, as they stand in memory
  * @param evpd             as for SendScsiInquiry
  * @param page_code        as for SendScsiInquiry
- * @param response         receives the data; before, as for SendReportLUNs
+ * @param response         receives the data. What it holds before is sent to the driver.
  * @param response_length  in and out, as for SendScsiInquiry
  * @param sense            as for SendReportLUNs
  * @param sense_length     out only, as for SendReportLUNs

@@ -79,7 +79,9 @@ int end_with(int exit_code, const std::exception& error, const Context& context)
   // Nothing more can be done when standard output is what failed.
   if (context.json()) {
     add_error(report, exit_code, error.what(), failure);
-    std::fputs(render_json(report).c_str(), stdout);
+    // On one line, as a reader expects that has read a document a line until then.
+    const JsonForm form = shown != nullptr ? JsonForm::kIndented : JsonForm::kOneLine;
+    std::fputs(render_json(report, form).c_str(), stdout);
   } else {
     std::fputs(render_text(report).c_str(), stdout);
   }

@@ -28,7 +28,7 @@ std::vector<std::uint8_t> read_file(const std::string& path, std::size_t most) {
   if (!file) {
     fail(path, "read");
   }
-  std::vector<std::uint8_t> bytes;
+  std::vector<std::uint8_t> bytes;  // grows with the file: what may be read is often far more
   std::array<std::uint8_t, 65536> part;
   std::size_t count = 0;
   do {
