@@ -19,7 +19,8 @@ TEST_F(DiagnosticsTest, EveryKindOfBoardPassesTheInternalLoopback) {
     EXPECT_THAT(
         json_of("loopback run " + board + " --count 20 --size 65536 --pattern random --yes"),
         Holds({{"sent", 20}, {"intact", 20}}));
-    EXPECT_THAT(run("loopback end " + board + " --yes"), Exits(board == "1" ? 0 : 1))
+    EXPECT_THAT(run("loopback end " + board + " --yes"),
+                board == "1" ? Exits(0) : Exits(1, "may not be in loopback"))
         << "the run has ended it already";
   }
 }
@@ -68,7 +69,7 @@ TEST_F(DiagnosticsTest, ABoardIsNotReadyWhileItIsReset) {
   EXPECT_EQ(json_of("reset 0 --mode 3 --yes").at("ready"), false);
   EXPECT_EQ(state_of_board(), "not-ready");
   EXPECT_THAT(run("mbox send 0 0 --yes"), Exits(1, "state show"));
-  EXPECT_THAT(run("reset 0 --yes"), Exits(1));
+  EXPECT_THAT(run("reset 0 --yes"), Exits(1, "A board that is being reset takes no other"));
   environment["RAVNSIM_STATE"] = "another";
   EXPECT_THAT(run("reset 0 --wait 1 --yes"), Exits(1, "not ready 1 s after"));
 }
@@ -135,13 +136,18 @@ TEST_F(DiagnosticsTest, ExternalDataOfAnSliConfigMailboxIsReadBackByAnotherProce
               EndsWith("73657474696e6773"));
 }
 
+TEST_F(DiagnosticsTest, AMailboxFileThatIsTooLongIsRefused) {
+  write("mailbox", std::string(4097, '\0'));
+  EXPECT_THAT(run("mbox send 0 @mailbox --yes"), Exits(1, "is too long: at most 4096 bytes fit"));
+}
+
 TEST_F(DiagnosticsTest, ADumpIsInducedAndFoundOnAnOlderBoard) {
   set_board({{"sli_mode", 3}, {"reset_milliseconds", 0}});
   EXPECT_THAT(run("dump induce 0 --yes"), Exits(0));
   const json region = json_of("dump region 0");
   EXPECT_EQ(region.at("length"), 16);
   EXPECT_THAT(region.at("descriptor").get<std::string>(), EndsWith("01000000"));
-  EXPECT_THAT(run("dump region 0 --selector 1"), Exits(1));
+  EXPECT_THAT(run("dump region 0 --selector 1"), Exits(1, "no dump region of this selector"));
   set_board();
   EXPECT_THAT(run("dump region 0"), Exits(1, "no dump region"));
 }

@@ -62,12 +62,12 @@ TEST_F(FeaturesTest, OasRulesAppearInTheListAndGoAgain) {
 
   EXPECT_THAT(column(json_of("oas remove 0 " + target + " 5").at("luns"), "priority"),
               ElementsAre(100));
-  EXPECT_THAT(run("oas remove 0 " + target + " 5"), Exits(1));
+  EXPECT_THAT(run("oas remove 0 " + target + " 5"), Exits(1, "the driver has no such rule"));
   EXPECT_THAT(run("oas add 0 5000000000000009 1"),
               Exits(1, "failed with result 18: the driver took the rule"));
   json_of("oas remove 0 5000000000000009 1");
   EXPECT_THAT(run("oas add 0 " + target + " 1 --priority 128"), Exits(2));
-  EXPECT_THAT(run("oas list 1 " + target), Exits(1));
+  EXPECT_THAT(run("oas list 1 " + target), Exits(1, "does not offer optimized access"));
 }
 
 TEST_F(FeaturesTest, VmidGivesIdentifiersOfTheRangesThatQfpaShows) {
@@ -78,7 +78,7 @@ TEST_F(FeaturesTest, VmidGivesIdentifiersOfTheRangesThatQfpaShows) {
   json_of(update + " --name web-3 --id 64");
   EXPECT_THAT(json_of("vmid list 0").at("machines").at(0),
               Holds({{"uuid", uuid}, {"name", "web-3"}, {"identifier", 64}, {"qos_priority", 2}}));
-  EXPECT_THAT(run(update), Exits(1)) << "it is there";
+  EXPECT_THAT(run(update), Exits(1, "the driver refused the change")) << "it is there";
   EXPECT_THAT(json_of(update + " --remove").at("machines"), IsEmpty());
   EXPECT_THAT(run("vmid update 0 422e1f6a"), Exits(2));
 
@@ -95,7 +95,7 @@ TEST_F(FeaturesTest, ASavedFirmwareLogHasEveryLineInOrderAlsoAfterItWrapped) {
   }
   EXPECT_THAT(status, Holds({{"logging", true}, {"level", 3}, {"wrapped", true}}));
   json_of("raslog stop 0");
-  EXPECT_THAT(run("raslog stop 0"), Exits(1));
+  EXPECT_THAT(run("raslog stop 0"), Exits(1, "the firmware was not logging"));
 
   EXPECT_EQ(json_of("raslog save 0 log").at("bytes"), 262144);
   std::vector<std::uint64_t> numbers;

@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
+#include <regex>
 #include <sstream>
 #include <stdexcept>
 #include <sys/wait.h>
@@ -18,6 +19,11 @@ std::filesystem::path make_folder() {
     throw std::runtime_error("no folder " + name);
   }
   return name;
+}
+
+/** A text as one word of a shell's line. */
+std::string quoted(const std::string& text) {
+  return "'" + std::regex_replace(text, std::regex("'"), R"('\'')") + "'";
 }
 
 MATCHER_P(HasMembers, members, "has the members " + members.dump()) {
@@ -52,12 +58,12 @@ OvkctlTest::~OvkctlTest() {
 
 Outcome OvkctlTest::run(const std::string& line, const std::string& input) const {
   write("stdin", input);
-  std::string command = "cd " + folder.string() +
+  std::string command = "cd " + quoted(folder) +
                         " && exec env -u RAVNSIM_TOPOLOGY -u RAVNSIM_STATE -u RAVNSIM_FAULTS ";
   for (const auto& [name, value] : environment) {
-    command += name + "=" + value + " ";
+    command += name + "=" + quoted(value) + " ";
   }
-  command += "'" OVKCTL "' " + line + " <stdin >stdout 2>stderr";
+  command += quoted(OVKCTL) + " " + line + " <stdin >stdout 2>stderr";
   const int status = std::system(command.c_str());
   return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, contents_of("stdout"),
           contents_of("stderr")};

@@ -20,7 +20,8 @@ TEST_F(RnidTest, SettingChangesWhatIsNamedAndTheBoardKeepsIt) {
                       "ip_address": "192.0.2.7"})"_json);
   EXPECT_EQ(json_of("rnid show 0"), expected);
   json_of("rnid set 0 --ip 2001:db8::7 --yes");
-  EXPECT_EQ(json_of("rnid show 0").at("ip_address"), "2001:db8::7");
+  EXPECT_THAT(json_of("rnid show 0"),
+              Holds({{"ip_version_text", "IPv6"}, {"ip_address", "2001:db8::7"}}));
 }
 
 TEST_F(RnidTest, SendingDecodesTheReplyOfAPortByEitherName) {

@@ -41,7 +41,7 @@ TEST_F(NodesTest, AreThePortsThatTheBoardSeesWhicheverOfItsPortsIsAsked) {
   EXPECT_EQ(column(own.at("nodes"), "fc_id"), column(ports, "fc_id"));
   const std::string vport = described.at("npiv").at("virtual_ports")[0].at("port_wwn");
   EXPECT_EQ(json_of("nodes 0 " + vport).at("nodes"), own.at("nodes"));
-  EXPECT_THAT(run(std::string("nodes 0 ") + unknown_port), Exits(1));
+  EXPECT_THAT(run(std::string("nodes 0 ") + unknown_port), Exits(1, "no port of the board"));
 }
 
 TEST_F(NodesTest, ADriverThatClaimsMoreThanThereIsRoomForIsNotBelieved) {

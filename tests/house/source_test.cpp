@@ -1,5 +1,7 @@
 // What must hold about the sources, and what no compiler checks.
 
+#include "core/catalogue.h"
+
 #include <filesystem>
 #include <fstream>
 #include <functional>
@@ -103,6 +105,17 @@ TEST(SourceTest, TheLibraryUsesNoUnboundedTextFunction) {
       report(line, "an unbounded function");
     }
   });
+}
+
+TEST(SourceTest, EveryCommandOfTheCatalogueIsInvoked) {
+  std::string library;
+  for_each_line(
+      [&](const SourceLine& line) { library += line.file.extension() == ".cpp" ? line.text : ""; });
+  for (const Callback& callback : catalogue) {
+    const std::string name = callback.name;  // a reserved one has none
+    EXPECT_TRUE(name.empty() || library.find("invoke<\"" + name + '"') != std::string::npos)
+        << name;
+  }
 }
 
 }  // namespace

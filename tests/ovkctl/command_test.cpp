@@ -130,12 +130,16 @@ TEST(ConfirmationTest, WithoutATerminalOnlyYesLetsItHappen) {
 TEST(ConfirmationTest, AtATerminalThePersonDecides) {
   for (const auto& [answer, exit_code] : {std::pair("\n", 1), {"n\n", 1}, {"y\n", 0}}) {
     Person person([] {
+      seen.clear();
       const char* const line[] = {"ovkctl", "group", "erase"};
-      return run_command_line(3, line);
+      const int code = run_command_line(3, line);
+      std::fprintf(stderr, "<%s>", seen.c_str());
+      return code;
     });
     person.sees("This erases all. Continue? [y/N] ");
     person.types(answer);
     EXPECT_EQ(person.end(), exit_code) << answer << person.shown();
+    EXPECT_THAT(person.shown(), testing::EndsWith(exit_code == 0 ? "<erased>" : "<>"));
   }
 }
 

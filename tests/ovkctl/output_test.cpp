@@ -85,6 +85,16 @@ TEST(ReportTest, ARowThatDoesNotFitItsColumnsIsAMistakeOfItsAuthor) {
   EXPECT_THROW(table.row({1, 2}), std::logic_error);
 }
 
+TEST(ReportTest, TwoMembersOfOneNameAreAMistakeOfTheirAuthor) {
+  Report fields;
+  fields.field("version", "", 1);
+  EXPECT_THROW(render_json(fields, JsonForm::kOneLine), std::logic_error) << "every report has one";
+  Report sections;
+  sections.section("port", "");
+  sections.section("port", "");
+  EXPECT_THROW(render_json(sections, JsonForm::kOneLine), std::logic_error);
+}
+
 TEST(WordsTest, FcHbaCodesHaveWordsAndUnknownOnesKeepTheirNumber) {
   EXPECT_EQ(port_type_text(8), "F_Port");
   EXPECT_EQ(port_state_text(6), "link down");

@@ -3,7 +3,9 @@
 #define TESTS_OVKCTL_PERSON_H
 
 #include <array>
+#include <csignal>
 #include <functional>
+#include <poll.h>
 #include <pty.h>
 #include <string>
 #include <sys/wait.h>
@@ -27,15 +29,10 @@ class Person {
   Person(const Person&) = delete;
   Person& operator=(const Person&) = delete;
 
-  /** Waits until the terminal shows this, or the program has ended. */
+  /** Waits until the terminal shows this. */
   void sees(const std::string& text) {
-    std::array<char, 256> bytes{};
     while (shown_.find(text) == std::string::npos) {
-      const ssize_t count = read(terminal_, bytes.data(), bytes.size());
-      if (count <= 0) {
-        return;
-      }
-      shown_.append(bytes.data(), static_cast<std::size_t>(count));
+      ASSERT_TRUE(watches()) << "It waited for \"" << text << "\", and saw \"" << shown_ << "\".";
     }
   }
 
@@ -52,7 +49,8 @@ class Person {
 
   /** Waits for the end; gives the exit code, or the signal that ended the program as -number. */
   int end() {
-    sees("what is never shown");
+    while (watches()) {
+    }
     int status = 0;
     waitpid(child_, &status, 0);
     return WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
@@ -61,6 +59,19 @@ class Person {
   const std::string& shown() const { return shown_; }
 
  private:
+  /** Takes what is shown next, if it is before the program's end; kills one that hangs. */
+  bool watches() {
+    constexpr int patience_milliseconds = 30000;
+    pollfd event{terminal_, POLLIN, 0};
+    if (poll(&event, 1, patience_milliseconds) == 0) {
+      kill(child_, SIGKILL);
+    }
+    std::array<char, 256> bytes{};
+    const ssize_t count = read(terminal_, bytes.data(), bytes.size());
+    shown_.append(bytes.data(), count > 0 ? static_cast<std::size_t>(count) : 0);
+    return count > 0;
+  }
+
   int terminal_ = -1;
   pid_t child_;
   std::string shown_;

@@ -214,8 +214,7 @@ TEST_F(VmidTest, AnUpdateWithAMistakeChangesNothing) {
 TEST_F(VmidTest, QfpaGivesTheRangesOfTheFabric) {
   std::array<std::uint8_t, 514> record{};
   ASSERT_EQ(send(vmid_get_qfpa, {}, &record), success);
-  const std::array<std::uint8_t, 514> expected{2, 0, 5, 6, 2, 0, 0, 0, 0, 0, 9, 9, 0, 0};
-  EXPECT_EQ(record, expected);
+  EXPECT_TRUE(same(record, {2, 0, 5, 6, 2, 0, 0, 0, 0, 0, 9, 9, 0, 0}));
   use_topology(one_board);
   EXPECT_EQ(send(vmid_get_qfpa, {}, &record), not_supported);
 }

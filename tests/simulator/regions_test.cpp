@@ -178,7 +178,7 @@ TEST_F(RegionsTest, TheFcfTableIsWalkedFromIndexToIndex) {
   record[36 + 4095 / 8] = 0x80;
   record[548] = 0x20;
   record[555] = 1;
-  EXPECT_EQ(first.record, record);
+  EXPECT_TRUE(same(first.record, record));
   const Fcf second = read_fcf(2);
   EXPECT_EQ(second.next, no_fcf);
   EXPECT_EQ(second.record[31], 0) << "it is not in use";
@@ -188,7 +188,7 @@ TEST_F(RegionsTest, TheFcfTableIsWalkedFromIndexToIndex) {
 
 TEST_F(RegionsTest, AnEmptyFcfTableIsAnEmptyRecordAndOtherBoardsHaveNone) {
   use_topology(one_board_with(R"("fcfs": [])"));
-  EXPECT_EQ(read_fcf(no_fcf).record, Fcf{}.record);
+  EXPECT_TRUE(same(read_fcf(no_fcf).record, {}));
   use_topology(with(one_board, R"("adapter_type": "0x704")", R"("adapter_type": "0x3200")"));
   EXPECT_EQ(read_fcf(no_fcf).status, not_supported);
 }

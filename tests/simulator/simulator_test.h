@@ -8,6 +8,7 @@
 #include "simulator/command_block.h"
 #include "simulator/driver_commands.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <filesystem>
@@ -98,6 +99,19 @@ class SimulatorTest : public testing::Test {
 
   std::optional<Channel> channel_;
 };
+
+/** Whether two records are the same, and else where not: only a long record's start is printed. */
+template <typename Record>
+testing::AssertionResult same(const Record& record, const Record& expected) {
+  if (record.size() != expected.size()) {
+    return testing::AssertionFailure() << record.size() << " elements, not " << expected.size();
+  }
+  const auto [found, wanted] = std::ranges::mismatch(record, expected);
+  return found == record.end() ? testing::AssertionSuccess()
+                               : testing::AssertionFailure()
+                                     << "element " << found - record.begin() << " is " << +*found
+                                     << ", not " << +*wanted;
+}
 
 /** A topology of one board, number 3, which sees two ports. */
 extern const std::string one_board;
