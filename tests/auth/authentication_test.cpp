@@ -87,28 +87,26 @@ TEST_F(AuthenticationTest, AnswersArriveInTheCallersRecords) {
   };
   answer("RAVN_MGMT_SET_AUTH_CONFIG_V2", 1, ByteVector(780, 1));
   OVK_SetAuthConfigV2(0, &config);
-  EXPECT_EQ(bytes_of(config), ByteVector(780, 1));
+  EXPECT_THAT(bytes_of(config), SameBytes(ByteVector(780, 1)));
   answer("RAVN_MGMT_GET_AUTH_CONFIG_V2", 2, ByteVector(780, 2));
   OVK_GetAuthConfigV2(0, first, &config, 0);
-  EXPECT_EQ(bytes_of(config), ByteVector(780, 2));
+  EXPECT_THAT(bytes_of(config), SameBytes(ByteVector(780, 2)));
   answer("RAVN_MGMT_GET_AUTH_PASSWD_V2", 1, ByteVector(280, 3));
   OVK_GetAuthPasswordV2(0, &password, 0);
-  EXPECT_EQ(bytes_of(password), ByteVector(280, 3));
+  EXPECT_THAT(bytes_of(password), SameBytes(ByteVector(280, 3)));
   answer("RAVN_MGMT_GET_AUTH_STATUS", 1, ByteVector(40, 4));
   OVK_GetAuthStatus(0, &status);
-  EXPECT_EQ(bytes_of(status), ByteVector(40, 4));
+  EXPECT_THAT(bytes_of(status), SameBytes(ByteVector(40, 4)));
 }
 
 TEST_F(AuthenticationTest, ResultsAreThePlatformsErrorTheDriversStatusOrTheGates) {
   for (const Call& call : calls()) {
+    SCOPED_TRACE(call.command);
     expect(call).status(0x0BAD0021);
-    EXPECT_EQ(call.run(), 0x0BAD0021U) << call.command;
-    expect(call).status(0x0BAD0021).delivery_error(-3);
-    EXPECT_EQ(call.run(), 0xFFFFFFFDU) << call.command;
-    expect_sli_mode(board0, 3);
-    EXPECT_EQ(call.run(), 0x8009U) << call.command;
-    expect_no_sli_mode(board0);
-    EXPECT_EQ(call.run(), OVK_FAILED) << call.command;
+    EXPECT_EQ(call.run(), 0x0BAD0021U);
+    expect(call).ends_with(0x0BAD0021, -3);
+    EXPECT_EQ(call.run(), 0xFFFFFFFDU);
+    expect_gate(call.run, 3, 0x8009);
   }
   expect_sli_mode(board0, 4);
   const AllocationWatch memory{0};

@@ -53,8 +53,8 @@ TEST_F(BoardTest, DiscoveryNumbersTheFibreChannelFunctionsAndClearsThePerBoardTa
   expected[0] = 5;
   std::iota(expected.begin() + 1, expected.begin() + 26, 7);
   EXPECT_THAT(ovk_brdno, testing::ElementsAreArray(expected));
-  EXPECT_EQ(bytes_of(ovk_refresh_timer), ByteVector(sizeof ovk_refresh_timer));
-  EXPECT_EQ(bytes_of(ovk_rststatistics), ByteVector(sizeof ovk_rststatistics));
+  EXPECT_THAT(bytes_of(ovk_refresh_timer), SameBytes(ByteVector(sizeof ovk_refresh_timer)));
+  EXPECT_THAT(bytes_of(ovk_rststatistics), SameBytes(ByteVector(sizeof ovk_rststatistics)));
 }
 
 TEST_F(BoardTest, DescribesBoardsUpToTheCapacityByteForByte) {
@@ -75,8 +75,8 @@ TEST_F(BoardTest, DescribesBoardsUpToTheCapacityByteForByte) {
   std::copy_n(record.begin() + 12, 2, expected.begin() + 42);
   std::copy_n(record.begin() + 16, 60, expected.begin() + 44);
   std::copy_n(record.begin() + 76, 4, expected.begin() + 104);
-  EXPECT_EQ(bytes_of(boards[0]), expected);
-  EXPECT_EQ(bytes_of(boards[1]), ByteVector(sizeof(DiagBoardEntry), untouched));
+  EXPECT_THAT(bytes_of(boards[0]), SameBytes(expected));
+  EXPECT_THAT(bytes_of(boards[1]), SameBytes(ByteVector(sizeof(DiagBoardEntry), untouched)));
 
   EXPECT_EQ(ovk_state[0], OVK_BOARD_NOT_READY);
   EXPECT_EQ(ovk_state[1], 77) << "a board beyond the capacity gets no state";
@@ -96,8 +96,8 @@ TEST_F(BoardTest, LegacyInitialisationKeepsOldMappingsAndFillsShortRecords) {
   std::copy_n(record.begin(), 12, expected.begin() + 28);
   expected[43] = record[12];
   std::copy_n(record.begin() + 16, 56, expected.begin() + 44);
-  EXPECT_EQ(bytes_of(boards[0]), expected);
-  EXPECT_EQ(bytes_of(boards[1]), ByteVector(sizeof(LegacyBoardEntry), untouched));
+  EXPECT_THAT(bytes_of(boards[0]), SameBytes(expected));
+  EXPECT_THAT(bytes_of(boards[1]), SameBytes(ByteVector(sizeof(LegacyBoardEntry), untouched)));
   EXPECT_EQ(ovk_state[0], OVK_BOARD_NORMAL);
   EXPECT_EQ(ovk_brdno[0], 0);
   EXPECT_EQ(ovk_brdno[1], static_cast<std::int32_t>(board1));
@@ -205,7 +205,7 @@ TEST_F(BoardStateTest, ABoardBeyondTheTablesIsSentAsUnmappedAndTouchesNoTable) {
   channel.expect("RAVN_MGMT_SETDIAG", unmapped_number).word(6, 16).answers(4, 1);
   channel.expect("RAVN_MGMT_SETDIAG", unmapped_number).word(6, 18).answers(4, 9);
   EXPECT_EQ(SetBrdEnv(32, 2), 9);
-  EXPECT_EQ(bytes_of(ovk_state), states);
+  EXPECT_THAT(bytes_of(ovk_state), SameBytes(states));
 }
 
 }  // namespace

@@ -18,7 +18,7 @@ TEST_F(CommandTest, EachLevelBitWritesItsLinesWithTheCallersBoard) {
   const auto refresh_twice = [this](std::uint32_t level) {
     LogLevel = level;
     channel.expect("RAVN_MGMT_HBA_REFRESHINFO", board1);
-    channel.expect("RAVN_MGMT_HBA_REFRESHINFO", board1).status(0x0BAD00AB).delivery_error(0x1D);
+    channel.expect("RAVN_MGMT_HBA_REFRESHINFO", board1).ends_with(0x0BAD00AB, 0x1D);
     RefreshInformation(1);
     RefreshInformation(1);
   };

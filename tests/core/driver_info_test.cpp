@@ -60,7 +60,7 @@ TEST_F(DriverInfoTest, CombinesDriverAdapterPortAndHostByteForByte) {
   put(100, host().name.data(), 32);
   put(136, &driver[96], 4);
   put(140, &driver[104], 8);
-  EXPECT_EQ(bytes_of(info), expected);
+  EXPECT_THAT(bytes_of(info), SameBytes(expected));
 }
 
 TEST_F(DriverInfoTest, ExtendedMailboxesNeedAnSli4InterfaceAndAnAcceptedProbe) {
@@ -133,7 +133,7 @@ TEST_F(DriverInfoTest, AdapterTypeQueryGivesNoSizeAndPassesTheDriversRefusalOn) 
   EXPECT_EQ(get_hba_type(0, &type), 0x0BAD0021U);
   EXPECT_EQ(type, 0U);
   log_at(OVK_LOG_CALL | OVK_LOG_ERROR);
-  channel.expect("RAVN_MGMT_GET_RAVNOVK_INFO", board0).status(0x0BAD0021).delivery_error(5);
+  channel.expect("RAVN_MGMT_GET_RAVNOVK_INFO", board0).ends_with(0x0BAD0021, 5);
   EXPECT_EQ(get_hba_type(0, &type), 1U);
   EXPECT_THAT(log_lines(),
               testing::ElementsAre(

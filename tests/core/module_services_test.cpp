@@ -15,7 +15,7 @@ TEST_F(ModuleServicesTest, ReachTheDriverBeforeAnyBoardWasFound) {
   channel.expect("RAVN_MGMT_MOD_INFO", no_board).replies(1, module_record);
   ModuleInfo info{};
   EXPECT_EQ(ModInfo(&info), OVK_OK);
-  EXPECT_EQ(bytes_of(info), module_record);
+  EXPECT_THAT(bytes_of(info), SameBytes(module_record));
 
   const auto message = record_of<LogMessage>('m');
   channel.expect("RAVN_MGMT_LOG_MSG", no_board).sends(1, message);
@@ -34,8 +34,8 @@ TEST_F(ModuleServicesTest, TheLibrarySignatureIsThereEvenWhenTheDriversIsNot) {
     VersionSignature driver{};
     auto library = record_of<VersionSignature>('.');
     EXPECT_EQ(CallVer(&driver, &library), static_cast<std::uint32_t>(delivery));
-    EXPECT_EQ(bytes_of(driver), bytes_of(driver_side));
-    EXPECT_EQ(bytes_of(library), bytes_of(expected)) << "texts end at their terminators";
+    EXPECT_THAT(bytes_of(driver), SameBytes(bytes_of(driver_side)));
+    EXPECT_THAT(bytes_of(library), SameBytes(bytes_of(expected))) << "texts end at terminators";
   }
 }
 
@@ -52,7 +52,7 @@ TEST_F(ModuleServicesTest, GiveTheChannelErrorOrElseTheDriverStatusAndLogNoBoard
   EXPECT_EQ(EventTest(0, 0, 0), 0xFFFFFFFF);
   log_at(OVK_LOG_CALL | OVK_LOG_ERROR);
   const LogMessage message{};
-  channel.expect("RAVN_MGMT_LOG_MSG", no_board).status(0x0BAD0021).delivery_error(5);
+  channel.expect("RAVN_MGMT_LOG_MSG", no_board).ends_with(0x0BAD0021, 5);
   EXPECT_EQ(LogMsg(&message), 5U);
   EXPECT_THAT(
       log_lines(),

@@ -99,9 +99,9 @@ TEST_P(PrimitiveTest, SendsACommandAsGivenAndBringsDataAndResponse) {
   EXPECT_EQ(send(GetParam()), 0U);
   EXPECT_EQ(memory.outstanding(), 0);
   EXPECT_EQ(data_length, 4U);
-  EXPECT_EQ(data, expected_data);
+  EXPECT_THAT(data, SameBytes(expected_data));
   EXPECT_EQ(response_length, 20U);
-  EXPECT_EQ(response, expected_response);
+  EXPECT_THAT(response, SameBytes(expected_response));
 }
 
 TEST_P(PrimitiveTest, DataThatDoesNotFitIsCountedButNotCopied) {
@@ -112,8 +112,8 @@ TEST_P(PrimitiveTest, DataThatDoesNotFitIsCountedButNotCopied) {
   EXPECT_EQ(data_length, 37U);
   EXPECT_EQ(response_length, is_fcp(GetParam()) ? 20U : 24U)
       << "FCP tells the length of the response even then";
-  EXPECT_EQ(data, data_before);
-  EXPECT_EQ(response, response_before);
+  EXPECT_THAT(data, SameBytes(data_before));
+  EXPECT_THAT(response, SameBytes(response_before));
 }
 
 TEST_P(PrimitiveTest, OnlyFcpTellsDataThatTheDriverCouldNotFitFromOtherFailures) {
@@ -147,7 +147,7 @@ TEST_P(PrimitiveTest, CopiesStayWithinTheTransferBufferAndTheRecord) {
   EXPECT_EQ(send(GetParam()), 0U);
   EXPECT_EQ(data_length, 300000U);
   EXPECT_EQ(response_length, 0xFFFFFFFF);
-  EXPECT_EQ(response, expected_response);
+  EXPECT_THAT(response, SameBytes(expected_response));
 }
 
 INSTANTIATE_TEST_SUITE_P(Both, PrimitiveTest, testing::Values(fcp, scsi),

@@ -74,7 +74,7 @@ TEST_F(FcpPriorityTest, OrderingKeepsEveryRuleWholeWhateverTheList) {
     std::ranges::stable_sort(rules, std::greater{}, fields_before_the_first_wildcard);
     ASSERT_EQ(list->count, count);
     for (std::size_t i = 0; i < count; ++i) {
-      ASSERT_EQ(bytes_of(list->entries[i]), bytes_of(rules[i])) << i << " of " << count;
+      ASSERT_THAT(bytes_of(list->entries[i]), SameBytes(bytes_of(rules[i]))) << i << "/" << count;
     }
   }
 }
@@ -87,7 +87,7 @@ TEST_F(FcpPriorityTest, SpecificRulesComeFirstAndRulesOfOneKindAreReversed) {
   EXPECT_THAT(priorities(), testing::ElementsAre(5, 2, 6, 4, 3, 7, 1)) << "by the first wildcard";
   ByteVector expected = image(7);
   expected.resize(payload_size);
-  EXPECT_EQ(set.sent(1), expected) << "the caller's list is as it was sent";
+  EXPECT_THAT(set.sent(1), SameBytes(expected)) << "the caller's list is as it was sent";
 
   give({});
   channel.expect("RAVN_MGMT_SET_FCP_PRIORITY", board0).sends(1, ByteVector{});
@@ -127,7 +127,7 @@ TEST_F(FcpPriorityTest, GetFillsTheCallersRoomAndTellsHowManyThereAre) {
     ByteVector expected = reply;
     expected.resize(4 + 36 * room);
     expected.resize(4 + 36 * (room + 1), untouched);
-    EXPECT_EQ(image(room + 1), expected) << "room for " << room;
+    EXPECT_THAT(image(room + 1), SameBytes(expected)) << "room for " << room;
   }
 }
 
@@ -150,7 +150,7 @@ TEST_F(FcpPriorityTest, FailuresLeaveTheCallersListAloneAndFreeEverything) {
     const AllocationWatch memory{0};
     EXPECT_EQ(OVK_QoSGetConfig(0, list.get()), OVK_NO_MEMORY);
   }
-  EXPECT_EQ(bytes_of(*list), before) << "not half ordered";
+  EXPECT_THAT(bytes_of(*list), SameBytes(before)) << "not half ordered";
 
   channel.expect("RAVN_MGMT_SET_FCP_PRIORITY", board0).word(2, 2).status(0x0BAD0001);
   channel.expect("RAVN_MGMT_SET_FCP_PRIORITY", board0).word(2, 2).delivery_error(1);

@@ -7,7 +7,6 @@
 #include <array>
 #include <cstring>
 #include <string>
-#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -20,9 +19,6 @@ const std::string port_digits = "10000090fa010203500601603b2004f5";
 /** What set(5, 0) sends. */
 const std::string lun5_rule = "00" + port_digits + "0000000000000005";
 constexpr std::uint8_t untouched = 0xEE;
-
-/** A driver status, a delivery error, and what becomes of them. */
-using Case = std::tuple<std::uint32_t, int, std::uint32_t>;
 
 class OasTest : public LibraryTest {
  protected:
@@ -99,23 +95,29 @@ TEST_F(OasTest, EntriesAreReshapedByteForByte) {
 
   ByteVector expected{0, 0, 0, 0, 0, 0, 0, 1, 0, 0, 0, 0, 0, 0, 1, 0, 1, 0, 0x2A, untouched};
   expected.insert(expected.end(), ports.begin(), ports.end());
-  EXPECT_EQ(bytes_of(list.luns[0]), expected);
+  EXPECT_THAT(bytes_of(list.luns[0]), SameBytes(expected));
   expected = {0xA6, 0xA7, 0xA4, 0xA5, 0xA2, 0xA3, 0xA0, 0xA1, 0xA7, 0xA6,
               0xA5, 0xA4, 0xA3, 0xA2, 0xA1, 0xA0, 0,    1,    0,    untouched};
   expected.resize(36);
-  EXPECT_EQ(bytes_of(list.luns[1]), expected);
-  EXPECT_EQ(bytes_of(list.luns[2]), ByteVector(36, untouched));
+  EXPECT_THAT(bytes_of(list.luns[1]), SameBytes(expected));
+  EXPECT_THAT(bytes_of(list.luns[2]), SameBytes(ByteVector(36, untouched)));
 }
 
 TEST_F(OasTest, TheListTellsHowManyThereAreAndStaysWithinItsBounds) {
-  using Room = std::array<std::uint32_t, 3>;
-  for (const auto& [room, available, result] :
-       {Room{0, 3, OVK_MORE_DATA}, Room{2, 3, OVK_MORE_DATA}, Room{0, 0, OVK_OK},
-        Room{256, 300, OVK_MORE_DATA}, Room{0xFFFFFFFF, 0xFFFFFFFE, OVK_OK}}) {
+  struct {
+    std::uint32_t room;
+    std::uint32_t available;
+    std::uint32_t result;
+  } const cases[] = {{0, 3, OVK_MORE_DATA},
+                     {2, 3, OVK_MORE_DATA},
+                     {0, 0, OVK_OK},
+                     {256, 300, OVK_MORE_DATA},
+                     {0xFFFFFFFF, 0xFFFFFFFE, OVK_OK}};
+  for (const auto& [room, available, result] : cases) {
     std::memset(&list, untouched, sizeof list);
     expect_list().answers(3, available);
     list.count = room;
-    EXPECT_EQ(get(), result) << room;
+    EXPECT_EQ(get(), result) << available << " in " << room;
     EXPECT_EQ(list.count, available);
     const std::size_t delivered = std::min({room, available, 256U});
     EXPECT_EQ(std::ranges::count(list.luns, untouched, &OasLun::priority), 256 - delivered);
@@ -125,10 +127,10 @@ TEST_F(OasTest, TheListTellsHowManyThereAreAndStaysWithinItsBounds) {
 TEST_F(OasTest, ListFailuresHaveTheirResultsAndLeaveTheListAlone) {
   list.count = 1;
   for (const auto& [status, delivery, result] :
-       {Case{0x0BAD0010, 0, 5}, Case{0x0BAD000F, 0, 15}, Case{0x0BAD0020, 0, 32},
-        Case{0x0BAD0030, 0, 33}, Case{0x0BAD0006, 0, 1}, Case{0x0BAD002B, 0, 1},
-        Case{0x0BAD0010, 7, 7}, Case{0x0BAD0010, 6, 1}}) {
-    expect_list().answers(3, 9).status(status).delivery_error(delivery);
+       {Ending{0x0BAD0010, 0, 5}, Ending{0x0BAD000F, 0, 15}, Ending{0x0BAD0020, 0, 32},
+        Ending{0x0BAD0030, 0, 33}, Ending{0x0BAD0006, 0, 1}, Ending{0x0BAD002B, 0, 1},
+        Ending{0x0BAD0010, 7, 7}, Ending{0x0BAD0010, 6, 1}}) {
+    expect_list().answers(3, 9).ends_with(status, delivery);
     EXPECT_EQ(get(), result) << std::hex << status << ", " << delivery;
   }
   EXPECT_EQ(OVK_GetOASLunList(0, &local, &target, 0, nullptr), OVK_MORE_DATA);
@@ -160,7 +162,7 @@ TEST_F(OasTest, ARefusedProbeComesFirstAndAnUndeliveredOneDoesNotCount) {
   expect_probe(2).status(0x0BAD0001);
   EXPECT_EQ(set_v2(9, 200), 32U);
 
-  expect_probe(0).status(0x0BAD0001).delivery_error(3);
+  expect_probe(0).ends_with(0x0BAD0001, 3);
   expect_set(1, lun5_rule);
   expect_nodes({target}, 1);
   EXPECT_EQ(set(5, 0), OVK_OK);
@@ -169,11 +171,14 @@ TEST_F(OasTest, ARefusedProbeComesFirstAndAnUndeliveredOneDoesNotCount) {
 }
 
 TEST_F(OasTest, OperationAndPriorityAreCheckedBeforeTheVersion) {
-  for (const auto& [operation, priority, result] :
-       {std::tuple{2, 0, 1U}, {1, 128, 1U}, {0, 255, 1U}, {1, 127, 4U}, {0, 0, 4U}}) {
+  struct {
+    std::uint8_t operation;
+    std::uint8_t priority;
+    std::uint32_t result;
+  } const cases[] = {{2, 0, 1}, {1, 128, 1}, {0, 255, 1}, {1, 127, 4}, {0, 0, 4}};
+  for (const auto& [operation, priority, result] : cases) {
     expect_probe(0xFFFFFFFF);
-    EXPECT_EQ(set_v2(static_cast<std::uint8_t>(operation), static_cast<std::uint8_t>(priority)),
-              result);
+    EXPECT_EQ(set_v2(operation, priority), result) << +operation << ", " << +priority;
   }
   expect_probe(0);
   EXPECT_EQ(set_v2(1, 0), 4U);
@@ -183,9 +188,9 @@ TEST_F(OasTest, OperationAndPriorityAreCheckedBeforeTheVersion) {
 
 TEST_F(OasTest, ARefusedRuleIsNotFollowedByTheTargetCheck) {
   for (const auto& [status, delivery, result] :
-       {Case{0x0BAD0006, 0, 16}, Case{0x0BAD0020, 0, 32}, Case{0x0BAD002B, 0, 34},
-        Case{0x0BAD002C, 0, 34}, Case{0x0BAD0030, 0, 33}, Case{0x0BAD000F, 0, 1},
-        Case{0x0BAD0010, 0, 1}, Case{1, 0, 1}, Case{0x0BAD0100, 2, 1}}) {
+       {Ending{0x0BAD0006, 0, 16}, Ending{0x0BAD0020, 0, 32}, Ending{0x0BAD002B, 0, 34},
+        Ending{0x0BAD002C, 0, 34}, Ending{0x0BAD0030, 0, 33}, Ending{0x0BAD000F, 0, 1},
+        Ending{0x0BAD0010, 0, 1}, Ending{1, 0, 1}, Ending{0x0BAD0100, 2, 1}}) {
     expect_lun5_rule(status).delivery_error(delivery);
     EXPECT_EQ(set(5, 0), result) << std::hex << status << ", " << delivery;
   }

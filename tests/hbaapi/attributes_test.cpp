@@ -22,7 +22,8 @@ TEST_F(AttributesTest, ARefreshKeepsTheTagOfItsBoardAndAFailedOneTheOldTag) {
   const ByteVector tags = bytes_of(ovk_refresh_timer);
   channel.expect("RAVN_MGMT_HBA_REFRESHINFO", unmapped_number).answers(4, 5);
   EXPECT_EQ(RefreshInformation(32), 0U);
-  EXPECT_EQ(bytes_of(ovk_refresh_timer), tags) << "a board beyond the tables has no tag";
+  EXPECT_THAT(bytes_of(ovk_refresh_timer), SameBytes(tags))
+      << "a board beyond the tables has no tag";
 }
 
 TEST_F(AttributesTest, AdapterAttributesAreHandedOutWhateverTheOutcome) {
@@ -30,11 +31,12 @@ TEST_F(AttributesTest, AdapterAttributesAreHandedOutWhateverTheOutcome) {
   channel.expect("RAVN_MGMT_HBA_ADAPTERATTRIBUTES", board0).replies(1, record);
   AdapterAttributes attributes{};
   EXPECT_EQ(GetAdapterAttributes(0, &attributes), 0U);
-  EXPECT_EQ(bytes_of(attributes), record);
+  EXPECT_THAT(bytes_of(attributes), SameBytes(record));
 
   channel.expect("RAVN_MGMT_HBA_ADAPTERATTRIBUTES", board0).status(0x0BAD0021);
   EXPECT_EQ(GetAdapterAttributes(0, &attributes), 0U);
-  EXPECT_EQ(bytes_of(attributes), ByteVector(2192)) << "no stack bytes reach the caller";
+  EXPECT_THAT(bytes_of(attributes), SameBytes(ByteVector(2192)))
+      << "no stack bytes reach the caller";
 }
 
 constexpr Wwn wanted{{0x10, 0x20, 0x30, 0x40, 0x50, 0x60, 0x70, 0x80}};
@@ -100,7 +102,7 @@ TEST_P(PortQueryTest, ReshapesTheDriversRecordAndLeavesTheRestOfTheDeviceName) {
   expected[466] = 0;  // the two bytes after the driver's name are written, but not the driver's
   expected[467] = 0;
   std::copy_n(record.begin() + 466, 24, expected.begin() + 608);
-  EXPECT_EQ(bytes_of(attributes), expected);
+  EXPECT_THAT(bytes_of(attributes), SameBytes(expected));
 }
 
 TEST_P(PortQueryTest, FailuresMapToResultsAndLeaveTheCallersRecord) {
@@ -117,7 +119,7 @@ TEST_P(PortQueryTest, FailuresMapToResultsAndLeaveTheCallersRecord) {
     auto attributes = record_of<PortAttributes>(untouched);
     EXPECT_EQ(GetParam().run(0, &attributes), failure.result)
         << failure.status << " " << failure.delivery;
-    EXPECT_EQ(bytes_of(attributes), ByteVector(sizeof attributes, untouched));
+    EXPECT_THAT(bytes_of(attributes), SameBytes(ByteVector(sizeof attributes, untouched)));
   }
 }
 

@@ -66,7 +66,7 @@ TEST_F(EventsTest, EventsAndCountsAreGivenOnSuccessWithinTheCallersRoomAndTheDri
     EXPECT_EQ(EventMissedCount, result == OVK_OK ? 7U : 12U);
     ByteVector expected(written, from_driver);
     expected.resize(events.size(), untouched);
-    EXPECT_EQ(events, expected);
+    EXPECT_THAT(events, SameBytes(expected));
   }
   EXPECT_EQ(log_lines().size(), 2U) << "the failures are logged";
 }

@@ -70,7 +70,7 @@ TEST_F(RnidTest, AReplyThatFitsIsHandedOutAndOfAnotherTheLength) {
     EXPECT_EQ(length, result == OVK_FAILED ? room : answered) << "what there is";
     ByteVector expected = counted_bytes(written);
     expected.resize(reply.size(), untouched);
-    EXPECT_EQ(reply, expected);
+    EXPECT_THAT(reply, SameBytes(expected));
   }
 }
 
@@ -94,7 +94,7 @@ TEST_F(RnidTest, AllButTheReservedFieldOfTheManagementInformationIsSentAndHanded
   channel.expect("RAVN_MGMT_HBA_GETMGMTINFO", board0).replies(1, info);
   auto read = record_of<RnidMgmtInfo>(untouched);
   EXPECT_EQ(GetRNIDMgmtInfo(0, &read), OVK_OK);
-  EXPECT_EQ(bytes_of(read), without_reserved(0xEEEE));
+  EXPECT_THAT(bytes_of(read), SameBytes(without_reserved(0xEEEE)));
 }
 
 TEST_F(RnidTest, AFailedReadingTouchesNothingAndIsLoggedAsASetting) {
@@ -102,7 +102,7 @@ TEST_F(RnidTest, AFailedReadingTouchesNothingAndIsLoggedAsASetting) {
   auto info = record_of<RnidMgmtInfo>(untouched);
   channel.expect("RAVN_MGMT_HBA_GETMGMTINFO", board0).replies(1, ByteVector(44)).status(0x0BAD0001);
   EXPECT_EQ(GetRNIDMgmtInfo(0, &info), OVK_FAILED);
-  EXPECT_EQ(bytes_of(info), ByteVector(44, untouched));
+  EXPECT_THAT(bytes_of(info), SameBytes(ByteVector(44, untouched)));
   channel.expect("RAVN_MGMT_HBA_SETMGMTINFO", board0).delivery_error(2);
   EXPECT_EQ(SetRNIDMgmtInfo(0, &info), OVK_FAILED);
 

@@ -3,8 +3,6 @@
 #include <ovk/core.h>
 #include <ovk/info.h>
 
-#include <tuple>
-
 namespace ovk::test {
 namespace {
 
@@ -30,11 +28,10 @@ TEST_F(LocationTest, DeliversTheDriversTrunkRecord) {
 }
 
 TEST_F(LocationTest, TheTrunkStatusDecidesBeforeTheDelivery) {
-  using Case = std::tuple<std::uint32_t, int, std::uint32_t>;
   for (const auto& [status, delivery, result] :
-       {Case{0x0BAD0020, 0, 2}, Case{0x0BAD0020, 22, 2}, Case{0x0BAD0021, 0, 1},
-        Case{0x0BAD0021, 22, 1}, Case{0, 22, 3}, Case{0, 5, 1}}) {
-    expect_trunk().status(status).delivery_error(delivery);
+       {Ending{0x0BAD0020, 0, 2}, Ending{0x0BAD0020, 22, 2}, Ending{0x0BAD0021, 0, 1},
+        Ending{0x0BAD0021, 22, 1}, Ending{0, 22, 3}, Ending{0, 5, 1}}) {
+    expect_trunk().ends_with(status, delivery);
     EXPECT_EQ(OVK_GetTrunkInfo(0, &trunk), result) << status << ", " << delivery;
   }
   EXPECT_EQ(OVK_GetTrunkInfo(0, nullptr), 7U);

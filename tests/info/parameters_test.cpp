@@ -33,19 +33,21 @@ TEST_F(ParametersTest, CountsTheWholeEntriesThatTheDriverReportsInATableThatWasC
   for (const auto& [reported_bytes, count] :
        {Case{131, 0}, Case{132, 1}, Case{10559, 79}, Case{10560, 80}}) {
     table.assign(table_size, 0xEE);
-    expect_table(reported_bytes).meanwhile([this] { EXPECT_EQ(table, ByteVector(table_size)); });
+    expect_table(reported_bytes).meanwhile([this] {
+      EXPECT_THAT(table, SameBytes(ByteVector(table_size)));
+    });
     EXPECT_EQ(get(), count);
-    EXPECT_EQ(table, expected) << reported_bytes;
+    EXPECT_THAT(table, SameBytes(expected)) << reported_bytes;
   }
 }
 
 TEST_F(ParametersTest, AFailureGivesAnEmptyClearedTable) {
   expect_table(132).status(0x0BAD0001);
   EXPECT_EQ(get(), 0U);
-  EXPECT_EQ(table, ByteVector(table_size));
+  EXPECT_THAT(table, SameBytes(ByteVector(table_size)));
   expect_table(132).delivery_error(1);
   EXPECT_EQ(get(), 0U);
-  EXPECT_EQ(table, ByteVector(table_size));
+  EXPECT_THAT(table, SameBytes(ByteVector(table_size)));
 }
 
 TEST_F(ParametersTest, AParameterIsSetByItsIndex) {

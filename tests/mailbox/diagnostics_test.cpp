@@ -5,14 +5,10 @@
 #include <ovk/core.h>
 
 #include <array>
-#include <tuple>
 #include <utility>
 
 namespace ovk::test {
 namespace {
-
-/** A driver status, a delivery error, and what becomes of them. */
-using Case = std::tuple<std::uint32_t, int, std::uint32_t>;
 
 class LoopbackTest : public LibraryTest {
  protected:
@@ -68,16 +64,16 @@ TEST_F(LoopbackTest, ModeFailuresMapTheirStatusAndTheCallLineNamesAnotherCommand
 
 TEST_F(LoopbackTest, AFrameGoesOutWithItsSizeAndComesBack) {
   for (const std::size_t size : {0U, 100U, 65536U}) {
-    const ByteVector frame = counting_bytes(size, 3);
+    const ByteVector frame = counted_bytes(size, 3);
     ByteVector received(size + 4, 0xEE);
-    ByteVector expected = counting_bytes(size, 5);
+    ByteVector expected = counted_bytes(size, 5);
     expected.resize(size + 4, 0xEE);
-    expect_frame(frame).replies(2, counting_bytes(65536, 5));
+    expect_frame(frame).replies(2, counted_bytes(65536, 5));
     const LoopbackRequest request{static_cast<std::uint32_t>(size), frame.data(), received.data()};
     const AllocationWatch memory;
     EXPECT_EQ(OVK_RunLoopbackTest(0, &request), OVK_OK);
     EXPECT_EQ(memory.outstanding(), 0);
-    EXPECT_EQ(received, expected);
+    EXPECT_THAT(received, SameBytes(expected));
   }
 }
 
@@ -85,9 +81,9 @@ TEST_F(LoopbackTest, AFrameThatDoesNotComeBackLeavesTheReceiveBufferAlone) {
   const ByteVector frame(8, 1);
   ByteVector received(8, 0xEE);
   const LoopbackRequest request{8, frame.data(), received.data()};
-  for (const auto& [status, delivery, result] :
-       {Case{0x0BAD000A, 0, 6}, Case{0x0BAD0039, 0, 3}, Case{0x0BAD0021, 0, 1}, Case{0, 9, 1}}) {
-    expect_frame(frame).replies(2, frame).status(status).delivery_error(delivery);
+  for (const auto& [status, delivery, result] : {Ending{0x0BAD000A, 0, 6}, Ending{0x0BAD0039, 0, 3},
+                                                 Ending{0x0BAD0021, 0, 1}, Ending{0, 9, 1}}) {
+    expect_frame(frame).replies(2, frame).ends_with(status, delivery);
     EXPECT_EQ(OVK_RunLoopbackTest(0, &request), result) << std::hex << status;
   }
   for (const int failing : {0, 1}) {
@@ -95,7 +91,7 @@ TEST_F(LoopbackTest, AFrameThatDoesNotComeBackLeavesTheReceiveBufferAlone) {
     EXPECT_EQ(OVK_RunLoopbackTest(0, &request), OVK_NO_MEMORY);
     EXPECT_EQ(memory.outstanding(), 0);
   }
-  EXPECT_EQ(received, ByteVector(8, 0xEE));
+  EXPECT_THAT(received, SameBytes(ByteVector(8, 0xEE)));
 
   const LoopbackRequest too_long{65537, nullptr, nullptr};
   EXPECT_DEATH(OVK_RunLoopbackTest(0, &too_long), "pLoopback->bufSize <= 65536");
@@ -163,7 +159,7 @@ class DumpTest : public MailboxTest {
         .word(2, 16)
         .word(6, selector)
         .answers(3, reported)
-        .replies(1, counting_bytes(16));
+        .replies(1, counted_bytes(16));
   }
 };
 
@@ -181,13 +177,19 @@ TEST_F(DumpTest, InducingADumpGivesFourAndItsFailureNothing) {
 }
 
 TEST_F(DumpTest, OtherModesSetTheBoardsStateWhereTheSliModeIsNotFour) {
-  using State = std::array<std::uint32_t, 5>;
-  for (const auto& [sli_mode, mode, sub_command, answered_state, result] :
-       {State{3, 2, 20, 5, 2}, State{3, 2, 20, 4, 2}, State{3, 1, 17, 1, 1}, State{5, 1, 17, 3, 3},
-        State{3, 5, 20, 6, 6}, State{3, 0, 16, 0xFFFFFFFF, 0xFFFFFFFF}}) {
+  struct {
+    std::uint32_t sli_mode;
+    std::uint32_t mode;
+    std::uint32_t sub_command;
+    std::uint32_t answered_state;
+    std::uint32_t result;
+  } const cases[] = {{3, 2, 20, 5, 2}, {3, 2, 20, 4, 2}, {3, 1, 17, 1, 1},
+                     {5, 1, 17, 3, 3}, {3, 5, 20, 6, 6}, {3, 0, 16, 0xFFFFFFFF, 0xFFFFFFFF}};
+  for (const auto& [sli_mode, mode, sub_command, answered_state, result] : cases) {
     expect_sli_mode(board0, sli_mode);
     channel.expect("RAVN_MGMT_SETDIAG", board0).word(6, sub_command).answers(4, answered_state);
-    EXPECT_EQ(OVK_SetDumpEnv(0, mode), result) << sli_mode << ", " << mode;
+    EXPECT_EQ(OVK_SetDumpEnv(0, mode), result)
+        << sli_mode << ", " << mode << ", " << answered_state;
   }
   expect_sli_mode(board0, 4);
   EXPECT_EQ(OVK_SetDumpEnv(0, 1), 0U);
@@ -198,7 +200,7 @@ TEST_F(DumpTest, OtherModesSetTheBoardsStateWhereTheSliModeIsNotFour) {
 TEST_F(DumpTest, TheDescriptorIsCopiedAsFarAsItGoesAndItsLengthIsReported) {
   for (const std::uint32_t reported : {0U, 12U, 16U, 17U, 0xFFFFFFFFU}) {
     ByteVector dest(20, 0xEE);
-    ByteVector expected = counting_bytes(std::min(reported, 16U));
+    ByteVector expected = counted_bytes(std::min(reported, 16U));
     expected.resize(20, 0xEE);
     std::uint32_t length = 16;
     expect_descriptor(9, reported);
@@ -214,10 +216,10 @@ TEST_F(DumpTest, AFailedDescriptorQueryReportsTheLengthOnly) {
   ByteVector dest(16, 0xEE);
   std::uint32_t length = 16;
   for (const auto& [status, delivery, result] :
-       {Case{0x0BAD0007, 0, 2}, Case{0x0BAD0014, 0, 3}, Case{0x0BAD0003, 0, 4},
-        Case{0x0BAD0001, 0, 1}, Case{0, 9, 1}}) {
+       {Ending{0x0BAD0007, 0, 2}, Ending{0x0BAD0014, 0, 3}, Ending{0x0BAD0003, 0, 4},
+        Ending{0x0BAD0001, 0, 1}, Ending{0, 9, 1}}) {
     length = 16;
-    expect_descriptor(0, 5).status(status).delivery_error(delivery);
+    expect_descriptor(0, 5).ends_with(status, delivery);
     EXPECT_EQ(OVK_GetDriverDumpRegion(0, 0, dest.data(), &length), result) << std::hex << status;
     EXPECT_EQ(length, 5U);
   }

@@ -58,14 +58,14 @@ inline ByteVector extended_data(std::uint32_t in_bytes, std::uint32_t out_bytes,
   return bytes;
 }
 
-/** Bytes that count up from a value. */
-inline ByteVector counting_bytes(std::size_t size, std::uint8_t first = 0) {
-  ByteVector bytes(size);
-  for (std::size_t i = 0; i < size; ++i) {
-    bytes[i] = static_cast<std::uint8_t>(first + i * 7 + i / 256);
-  }
-  return bytes;
-}
+/** How a mailbox ends, the status that its caller finds in it, and the result. */
+struct MailboxEnding {
+  std::uint32_t status;
+  int delivery;
+  std::uint16_t returned;
+  std::uint16_t mailbox_status;
+  std::uint32_t result;
+};
 
 /** What mailboxes, and what goes their way, are expected to be. */
 class MailboxTest : public LibraryTest {
@@ -85,15 +85,6 @@ class MailboxTest : public LibraryTest {
   /** Expects a mailbox with extended data. */
   Exchange& expect_extended_mailbox(const Mailbox& mailbox, const ByteVector& extended) {
     return expect_mailbox(mailbox, 32, 256).sends(3, extended);
-  }
-
-  /** Checks that a call fails without an SLI mode, and has this result on the other boards. */
-  template <typename Call>
-  void expect_gate(Call call, std::uint32_t other_mode, std::uint32_t result_there) {
-    expect_no_sli_mode(board0);
-    EXPECT_EQ(call(), OVK_FAILED);
-    expect_sli_mode(board0, other_mode);
-    EXPECT_EQ(call(), result_there);
   }
 };
 

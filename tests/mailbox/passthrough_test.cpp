@@ -5,7 +5,6 @@
 #include <ovk/core.h>
 
 #include <array>
-#include <tuple>
 #include <vector>
 
 namespace ovk::test {
@@ -13,10 +12,7 @@ namespace {
 
 using Words = std::vector<std::uint32_t>;
 
-/** A status, a delivery error and a returned mailbox status, and what becomes of them: the status
-   of the caller's mailbox, and the result. */
-using Failure = std::tuple<std::uint32_t, int, std::uint16_t, std::uint16_t, std::uint32_t>;
-constexpr Failure failures[] = {
+constexpr MailboxEnding failures[] = {
     {0x0BAD005A, 0, 77, 252, 3}, {0x0BAD0039, 0, 77, 253, 1}, {0x0BAD0004, 0, 77, 254, 1},
     {0x0BAD0001, 0, 77, 252, 1}, {0, 19, 77, 252, 1},         {0x0BAD0039, 19, 77, 253, 1},
     {0, 0, 0xFFFD, 0xFFFD, 1},
@@ -34,18 +30,22 @@ TEST_F(PassthroughTest, PassesTheNamedWordsOnlyAndReturnsThem) {
   EXPECT_EQ(_IssueMbox(0, &mailbox, 10, 96, 3), OVK_OK);
   EXPECT_EQ(memory.allocations(), 1);
   EXPECT_EQ(memory.outstanding(), 0);
-  EXPECT_EQ(bytes_of(mailbox), expected);
+  EXPECT_THAT(bytes_of(mailbox), SameBytes(expected));
 }
 
 TEST_F(PassthroughTest, RefusesWhatIsLongerThanTheModeAdmits) {
-  using Case = std::tuple<std::uint32_t, std::uint32_t, std::uint32_t>;
-  for (const auto& [in_words, out_bytes, mode] :
-       {Case{33, 0, 3}, Case{1, 129, 3}, Case{33, 0, 5}, Case{1, 129, 5}, Case{513, 0, 4},
-        Case{1, 2049, 4}, Case{0xFFFFFFFF, 0, 4}, Case{0x40000001, 0, 3}}) {
+  struct {
+    std::uint32_t in_words;
+    std::uint32_t out_bytes;
+    std::uint32_t mode;
+  } const cases[] = {{33, 0, 3},  {1, 129, 3},  {33, 0, 5},         {1, 129, 5},
+                     {513, 0, 4}, {1, 2049, 4}, {0xFFFFFFFF, 0, 4}, {0x40000001, 0, 3}};
+  for (const auto& [in_words, out_bytes, mode] : cases) {
+    SCOPED_TRACE(testing::Message() << in_words << ", " << out_bytes << ", " << mode);
     Mailbox mailbox = mailbox_of(0x05);
     const AllocationWatch memory;
     EXPECT_EQ(_IssueMbox(0, &mailbox, in_words, out_bytes, mode), OVK_FAILED);
-    EXPECT_EQ(mailbox.status, OVK_MAILBOX_NOT_ISSUED) << in_words << ", " << out_bytes;
+    EXPECT_EQ(mailbox.status, OVK_MAILBOX_NOT_ISSUED);
     EXPECT_EQ(memory.allocations(), 0);
   }
 }
@@ -56,8 +56,8 @@ TEST_F(PassthroughTest, TheLongestAdmittedMailboxIsToldWholeButMovedUpToTheBuffe
   const ByteVector behind = bytes_of(mailbox[1]);
   expect_mailbox(mailbox[0], 512, 2048).replies(2, returned_mailbox(0));
   EXPECT_EQ(_IssueMbox(0, mailbox.data(), 512, 2048, 4), OVK_OK);
-  EXPECT_EQ(bytes_of(mailbox[0]), bytes_of(returned_mailbox(0)));
-  EXPECT_EQ(bytes_of(mailbox[1]), behind);
+  EXPECT_THAT(bytes_of(mailbox[0]), SameBytes(bytes_of(returned_mailbox(0))));
+  EXPECT_THAT(bytes_of(mailbox[1]), SameBytes(behind));
 }
 
 TEST_F(PassthroughTest, ReadsIntoTheCallersMemoryThatTheMailboxNames) {
@@ -65,21 +65,21 @@ TEST_F(PassthroughTest, ReadsIntoTheCallersMemoryThatTheMailboxNames) {
     ByteVector memory(4096, 1);
     // The length has 24 bits; what stands above it is the firmware's.
     Mailbox mailbox = mailbox_of(code, {{3, 0xAB000000 | 4095}, {4, address_of(memory.data())}});
-    ByteVector expected = counting_bytes(4096);
+    ByteVector expected = counted_bytes(4096);
     expect_mailbox(mailbox, 32, 128).sends(1, ByteVector{}).replies(1, expected);
     expected.back() = 1;
     EXPECT_EQ(_IssueMbox(0, &mailbox, 32, 128, 3), OVK_OK);
-    EXPECT_EQ(memory, expected);
+    EXPECT_THAT(memory, SameBytes(expected));
   }
 }
 
 TEST_F(PassthroughTest, WritesFromAndReadsIntoTheMemoryOfOneMailbox) {
-  const ByteVector source = counting_bytes(4096, 3);
+  const ByteVector source = counted_bytes(4096, 3);
   ByteVector destination(16, 1);
   Mailbox mailbox = mailbox_of(
       0x84,
       {{2, 4096}, {3, address_of(source.data())}, {5, 15}, {6, address_of(destination.data())}});
-  ByteVector expected = counting_bytes(16, 9);
+  ByteVector expected = counted_bytes(16, 9);
   expect_mailbox(mailbox, 32, 128).sends(1, source).replies(1, expected);
   expected.back() = 1;
   EXPECT_EQ(_IssueMbox(0, &mailbox, 32, 128, 3), OVK_OK);
@@ -89,7 +89,7 @@ TEST_F(PassthroughTest, WritesFromAndReadsIntoTheMemoryOfOneMailbox) {
 TEST_F(PassthroughTest, NothingIsReadAfterAFailureOrToNowhere) {
   ByteVector memory(8, 1);
   Mailbox mailbox = mailbox_of(0x38, {{3, 8}, {4, address_of(memory.data())}});
-  expect_mailbox(mailbox, 32, 128).replies(1, counting_bytes(8, 9)).replies(2, returned_mailbox(7));
+  expect_mailbox(mailbox, 32, 128).replies(1, counted_bytes(8, 9)).replies(2, returned_mailbox(7));
   EXPECT_EQ(_IssueMbox(0, &mailbox, 32, 128, 3), OVK_FAILED);
   EXPECT_EQ(memory, ByteVector(8, 1));
   EXPECT_EQ(mailbox.status, 7);
@@ -110,13 +110,13 @@ TEST_F(PassthroughTest, ExtensionsThatNoCallerMayNameEndTheProcess) {
 
 TEST_F(PassthroughTest, FailuresStandInTheReturnedMailboxAndInTheResult) {
   for (const auto& [status, delivery, returned, mailbox_status, result] : failures) {
+    SCOPED_TRACE(testing::Message() << std::hex << status << ", " << delivery << ", " << returned);
     Mailbox mailbox = mailbox_of(0x05);
     expect_mailbox(mailbox, 32, 0)
         .replies(2, returned_mailbox(returned))
-        .status(status)
-        .delivery_error(delivery);
-    EXPECT_EQ(_IssueMbox(0, &mailbox, 32, 0, 3), result) << std::hex << status;
-    EXPECT_EQ(mailbox.status, mailbox_status) << std::hex << status;
+        .ends_with(status, delivery);
+    EXPECT_EQ(_IssueMbox(0, &mailbox, 32, 0, 3), result);
+    EXPECT_EQ(mailbox.status, mailbox_status);
     EXPECT_EQ(mailbox.words4[30], 0xA5A5A5A5);
   }
 }
@@ -172,20 +172,20 @@ TEST_F(ExtendedPassthroughTest, WordCountsBeyondTheDataAreToldButNotFollowed) {
   EXPECT_EQ(IssueMboxEx(0, &mailbox, ext.data(), 1, 0xFFFFFFFF, 513), OVK_OK);
   Words expected(512, 0x02020202);
   expected.push_back(77);
-  EXPECT_EQ(ext, expected);
+  EXPECT_THAT(bytes_of(ext), SameBytes(bytes_of(expected)));
 }
 
 TEST_F(ExtendedPassthroughTest, FailuresDeliverNoData) {
   Words ext{1};
   for (const auto& [status, delivery, returned, mailbox_status, result] : failures) {
+    SCOPED_TRACE(testing::Message() << std::hex << status << ", " << delivery << ", " << returned);
     Mailbox mailbox = mailbox_of(0x17);
     expect_extended_mailbox(mailbox, extended_data(0, 4, 0, {}))
         .replies(2, returned_mailbox(returned))
         .replies(3, extended_data(0, 4, 0, {2, 2, 2, 2}))
-        .status(status)
-        .delivery_error(delivery);
-    EXPECT_EQ(IssueMboxEx(0, &mailbox, ext.data(), 0, 0, 1), result) << std::hex << status;
-    EXPECT_EQ(mailbox.status, mailbox_status) << std::hex << status;
+        .ends_with(status, delivery);
+    EXPECT_EQ(IssueMboxEx(0, &mailbox, ext.data(), 0, 0, 1), result);
+    EXPECT_EQ(mailbox.status, mailbox_status);
   }
   Mailbox mailbox = mailbox_of(0x17);
   const AllocationWatch no_memory{0};

@@ -1,8 +1,8 @@
 #include "tests/mailbox/mailbox_script.h"
 
 #include <array>
+#include <iterator>
 #include <limits>
-#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -42,7 +42,7 @@ TEST_F(RetryTest, IsForOlderAdaptersAndAdmitsTheLongMailboxesOfSli4) {
     ByteVector expected = bytes_of(returned_mailbox(0));
     expected.resize(8);
     expected.resize(sizeof mailbox, 0x5A);
-    EXPECT_EQ(bytes_of(longer[0]), expected);
+    EXPECT_THAT(bytes_of(longer[0]), SameBytes(expected));
   }
 
   expect_sli_mode(board0, 3);
@@ -60,7 +60,7 @@ TEST_F(RetryTest, EachBusyAttemptSendsTheCallersMailboxAndIsFollowedByAWait) {
     expect_attempt(mailbox).status(busy);
     expect_attempt(mailbox).replies(2, returned_mailbox(0));
     EXPECT_EQ(issue(mailbox, 5, delay), OVK_OK);
-    EXPECT_EQ(bytes_of(mailbox), bytes_of(returned_mailbox(0)));
+    EXPECT_THAT(bytes_of(mailbox), SameBytes(bytes_of(returned_mailbox(0))));
     EXPECT_EQ(host().sleeps, (Sleeps{wait, wait}));
   }
 }
@@ -72,20 +72,20 @@ TEST_F(RetryTest, GivesUpAfterTheLastBusyAttemptAndItsWait) {
   expect_attempt(mailbox).replies(2, returned_mailbox(253));
   EXPECT_EQ(issue(mailbox, 2, 5), 2U);
   EXPECT_EQ(host().sleeps, (Sleeps{second, second}));
-  EXPECT_EQ(bytes_of(mailbox), bytes_of(returned_mailbox(253)));
+  EXPECT_THAT(bytes_of(mailbox), SameBytes(bytes_of(returned_mailbox(253))));
 }
 
 TEST_F(RetryTest, AnyOtherFailureIsFinal) {
-  using Case = std::tuple<std::uint32_t, int, std::uint16_t, std::uint16_t, std::uint32_t>;
+  using Case = MailboxEnding;
   for (const auto& [status, delivery, returned, mailbox_status, result] :
        {Case{0x0BAD005A, 0, 0, 252, 3}, Case{0x0BAD0004, 0, 0, 254, 2},
         Case{0x0BAD0001, 0, 0, 252, 2}, Case{0, 19, 0, 252, 2}, Case{0, 0, 7, 7, 2}}) {
+    SCOPED_TRACE(testing::Message() << std::hex << status << ", " << delivery << ", " << returned);
     Mailbox mailbox = mailbox_of(0x05);
     expect_sli_mode(board0, 3);
-    expect_attempt(mailbox).status(status).delivery_error(delivery).replies(
-        2, returned_mailbox(returned));
-    EXPECT_EQ(issue(mailbox, 9, 5), result) << std::hex << status;
-    EXPECT_EQ(mailbox.status, mailbox_status) << std::hex << status;
+    expect_attempt(mailbox).replies(2, returned_mailbox(returned)).ends_with(status, delivery);
+    EXPECT_EQ(issue(mailbox, 9, 5), result);
+    EXPECT_EQ(mailbox.status, mailbox_status);
   }
   EXPECT_THAT(host().sleeps, testing::IsEmpty());
 }
@@ -94,7 +94,7 @@ TEST_F(RetryTest, NoAttemptsAndNoMemory) {
   Mailbox mailbox = mailbox_of(0x05);
   expect_sli_mode(board0, 3);
   EXPECT_EQ(issue(mailbox, 0, 5), OVK_OK);
-  EXPECT_EQ(bytes_of(mailbox), bytes_of(mailbox_of(0x05)));
+  EXPECT_THAT(bytes_of(mailbox), SameBytes(bytes_of(mailbox_of(0x05))));
 
   mailbox.status = OVK_MAILBOX_BUSY;  // of an earlier use; it is not a reason to try again
   expect_sli_mode(board0, 3);
@@ -109,7 +109,7 @@ TEST_F(RetryExTest, SendsNothingForTooManyWordsWithoutAttemptsOrWithoutMemory) {
   EXPECT_EQ(OVK_IssueMboxWithRetryEx(0, &mailbox, nullptr, 5, 513, 0, 1, 0), 2U);
   EXPECT_EQ(OVK_IssueMboxWithRetryEx(0, &mailbox, nullptr, 5, 0, 513, 1, 0), 2U);
   EXPECT_EQ(OVK_IssueMboxWithRetryEx(0, &mailbox, nullptr, 5, 1, 1, 0, 100), OVK_OK);
-  EXPECT_EQ(bytes_of(mailbox), bytes_of(mailbox_of(0x1B)));
+  EXPECT_THAT(bytes_of(mailbox), SameBytes(bytes_of(mailbox_of(0x1B))));
 
   Words ext{7};
   const AllocationWatch no_memory{0};
@@ -129,7 +129,7 @@ TEST_F(RetryExTest, EachAttemptSendsTheCallersDataAgainAndWaitsToTheMillisecond)
         .replies(3, extended_data(0, 0, 0, ByteVector(2048, 2)));
     EXPECT_EQ(OVK_IssueMboxWithRetryEx(0, &mailbox, ext.data(), 0xABC05, 512, 512, 3, delay),
               OVK_OK);
-    EXPECT_EQ(ext, Words(512, 0x02020202));
+    EXPECT_THAT(bytes_of(ext), SameBytes(ByteVector(2048, 2)));
     EXPECT_EQ(mailbox.words4[30], 0xA5A5A5A5);
     EXPECT_EQ(mailbox.words4[31], 0x5A5A5A5A);
     EXPECT_EQ(host().sleeps, (Sleeps{wait}));
@@ -137,10 +137,15 @@ TEST_F(RetryExTest, EachAttemptSendsTheCallersDataAgainAndWaitsToTheMillisecond)
 }
 
 TEST_F(RetryExTest, FailuresReturnTheMailboxAndTheDataThatWasSent) {
-  using Case = std::tuple<std::uint32_t, std::uint16_t, std::uint16_t, std::size_t>;
-  for (const auto& [status, returned, mailbox_status, attempts] :
-       {Case{busy, 0, 253, 2}, Case{0, 253, 253, 2}, Case{0x0BAD005A, 0, 252, 1},
-        Case{0, 0xFFFD, 0xFFFD, 1}}) {
+  struct {
+    std::uint32_t status;
+    std::uint16_t returned;
+    std::uint16_t mailbox_status;
+    std::size_t attempts;
+  } const cases[] = {
+      {busy, 0, 253, 2}, {0, 253, 253, 2}, {0x0BAD005A, 0, 252, 1}, {0, 0xFFFD, 0xFFFD, 1}};
+  for (const auto& [status, returned, mailbox_status, attempts] : cases) {
+    SCOPED_TRACE(testing::Message() << std::hex << status << ", " << returned);
     host().sleeps.clear();
     Mailbox mailbox = mailbox_of(0x1B);
     Words ext{7, 7, 7};
@@ -199,10 +204,10 @@ class RetryV2Test : public MailboxTest {
   /** Issues a mailbox, which goes the extended way without these words, and comes back. */
   void expect_extended(ByteVector mailbox, std::initializer_list<std::size_t> without,
                        std::uint32_t sub_code) {
-    const ByteVector reply = counting_bytes(mailbox.size());
+    const ByteVector reply = counted_bytes(mailbox.size());
     expect_extended_command(cleared(mailbox, without), sub_code).replies(1, reply);
     EXPECT_EQ(issue(mailbox), OVK_OK);
-    EXPECT_EQ(mailbox, reply);
+    EXPECT_THAT(mailbox, SameBytes(reply));
   }
 };
 
@@ -241,7 +246,7 @@ TEST_F(RetryV2Test, OtherStatusesAndMissingMemoryEndIt) {
     Mailbox mailbox = mailbox_of(0x05);
     expect_sli_mode(board0, 4);
     expect_mailbox(mailbox, 64, 256).status(status).replies(2, returned_mailbox(returned));
-    EXPECT_EQ(issue(mailbox, 64, 9), 2U);
+    EXPECT_EQ(issue(mailbox, 64, 9), 2U) << std::hex << status;
   }
   Mailbox mailbox = mailbox_of(0x05);
   expect_sli_mode(board0, 4);
@@ -286,7 +291,7 @@ TEST_F(RetryV2Test, TheExtendedWayWritesNoStatusAndDoesNotLookAtOne) {
   const ByteVector sent = cleared(mailbox, {24, 28});
   expect_extended_command(sent, 2).replies(1, ByteVector(320, 1)).status(busy);
   EXPECT_EQ(issue(mailbox, 5), 1U);
-  EXPECT_EQ(mailbox, sent);
+  EXPECT_THAT(mailbox, SameBytes(sent));
 
   expect_extended_command(sent, 2).replies(1, returned_mailbox(253));
   EXPECT_EQ(issue(mailbox, 5), OVK_OK);
@@ -301,12 +306,13 @@ TEST_F(RetryV2Test, ExtendedSliConfigChecksItsBoardAndMovesAtMostItsBuffer) {
       .word(2, 4100)
       .word(3, 4100)
       .word(6, 3)
-      .replies(1, counting_bytes(4096));
+      .replies(1, counted_bytes(4096));
   const AllocationWatch memory;
   EXPECT_EQ(IssueExtendedSLIConfig(0, mailbox.data(), 3, 1, 1025), OVK_OK);
   EXPECT_EQ(memory.outstanding(), 0);
-  EXPECT_EQ(std::memcmp(mailbox.data(), counting_bytes(4096).data(), 4096), 0);
-  EXPECT_EQ(bytes_of(mailbox[16]), bytes_of(mailbox_of(0x9B)));
+  ByteVector expected = counted_bytes(4096);
+  std::ranges::copy(bytes_of(mailbox_of(0x9B)), std::back_inserter(expected));
+  EXPECT_THAT(bytes_of(mailbox), SameBytes(expected));
 
   const AllocationWatch no_memory{0};
   EXPECT_EQ(IssueExtendedSLIConfig(0, mailbox.data(), 1, 1, 64), OVK_NO_MEMORY);

@@ -58,7 +58,7 @@ TEST_F(NodesTest, TheCountIsTheDriversAndRecordsAreCopiedOnSuccessButForTheirLas
     for (std::size_t i = 0; i < written; ++i) {
       std::memset(&expected[4 + i * record_size], from_driver, copied_size);
     }
-    EXPECT_EQ(bytes_of(*nodes), expected);
+    EXPECT_THAT(bytes_of(*nodes), SameBytes(expected));
   }
 }
 

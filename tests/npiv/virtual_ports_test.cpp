@@ -54,7 +54,7 @@ TEST_F(VirtualPortsTest, AttributesAreAskedByPortNameAndAFailureWithoutAReasonIs
   VportAttributes attributes{};
   expect_attributes().replies(2, record).answers(3, 9);
   EXPECT_EQ(OVK_VPGetAttrib(0, &vport, &attributes), OVK_OK);
-  EXPECT_EQ(bytes_of(attributes), record);
+  EXPECT_THAT(bytes_of(attributes), SameBytes(record));
 
   expect_attributes().status(0x0BAD0003);
   EXPECT_EQ(OVK_VPGetAttrib(0, &vport, &attributes), OVK_ILLEGAL_WWN);
@@ -97,7 +97,7 @@ TEST_F(VirtualPortsTest, TheListIsCopiedOnSuccessByTheDriversCountWithinTheDrive
     EXPECT_EQ(memory.outstanding(), 0);
     ByteVector expected(4 + written * sizeof(VportEntry), 0x44);
     expected.resize(sizeof(VportList), untouched);
-    EXPECT_EQ(bytes_of(*list), with_at(expected, 0, told));
+    EXPECT_THAT(bytes_of(*list), SameBytes(with_at(expected, 0, told)));
   }
 }
 
@@ -109,7 +109,7 @@ TEST_F(VirtualPortsTest, WithoutMemoryTheListStaysAndNothingIsLogged) {
     EXPECT_EQ(OVK_VPGetList(0, list.get()), OVK_NO_MEMORY);
   }
   EXPECT_THAT(log_lines(), testing::IsEmpty());
-  EXPECT_EQ(bytes_of(*list), ByteVector(sizeof(VportList), untouched));
+  EXPECT_THAT(bytes_of(*list), SameBytes(ByteVector(sizeof(VportList), untouched)));
 }
 
 }  // namespace

@@ -20,7 +20,7 @@ class FcfListTest : public RegionTest {
 
   /** A driver's record whose bytes all tell their place. */
   static ByteVector record(std::uint8_t reported = 1, std::uint8_t flag18 = 1) {
-    return patched(counting_bytes(556), {{18, {flag18}}, {31, {reported}}});
+    return patched(counted_bytes(556), {{18, {flag18}}, {31, {reported}}});
   }
 
   /** What the caller gets of it. */
@@ -65,7 +65,7 @@ class FcfListTest : public RegionTest {
       expected.insert(expected.end(), bytes.begin(), bytes.end());
     }
     expected.resize(4 * sizeof(FcfListEntry), 0xEE);
-    EXPECT_EQ((ByteVector{memory.begin() + 8, memory.end()}), expected);
+    EXPECT_THAT((ByteVector{memory.begin() + 8, memory.end()}), SameBytes(expected));
   }
 
   ByteVector memory;

@@ -37,7 +37,7 @@ class FcoeRecordsTest : public RegionTest {
 
   /** 20 bytes of a connection that all tell their place. */
   static ByteVector connection(std::uint8_t flags, std::uint8_t flags_high, std::uint8_t first) {
-    return patched(counting_bytes(20, first), {{0, {flags, flags_high}}});
+    return patched(counted_bytes(20, first), {{0, {flags, flags_high}}});
   }
 
   /** The caller's list after its first bytes became these. */
@@ -114,7 +114,7 @@ TEST_F(FcoeRecordsTest, ConnectionsInUseAreDeliveredUpToTheRoom) {
     list.count = room;
     expect_region(image);
     EXPECT_EQ(OVK_FCoEGetFCFConnectList(0, &list), result);
-    EXPECT_EQ(bytes_of(list), expected);
+    EXPECT_THAT(bytes_of(list), SameBytes(expected));
   };
   expect_get(16, 0, list_with(3, {first, second, third}));
   expect_get(3, 0, list_with(3, {first, second, third}));

@@ -23,7 +23,7 @@ class Region23Test : public RegionTest {
     EXPECT_EQ(memory.outstanding(), expected.empty() ? 0 : 1);
     const std::unique_ptr<Region23Image, decltype(&std::free)> owner{image, &std::free};
     EXPECT_EQ(length, expected.size());
-    EXPECT_EQ(image != nullptr ? bytes_of(*image) : ByteVector{}, expected);
+    EXPECT_THAT(image != nullptr ? bytes_of(*image) : ByteVector{}, SameBytes(expected));
   }
 
   void expect_unchanged(const char* what, const ByteVector& image) {
@@ -83,7 +83,7 @@ TEST_F(Region23Test, AShortReadIsReadAsTheDefaultRegion) {
 }
 
 TEST_F(Region23Test, OlderBoardsAreReadByMailboxes) {
-  const ByteVector image = patched(default_region23(), {{400, counting_bytes(624)}});
+  const ByteVector image = patched(default_region23(), {{400, counted_bytes(624)}});
   expect_legacy_read(23, image);
   expect_image(sli3, image);
 }
@@ -137,7 +137,7 @@ TEST_F(Region23Test, AWriteTakesNoMoreThanTheRegion) {
 class Region22Test : public RegionTest {
  protected:
   static ByteVector sample_region22() {
-    return patched(counting_bytes(region22_size), {{0, {'R', 'G', '2', '2'}}});
+    return patched(counted_bytes(region22_size), {{0, {'R', 'G', '2', '2'}}});
   }
 
   Exchange& expect_read_by_type(const ByteVector& image, std::uint32_t mailbox_status = 0) {
@@ -174,7 +174,7 @@ TEST_F(Region22Test, DeliversThirtyTwoEntriesOfWhichTheLastEndsInZeros) {
     }
     EXPECT_EQ(OVK_GetRegion22(0, entries.data(), &count), 0U);
     EXPECT_EQ(count, 32U);
-    EXPECT_EQ(std::memcmp(entries.data(), expected.data(), expected.size()), 0) << type;
+    EXPECT_THAT(bytes_of(entries), SameBytes(expected)) << type;
   }
 }
 

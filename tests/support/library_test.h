@@ -9,6 +9,8 @@
 #include "tests/support/host.h"
 #include "tests/support/scripted_channel.h"
 
+#include <ovk/core.h>
+
 #include <array>
 #include <cstdint>
 #include <filesystem>
@@ -38,6 +40,13 @@ struct LogLine {
 
 std::ostream& operator<<(std::ostream& out, const LogLine& line);
 
+/** How a command ends at the driver, and the result that becomes of it. */
+struct Ending {
+  std::uint32_t status;
+  int delivery;
+  std::uint32_t result;
+};
+
 class LibraryTest : public testing::Test {
  protected:
   LibraryTest();
@@ -54,6 +63,17 @@ class LibraryTest : public testing::Test {
   void expect_sli_mode(std::uint32_t driver_board, std::uint32_t mode, std::uint32_t features = 0);
   /** Expects the same, and refuses it. */
   void expect_no_sli_mode(std::uint32_t driver_board);
+  /** Checks that a call fails without an SLI mode, has this result on boards of another mode, and
+      frees its memory both times. */
+  template <typename Call>
+  void expect_gate(const Call& call, std::uint32_t other_mode, std::uint32_t result_there) {
+    expect_no_sli_mode(board0);
+    expect_sli_mode(board0, other_mode);
+    const AllocationWatch memory;
+    EXPECT_EQ(call(), OVK_FAILED);
+    EXPECT_EQ(call(), result_there);
+    EXPECT_EQ(memory.outstanding(), 0);
+  }
   /** Expects the question for a board's adapter type, and answers with this type. */
   void expect_adapter_type(std::uint32_t driver_board, std::uint32_t type);
 

@@ -44,7 +44,7 @@ void Exchange::check(const std::uint32_t* block, const std::vector<std::uint8_t*
     if (expected) {
       EXPECT_NE(direction, Direction::output) << "is not sent to the driver";
       expected->resize(sent.size());
-      EXPECT_EQ(sent, *expected);
+      EXPECT_THAT(sent, SameBytes(*expected));
     }
   }
 }

@@ -15,10 +15,13 @@
 #include <deque>
 #include <functional>
 #include <optional>
+#include <string>
 #include <string_view>
 #include <type_traits>
 #include <utility>
 #include <vector>
+
+#include <gmock/gmock.h>
 
 namespace ovk::test {
 
@@ -32,7 +35,12 @@ ByteVector bytes_of(const Record& record) {
   return bytes;
 }
 
-inline ByteVector bytes_of(const ByteVector& bytes) { return bytes; }
+template <typename Record>
+ByteVector bytes_of(const std::vector<Record>& records) {
+  static_assert(std::is_trivially_copyable_v<Record>);
+  const auto* bytes = reinterpret_cast<const std::uint8_t*>(records.data());
+  return {bytes, bytes + records.size() * sizeof(Record)};
+}
 
 /** A record whose bytes are all the same. */
 template <typename Record>
@@ -42,11 +50,11 @@ Record record_of(std::uint8_t byte) {
   return record;
 }
 
-/** Bytes that tell their places apart. */
-inline ByteVector counted_bytes(std::size_t size) {
+/** Bytes that count up, and leave one value out after every 256, so that these differ as well. */
+inline ByteVector counted_bytes(std::size_t size, std::uint8_t first = 1) {
   ByteVector bytes(size);
   for (std::size_t i = 0; i < size; ++i) {
-    bytes[i] = static_cast<std::uint8_t>(1 + i + i / 256);
+    bytes[i] = static_cast<std::uint8_t>(first + i + i / 256);
   }
   return bytes;
 }
@@ -57,6 +65,17 @@ ByteVector with_at(ByteVector bytes, std::size_t offset, const Value& value) {
   const ByteVector written = bytes_of(value);
   std::copy(written.begin(), written.end(), bytes.begin() + static_cast<std::ptrdiff_t>(offset));
   return bytes;
+}
+
+/** Compares buffers of any length; a failure tells their sizes and where they first differ. */
+MATCHER_P(SameBytes, expected, std::to_string(expected.size()) + " given bytes") {
+  const auto [actual, wanted] = std::ranges::mismatch(arg, expected);
+  const auto value_at = [](auto place, const ByteVector& bytes) {
+    return place == bytes.end() ? "the end" : testing::PrintToString(*place);
+  };
+  *result_listener << arg.size() << " bytes, at offset " << actual - arg.begin() << " "
+                   << value_at(actual, arg) << " for " << value_at(wanted, expected);
+  return actual == arg.end() && wanted == expected.end();
 }
 
 /** The driver board number of a command that carries none. */
