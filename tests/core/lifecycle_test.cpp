@@ -5,7 +5,9 @@
 
 #include <ovk/core.h>
 
+#include <chrono>
 #include <cstring>
+#include <iterator>
 #include <string>
 
 namespace ovk::test {
@@ -189,6 +191,14 @@ TEST(TimestampTest, StaysWithinItsBufferForEveryTime) {
     ravn_GetTimeOfDay(&time, text, 7);
     EXPECT_EQ(text[6], '\0');
     EXPECT_EQ(text[7], 'x');
+  }
+}
+
+TEST(TimestampTest, MonthsAreThoseOfACommonYearAndOfALeapYear) {
+  using namespace std::chrono;
+  for (unsigned i = 0; i < std::size(calendar); ++i) {
+    const year_month_day_last end{year{i < 12 ? 2023 : 2024} / month{i % 12 + 1} / last};
+    EXPECT_EQ(calendar[i], unsigned{end.day()} * 86400U) << "month " << i;
   }
 }
 
