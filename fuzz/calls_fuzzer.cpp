@@ -10,6 +10,7 @@
 #include <cstddef>
 #include <cstdio>
 #include <initializer_list>
+#include <type_traits>
 
 namespace ovk::fuzz {
 namespace {
@@ -53,6 +54,29 @@ Mailbox* mailbox(Caller& caller, std::uint32_t words) {
   return mb;
 }
 
+/** An argument of any value: a number, a name, or a record of exactly its size. */
+template <typename Argument>
+Argument any_argument(Caller& caller) {
+  if constexpr (std::is_pointer_v<Argument>) {
+    return caller.record<std::remove_const_t<std::remove_pointer_t<Argument>>>();
+  } else if constexpr (std::is_integral_v<Argument>) {
+    return caller.any<Argument>();
+  } else {
+    return *caller.record<Argument>();
+  }
+}
+
+template <typename Board, typename... Arguments, typename Result>
+void call_any(Result (*function)(Board, Arguments...), Caller& caller, std::uint32_t board) {
+  function(static_cast<Board>(board), any_argument<Arguments>(caller)...);
+}
+
+/** A call of a function of the interface that takes any numbers and one record at each pointer. */
+template <auto function>
+void call(Caller& caller, std::uint32_t board) {
+  call_any(function, caller, board);
+}
+
 constexpr std::initializer_list<Call> calls = {
     // Boards and the driver
     [](Caller& caller, std::uint32_t) {
@@ -64,13 +88,13 @@ constexpr std::initializer_list<Call> calls = {
     },
     [](Caller& caller, std::uint32_t board) { SetBrdEnv(board, caller.number(0, 8)); },
     [](Caller& caller, std::uint32_t) { SetDiagEnv(caller.number(0, 8)); },
-    [](Caller& caller, std::uint32_t board) { OVK_GetDrvInfo(board, caller.record<DrvInfo>()); },
+    call<OVK_GetDrvInfo>,
     [](Caller& caller, std::uint32_t) { ModInfo(caller.record<ModuleInfo>()); },
     [](Caller& caller, std::uint32_t) { LogMsg(caller.record<LogMessage>()); },
     [](Caller& caller, std::uint32_t) {
       CallVer(caller.record<VersionSignature>(), caller.record<VersionSignature>());
     },
-    [](Caller& caller, std::uint32_t board) { EventTest(board, caller.any(), caller.any()); },
+    call<EventTest>,
 
     // Mailboxes
     [](Caller& caller, std::uint32_t board) {
@@ -125,7 +149,7 @@ constexpr std::initializer_list<Call> calls = {
     [](Caller& caller, std::uint32_t board) {
       OVK_ConfigLoopbackV2(board, caller.any(), caller.number(0, 3), caller.any());
     },
-    [](Caller&, std::uint32_t board) { OVK_EndLoopback(board); },
+    call<OVK_EndLoopback>,
     [](Caller& caller, std::uint32_t board) { OVK_ResetAdapter(board, caller.number(0, 4)); },
     [](Caller& caller, std::uint32_t board) { OVK_SetDumpEnv(board, caller.number(0, 6)); },
     [](Caller& caller, std::uint32_t board) {
@@ -202,19 +226,15 @@ constexpr std::initializer_list<Call> calls = {
     },
 
     // Attributes, statistics, RNID, events, mappings
-    [](Caller&, std::uint32_t board) { RefreshInformation(board); },
-    [](Caller& caller, std::uint32_t board) {
-      GetAdapterAttributes(board, caller.record<AdapterAttributes>());
-    },
+    call<RefreshInformation>,
+    call<GetAdapterAttributes>,
     [](Caller& caller, std::uint32_t board) {
       GetAdapterPortAttributes(board, 0, caller.record<PortAttributes>());
     },
     [](Caller& caller, std::uint32_t board) {
       GetDiscoveredPortAttributes(board, 0, caller.any(), caller.record<PortAttributes>());
     },
-    [](Caller& caller, std::uint32_t board) {
-      GetPortAttributesByWWN(board, caller.record<Wwn>(), caller.record<PortAttributes>());
-    },
+    call<GetPortAttributesByWWN>,
     [](Caller& caller, std::uint32_t board) {
       GetPortAttributesByIndex(board, 0, caller.any(), caller.record<PortAttributes>());
     },
@@ -226,12 +246,8 @@ constexpr std::initializer_list<Call> calls = {
       std::uint32_t length = caller.number(0, 2 * OVK_RNID_REPLY_SIZE);
       SendRNID(board, caller.record<Wwn>(), caller.number(0, 2), caller.memory(length), &length);
     },
-    [](Caller& caller, std::uint32_t board) {
-      SetRNIDMgmtInfo(board, caller.record<RnidMgmtInfo>());
-    },
-    [](Caller& caller, std::uint32_t board) {
-      GetRNIDMgmtInfo(board, caller.record<RnidMgmtInfo>());
-    },
+    call<SetRNIDMgmtInfo>,
+    call<GetRNIDMgmtInfo>,
     [](Caller& caller, std::uint32_t board) {
       std::uint32_t count = caller.number(0, OVK_MAX_EVENTS + 1);
       const std::size_t room = std::max<std::uint32_t>(count, OVK_MAX_EVENTS);
@@ -263,24 +279,18 @@ constexpr std::initializer_list<Call> calls = {
     },
 
     // Information and raw access
-    [](Caller& caller, std::uint32_t board) {
-      OVK_GetLinkInfo(static_cast<int>(board), caller.record<LinkInfo>());
-    },
-    [](Caller& caller, std::uint32_t board) {
-      GetIOinfo(static_cast<int>(board), caller.record<IoInfo>());
-    },
+    call<OVK_GetLinkInfo>,
+    call<GetIOinfo>,
     [](Caller& caller, std::uint32_t board) {
       GetNodeInfo(static_cast<int>(board),
                   caller.record<NodeInfoEntry>(OVK_MAX_NODE_INFO_ENTRIES * sizeof(NodeInfoEntry)));
     },
-    [](Caller& caller, std::uint32_t board) { GetVPDInfo(board, caller.record<VpdInfo>()); },
-    [](Caller& caller, std::uint32_t board) {
-      OVK_GetQoSLinkSpeed(board, caller.record<std::uint16_t>());
-    },
+    call<GetVPDInfo>,
+    call<OVK_GetQoSLinkSpeed>,
     [](Caller& caller, std::uint32_t board) {
       GetCfgParam(board, caller.record<CfgParam>(OVK_MAX_CFG_PARAMS * sizeof(CfgParam)));
     },
-    [](Caller& caller, std::uint32_t board) { SetCfgParam(board, caller.any(), caller.any()); },
+    call<SetCfgParam>,
     [](Caller& caller, std::uint32_t board) {
       const std::uint32_t count = caller.number(0, OVK_MAX_RAW_TRANSFER + 4);
       OVK_ReadPciCfg(board, caller.memory(count), caller.any(), count);
@@ -301,16 +311,10 @@ constexpr std::initializer_list<Call> calls = {
       const std::uint32_t count = caller.number(0, OVK_MAX_RAW_TRANSFER + 4);
       WriteMem(board, caller.memory(count), caller.any(), count);
     },
-    [](Caller& caller, std::uint32_t board) {
-      ReadCtlReg(board, caller.record<std::uint32_t>(), caller.any());
-    },
-    [](Caller& caller, std::uint32_t board) {
-      WriteCtlReg(board, caller.record<std::uint32_t>(), caller.any());
-    },
-    [](Caller& caller, std::uint32_t board) {
-      OVK_GetTrunkInfo(board, caller.record<TrunkInfo>());
-    },
-    [](Caller& caller, std::uint32_t board) { OVK_GetPCIIds(board, caller.record<PciIds>()); },
+    call<ReadCtlReg>,
+    call<WriteCtlReg>,
+    call<OVK_GetTrunkInfo>,
+    call<OVK_GetPCIIds>,
 
     // Regions
     [](Caller& caller, std::uint32_t board) {
@@ -326,20 +330,12 @@ constexpr std::initializer_list<Call> calls = {
       const std::uint32_t count = caller.number(0, OVK_REGION22_ENTRIES + 1);
       OVK_SetRegion22(board, caller.record<Region22Entry>(count * sizeof(Region22Entry)), count);
     },
-    [](Caller&, std::uint32_t board) { OVK_InitR22(board); },
-    [](Caller&, std::uint32_t board) { OVK_InitR23(board); },
-    [](Caller& caller, std::uint32_t board) {
-      OVK_GetPersistLinkDown(board, caller.record<std::uint16_t>());
-    },
-    [](Caller& caller, std::uint32_t board) {
-      OVK_SetPersistLinkDown(board, caller.any<std::uint16_t>());
-    },
-    [](Caller& caller, std::uint32_t board) {
-      OVK_FCoEGetParams(board, caller.record<FcoeParams>());
-    },
-    [](Caller& caller, std::uint32_t board) {
-      OVK_FCoESetParams(board, caller.record<FcoeParams>());
-    },
+    call<OVK_InitR22>,
+    call<OVK_InitR23>,
+    call<OVK_GetPersistLinkDown>,
+    call<OVK_SetPersistLinkDown>,
+    call<OVK_FCoEGetParams>,
+    call<OVK_FCoESetParams>,
     [](Caller& caller, std::uint32_t board) {
       const std::uint32_t room = caller.number(0, OVK_FCF_CONNECT_ENTRIES);
       auto* const list = caller.record<FcfConnectList>(offsetof(FcfConnectList, entries) +
@@ -363,10 +359,8 @@ constexpr std::initializer_list<Call> calls = {
     },
 
     // Traffic policy and the firmware log
-    [](Caller& caller, std::uint32_t board) {
-      OVK_QoSGetGlobalFlag(board, caller.record<std::uint32_t>());
-    },
-    [](Caller& caller, std::uint32_t board) { OVK_QoSSetGlobalFlag(board, caller.any()); },
+    call<OVK_QoSGetGlobalFlag>,
+    call<OVK_QoSSetGlobalFlag>,
     [](Caller& caller, std::uint32_t board) {
       const std::uint32_t room = caller.number(0, OVK_FCP_PRIORITY_MAX_ENTRIES);
       auto* const list = caller.record<FcpPriorityList>(offsetof(FcpPriorityList, entries) +
@@ -396,21 +390,11 @@ constexpr std::initializer_list<Call> calls = {
       OVK_SetOASLunV2(board, caller.record<Wwn>(), caller.record<Wwn>(), 0,
                       caller.record<OasRule>());
     },
-    [](Caller& caller, std::uint32_t board) {
-      OVK_GetQFPAPriorityList(board, caller.record<QfpaPriorityList>());
-    },
-    [](Caller& caller, std::uint32_t board) {
-      OVK_GetVMidMapping(board, caller.record<VMidMapping>());
-    },
-    [](Caller& caller, std::uint32_t board) {
-      OVK_UpdateVMidMapping(board, caller.record<VMidMapping>());
-    },
-    [](Caller& caller, std::uint32_t board) {
-      OVK_GetRasConfig(board, caller.record<RasConfig>());
-    },
-    [](Caller& caller, std::uint32_t board) {
-      OVK_FwLogConfig(board, caller.record<FwLogConfig>());
-    },
+    call<OVK_GetQFPAPriorityList>,
+    call<OVK_GetVMidMapping>,
+    call<OVK_UpdateVMidMapping>,
+    call<OVK_GetRasConfig>,
+    call<OVK_FwLogConfig>,
     [](Caller& caller, std::uint32_t board) {
       auto* const request = caller.record<FwLogRequest>();
       request->size = caller.number(0, 5000);
@@ -419,16 +403,10 @@ constexpr std::initializer_list<Call> calls = {
     },
 
     // Virtual ports and authentication
-    [](Caller& caller, std::uint32_t board) {
-      OVK_NPIVReadyTest(board, caller.record<std::uint32_t>());
-    },
-    [](Caller& caller, std::uint32_t board) {
-      OVK_VPGetResource(board, caller.record<VportResources>());
-    },
-    [](Caller& caller, std::uint32_t board) { OVK_VPGetList(board, caller.record<VportList>()); },
-    [](Caller& caller, std::uint32_t board) {
-      OVK_VPGetAttrib(board, caller.record<Wwn>(), caller.record<VportAttributes>());
-    },
+    call<OVK_NPIVReadyTest>,
+    call<OVK_VPGetResource>,
+    call<OVK_VPGetList>,
+    call<OVK_VPGetAttrib>,
     [](Caller& caller, std::uint32_t board) {
       const std::uint32_t room = caller.number(0, OVK_MAX_NODES + 2);
       auto* const nodes = caller.record<NodeInformationList>(offsetof(NodeInformationList, nodes) +
@@ -436,23 +414,15 @@ constexpr std::initializer_list<Call> calls = {
       nodes->count = room;
       OVK_GetAllNodeInfoByWWN(board, caller.record<Wwn>(), nodes);
     },
-    [](Caller&, std::uint32_t board) { OVK_PersistAuthConfig(board); },
-    [](Caller&, std::uint32_t board) { OVK_DeleteAuthConfigObject(board); },
-    [](Caller& caller, std::uint32_t board) {
-      OVK_InitiateAuthentication(board, *caller.record<Wwn>(), *caller.record<Wwn>());
-    },
-    [](Caller& caller, std::uint32_t board) {
-      OVK_SetAuthConfigV2(board, caller.record<AuthConfig>());
-    },
-    [](Caller& caller, std::uint32_t board) {
-      OVK_SetAuthPasswordV2(board, caller.record<AuthPassword>());
-    },
+    call<OVK_PersistAuthConfig>,
+    call<OVK_DeleteAuthConfigObject>,
+    call<OVK_InitiateAuthentication>,
+    call<OVK_SetAuthConfigV2>,
+    call<OVK_SetAuthPasswordV2>,
     [](Caller& caller, std::uint32_t board) {
       OVK_GetAuthConfigV2(board, *caller.record<Wwn>(), caller.record<AuthConfig>(), 1);
     },
-    [](Caller& caller, std::uint32_t board) {
-      OVK_DeleteAuthConfigV2(board, caller.record<AuthConfig>(), caller.any<std::uint8_t>());
-    },
+    call<OVK_DeleteAuthConfigV2>,
     [](Caller& caller, std::uint32_t board) {
       OVK_GetAuthPasswordV2(board, caller.record<AuthPassword>(), 1);
     },
@@ -486,7 +456,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
   constexpr std::array<std::uint32_t, 3> adapter_types{0, 0x704, 0x714};
   start_anew();
   FuzzedDataProvider data{bytes, size};
-  const Call call =
+  const Call chosen =
       *(calls.begin() + data.ConsumeIntegralInRange<std::size_t>(0, calls.size() - 1));
   board_identity = {.sli_mode = data.PickValueInArray(sli_modes),
                     .adapter_type = data.PickValueInArray(adapter_types),
@@ -494,7 +464,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
   const std::uint32_t board = data.ConsumeIntegralInRange<std::uint32_t>(0, OVK_MAX_BOARDS);
   driver_answers = &data;
   Caller caller{data};
-  call(caller, board);
+  chosen(caller, board);
   driver_answers = nullptr;
   return 0;
 }
