@@ -1,5 +1,5 @@
+#include "board_command.h"
 #include "board_text.h"
-#include "command.h"
 #include "driver_records.h"
 #include "errors.h"
 #include "secret.h"
@@ -236,13 +236,8 @@ Report status_report(std::uint32_t board, const AuthStatusRecord& status) {
 // ---- Commands -------------------------------------------------------------------------------
 
 void add_config_list(const Command& config) {
-  const Command list = config.subcommand("list", "Show a board's entries");
-  list.example("ovkctl auth config list 0");
-  const auto board = list.board();
-  list.action([=](const Context& context) {
-    const Session session;
-    context.print(configs_report(session.board(*board)));
-  });
+  add_board_report(config, "list", "Show a board's entries", "ovkctl auth config list 0",
+                   configs_report);
 }
 
 void add_config_show(const Command& config) {
@@ -328,15 +323,12 @@ void add_config_delete(const Command& config) {
 }
 
 void add_config_persist(const Command& config) {
-  const Command keep = config.subcommand("persist", "Keep a board's entries over a restart");
-  keep.example("ovkctl auth config persist 0");
-  const auto board = keep.board();
-  keep.action([=](const Context& context) {
-    const Session session;
-    const std::uint32_t index = session.board(*board);
-    persist(index);
-    context.print(configs_report(index));
-  });
+  add_board_command(config, "persist", "Keep a board's entries over a restart",
+                    "ovkctl auth config persist 0",
+                    [](const Context& context, std::uint32_t index) {
+                      persist(index);
+                      context.print(configs_report(index));
+                    });
 }
 
 void add_config_reset(const Command& config) {

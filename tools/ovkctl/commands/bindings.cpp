@@ -1,7 +1,6 @@
-#include "command.h"
+#include "board_command.h"
 #include "errors.h"
 #include "scsi_access.h"
-#include "session.h"
 
 #include <ovk/hbaapi.h>
 
@@ -38,14 +37,8 @@ Report bindings_report(std::uint32_t board) {
 }  // namespace
 
 void add_bindings(Command root) {
-  const Command bindings =
-      root.subcommand("bindings", "Show a board's persistent bindings as the driver keeps them");
-  bindings.example("ovkctl bindings 0");
-  const auto board = bindings.board();
-  bindings.action([board](const Context& context) {
-    const Session session;
-    context.print(bindings_report(session.board(*board)));
-  });
+  add_board_report(root, "bindings", "Show a board's persistent bindings as the driver keeps them",
+                   "ovkctl bindings 0", bindings_report);
 }
 
 }  // namespace ovkctl

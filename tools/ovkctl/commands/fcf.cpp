@@ -1,4 +1,4 @@
-#include "command.h"
+#include "board_command.h"
 #include "errors.h"
 #include "fcoe_results.h"
 #include "region_io.h"
@@ -158,13 +158,8 @@ FcfConnectList parse_connections(const std::vector<std::string>& texts) {
 
 void add_connect(const Command& noun) {
   const Command connect = noun.subcommand("connect", "Show and set the FCFs that a board prefers");
-  const Command list = connect.subcommand("list", "Show the FCF connection list");
-  list.example("ovkctl fcf connect list 2");
-  const auto list_board = list.board();
-  list.action([=](const Context& context) {
-    const Session session;
-    print_connections(context, session.board(*list_board));
-  });
+  add_board_command(connect, "list", "Show the FCF connection list", "ovkctl fcf connect list 2",
+                    print_connections);
 
   const Command set = connect.subcommand("set", "Replace the FCF connection list");
   set.example(
@@ -195,13 +190,8 @@ void add_connect(const Command& noun) {
 void add_fcf(Command root) {
   const Command noun =
       root.subcommand("fcf", "Show the Fibre Channel Forwarders that a board sees and prefers");
-  const Command list = noun.subcommand("list", "Show the FCFs that the board has discovered");
-  list.example("ovkctl fcf list 2");
-  const auto board = list.board();
-  list.action([board](const Context& context) {
-    const Session session;
-    print_list(context, session.board(*board));
-  });
+  add_board_command(noun, "list", "Show the FCFs that the board has discovered",
+                    "ovkctl fcf list 2", print_list);
   add_connect(noun);
 }
 

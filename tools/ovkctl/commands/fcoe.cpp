@@ -1,4 +1,4 @@
-#include "command.h"
+#include "board_command.h"
 #include "errors.h"
 #include "fcoe_results.h"
 #include "region_io.h"
@@ -81,13 +81,7 @@ void set_params(const Context& context, std::uint32_t board, const Wanted& wante
 
 void add_fcoe(Command root) {
   const Command noun = root.subcommand("fcoe", "Show and set a board's FCoE parameters");
-  const Command show = noun.subcommand("show", "Show FC-MAP and VLAN");
-  show.example("ovkctl fcoe show 2");
-  const auto board = show.board();
-  show.action([board](const Context& context) {
-    const Session session;
-    print_params(context, session.board(*board));
-  });
+  add_board_command(noun, "show", "Show FC-MAP and VLAN", "ovkctl fcoe show 2", print_params);
 
   const Command set = noun.subcommand("set", "Set FC-MAP and VLAN");
   set.example("ovkctl fcoe set 2 --vlan 100 --yes");

@@ -1,7 +1,6 @@
-#include "command.h"
+#include "board_command.h"
 #include "errors.h"
 #include "information_records.h"
-#include "session.h"
 
 #include <ovk/info.h>
 
@@ -38,13 +37,7 @@ Report io_report(std::uint32_t board) {
 }  // namespace
 
 void add_io(Command root) {
-  const Command io = root.subcommand("io", "Show the I/O counters of a board's port");
-  io.example("ovkctl io 0");
-  const auto board = io.board();
-  io.action([board](const Context& context) {
-    const Session session;
-    context.print(io_report(session.board(*board)));
-  });
+  add_board_report(root, "io", "Show the I/O counters of a board's port", "ovkctl io 0", io_report);
 }
 
 }  // namespace ovkctl

@@ -1,8 +1,7 @@
-#include "command.h"
+#include "board_command.h"
 #include "errors.h"
 #include "fc_words.h"
 #include "information_records.h"
-#include "session.h"
 
 #include <ovk/info.h>
 
@@ -96,20 +95,19 @@ void add_nodes(Section& section, std::uint32_t board) {
   }
 }
 
+Report link_report(std::uint32_t board) {
+  Report report;
+  add_link_fields(report, board);
+  add_nodes(report, board);
+  return report;
+}
+
 }  // namespace
 
 void add_link(Command root) {
-  const Command link =
-      root.subcommand("link", "Show the link of a board's port and the nodes it is logged in with");
-  link.example("ovkctl link 0");
-  const auto board = link.board();
-  link.action([board](const Context& context) {
-    const Session session;
-    Report report;
-    add_link_fields(report, session.board(*board));
-    add_nodes(report, session.board(*board));
-    context.print(report);
-  });
+  add_board_report(root, "link",
+                   "Show the link of a board's port and the nodes it is logged in with",
+                   "ovkctl link 0", link_report);
 }
 
 }  // namespace ovkctl

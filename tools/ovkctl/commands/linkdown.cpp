@@ -1,4 +1,4 @@
-#include "command.h"
+#include "board_command.h"
 #include "errors.h"
 #include "region_io.h"
 #include "session.h"
@@ -62,13 +62,8 @@ void add_setter(const Command& noun, const char* name, const char* summary, bool
 void add_linkdown(Command root) {
   const Command noun =
       root.subcommand("linkdown", "Keep a board's link down across resets and power cycles");
-  const Command show = noun.subcommand("show", "Show whether the link is kept down");
-  show.example("ovkctl linkdown show 0");
-  const auto board = show.board();
-  show.action([board](const Context& context) {
-    const Session session;
-    print_setting(context, session.board(*board));
-  });
+  add_board_command(noun, "show", "Show whether the link is kept down", "ovkctl linkdown show 0",
+                    print_setting);
   add_setter(noun, "on", "Keep the link down", true);
   add_setter(noun, "off", "Let the link come up", false);
 }

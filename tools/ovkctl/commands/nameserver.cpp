@@ -1,8 +1,7 @@
-#include "command.h"
+#include "board_command.h"
 #include "ct_access.h"
 #include "errors.h"
 #include "fc_words.h"
-#include "session.h"
 
 #include <cstring>
 
@@ -116,14 +115,8 @@ Report name_server_report(std::uint32_t board) {
 
 void add_nameserver(Command root) {
   const Command nameserver = root.subcommand("nameserver", "Ask the fabric's name server");
-  const Command list =
-      nameserver.subcommand("list", "List the ports that are registered in the fabric");
-  list.example("ovkctl nameserver list 0");
-  const auto board = list.board();
-  list.action([board](const Context& context) {
-    const Session session;
-    context.print(name_server_report(session.board(*board)));
-  });
+  add_board_report(nameserver, "list", "List the ports that are registered in the fabric",
+                   "ovkctl nameserver list 0", name_server_report);
 }
 
 }  // namespace ovkctl

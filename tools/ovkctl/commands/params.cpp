@@ -1,4 +1,4 @@
-#include "command.h"
+#include "board_command.h"
 #include "errors.h"
 #include "information_records.h"
 #include "session.h"
@@ -105,13 +105,8 @@ Report set_report(std::uint32_t board, const std::string& name, std::uint32_t va
 }
 
 void add_list_command(const Command& params) {
-  const Command list = params.subcommand("list", "List the driver's parameters for a board");
-  list.example("ovkctl params list 0");
-  const auto board = list.board();
-  list.action([board](const Context& context) {
-    const Session session;
-    context.print(list_report(session.board(*board)));
-  });
+  add_board_report(params, "list", "List the driver's parameters for a board",
+                   "ovkctl params list 0", list_report);
 }
 
 void add_set_command(const Command& params) {

@@ -1,4 +1,4 @@
-#include "command.h"
+#include "board_command.h"
 #include "errors.h"
 #include "information_records.h"
 #include "raw_access.h"
@@ -167,23 +167,21 @@ void add_config_command(const Command& pci) {
   });
 }
 
+Report location_report(std::uint32_t index) {
+  const PciLocationRecord place = read_location(index);
+  Report report;
+  report.field("board", "Board", index)
+      .field("location", "Location", location_text(place))
+      .field("segment", "Segment", place.segment)
+      .field("bus", "Bus", place.bus)
+      .field("device", "Device", place.device)
+      .field("function", "Function", place.function);
+  return report;
+}
+
 void add_location_command(const Command& pci) {
-  const Command location = pci.subcommand("location", "Show where a board is on the PCI bus");
-  location.example("ovkctl pci location 0");
-  const auto board = location.board();
-  location.action([board](const Context& context) {
-    const Session session;
-    const std::uint32_t index = session.board(*board);
-    const PciLocationRecord place = read_location(index);
-    Report report;
-    report.field("board", "Board", index)
-        .field("location", "Location", location_text(place))
-        .field("segment", "Segment", place.segment)
-        .field("bus", "Bus", place.bus)
-        .field("device", "Device", place.device)
-        .field("function", "Function", place.function);
-    context.print(report);
-  });
+  add_board_report(pci, "location", "Show where a board is on the PCI bus", "ovkctl pci location 0",
+                   location_report);
 }
 
 void add_write_command(const Command& pci) {

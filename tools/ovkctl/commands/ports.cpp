@@ -1,7 +1,6 @@
+#include "board_command.h"
 #include "board_text.h"
-#include "command.h"
 #include "errors.h"
-#include "session.h"
 
 #include <ovk/hbaapi.h>
 
@@ -83,14 +82,8 @@ Report ports_report(std::uint32_t board) {
 }  // namespace
 
 void add_ports(Command root) {
-  const Command ports =
-      root.subcommand("ports", "Show a board's own port and the ports that it discovered");
-  ports.example("ovkctl ports 0");
-  const auto board = ports.board();
-  ports.action([board](const Context& context) {
-    const Session session;
-    context.print(ports_report(session.board(*board)));
-  });
+  add_board_report(root, "ports", "Show a board's own port and the ports that it discovered",
+                   "ovkctl ports 0", ports_report);
 }
 
 }  // namespace ovkctl

@@ -1,4 +1,4 @@
-#include "command.h"
+#include "board_command.h"
 #include "errors.h"
 #include "files.h"
 #include "session.h"
@@ -140,13 +140,8 @@ Report flag_report(std::uint32_t board) {
 }
 
 void add_list(const Command& qos) {
-  const Command list = qos.subcommand("list", "Show the rules in the order in which they apply");
-  list.example("ovkctl qos list 0");
-  const auto board = list.board();
-  list.action([=](const Context& context) {
-    const Session session;
-    context.print(list_report(session.board(*board)));
-  });
+  add_board_report(qos, "list", "Show the rules in the order in which they apply",
+                   "ovkctl qos list 0", list_report);
 }
 
 void add_set(const Command& qos) {

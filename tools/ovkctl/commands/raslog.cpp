@@ -1,4 +1,4 @@
-#include "command.h"
+#include "board_command.h"
 #include "errors.h"
 #include "files.h"
 #include "session.h"
@@ -109,13 +109,8 @@ Report save(std::uint32_t board, const std::string& path) {
 }
 
 void add_status(const Command& raslog) {
-  const Command status = raslog.subcommand("status", "Show whether the firmware logs");
-  status.example("ovkctl raslog status 0");
-  const auto board = status.board();
-  status.action([=](const Context& context) {
-    const Session session;
-    context.print(status_report(session.board(*board)));
-  });
+  add_board_report(raslog, "status", "Show whether the firmware logs", "ovkctl raslog status 0",
+                   status_report);
 }
 
 void add_start(const Command& raslog) {

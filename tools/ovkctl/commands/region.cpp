@@ -1,4 +1,4 @@
-#include "command.h"
+#include "board_command.h"
 #include "errors.h"
 #include "files.h"
 #include "region_archive.h"
@@ -69,21 +69,20 @@ void add_read(const Command& noun) {
   });
 }
 
+Report list_report(std::uint32_t board) {
+  const RegionIo io(board);
+  Report report;
+  Table& table = report.table(
+      "regions", "", {{"region", "REGION"}, {"size_bytes", "SIZE"}, {"state", "STATE"}}, "");
+  for (const RegionKind& region : all_regions()) {
+    table.row({region.number, Size{region.length}, io.read(region).state()});
+  }
+  return report;
+}
+
 void add_list(const Command& noun) {
-  const Command list = noun.subcommand("list", "List the regions of a board");
-  list.example("ovkctl region list 0");
-  const auto board = list.board();
-  list.action([board](const Context& context) {
-    const Session session;
-    const RegionIo io(session.board(*board));
-    Report report;
-    Table& table = report.table(
-        "regions", "", {{"region", "REGION"}, {"size_bytes", "SIZE"}, {"state", "STATE"}}, "");
-    for (const RegionKind& region : all_regions()) {
-      table.row({region.number, Size{region.length}, io.read(region).state()});
-    }
-    context.print(report);
-  });
+  add_board_report(noun, "list", "List the regions of a board", "ovkctl region list 0",
+                   list_report);
 }
 
 /** What is to be written, and where in the region. */

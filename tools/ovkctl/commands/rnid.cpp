@@ -1,4 +1,4 @@
-#include "command.h"
+#include "board_command.h"
 #include "errors.h"
 #include "files.h"
 #include "rnid_reply.h"
@@ -120,16 +120,11 @@ Report reply_report(std::uint32_t board, const Wwn& wwn, std::span<const std::ui
   return report;
 }
 
+Report own_report(std::uint32_t index) { return info_report(index, read_info(index)); }
+
 void add_rnid_show(Command rnid) {
-  const Command show =
-      rnid.subcommand("show", "Show what a board answers when it is asked who it is");
-  show.example("ovkctl rnid show 0");
-  const auto board = show.board();
-  show.action([board](const Context& context) {
-    const Session session;
-    const std::uint32_t index = session.board(*board);
-    context.print(info_report(index, read_info(index)));
-  });
+  add_board_report(rnid, "show", "Show what a board answers when it is asked who it is",
+                   "ovkctl rnid show 0", own_report);
 }
 
 void add_rnid_set(Command rnid) {

@@ -1,7 +1,6 @@
+#include "board_command.h"
 #include "board_text.h"
-#include "command.h"
 #include "errors.h"
-#include "session.h"
 
 #include <ovk/core.h>
 #include <ovk/hbaapi.h>
@@ -83,14 +82,8 @@ Report board_report(std::uint32_t board) {
 }  // namespace
 
 void add_show(Command root) {
-  const Command show =
-      root.subcommand("show", "Show all that a board's adapter, driver and port tell");
-  show.example("ovkctl show 0");
-  const auto board = show.board();
-  show.action([board](const Context& context) {
-    const Session session;
-    context.print(board_report(session.board(*board)));
-  });
+  add_board_report(root, "show", "Show all that a board's adapter, driver and port tell",
+                   "ovkctl show 0", board_report);
 }
 
 }  // namespace ovkctl

@@ -1,5 +1,5 @@
+#include "board_command.h"
 #include "board_text.h"
-#include "command.h"
 #include "errors.h"
 #include "session.h"
 #include "stats_baseline.h"
@@ -148,20 +148,18 @@ void watch(const Context& context, Reader& reader, std::uint32_t interval,
   }
 }
 
+Report reset_report(std::uint32_t board) {
+  Reader reader(board, true);
+  reader.reset();
+  Report report;
+  report.field("board", "", board)
+      .note("The statistics of board " + std::to_string(board) + " count from now on.");
+  return report;
+}
+
 void add_reset(Command stats) {
-  const Command reset =
-      stats.subcommand("reset", "Have the statistics of a board's port count from now on");
-  reset.example("ovkctl stats reset 0");
-  const auto board = reset.board();
-  reset.action([board](const Context& context) {
-    const Session session;
-    Reader reader(session.board(*board), true);
-    reader.reset();
-    Report report;
-    report.field("board", "", board->given)
-        .note("The statistics of board " + std::to_string(board->given) + " count from now on.");
-    context.print(report);
-  });
+  add_board_report(stats, "reset", "Have the statistics of a board's port count from now on",
+                   "ovkctl stats reset 0", reset_report);
 }
 
 }  // namespace

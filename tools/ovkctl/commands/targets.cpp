@@ -1,8 +1,7 @@
+#include "board_command.h"
 #include "board_text.h"
-#include "command.h"
 #include "errors.h"
 #include "scsi_access.h"
-#include "session.h"
 
 #include <ovk/hbaapi.h>
 
@@ -86,14 +85,8 @@ Report targets_report(std::uint32_t board) {
 }  // namespace
 
 void add_targets(Command root) {
-  const Command targets =
-      root.subcommand("targets", "Show the logical units that the host sees behind a board");
-  targets.example("ovkctl targets 0");
-  const auto board = targets.board();
-  targets.action([board](const Context& context) {
-    const Session session;
-    context.print(targets_report(session.board(*board)));
-  });
+  add_board_report(root, "targets", "Show the logical units that the host sees behind a board",
+                   "ovkctl targets 0", targets_report);
 }
 
 }  // namespace ovkctl

@@ -1,7 +1,6 @@
-#include "command.h"
+#include "board_command.h"
 #include "errors.h"
 #include "information_records.h"
-#include "session.h"
 
 #include <ovk/info.h>
 
@@ -39,13 +38,8 @@ Report trunk_report(std::uint32_t board) {
 }  // namespace
 
 void add_trunk(Command root) {
-  const Command trunk = root.subcommand("trunk", "Show the physical ports that make up a trunk");
-  trunk.example("ovkctl trunk 0");
-  const auto board = trunk.board();
-  trunk.action([board](const Context& context) {
-    const Session session;
-    context.print(trunk_report(session.board(*board)));
-  });
+  add_board_report(root, "trunk", "Show the physical ports that make up a trunk", "ovkctl trunk 0",
+                   trunk_report);
 }
 
 }  // namespace ovkctl
