@@ -77,6 +77,18 @@ void call(Caller& caller, std::uint32_t board) {
   call_any(function, caller, board);
 }
 
+/** A list with memory for so many entries, and that in its count. */
+template <typename List, typename Count, typename Entry, std::size_t size>
+List* list_of(Caller& caller, Count List::*count, Entry (List::*entries)[size],
+              std::uint32_t room) {
+  static const List prototype{};
+  const auto address = [](const auto& part) { return std::bit_cast<std::uintptr_t>(&part); };
+  const std::size_t offset = address(prototype.*entries) - address(prototype);
+  auto* const list = caller.record<List>(offset + room * sizeof(Entry));
+  list->*count = static_cast<Count>(room);
+  return list;
+}
+
 constexpr std::initializer_list<Call> calls = {
     // Boards and the driver
     [](Caller& caller, std::uint32_t) {
@@ -255,25 +267,22 @@ constexpr std::initializer_list<Call> calls = {
     },
     [](Caller& caller, std::uint32_t board) {
       const std::uint32_t room = caller.number(0, OVK_MAX_TARGET_MAPPINGS + 2);
-      auto* const map = caller.record<FcpTargetMapping>(offsetof(FcpTargetMapping, entry) +
-                                                        room * sizeof(FcpScsiEntry));
-      map->NumberOfEntries = room;
+      auto* const map =
+          list_of(caller, &FcpTargetMapping::NumberOfEntries, &FcpTargetMapping::entry, room);
       GetFcpTargetMapping(board, map);
     },
     [](Caller& caller, std::uint32_t board) {
       const std::uint32_t room = caller.number(0, OVK_MAX_TARGET_MAPPINGS + 2);
-      auto* const map = caller.record<FcpTargetMappingV2>(offsetof(FcpTargetMappingV2, entry) +
-                                                          room * sizeof(FcpScsiEntryV2));
-      map->NumberOfEntries = room;
+      auto* const map =
+          list_of(caller, &FcpTargetMappingV2::NumberOfEntries, &FcpTargetMappingV2::entry, room);
       Wwn the_boards_own;
       std::ranges::fill(the_boards_own.bytes, board_identity.text);
       OVK_GetFcpTargetMappingV2(board, &the_boards_own, map);
     },
     [](Caller& caller, std::uint32_t board) {
       const std::uint32_t count = caller.number(0, OVK_MAX_BINDINGS + 1);
-      const std::size_t room = std::max<std::uint32_t>(count, OVK_MAX_BINDINGS);
-      auto* const list =
-          caller.record<FcpBindList>(offsetof(FcpBindList, entry) + room * sizeof(FcpBinding));
+      const auto room = std::max<std::uint32_t>(count, OVK_MAX_BINDINGS);
+      auto* const list = list_of(caller, &FcpBindList::count, &FcpBindList::entry, room);
       list->count = count;
       GetFcpBindList(board, list);
     },
@@ -338,23 +347,17 @@ constexpr std::initializer_list<Call> calls = {
     call<OVK_FCoESetParams>,
     [](Caller& caller, std::uint32_t board) {
       const std::uint32_t room = caller.number(0, OVK_FCF_CONNECT_ENTRIES);
-      auto* const list = caller.record<FcfConnectList>(offsetof(FcfConnectList, entries) +
-                                                       room * sizeof(FcfConnectEntry));
-      list->count = static_cast<std::uint8_t>(room);
+      auto* const list = list_of(caller, &FcfConnectList::count, &FcfConnectList::entries, room);
       OVK_FCoEGetFCFConnectList(board, list);
     },
     [](Caller& caller, std::uint32_t board) {
       const std::uint32_t count = caller.number(0, OVK_FCF_CONNECT_ENTRIES + 1);
-      auto* const list = caller.record<FcfConnectList>(offsetof(FcfConnectList, entries) +
-                                                       count * sizeof(FcfConnectEntry));
-      list->count = static_cast<std::uint8_t>(count);
+      auto* const list = list_of(caller, &FcfConnectList::count, &FcfConnectList::entries, count);
       OVK_FCoESetFCFConnectList(board, list);
     },
     [](Caller& caller, std::uint32_t board) {
       const std::uint32_t room = caller.number(0, 40);
-      auto* const list =
-          caller.record<FcfList>(offsetof(FcfList, entries) + room * sizeof(FcfListEntry));
-      list->count = static_cast<std::uint16_t>(room);
+      auto* const list = list_of(caller, &FcfList::count, &FcfList::entries, room);
       OVK_FCoEGetFCFList(board, list);
     },
 
@@ -363,23 +366,17 @@ constexpr std::initializer_list<Call> calls = {
     call<OVK_QoSSetGlobalFlag>,
     [](Caller& caller, std::uint32_t board) {
       const std::uint32_t room = caller.number(0, OVK_FCP_PRIORITY_MAX_ENTRIES);
-      auto* const list = caller.record<FcpPriorityList>(offsetof(FcpPriorityList, entries) +
-                                                        room * sizeof(FcpPriorityEntry));
-      list->count = room;
+      auto* const list = list_of(caller, &FcpPriorityList::count, &FcpPriorityList::entries, room);
       OVK_QoSGetConfig(board, list);
     },
     [](Caller& caller, std::uint32_t board) {
       const std::uint32_t count = caller.number(0, OVK_FCP_PRIORITY_MAX_ENTRIES + 1);
-      auto* const list = caller.record<FcpPriorityList>(offsetof(FcpPriorityList, entries) +
-                                                        count * sizeof(FcpPriorityEntry));
-      list->count = count;
+      auto* const list = list_of(caller, &FcpPriorityList::count, &FcpPriorityList::entries, count);
       OVK_QoSSetConfig(board, list);
     },
     [](Caller& caller, std::uint32_t board) {
       const std::uint32_t room = caller.number(0, OVK_OAS_MAX_LUNS);
-      auto* const list =
-          caller.record<OasLunList>(offsetof(OasLunList, luns) + room * sizeof(OasLun));
-      list->count = room;
+      auto* const list = list_of(caller, &OasLunList::count, &OasLunList::luns, room);
       OVK_GetOASLunList(board, caller.record<Wwn>(), caller.record<Wwn>(), 0, list);
     },
     [](Caller& caller, std::uint32_t board) {
@@ -409,9 +406,8 @@ constexpr std::initializer_list<Call> calls = {
     call<OVK_VPGetAttrib>,
     [](Caller& caller, std::uint32_t board) {
       const std::uint32_t room = caller.number(0, OVK_MAX_NODES + 2);
-      auto* const nodes = caller.record<NodeInformationList>(offsetof(NodeInformationList, nodes) +
-                                                             room * sizeof(NodeInformation));
-      nodes->count = room;
+      auto* const nodes =
+          list_of(caller, &NodeInformationList::count, &NodeInformationList::nodes, room);
       OVK_GetAllNodeInfoByWWN(board, caller.record<Wwn>(), nodes);
     },
     call<OVK_PersistAuthConfig>,
