@@ -3,7 +3,7 @@
  * the driver: all commands succeed and give as much as there is room for.
  */
 #include "bench/by_hand.h"
-#include "platform/vmkmgmt.h"
+#include "driver_abi/vmkmgmt.h"
 
 #include <stdarg.h>
 #include <stddef.h>

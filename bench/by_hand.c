@@ -4,7 +4,7 @@
  */
 #include "bench/by_hand.h"
 
-#include "platform/vmkmgmt.h"
+#include "driver_abi/vmkmgmt.h"
 
 #include <ovk/core.h>
 

@@ -1,7 +1,7 @@
 #include "fuzz/hostile_driver.h"
 
-#include "core/catalogue.h"
-#include "core/command.h"
+#include "library/core/catalogue.h"
+#include "library/core/command.h"
 
 #include <algorithm>
 #include <array>

@@ -104,7 +104,7 @@ std::string OvkctlTest::contents_of(const std::string& name) const {
 }
 
 json described_boards() {
-  std::ifstream file(OVK_SOURCE_DIR "/simulator/default_topology.json");
+  std::ifstream file(OVK_SOURCE_DIR "/simulator/topology/default_topology.json");
   json boards = json::parse(file, nullptr, true, true).at("boards");
   std::erase_if(boards.get_ref<json::array_t&>(),
                 [](const json& board) { return board.at("device") == "0x07145456"; });

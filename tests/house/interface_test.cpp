@@ -50,7 +50,7 @@ Names all_matches(const std::string& text, const std::regex& pattern) {
 
 /** The names that a node of the version script lists. */
 Names scripted(const std::string& node) {
-  const std::string script = read_file(OVK_SOURCE_DIR "/core/libovk.map");
+  const std::string script = read_file(OVK_SOURCE_DIR "/library/core/libovk.map");
   const std::size_t begin = script.find(node + " {");
   const std::size_t end = script.find('}', begin);
   EXPECT_LT(end, script.size()) << node;
@@ -78,9 +78,9 @@ Names declared(const std::filesystem::path& folder) {
 
 TEST(InterfaceTest, ScriptHeadersAndBinaryHaveTheSameNames) {
   Names internal;
-  for (const char* room :
-       {"core", "mailbox", "fabric", "info", "regions", "features", "hbaapi", "npiv", "auth"}) {
-    internal.merge(declared(std::filesystem::path{OVK_SOURCE_DIR} / room));
+  for (const char* room : {"core", "boards", "hbaapi", "fabric", "info", "mailbox", "regions",
+                           "features", "npiv", "auth"}) {
+    internal.merge(declared(std::filesystem::path{OVK_SOURCE_DIR "/library"} / room));
   }
   for (const auto& [node, names] :
        {std::pair{"OVK_14", declared(OVK_SOURCE_DIR "/include/ovk")}, {"OVK_PRIVATE", internal}}) {

@@ -1,9 +1,9 @@
 // Declared commands against command lines: what arrives, what is refused, what the help says.
 
-#include "command.h"
+#include "ovkctl/frame/command.h"
 
-#include "errors.h"
-#include "terminal.h"
+#include "ovkctl/frame/errors.h"
+#include "ovkctl/frame/terminal.h"
 #include "tests/ovkctl/person.h"
 
 #include <cstdio>

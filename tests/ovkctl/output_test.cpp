@@ -1,9 +1,9 @@
 // What a report looks like as text and as JSON, and the words for codes and values.
 
-#include "errors.h"
-#include "fc_words.h"
-#include "report.h"
-#include "values.h"
+#include "ovkctl/frame/errors.h"
+#include "ovkctl/frame/report.h"
+#include "ovkctl/frame/values.h"
+#include "ovkctl/subjects/fc_words.h"
 
 #include <array>
 #include <stdexcept>

@@ -1,4 +1,4 @@
-#include "pci_vpd.h"
+#include "ovkctl/subjects/pci_vpd.h"
 
 #include <gmock/gmock.h>
 

@@ -1,6 +1,6 @@
-#include "secret.h"
+#include "ovkctl/subjects/secret.h"
 
-#include "errors.h"
+#include "ovkctl/frame/errors.h"
 #include "tests/ovkctl/person.h"
 
 #include <array>

@@ -1,7 +1,7 @@
-#include "simulator/channel_error.h"
-#include "simulator/parameters.h"
-#include "simulator/request.h"
-#include "simulator/wwn_request.h"
+#include "simulator/call/channel_error.h"
+#include "simulator/call/parameters.h"
+#include "simulator/call/request.h"
+#include "simulator/commands/wwn_request.h"
 #include "tests/simulator/simulator_test.h"
 
 #include <algorithm>

@@ -1,8 +1,8 @@
-#include "simulator/event_queue.h"
-#include "simulator/link.h"
-#include "simulator/port_counters.h"
-#include "simulator/port_list.h"
-#include "simulator/timeline.h"
+#include "simulator/board/event_queue.h"
+#include "simulator/board/link.h"
+#include "simulator/board/port_counters.h"
+#include "simulator/board/port_list.h"
+#include "simulator/board/timeline.h"
 #include "tests/simulator/test_host.h"
 
 #include <chrono>

@@ -1,7 +1,7 @@
-#include "simulator/handlers/handlers.h"
+#include "simulator/commands/handlers.h"
 
-#include "core/catalogue.h"
-#include "simulator/driver_commands.h"
+#include "library/core/catalogue.h"
+#include "simulator/call/driver_commands.h"
 
 #include <string_view>
 

@@ -1,6 +1,6 @@
-#include "simulator/link.h"
+#include "simulator/board/link.h"
 
-#include "simulator/io_counters.h"
+#include "simulator/board/io_counters.h"
 #include "tests/simulator/test_host.h"
 
 #include <algorithm>

@@ -1,7 +1,7 @@
-#include "simulator/board_state.h"
-#include "simulator/link.h"
-#include "simulator/port_list.h"
-#include "simulator/wwn_request.h"
+#include "simulator/board/board_state.h"
+#include "simulator/board/link.h"
+#include "simulator/board/port_list.h"
+#include "simulator/commands/wwn_request.h"
 #include "tests/simulator/test_host.h"
 
 #include <memory>

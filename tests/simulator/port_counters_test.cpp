@@ -1,6 +1,6 @@
-#include "simulator/port_counters.h"
+#include "simulator/board/port_counters.h"
 
-#include "simulator/link.h"
+#include "simulator/board/link.h"
 #include "tests/simulator/test_host.h"
 
 #include <chrono>

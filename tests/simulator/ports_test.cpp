@@ -1,4 +1,4 @@
-#include "simulator/port_list.h"
+#include "simulator/board/port_list.h"
 #include "tests/simulator/test_host.h"
 
 namespace ravnsim::test {

@@ -1,4 +1,4 @@
-#include "simulator/wwn_request.h"
+#include "simulator/commands/wwn_request.h"
 #include "tests/simulator/test_host.h"
 
 namespace ravnsim::test {

@@ -19,7 +19,7 @@ void clear_environment() {
 }  // namespace
 
 std::vector<vmk_MgmtCallbackInfo> callbacks() {
-  std::ifstream file{OVK_SOURCE_DIR "/tests/core/driver_commands.txt"};
+  std::ifstream file{OVK_SOURCE_DIR "/tests/library/core/driver_commands.txt"};
   std::vector<vmk_MgmtCallbackInfo> table;
   for (std::string line; std::getline(file, line);) {
     std::istringstream words{line};

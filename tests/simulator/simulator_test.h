@@ -4,9 +4,9 @@
  */
 #pragma once
 
-#include "platform/vmkmgmt.h"
-#include "simulator/command_block.h"
-#include "simulator/driver_commands.h"
+#include "driver_abi/vmkmgmt.h"
+#include "simulator/call/command_block.h"
+#include "simulator/call/driver_commands.h"
 
 #include <algorithm>
 #include <array>

@@ -1,5 +1,5 @@
-#include "simulator/channel_error.h"
-#include "simulator/state_store.h"
+#include "simulator/board/state_store.h"
+#include "simulator/call/channel_error.h"
 #include "tests/simulator/simulator_test.h"
 
 #include <chrono>

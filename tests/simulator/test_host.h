@@ -4,10 +4,10 @@
  */
 #pragma once
 
-#include "simulator/handlers/handlers.h"
-#include "simulator/host.h"
-#include "simulator/json_reader.h"
-#include "simulator/request.h"
+#include "simulator/call/request.h"
+#include "simulator/commands/handlers.h"
+#include "simulator/host/host.h"
+#include "simulator/topology/json_reader.h"
 #include "tests/simulator/simulator_test.h"
 
 #include <array>

@@ -1,4 +1,4 @@
-#include "simulator/channel_error.h"
+#include "simulator/call/channel_error.h"
 #include "tests/simulator/simulator_test.h"
 
 #include <cstring>

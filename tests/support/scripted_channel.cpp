@@ -1,6 +1,6 @@
 #include "tests/support/scripted_channel.h"
 
-#include "platform/vmkmgmt.h"
+#include "driver_abi/vmkmgmt.h"
 #include "tests/support/allocation.h"
 
 #include <ovk/core.h>

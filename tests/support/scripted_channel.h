@@ -5,7 +5,7 @@
  */
 #pragma once
 
-#include "core/catalogue.h"
+#include "library/core/catalogue.h"
 
 #include <algorithm>
 #include <array>

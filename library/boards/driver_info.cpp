@@ -1,0 +1,151 @@
+#include "library/boards/driver_info.h"
+
+#include "library/core/command.h"
+#include "library/core/lifecycle.h"
+
+#include <ovk/hbaapi.h>
+
+#include <algorithm>
+#include <cstring>
+#include <iterator>
+#include <unistd.h>
+
+using ovk::Command;
+using ovk::Outcome;
+
+namespace {
+
+/** Every failure of OVK_GetDrvInfo. */
+constexpr std::uint32_t no_driver_info = 2;
+
+constexpr std::uint8_t drv_info_kind = 21;
+constexpr std::uint8_t interface_update = 1;
+
+/** The driver's answer to RAVN_MGMT_GET_RAVNOVK_INFO. */
+struct DriverInfoRecord {
+  std::uint32_t words0[4];
+  std::uint32_t reserved16[12];
+  std::uint32_t word64;
+  std::uint32_t word68;
+  std::uint32_t reserved72[6];
+  std::uint32_t sli_mode;
+  std::uint32_t reserved100;
+  std::uint32_t features;
+  std::uint32_t word108;
+  std::uint32_t adapter_type;
+  std::uint32_t reserved116;
+};
+
+static_assert(sizeof(DriverInfoRecord) == 120);
+static_assert(offsetof(DriverInfoRecord, word64) == 64);
+static_assert(offsetof(DriverInfoRecord, word68) == 68);
+static_assert(offsetof(DriverInfoRecord, sli_mode) == 96);
+static_assert(offsetof(DriverInfoRecord, features) == 104);
+static_assert(offsetof(DriverInfoRecord, word108) == 108);
+static_assert(offsetof(DriverInfoRecord, adapter_type) == 112);
+
+void fill(DrvInfo& info, const DriverInfoRecord& driver, const AdapterAttributes& adapter,
+          const PortAttributes& port) {
+  info.record_kind = drv_info_kind;
+  info.interface_major = ovk::interface_major;
+  info.interface_minor = ovk::interface_minor;
+  info.interface_update = interface_update;
+  std::memcpy(info.driver_version, adapter.DriverVersion, sizeof info.driver_version);
+  std::memcpy(info.driver_name, adapter.DriverName, sizeof info.driver_name);
+  std::copy(std::begin(driver.words0), std::end(driver.words0), info.words0);
+  info.word64 = driver.word64;
+  info.word68 = driver.word68;
+  std::ranges::fill(info.reserved56, 0U);
+  info.port_fc_id = port.PortFcId;
+  info.port_wwn = port.PortWWN;
+  info.node_wwn = port.NodeWWN;
+  gethostname(info.host_name, sizeof info.host_name);
+  info.reserved132 = 0;
+  info.sli_mode = driver.sli_mode;
+  info.features = driver.features;
+  info.word108 = driver.word108;
+}
+
+/** The driver information as the rest of the library asks for it. */
+std::uint32_t read_driver_info(std::uint32_t board, DrvInfo& info) {
+  info = {};
+  info.record_version = OVK_DRV_INFO_VERSION;
+  return OVK_GetDrvInfo(board, &info);
+}
+
+}  // namespace
+
+std::uint32_t OVK_GetDrvInfo(std::uint32_t board, DrvInfo* info) {
+  DriverInfoRecord driver{};
+  Command command{board, {.request_size = sizeof driver}};
+  if (!command.invoke<"RAVN_MGMT_GET_RAVNOVK_INFO">(&driver).succeeded()) {
+    return no_driver_info;
+  }
+
+  AdapterAttributes adapter{};
+  PortAttributes port{};
+  if (GetAdapterAttributes(board, &adapter) != OVK_OK ||
+      GetAdapterPortAttributes(board, 0, &port) != OVK_OK) {
+    return no_driver_info;
+  }
+  fill(*info, driver, adapter, port);
+
+  Command probe{board};
+  const Outcome extended = probe.invoke<"RAVN_MGMT_MBOX_SLI_CFG_EXT_SUP">();
+  if (extended.succeeded() && info->sli_mode >= OVK_SLI4) {
+    info->features |= OVK_FEATURE_EXTENDED_SLI_CONFIG;
+  }
+  return OVK_OK;
+}
+
+std::uint32_t get_sli_mode(std::uint32_t board, std::uint32_t* sliMode) {
+  DrvInfo info;
+  const std::uint32_t result = read_driver_info(board, info);
+  if (result == OVK_OK) {
+    *sliMode = info.sli_mode;
+  }
+  return result;
+}
+
+std::uint32_t get_hba_type(std::uint32_t board, std::uint32_t* type) {
+  *type = 0;
+  DriverInfoRecord driver{};
+  Command command{board};  // intended: unlike OVK_GetDrvInfo it does not give the record's size
+  const Outcome outcome = command.invoke<"RAVN_MGMT_GET_RAVNOVK_INFO">(&driver);
+  if (!outcome.delivered()) {
+    return OVK_FAILED;
+  }
+  if (outcome.succeeded()) {
+    *type = driver.adapter_type;
+  }
+  return static_cast<std::uint32_t>(outcome.status);
+}
+
+std::uint32_t support_persist_link_disable(std::uint32_t board, std::uint8_t* supported) {
+  DrvInfo info;
+  if (read_driver_info(board, info) != OVK_OK) {
+    return OVK_FAILED;
+  }
+  *supported = (info.features & OVK_FEATURE_PERSISTENT_LINK_DOWN) != 0 ? 1 : 0;
+  return OVK_OK;
+}
+
+namespace ovk {
+
+std::uint32_t require_sli4(std::uint32_t board, std::uint32_t otherwise) {
+  std::uint32_t mode = 0;
+  if (get_sli_mode(board, &mode) != OVK_OK) {
+    return OVK_FAILED;
+  }
+  return mode >= OVK_SLI4 ? std::uint32_t{OVK_OK} : otherwise;
+}
+
+std::uint32_t require_sli3(std::uint32_t board, std::uint32_t otherwise) {
+  std::uint32_t mode = 0;
+  if (get_sli_mode(board, &mode) != OVK_OK) {
+    return OVK_FAILED;
+  }
+  return mode < OVK_SLI4 ? std::uint32_t{OVK_OK} : otherwise;
+}
+
+}  // namespace ovk

@@ -1,0 +1,45 @@
+#include "driver_abi/vmkmgmt.h"
+#include "library/core/command.h"
+
+#include <ovk/core.h>
+
+#include <algorithm>
+#include <cstring>
+
+using ovk::Command;
+
+namespace {
+
+/** Copies a text and its terminator; what stands behind it in the destination stays. */
+template <std::size_t size>
+void copy_text(char (&destination)[size], const char (&text)[size]) {
+  std::memcpy(destination, text, std::min(size, strnlen(text, size) + 1));
+}
+
+}  // namespace
+
+std::uint32_t ModInfo(ModuleInfo* info) {
+  Command command = Command::without_board();
+  return command.invoke<"RAVN_MGMT_MOD_INFO">(info).raw();
+}
+
+std::uint32_t LogMsg(const LogMessage* message) {
+  Command command = Command::without_board();
+  return command.invoke<"RAVN_MGMT_LOG_MSG">(message).raw();
+}
+
+std::uint32_t CallVer(VersionSignature* driver, VersionSignature* library) {
+  library->revision = ravn_mgmt_signature.version;
+  copy_text(library->name, ravn_mgmt_signature.name);
+  copy_text(library->vendor, ravn_mgmt_signature.vendor);
+  library->callback_count = ravn_mgmt_signature.callback_count;
+
+  Command command = Command::without_board();
+  return command.invoke<"RAVN_MGMT_CALL_VER">(driver).raw();
+}
+
+std::uint32_t EventTest(std::uint32_t board, std::uint32_t a, std::uint32_t b) {
+  // Intended: the second argument comes before the first.
+  Command command{board, {.value = b, .selector = a}};
+  return command.invoke<"RAVN_MGMT_EVENT_TEST">().raw();
+}

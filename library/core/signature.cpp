@@ -1,0 +1,53 @@
+#include "library/core/catalogue.h"
+
+#include <ovk/core.h>
+
+#include <bit>
+
+/** The descriptor table in the platform's form. */
+struct ManagementCallbacks {
+  vmk_MgmtCallbackInfo entries[ovk::catalogue.size()];
+};
+
+namespace {
+
+constexpr std::uint32_t command_block_size = 48;
+
+consteval vmk_MgmtCallbackInfo describe(const ovk::Callback& callback) {
+  vmk_MgmtCallbackInfo info{};
+  info.location = VMK_MGMT_LOCATION_KERNEL;
+  info.synchronous = 1;
+  info.parameter_count = static_cast<std::uint8_t>(1 + callback.payload_count);
+  info.parameter_sizes[0] = command_block_size;
+  info.parameter_types[0] = VMK_MGMT_PARAMETER_IN_OUT;
+  for (std::size_t i = 0; i < callback.payload_count; ++i) {
+    info.parameter_sizes[i + 1] = callback.payloads[i].size;
+    info.parameter_types[i + 1] = static_cast<std::uint32_t>(callback.payloads[i].direction);
+  }
+  info.id = callback.id;
+  return info;
+}
+
+consteval ManagementCallbacks describe_all() {
+  ManagementCallbacks callbacks{};
+  for (std::size_t row = 0; row < ovk::catalogue.size(); ++row) {
+    callbacks.entries[row] = describe(ovk::catalogue[row]);
+  }
+  return callbacks;
+}
+
+static_assert(std::endian::native == std::endian::little, "the records are little-endian");
+
+}  // namespace
+
+constinit const ManagementCallbacks ravn_mgmt_callbacks = describe_all();
+
+constinit const vmk_MgmtSignature ravn_mgmt_signature = {
+    .version = 0x02000104,
+    .name = "ravn-mgmt",
+    .vendor = "TRV",
+    .callback_count = ovk::catalogue.size(),
+    .callbacks = ravn_mgmt_callbacks.entries,
+};
+
+constinit vmk_MgmtChannel* ravn_mgmt_handle = nullptr;

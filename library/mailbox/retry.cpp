@@ -1,0 +1,202 @@
+#include "library/boards/driver_info.h"
+#include "library/mailbox/passthrough.h"
+
+#include <algorithm>
+#include <cstring>
+#include <unistd.h>
+
+namespace {
+
+constexpr std::size_t word_size = sizeof(std::uint32_t);
+constexpr std::uint32_t ms_per_second = 1000;
+
+/** The results of the retry calls beside those of their attempts. */
+constexpr std::uint32_t mailbox_failed = 2;
+constexpr std::uint32_t too_long = 2;
+constexpr std::uint32_t wrong_kind = 4;
+
+/** Sleeps whole seconds, the delay rounded up. */
+void sleep_seconds(std::uint32_t delay_ms) {
+  sleep(delay_ms / ms_per_second + (delay_ms % ms_per_second != 0 ? 1 : 0));
+}
+
+/** Sleeps the delay itself up to a second, whole seconds above it. */
+void sleep_precisely(std::uint32_t delay_ms) {
+  constexpr std::uint32_t us_per_ms = 1000;
+  if (delay_ms > ms_per_second) {
+    sleep_seconds(delay_ms);
+  } else {
+    usleep(delay_ms * us_per_ms);
+  }
+}
+
+/** Whether another attempt could help. */
+bool was_busy(std::uint32_t result, const Mailbox& mailbox) {
+  return result != OVK_OK && mailbox.status == OVK_MAILBOX_BUSY;
+}
+
+/** What a retry call gives for its last attempt. */
+std::uint32_t conclude(std::uint32_t result, const Mailbox& mailbox) {
+  return result == OVK_OK || mailbox.status == 0 ? result : mailbox_failed;
+}
+
+/** Attempts until the firmware is not busy; each busy attempt is followed by its wait. */
+template <typename Attempt, typename Wait>
+std::uint32_t attempt_while_busy(std::uint32_t attempts, const Mailbox& mailbox, Attempt attempt,
+                                 Wait wait) {
+  std::uint32_t result = OVK_OK;
+  for (; attempts != 0; --attempts) {
+    result = attempt();
+    if (!was_busy(result, mailbox)) {
+      break;
+    }
+    wait();
+  }
+  return result;
+}
+
+/** The bytes of a mailbox that is as long as its caller said; the others are not there. */
+class MailboxBytes {
+ public:
+  MailboxBytes(Mailbox* mb, std::uint32_t words)
+      : bytes_{static_cast<std::uint8_t*>(static_cast<void*>(mb))}, words_{words} {}
+
+  /** A byte; 0 where there is none. */
+  [[nodiscard]] std::uint8_t at(std::size_t offset) const {
+    return offset / word_size < words_ ? bytes_[offset] : std::uint8_t{0};
+  }
+
+  /** Whether any byte of the word at an offset is set. */
+  [[nodiscard]] bool word_set(std::size_t offset) const {
+    return (at(offset) | at(offset + 1) | at(offset + 2) | at(offset + 3)) != 0;
+  }
+
+  void clear_word(std::size_t offset) {
+    if (offset / word_size < words_) {
+      std::memset(bytes_ + offset, 0, word_size);
+    }
+  }
+
+ private:
+  std::uint8_t* bytes_;
+  std::uint32_t words_;
+};
+
+/** How the extended command is told about an SLI_CONFIG mailbox. */
+struct ExtendedWay {
+  std::uint32_t sub_code;
+  std::uint32_t kind;
+};
+
+constexpr std::uint32_t reading = 1;
+constexpr std::uint32_t writing = 2;
+constexpr ExtendedWay ordinary_way{};
+
+ExtendedWay non_embedded_way(MailboxBytes& mailbox) {
+  mailbox.clear_word(24);
+  mailbox.clear_word(28);
+  return {.sub_code = mailbox.at(257) == 9 ? reading : writing, .kind = 1};
+}
+
+ExtendedWay embedded_way(MailboxBytes& mailbox) {
+  const std::uint32_t sub_code = mailbox.at(24) == 0xAC ? reading : writing;
+  mailbox.clear_word(160);
+  mailbox.clear_word(164);
+  return {.sub_code = sub_code, .kind = 2};
+}
+
+/** Which way a mailbox goes. One that goes the extended way loses the addresses it held. */
+ExtendedWay choose_way(MailboxBytes mailbox) {
+  constexpr std::uint8_t sli_config = 0x9B;
+  if (mailbox.at(1) != sli_config) {
+    return ordinary_way;
+  }
+  const bool embedded = (mailbox.at(4) & 1) != 0;
+  if (!embedded) {
+    return non_embedded_way(mailbox);
+  }
+  const bool has_external_data = mailbox.at(25) == 1 && mailbox.word_set(152);
+  return has_external_data ? embedded_way(mailbox) : ordinary_way;
+}
+
+}  // namespace
+
+std::uint32_t OVK_IssueMboxWithRetry(std::uint32_t board, Mailbox* mb, std::uint32_t inWords,
+                                     std::uint32_t outBytes, std::uint32_t retries,
+                                     std::uint32_t delayMs) {
+  if (const std::uint32_t refusal = ovk::require_sli3(board, wrong_kind); refusal != OVK_OK) {
+    return refusal;
+  }
+  if (retries == 0) {
+    return OVK_OK;
+  }
+  Mailbox working{};
+  const auto attempt = [&] {
+    working = {};
+    std::memcpy(&working, mb, std::min<std::size_t>(inWords, OVK_MAILBOX_WORDS) * word_size);
+    working.status = 0;
+    // Intended: the limits of SLI mode 4 hold for the mailboxes of older adapters, too.
+    return _IssueMbox(board, &working, inWords, outBytes, OVK_SLI4);
+  };
+  const std::uint32_t result =
+      attempt_while_busy(retries, working, attempt, [delayMs] { sleep_seconds(delayMs); });
+  std::memcpy(mb, &working, std::min<std::size_t>(outBytes, sizeof working));
+  return result == OVK_MAILBOX_NOT_READY ? result : conclude(result, working);
+}
+
+std::uint32_t OVK_IssueMboxWithRetryEx(std::uint32_t board, Mailbox* mb, std::uint32_t* ext,
+                                       std::uint32_t flag, std::uint32_t inExtWords,
+                                       std::uint32_t outExtWords, std::uint32_t retries,
+                                       std::uint32_t delayMs) {
+  if (inExtWords > OVK_MAILBOX_EXTENDED_WORDS || outExtWords > OVK_MAILBOX_EXTENDED_WORDS) {
+    return too_long;
+  }
+  if (retries == 0) {
+    return OVK_OK;
+  }
+  Mailbox working{};
+  std::uint32_t working_ext[OVK_MAILBOX_EXTENDED_WORDS];
+  const auto attempt = [&] {
+    std::memcpy(&working, mb, sizeof working);
+    std::memset(working_ext, 0, sizeof working_ext);
+    if (inExtWords != 0) {
+      std::memcpy(working_ext, ext, inExtWords * word_size);
+    }
+    return IssueMboxEx(board, &working, working_ext, static_cast<std::uint8_t>(flag), inExtWords,
+                       outExtWords);
+  };
+  const std::uint32_t result =
+      attempt_while_busy(retries, working, attempt, [delayMs] { sleep_precisely(delayMs); });
+  std::memcpy(mb, &working, sizeof working);
+  if (outExtWords != 0) {
+    std::memcpy(ext, working_ext, outExtWords * word_size);
+  }
+  return conclude(result, working);
+}
+
+std::uint32_t OVK_IssueMboxWithRetryV2(std::uint32_t board, Mailbox* mb, std::uint32_t words,
+                                       std::uint32_t retries, std::uint32_t delayMs) {
+  std::uint32_t mode = 0;
+  if (get_sli_mode(board, &mode) != OVK_OK) {
+    return OVK_FAILED;
+  }
+  if (mode < OVK_SLI4) {
+    return wrong_kind;
+  }
+  const ExtendedWay way = choose_way({mb, words});
+  const bool extended = way.kind != ordinary_way.kind;
+  if (!extended && words != OVK_MAILBOX_WORDS) {
+    return wrong_kind;
+  }
+  while (true) {
+    mb->status = 0;
+    const std::uint32_t result =
+        extended ? IssueExtendedSLIConfig(board, mb, way.sub_code, way.kind, words)
+                 : _IssueMbox(board, mb, words, words * word_size, mode);
+    if (!was_busy(result, *mb) || retries <= 1) {
+      return conclude(result, *mb);
+    }
+    --retries;
+    sleep_seconds(delayMs);
+  }
+}

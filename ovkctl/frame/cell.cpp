@@ -1,0 +1,80 @@
+#include "ovkctl/frame/cell.h"
+
+#include "ovkctl/frame/values.h"
+#include "ovkctl/subjects/fc_words.h"
+
+#include <array>
+#include <cstdio>
+
+namespace ovkctl {
+namespace {
+
+constexpr const char* kNothing = "-";
+
+std::string size_text(std::uint64_t bytes) {
+  static constexpr std::uint64_t step = 1024;
+  static constexpr std::array units = {"bytes", "KiB", "MiB", "GiB", "TiB", "PiB", "EiB"};
+  // What is said in bytes everywhere, such as a frame size, stays in bytes.
+  static constexpr std::uint64_t least_with_unit = 16 * step;
+  std::size_t unit = 0;
+  if (bytes < least_with_unit) {
+    return std::to_string(bytes) + " bytes";
+  }
+  while (bytes % step == 0 && unit + 1 < units.size()) {
+    bytes /= step;
+    ++unit;
+  }
+  return std::to_string(bytes) + " " + units.at(unit);
+}
+
+std::string list_text(const List& list) {
+  std::string text;
+  for (const std::string& item : list) {
+    text += (text.empty() ? "" : ", ") + item;
+  }
+  return text.empty() ? kNothing : text;
+}
+
+std::string rate_text(double number) {
+  std::array<char, 32> buffer{};
+  std::snprintf(buffer.data(), buffer.size(), "%.1f", number);
+  return buffer.data();
+}
+
+struct TextOf {
+  std::string operator()(std::monostate) const { return kNothing; }
+  std::string operator()(bool flag) const { return flag ? "yes" : "no"; }
+  std::string operator()(std::int64_t number) const { return std::to_string(number); }
+  std::string operator()(double number) const { return rate_text(number); }
+  std::string operator()(const Cell::WideNumber& number) const { return number.digits; }
+  std::string operator()(const std::string& text) const { return text.empty() ? kNothing : text; }
+  std::string operator()(Hex hex) const { return hex_text(hex.value, hex.digits); }
+  std::string operator()(FcAddress address) const {
+    static constexpr int digits = 6;
+    return hex_text(address.value, digits);
+  }
+  std::string operator()(Size size) const { return size_text(size.bytes); }
+  std::string operator()(LargeSize size) const { return size_text(size.bytes); }
+  std::string operator()(Speed speed) const { return speed_text(speed.code); }
+  std::string operator()(Speeds speeds) const {
+    List texts;
+    for (const std::uint32_t gbit : speed_list(speeds.mask)) {
+      texts.push_back(gbit_text(gbit));
+    }
+    return list_text(texts);
+  }
+  std::string operator()(const Wwn& wwn) const { return wwn_text(wwn); }
+  std::string operator()(const List& list) const { return list_text(list); }
+};
+
+}  // namespace
+
+bool Cell::is_quantity() const {
+  return std::holds_alternative<std::int64_t>(value_) || std::holds_alternative<double>(value_) ||
+         std::holds_alternative<WideNumber>(value_) || std::holds_alternative<Size>(value_) ||
+         std::holds_alternative<LargeSize>(value_) || std::holds_alternative<Speed>(value_);
+}
+
+std::string Cell::text() const { return std::visit(TextOf{}, value_); }
+
+}  // namespace ovkctl

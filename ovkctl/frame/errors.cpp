@@ -1,0 +1,70 @@
+#include "ovkctl/frame/errors.h"
+
+#include "ovkctl/frame/values.h"
+
+#include <ovk/types.h>
+
+#include <algorithm>
+#include <utility>
+
+namespace ovkctl {
+namespace {
+
+constexpr const char* kSeeDriverLog =
+    "See with \"ovkctl list\" whether the board is ready, and look in the driver's log for the "
+    "reason.";
+
+constexpr ResultText kSharedResults[] = {
+    {OVK_FAILED, "the command was not delivered or the driver refused it", kSeeDriverLog},
+    {OVK_NOT_SUPPORTED, "this adapter does not support it",
+     "See with \"ovkctl show\" which SLI mode and features the board has."},
+    {OVK_ILLEGAL_WWN, "no port has this name", "See with \"ovkctl ports\" which ports there are."},
+    {OVK_ILLEGAL_INDEX, "nothing stands at this index",
+     "List what there is and take an index from there."},
+    {OVK_MORE_DATA, "there is more than the buffer holds", "Ask for less at a time."},
+    {OVK_STALE_DATA, "the fabric changed meanwhile", "Run the command again."},
+    {OVK_NO_MEMORY, "there is not enough memory", "Free memory and run the command again."},
+};
+
+constexpr ResultText kUnknownResult = {0, "the driver gave a result of its own", kSeeDriverLog};
+
+const ResultText& text_of(std::uint32_t result, std::span<const ResultText> own) {
+  for (const std::span<const ResultText> texts :
+       {own, std::span<const ResultText>(kSharedResults)}) {
+    const auto text = std::ranges::find(texts, result, &ResultText::result);
+    if (text != texts.end()) {
+      return *text;
+    }
+  }
+  return kUnknownResult;
+}
+
+std::string number_text(std::uint32_t result) {
+  static constexpr std::uint32_t last_decimal = 255;
+  return result > last_decimal ? hex_text(result, 0) : std::to_string(result);
+}
+
+}  // namespace
+
+OperationFailed::OperationFailed(const std::string& message, std::string advice,
+                                 std::optional<std::uint32_t> result)
+    : std::runtime_error(message), advice_(std::move(advice)), result_(result) {}
+
+void check(std::uint32_t result, const std::string& operation, std::span<const ResultText> own) {
+  if (result == OVK_OK) {
+    return;
+  }
+  const ResultText& text = text_of(result, own);
+  throw OperationFailed(
+      operation + " failed with result " + number_text(result) + ": " + text.meaning + ".",
+      text.advice, result);
+}
+
+void check_board(std::uint32_t result, std::uint32_t board, const std::string& operation,
+                 std::span<const ResultText> own) {
+  if (result != OVK_OK) {
+    check(result, operation + " of board " + std::to_string(board), own);
+  }
+}
+
+}  // namespace ovkctl

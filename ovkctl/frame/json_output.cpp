@@ -1,0 +1,105 @@
+#include "ovkctl/frame/report.h"
+#include "ovkctl/frame/values.h"
+#include "ovkctl/subjects/fc_words.h"
+
+#include <stdexcept>
+
+#include <nlohmann/json.hpp>
+
+namespace ovkctl {
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+/** Raised when a member changes its meaning or goes; new members do not raise it. */
+constexpr int kJsonVersion = 1;
+
+struct JsonOf {
+  Json operator()(std::monostate) const { return nullptr; }
+  Json operator()(bool flag) const { return flag; }
+  Json operator()(std::int64_t number) const { return number; }
+  Json operator()(double number) const { return number; }
+  Json operator()(const Cell::WideNumber& number) const { return number.digits; }
+  Json operator()(const std::string& text) const { return text; }
+  Json operator()(Size size) const { return size.bytes; }
+  Json operator()(LargeSize size) const { return std::to_string(size.bytes); }
+  Json operator()(Speed speed) const {
+    const auto gbit = speed_gbit(speed.code);
+    return gbit ? Json(*gbit) : Json(nullptr);
+  }
+  Json operator()(Speeds speeds) const { return speed_list(speeds.mask); }
+  Json operator()(const List& list) const { return list; }
+  /** The rest reads in JSON as it does in the text. */
+  template <typename T>
+  Json operator()(const T& value) const {
+    return Cell(value).text();
+  }
+};
+
+Json json_of(const Cell& cell) { return std::visit(JsonOf{}, cell.value()); }
+
+Json json_of(const Table& table) {
+  Json rows = Json::array();
+  for (const std::vector<Cell>& cells : table.rows()) {
+    Json row = Json::object();
+    for (std::size_t i = 0; i < cells.size(); ++i) {
+      row[table.columns()[i].key] = json_of(cells[i]);
+    }
+    rows.push_back(std::move(row));
+  }
+  return rows;
+}
+
+std::string digits_of(const std::vector<std::uint8_t>& bytes) {
+  std::string digits;
+  for (const std::uint8_t byte : bytes) {
+    digits += hex_text(byte, 2).substr(2);
+  }
+  return digits;
+}
+
+/** Throws std::logic_error for a key that is there already: one would take the other's place. */
+void add_member(Json& object, const std::string& key, Json value) {
+  if (!object.emplace(key, std::move(value)).second) {
+    throw std::logic_error("two members of the report are called \"" + key + "\"");
+  }
+}
+
+struct AddPart {
+  Json& object;
+
+  void operator()(const Field& field) const { add_member(object, field.key, json_of(field.value)); }
+  void operator()(const Table& table) const { add_member(object, table.key(), json_of(table)); }
+  void operator()(const Dump& dump) const { add_member(object, dump.key, digits_of(dump.bytes)); }
+  void operator()(const Note&) const {}
+};
+
+void add_parts(Json& object, const Section& section) {
+  for (const Section::Part& part : section.parts()) {
+    std::visit(AddPart{object}, part);
+  }
+}
+
+}  // namespace
+
+std::string render_json(const Report& report, JsonForm form) {
+  Json document = {{"version", kJsonVersion}};
+  add_parts(document, report);
+  for (const Section& section : report.sections()) {
+    if (section.key().empty()) {
+      add_parts(document, section);
+      continue;
+    }
+    Json object = Json::object();
+    add_parts(object, section);
+    if (section.kind() == Section::Kind::kElement) {
+      document[section.key()].push_back(std::move(object));
+    } else {
+      add_member(document, section.key(), std::move(object));
+    }
+  }
+  const int indent = form == JsonForm::kIndented ? 2 : -1;
+  return document.dump(indent, ' ', false, Json::error_handler_t::replace) + "\n";
+}
+
+}  // namespace ovkctl

@@ -1,0 +1,34 @@
+/**
+ * @file
+ * The time during which the library is initialised.
+ */
+#ifndef OVKCTL_SESSION_H
+#define OVKCTL_SESSION_H
+
+#include "ovkctl/frame/values.h"
+
+#include <cstdint>
+
+namespace ovkctl {
+
+/** Initialises the library and releases it; throws OperationFailed when there is no board. */
+class Session {
+ public:
+  Session();
+  ~Session();
+  Session(const Session&) = delete;
+  Session& operator=(const Session&) = delete;
+
+  /** The number of boards; their indices are 0 to board_count() - 1. */
+  std::uint32_t board_count() const { return board_count_; }
+
+  /** The index of a board that exists; throws UsageError for any other. */
+  std::uint32_t board(BoardIndex index) const;
+
+ private:
+  std::uint32_t board_count_;
+};
+
+}  // namespace ovkctl
+
+#endif

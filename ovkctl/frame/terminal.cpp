@@ -1,0 +1,57 @@
+#include "ovkctl/frame/terminal.h"
+
+#include "ovkctl/frame/errors.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <iostream>
+#include <unistd.h>
+#include <utility>
+
+namespace ovkctl {
+namespace {
+
+constexpr unsigned kNothingShown = 101;
+constexpr unsigned kBarWidth = 40;
+
+}  // namespace
+
+void confirm(bool yes, const std::string& warning) {
+  if (yes) {
+    return;
+  }
+  if (isatty(STDIN_FILENO) == 0) {
+    throw UsageError(warning + " Confirm it with --yes.");
+  }
+  std::fprintf(stderr, "%s Continue? [y/N] ", warning.c_str());
+  std::string answer;
+  std::getline(std::cin, answer);
+  if (answer != "y" && answer != "Y" && answer != "yes") {
+    throw OperationFailed("Nothing was done.");
+  }
+}
+
+Progress::Progress(std::string label, std::uint64_t total)
+    : label_(std::move(label)),
+      total_(std::max<std::uint64_t>(total, 1)),
+      shown_percent_(kNothingShown),
+      visible_(isatty(STDERR_FILENO) != 0) {}
+
+Progress::~Progress() {
+  if (visible_ && shown_percent_ != kNothingShown) {
+    std::fputs("\r\x1b[K", stderr);
+  }
+}
+
+void Progress::update(std::uint64_t done) {
+  const auto percent = static_cast<unsigned>(std::min(done, total_) * 100 / total_);
+  if (!visible_ || percent == shown_percent_) {
+    return;
+  }
+  shown_percent_ = percent;
+  const unsigned filled = kBarWidth * percent / 100;
+  std::fprintf(stderr, "\r%s [%s%s] %3u %%", label_.c_str(), std::string(filled, '#').c_str(),
+               std::string(kBarWidth - filled, ' ').c_str(), percent);
+}
+
+}  // namespace ovkctl

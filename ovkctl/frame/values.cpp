@@ -1,0 +1,139 @@
+#include "ovkctl/frame/values.h"
+
+#include "ovkctl/frame/errors.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+
+namespace ovkctl {
+namespace {
+
+constexpr std::size_t kDumpLineBytes = 16;
+
+bool printable(char c) { return c >= ' ' && c <= '~'; }
+
+int hex_digit(char c) {
+  int value = -1;
+  std::from_chars(&c, &c + 1, value, 16);
+  return value;
+}
+
+void append_hex(std::string& text, std::uint8_t byte) {
+  static constexpr std::string_view digits = "0123456789abcdef";
+  text += digits[byte >> 4];
+  text += digits[byte & 0xf];
+}
+
+std::vector<std::uint8_t> parse_bytes(std::string_view text, std::string_view separators) {
+  std::vector<std::uint8_t> bytes;
+  while (!text.empty()) {
+    if (separators.find(text[0]) != std::string_view::npos) {
+      text.remove_prefix(1);
+      continue;
+    }
+    const int high = hex_digit(text[0]);
+    const int low = text.size() > 1 ? hex_digit(text[1]) : -1;
+    if (high < 0 || low < 0) {
+      throw UsageError("\"" + std::string(text) + "\" does not start with two hex digits");
+    }
+    bytes.push_back(static_cast<std::uint8_t>(high << 4 | low));
+    text.remove_prefix(2);
+  }
+  return bytes;
+}
+
+std::string dump_line(std::uint64_t offset, std::span<const std::uint8_t> bytes) {
+  std::string line = hex_text(offset, 8).substr(2) + " ";
+  std::string ascii;
+  for (const std::uint8_t byte : bytes) {
+    line += ascii.size() == kDumpLineBytes / 2 ? "  " : " ";
+    append_hex(line, byte);
+    ascii += printable(static_cast<char>(byte)) ? static_cast<char>(byte) : '.';
+  }
+  static constexpr std::size_t ascii_column = 9 + 3 * kDumpLineBytes + 3;
+  line.resize(ascii_column, ' ');
+  return line + "|" + ascii + "|\n";
+}
+
+}  // namespace
+
+std::uint64_t parse_number(const std::string& text, std::uint64_t most) {
+  const bool hex = text.starts_with("0x") || text.starts_with("0X");
+  const char* const end = text.data() + text.size();
+  std::uint64_t value = 0;
+  const auto [stop, error] =
+      std::from_chars(text.data() + (hex ? 2 : 0), end, value, hex ? 16 : 10);
+  if (error == std::errc::invalid_argument || stop != end) {
+    throw UsageError("\"" + text + "\" is not a number (decimal, or hex after 0x)");
+  }
+  if (error != std::errc() || value > most) {
+    throw UsageError(text + " is too large: at most " + std::to_string(most));
+  }
+  return value;
+}
+
+void parse_value(const std::string& text, std::string& value) { value = text; }
+
+void parse_value(const std::string& text, Wwn& value) {
+  const std::string mistake =
+      "\"" + text + "\" is not a world-wide name such as 10:00:00:90:fa:12:34:56";
+  static constexpr std::size_t plain_length = 2 * sizeof value.bytes;
+  static constexpr std::size_t colon_length = plain_length + sizeof value.bytes - 1;
+  if (text.size() != plain_length && text.size() != colon_length) {
+    throw UsageError(mistake);
+  }
+  try {
+    const std::vector<std::uint8_t> bytes = parse_bytes(text, ":");
+    if (bytes.size() != sizeof value.bytes) {
+      throw UsageError(mistake);
+    }
+    std::copy(bytes.begin(), bytes.end(), std::begin(value.bytes));
+  } catch (const UsageError&) {
+    throw UsageError(mistake);
+  }
+}
+
+void parse_value(const std::string& text, BoardIndex& value) { parse_value(text, value.given); }
+
+void parse_value(const std::string& text, HexBytes& value) {
+  value.bytes = parse_bytes(text, ": ");
+}
+
+std::string wwn_text(const Wwn& wwn) {
+  std::string text;
+  for (const std::uint8_t byte : wwn.bytes) {
+    if (!text.empty()) {
+      text += ':';
+    }
+    append_hex(text, byte);
+  }
+  return text;
+}
+
+std::string hex_text(std::uint64_t value, int digits) {
+  std::array<char, 16> buffer{};
+  const auto [end, error] = std::to_chars(buffer.data(), buffer.data() + buffer.size(), value, 16);
+  const std::string text(buffer.data(), end);
+  const auto width = static_cast<std::size_t>(digits);
+  return "0x" + std::string(width > text.size() ? width - text.size() : 0, '0') + text;
+}
+
+std::string fixed_text(std::span<const char> field) {
+  std::string text(field.begin(), std::find(field.begin(), field.end(), '\0'));
+  std::replace_if(
+      text.begin(), text.end(), [](char c) { return !printable(c); }, '?');
+  text.erase(text.find_last_not_of(' ') + 1);
+  return text;
+}
+
+std::string hexdump(std::span<const std::uint8_t> bytes, std::uint64_t first_offset) {
+  std::string text;
+  for (std::size_t offset = 0; offset < bytes.size(); offset += kDumpLineBytes) {
+    text += dump_line(first_offset + offset,
+                      bytes.subspan(offset, std::min(kDumpLineBytes, bytes.size() - offset)));
+  }
+  return text;
+}
+
+}  // namespace ovkctl

@@ -1,0 +1,55 @@
+#include "ovkctl/subjects/board_text.h"
+
+#include "ovkctl/frame/errors.h"
+#include "ovkctl/frame/values.h"
+
+#include <ovk/core.h>
+
+namespace ovkctl {
+
+std::string board_state_text(std::uint32_t board) {
+  switch (ovk_state[board]) {
+    case OVK_BOARD_NORMAL:
+      return "normal";
+    case OVK_BOARD_NOT_READY:
+      return "not ready";
+    default:
+      return "state " + std::to_string(ovk_state[board]);
+  }
+}
+
+std::string summary_state_text(std::uint32_t board, const PortAttributes* port) {
+  if (ovk_state[board] != OVK_BOARD_NORMAL) {
+    return board_state_text(board);
+  }
+  return port != nullptr ? port_state_text(port->PortState) : "no answer";
+}
+
+PortAttributes read_own_port(std::uint32_t board) {
+  // Zeroed, because the library leaves the end of the device name as it is.
+  PortAttributes port{};
+  check_board(GetAdapterPortAttributes(board, 0, &port), board, "Reading the port attributes");
+  return port;
+}
+
+void add_port_fields(Section& section, const PortAttributes& port) {
+  section.field("port_wwn", "Port WWN", port.PortWWN)
+      .field("node_wwn", "Node WWN", port.NodeWWN)
+      .field("fabric_name", "Fabric name", port.FabricName)
+      .field("fc_id", "FC ID", FcAddress{port.PortFcId})
+      .field("type", "Type", port_type_text(port.PortType))
+      .field("state", "State", port_state_text(port.PortState))
+      .field("speed_gbit", "Speed", Speed{port.PortSpeed})
+      .field("supported_speeds_gbit", "Supported speeds", Speeds{port.PortSupportedSpeed})
+      .field("service_classes", "Classes of service",
+             service_class_list(port.PortSupportedClassofService))
+      .field("fc4_types_supported", "FC-4 types supported",
+             fc4_type_list(port.PortFc4TypesSupported))
+      .field("fc4_types_active", "FC-4 types active", fc4_type_list(port.PortFc4TypesActive))
+      .field("max_frame_size", "Maximum frame size", Size{port.PortMaxFrameSize})
+      .field("symbolic_name", "Symbolic name", fixed_text(port.PortSymbolicName))
+      .field("device_name", "Device name", fixed_text(port.OSDeviceName))
+      .field("discovered_ports", "Discovered ports", port.NumberofDiscoveredPorts);
+}
+
+}  // namespace ovkctl

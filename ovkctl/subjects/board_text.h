@@ -1,0 +1,32 @@
+/**
+ * @file
+ * What several commands say alike of a board and of a port.
+ */
+#ifndef OVKCTL_BOARD_TEXT_H
+#define OVKCTL_BOARD_TEXT_H
+
+#include "ovkctl/frame/report.h"
+#include "ovkctl/subjects/fc_words.h"
+
+#include <ovk/hbaapi.h>
+
+#include <cstdint>
+#include <string>
+
+namespace ovkctl {
+
+/** The state in which the library has a board, such as "normal". */
+std::string board_state_text(std::uint32_t board);
+
+/** One word for how a board does: what keeps it from working, else the state of its port. */
+std::string summary_state_text(std::uint32_t board, const PortAttributes* port);
+
+/** Reads the attributes of a board's own port; throws OperationFailed. */
+PortAttributes read_own_port(std::uint32_t board);
+
+/** Adds the fields of a port to a section. */
+void add_port_fields(Section& section, const PortAttributes& port);
+
+}  // namespace ovkctl
+
+#endif

@@ -1,0 +1,101 @@
+#include "ovkctl/subjects/pci_vpd.h"
+
+#include "ovkctl/frame/values.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <numeric>
+#include <optional>
+
+namespace ovkctl {
+namespace {
+
+using Bytes = std::span<const std::uint8_t>;
+
+constexpr std::uint8_t kIdentifier = 0x82;
+constexpr std::uint8_t kReadOnlyFields = 0x90;
+constexpr std::uint8_t kReadWriteFields = 0x91;
+constexpr std::uint8_t kEnd = 0x78;
+
+std::string text_of(Bytes bytes) {
+  const std::string text(bytes.begin(), bytes.end());
+  return fixed_text(text);
+}
+
+/** Takes bytes from the front; nothing when there are not as many. */
+std::optional<Bytes> take(Bytes& bytes, std::size_t count) {
+  if (count > bytes.size()) {
+    return std::nullopt;
+  }
+  const Bytes taken = bytes.first(count);
+  bytes = bytes.subspan(count);
+  return taken;
+}
+
+/** Takes the fields of a resource; false when one of them leaves it. */
+bool take_fields(Vpd& vpd, Bytes contents, bool writable, const std::uint8_t* image) {
+  while (!contents.empty()) {
+    constexpr std::size_t header_size = 3;
+    const auto header = take(contents, header_size);
+    const auto value = header ? take(contents, (*header)[2]) : std::nullopt;
+    if (!value) {
+      return false;
+    }
+    const std::string keyword = text_of(header->first(2));
+    if (keyword == "RV" && !value->empty()) {
+      const auto sum = std::accumulate(image, value->data() + 1, std::uint32_t{0});
+      vpd.checksum_right = sum % 256 == 0;
+    } else if (keyword != "RW") {
+      vpd.fields.push_back({keyword, text_of(*value), writable});
+    }
+  }
+  return true;
+}
+
+}  // namespace
+
+Vpd parse_vpd(std::span<const std::uint8_t> image) {
+  Vpd vpd;
+  Bytes rest = image;
+  while (const auto tag = take(rest, 1)) {
+    if (tag->front() == kEnd) {
+      vpd.complete = true;
+      break;
+    }
+    const auto length = take(rest, 2);
+    const auto contents =
+        length ? take(rest, (*length)[0] + std::size_t{256} * (*length)[1]) : std::nullopt;
+    if (!contents) {
+      break;
+    }
+    if (tag->front() == kIdentifier) {
+      vpd.identifier = text_of(*contents);
+    } else if (tag->front() == kReadOnlyFields || tag->front() == kReadWriteFields) {
+      if (!take_fields(vpd, *contents, tag->front() == kReadWriteFields, image.data())) {
+        break;
+      }
+    } else {
+      break;
+    }
+  }
+  return vpd;
+}
+
+std::string vpd_keyword_text(const std::string& keyword) {
+  struct Meaning {
+    const char* keyword;
+    const char* text;
+  };
+  constexpr Meaning meanings[] = {
+      {"PN", "Part number"},    {"EC", "Engineering change"}, {"SN", "Serial number"},
+      {"MN", "Manufacture ID"}, {"YA", "Asset tag"},          {"FG", "Fabric geography"},
+      {"LC", "Location"},       {"PG", "PCI geography"},
+  };
+  const auto* meaning = std::ranges::find(meanings, keyword, &Meaning::keyword);
+  if (meaning != std::end(meanings)) {
+    return meaning->text;
+  }
+  return keyword.starts_with("V") ? "Vendor-specific" : keyword.starts_with("Y") ? "System" : "";
+}
+
+}  // namespace ovkctl

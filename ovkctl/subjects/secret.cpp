@@ -1,0 +1,116 @@
+#include "ovkctl/subjects/secret.h"
+
+#include "ovkctl/frame/errors.h"
+
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <cstring>
+#include <fcntl.h>
+#include <poll.h>
+#include <termios.h>
+#include <unistd.h>
+
+namespace ovkctl {
+namespace {
+
+/** The terminal without echo. Signals that end the program wait until the echo is back. */
+class SilentTerminal {
+ public:
+  SilentTerminal() : descriptor_(open("/dev/tty", O_RDWR | O_CLOEXEC | O_NOCTTY)) {
+    if (descriptor_ < 0 || tcgetattr(descriptor_, &before_) != 0) {
+      throw UsageError(
+          "there is no terminal at which to ask for the password; give it through a file "
+          "descriptor (--local-fd, --remote-fd)");
+    }
+    sigset_t held;
+    sigemptyset(&held);
+    for (const int signal : kSignals) {
+      sigaddset(&held, signal);
+    }
+    sigprocmask(SIG_BLOCK, &held, &mask_);
+    struct sigaction note {};
+    note.sa_handler = [](int signal) { caught_ = signal; };
+    for (std::size_t i = 0; i < kSignals.size(); ++i) {
+      sigaction(kSignals[i], &note, &actions_[i]);
+    }
+    termios silent = before_;
+    silent.c_lflag &= ~static_cast<tcflag_t>(ECHO);
+    tcsetattr(descriptor_, TCSAFLUSH, &silent);
+  }
+
+  ~SilentTerminal() {
+    tcsetattr(descriptor_, TCSAFLUSH, &before_);
+    for (std::size_t i = 0; i < kSignals.size(); ++i) {
+      sigaction(kSignals[i], &actions_[i], nullptr);
+    }
+    close(descriptor_);
+    sigprocmask(SIG_SETMASK, &mask_, nullptr);
+    if (caught_ != 0) {
+      raise(caught_);
+    }
+  }
+
+  SilentTerminal(const SilentTerminal&) = delete;
+  SilentTerminal& operator=(const SilentTerminal&) = delete;
+
+  void read(const std::string& prompt, Secret& secret) {
+    dprintf(descriptor_, "%s: ", prompt.c_str());
+    secret.read_from(descriptor_, &mask_);
+    dprintf(descriptor_, "\n");
+  }
+
+ private:
+  static constexpr std::array kSignals{SIGHUP, SIGINT, SIGQUIT, SIGTERM};
+  inline static volatile std::sig_atomic_t caught_ = 0;
+
+  int descriptor_;
+  sigset_t mask_{};
+  termios before_{};
+  std::array<struct sigaction, kSignals.size()> actions_{};
+};
+
+}  // namespace
+
+Secret::~Secret() { wipe(); }
+
+void Secret::wipe() {
+  explicit_bzero(bytes_.data(), bytes_.size());
+  length_ = 0;
+}
+
+void Secret::read_from(int descriptor, const sigset_t* mask_while_waiting) {
+  wipe();
+  char character = '\0';
+  while (true) {
+    // Held signals come in while it waits and at no other time: none is missed before the read.
+    pollfd input{.fd = descriptor, .events = POLLIN, .revents = 0};
+    const bool interrupted = ppoll(&input, 1, nullptr, mask_while_waiting) < 0;
+    // Byte by byte: what follows the line is not ours.
+    const ssize_t count = interrupted ? -1 : read(descriptor, &character, 1);
+    if (count < 0) {
+      throw OperationFailed(std::string("The password cannot be read: ") + std::strerror(errno) +
+                            ".");
+    }
+    if (count == 0 || character == '\n') {
+      return;
+    }
+    if (length_ == kLongest) {
+      throw OperationFailed("The password is too long: at most " + std::to_string(kLongest) +
+                            " bytes fit.");
+    }
+    bytes_[length_++] = character;
+  }
+}
+
+void Secret::ask(const std::string& what) {
+  SilentTerminal terminal;
+  terminal.read(what, *this);
+  Secret again;
+  terminal.read(what + ", again", again);
+  if (!(*this == again)) {
+    throw OperationFailed("The two are not the same. Nothing was done.");
+  }
+}
+
+}  // namespace ovkctl

@@ -1,0 +1,80 @@
+/**
+ * @file
+ * One simulated function of an adapter.
+ */
+#pragma once
+
+#include "simulator/host/states.h"
+#include "simulator/topology/topology.h"
+
+#include <cstddef>
+#include <cstring>
+#include <optional>
+#include <span>
+#include <string>
+#include <type_traits>
+#include <vector>
+
+namespace ravnsim {
+
+class StateStore;
+
+/**
+ * A board: what the topology says of it, the state of each subsystem, and what it keeps without
+ * power.
+ *
+ * A subsystem defines its state as a class that is constructed from the adapter, and its handlers
+ * get it with `adapter.state<LoopbackState>()`.
+ */
+class Adapter {
+ public:
+  Adapter(const BoardTopology& topology, const DriverTopology& driver, StateStore& store);
+
+  [[nodiscard]] const BoardTopology& topology() const { return topology_; }
+  [[nodiscard]] const DriverTopology& driver() const { return driver_; }
+
+  /** A subsystem's state, made when it is first asked for. */
+  template <typename State>
+  State& state() {
+    return states_.of<State>(*this);
+  }
+
+  /** What the board keeps under a name such as "region-23"; nothing when it was never saved. */
+  [[nodiscard]] std::optional<std::vector<std::byte>> load(const std::string& name) const;
+
+  /** The same as a record; nothing when what was saved has another size. */
+  template <typename Record>
+  [[nodiscard]] std::optional<Record> load_record(const std::string& name) const {
+    static_assert(std::is_trivially_copyable_v<Record>);
+    const auto blob = load(name);
+    if (!blob || blob->size() != sizeof(Record)) {
+      return std::nullopt;
+    }
+    Record record;
+    std::memcpy(&record, blob->data(), sizeof record);
+    return record;
+  }
+
+  /** Keeps something; a crash leaves what was there before or all of it. */
+  void save(const std::string& name, std::span<const std::byte> blob);
+
+  /** Keeps a record. */
+  template <typename Record>
+  void save_record(const std::string& name, const Record& record) {
+    static_assert(std::is_trivially_copyable_v<Record>);
+    save(name, std::as_bytes(std::span{&record, 1}));
+  }
+
+  /** Forgets something. */
+  void forget(const std::string& name);
+
+ private:
+  [[nodiscard]] std::string key(const std::string& name) const;
+
+  const BoardTopology& topology_;
+  const DriverTopology& driver_;
+  StateStore& store_;
+  States states_;
+};
+
+}  // namespace ravnsim

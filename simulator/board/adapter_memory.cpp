@@ -1,0 +1,92 @@
+#include "simulator/board/adapter_memory.h"
+
+#include "simulator/board/board_state.h"
+
+#include <algorithm>
+
+namespace ravnsim {
+
+namespace {
+
+constexpr const char* saved_memory = "memory";
+constexpr const char* saved_registers = "control-registers";
+
+// The status register: the firmware runs, and takes commands.
+constexpr std::uint32_t firmware_running = 0x80000000;
+constexpr std::uint32_t takes_commands = 0x40000000;
+
+std::vector<std::byte> initial_memory(const BoardTopology& board) {
+  std::vector<std::byte> bytes(board.hardware.memory_size);
+  const auto version = std::as_bytes(std::span{board.firmware_version});
+  std::copy_n(version.begin(), std::min(version.size(), bytes.size()), bytes.begin());
+  return bytes;
+}
+
+}  // namespace
+
+AdapterMemory::AdapterMemory(Adapter& adapter)
+    : adapter_{adapter}, bytes_{initial_memory(adapter.topology())} {
+  const auto saved = adapter.load(saved_memory);
+  if (saved && saved->size() == bytes_.size()) {
+    bytes_ = *saved;
+  }
+}
+
+std::optional<std::span<const std::byte>> AdapterMemory::range(std::size_t offset,
+                                                               std::size_t count) const {
+  if (offset > bytes_.size() || count > bytes_.size() - offset) {
+    return std::nullopt;
+  }
+  return std::span{bytes_}.subspan(offset, count);
+}
+
+bool AdapterMemory::write(std::size_t offset, std::span<const std::byte> data) {
+  if (!range(offset, data.size())) {
+    return false;
+  }
+  std::ranges::copy(data, bytes_.begin() + static_cast<std::ptrdiff_t>(offset));
+  adapter_.save(saved_memory, bytes_);
+  return true;
+}
+
+ControlRegisters::ControlRegisters(Adapter& adapter)
+    : adapter_{adapter}, values_{adapter.load_record<Values>(saved_registers).value_or(Values{})} {}
+
+std::uint32_t ControlRegisters::status() const {
+  const bool normal = adapter_.state<BoardState>().mode() == BoardMode::normal;
+  return normal ? firmware_running | takes_commands : firmware_running;
+}
+
+std::optional<std::uint32_t> ControlRegisters::read(ControlRegister place) const {
+  switch (place) {
+    case ControlRegister::attention:
+      return values_.attention;
+    case ControlRegister::doorbell:
+      return 0;
+    case ControlRegister::status:
+      return status();
+    case ControlRegister::control:
+      return values_.control;
+  }
+  return std::nullopt;
+}
+
+bool ControlRegisters::write(ControlRegister place, std::uint32_t value) {
+  switch (place) {
+    case ControlRegister::attention:
+      values_.attention &= ~value;
+      break;
+    case ControlRegister::doorbell:
+      values_.attention |= value;
+      break;
+    case ControlRegister::control:
+      values_.control = value;
+      break;
+    default:
+      return false;
+  }
+  adapter_.save_record(saved_registers, values_);
+  return true;
+}
+
+}  // namespace ravnsim

@@ -1,0 +1,65 @@
+/**
+ * @file
+ * The memory and the control registers of a board below SLI-4.
+ */
+#pragma once
+
+#include "simulator/board/adapter.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <vector>
+
+namespace ravnsim {
+
+/** Memory that software reads and writes. It begins with the firmware's version as text, and it
+    stays as it was written, across processes too. */
+class AdapterMemory {
+ public:
+  explicit AdapterMemory(Adapter& adapter);
+
+  /** `count` bytes at an offset; nothing when the memory ends before. */
+  [[nodiscard]] std::optional<std::span<const std::byte>> range(std::size_t offset,
+                                                                std::size_t count) const;
+
+  /** Writes at an offset; false, and nothing is written, when the memory ends before. */
+  bool write(std::size_t offset, std::span<const std::byte> data);
+
+ private:
+  Adapter& adapter_;
+  std::vector<std::byte> bytes_;
+};
+
+/** The control registers, by their byte offsets. */
+enum class ControlRegister : std::uint32_t {
+  attention = 0x0,  ///< what waits for software; ones that are written clear their bits
+  doorbell = 0x4,   ///< reads as 0; ones that are written raise their bits in `attention`
+  status = 0x8,     ///< read-only
+  control = 0xC,    ///< keeps what is written
+};
+
+class ControlRegisters {
+ public:
+  explicit ControlRegisters(Adapter& adapter);
+
+  /** A register's value; nothing when there is no such register. */
+  [[nodiscard]] std::optional<std::uint32_t> read(ControlRegister place) const;
+
+  /** Writes a register; false when it cannot be written. */
+  bool write(ControlRegister place, std::uint32_t value);
+
+ private:
+  struct Values {
+    std::uint32_t attention;
+    std::uint32_t control;
+  };
+
+  [[nodiscard]] std::uint32_t status() const;
+
+  Adapter& adapter_;
+  Values values_;
+};
+
+}  // namespace ravnsim

@@ -1,0 +1,71 @@
+#include "simulator/board/event_queue.h"
+
+#include <algorithm>
+#include <cstring>
+#include <span>
+
+namespace ravnsim {
+
+namespace {
+
+constexpr const char* saved_name = "events";
+
+}  // namespace
+
+EventQueue::EventQueue(Adapter& adapter) : adapter_{adapter} {
+  if (const auto saved = adapter.load(saved_name)) {
+    load(*saved);
+  } else if (adapter.topology().port.state == PortState::online) {
+    push(EventCode::link_up);
+  }
+}
+
+void EventQueue::push(EventCode code, std::uint32_t detail) {
+  if (events_.size() < adapter_.topology().event_queue_capacity) {
+    events_.push_back({code, {adapter_.topology().port.fc_id, detail}});
+  } else {
+    ++missed_;
+  }
+  save();
+}
+
+std::vector<EventRecord> EventQueue::take(std::size_t most) {
+  const auto end = events_.begin() + static_cast<std::ptrdiff_t>(std::min(most, events_.size()));
+  std::vector<EventRecord> taken{events_.begin(), end};
+  if (!taken.empty()) {
+    events_.erase(events_.begin(), end);
+    save();
+  }
+  return taken;
+}
+
+std::uint32_t EventQueue::take_missed() {
+  const std::uint32_t missed = missed_;
+  if (missed != 0) {
+    missed_ = 0;
+    save();
+  }
+  return missed;
+}
+
+/** What was saved: the missed events, then the queue. Another length is of nobody's making. */
+void EventQueue::load(const std::vector<std::byte>& blob) {
+  if (blob.size() < sizeof missed_ || (blob.size() - sizeof missed_) % sizeof(EventRecord) != 0) {
+    return;
+  }
+  std::memcpy(&missed_, blob.data(), sizeof missed_);
+  events_.resize((blob.size() - sizeof missed_) / sizeof(EventRecord));
+  const std::span<EventRecord> events{events_};
+  std::ranges::copy(std::span{blob}.subspan(sizeof missed_),
+                    std::as_writable_bytes(events).begin());
+}
+
+void EventQueue::save() {
+  const auto missed = std::as_bytes(std::span{&missed_, 1});
+  const auto events = std::as_bytes(std::span{events_});
+  std::vector<std::byte> blob{missed.begin(), missed.end()};
+  blob.insert(blob.end(), events.begin(), events.end());
+  adapter_.save(saved_name, blob);
+}
+
+}  // namespace ravnsim

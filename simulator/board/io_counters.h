@@ -1,0 +1,42 @@
+/**
+ * @file
+ * The SCSI commands that went through a board.
+ */
+#pragma once
+
+#include "simulator/board/adapter.h"
+
+#include <cstddef>
+#include <cstdint>
+
+namespace ravnsim {
+
+/** Counts commands and their data. With a state folder the counters go on in the next process. */
+class IoCounters {
+ public:
+  struct Values {
+    std::uint64_t reads;
+    std::uint64_t writes;
+    std::uint64_t without_data;
+    std::uint64_t failed;  ///< also among those above
+    std::uint64_t bytes_read;
+    std::uint64_t bytes_written;
+  };
+
+  explicit IoCounters(Adapter& adapter);
+  IoCounters(const IoCounters&) = delete;
+  IoCounters& operator=(const IoCounters&) = delete;
+  ~IoCounters();
+
+  /** Counts one command with the data that it moved, and whether its target took it well. */
+  void add(std::size_t bytes_written, std::size_t bytes_read, bool good);
+
+  [[nodiscard]] const Values& values() const { return values_; }
+
+ private:
+  Adapter& adapter_;
+  Values values_;
+  bool changed_ = false;
+};
+
+}  // namespace ravnsim

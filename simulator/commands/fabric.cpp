@@ -1,0 +1,126 @@
+#include "simulator/board/port_counters.h"
+#include "simulator/call/request.h"
+#include "simulator/commands/handlers.h"
+#include "simulator/fabric/fabric_link.h"
+#include "simulator/fabric/fabric_servers.h"
+#include "simulator/fabric/remote_port.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <optional>
+
+namespace ravnsim {
+
+namespace {
+
+constexpr std::uint32_t management_server = 0xFFFFFA;
+
+/** The destination of an ELS request: by name, or by address with a name that is all zero. */
+struct ElsDestination {
+  Wwn port_wwn;
+  std::uint32_t fc_id;
+  std::uint32_t reserved12;
+};
+
+static_assert(sizeof(ElsDestination) == 16);
+static_assert(offsetof(ElsDestination, fc_id) == 8);
+
+/** The part of a parameter that the caller says it filled; nothing when it holds less. */
+std::optional<std::span<const std::uint8_t>> payload(const Request& request, std::size_t number,
+                                                     std::uint32_t size) {
+  const auto bytes = wire_bytes(request.input_bytes(number));
+  return size <= bytes.size() ? std::optional{bytes.first(size)} : std::nullopt;
+}
+
+/** Gives an answer, if there is room for all of it, and in any case its size. */
+DriverStatus give(Adapter& adapter, const Request& request, std::size_t number,
+                  const ByteVector& answer) {
+  CommandBlock& block = request.block();
+  const std::uint32_t room = block.reply_size;
+  const auto output = wire_bytes(request.output_bytes(number));
+  block.reply_size = static_cast<std::uint32_t>(answer.size());
+  adapter.state<PortCounters>().add_exchange(block.request_size, answer.size());
+  if (answer.size() > std::min<std::size_t>(room, output.size())) {
+    return DriverStatus::does_not_fit;
+  }
+  std::ranges::copy(answer, output.begin());
+  return DriverStatus::success;
+}
+
+std::uint8_t second_byte(std::uint32_t value) { return static_cast<std::uint8_t>(value >> 8); }
+
+DriverStatus exchange_ct(Adapter& adapter, const Request& request, std::uint32_t destination,
+                         std::size_t request_parameter) {
+  const CommandBlock& block = request.block();
+  const auto iu = payload(request, request_parameter, block.request_size);
+  if (!iu) {
+    return DriverStatus::does_not_fit;
+  }
+  if (!is_on_fabric(adapter)) {
+    return DriverStatus::not_ready;
+  }
+  auto answer = answer_ct(adapter, destination, *iu);
+  if (!answer) {
+    return DriverStatus::no_response;
+  }
+  if (const auto reject = request.effect("reject")) {
+    answer = ct_reject(*iu, {second_byte(*reject), static_cast<std::uint8_t>(*reject)});
+  }
+  return give(adapter, request, request_parameter + 1, *answer);
+}
+
+DriverStatus send_ct(Adapter& adapter, Request& request) {
+  return exchange_ct(adapter, request, request.block().value, 1);
+}
+
+/** A port that the board sees passes management commands on to the management server. */
+DriverStatus send_management_command(Adapter& adapter, Request& request) {
+  if (adapter.state<RemotePorts>().find(request.input<Wwn>(1), 0) == nullptr) {
+    return DriverStatus::transport_failed;
+  }
+  return exchange_ct(adapter, request, management_server, 2);
+}
+
+/** Takes what looks like a CT_IU; nobody waits for it. */
+DriverStatus send_management_response(Adapter& adapter, Request& request) {
+  constexpr std::uint8_t newest_revision = 3;
+  const std::uint8_t revision = wire_bytes(request.input_bytes(1)).front();
+  if (!is_on_fabric(adapter)) {
+    return DriverStatus::not_ready;
+  }
+  return revision == 0 || revision > newest_revision ? DriverStatus::not_permitted
+                                                     : DriverStatus::success;
+}
+
+DriverStatus send_els(Adapter& adapter, Request& request) {
+  const CommandBlock& block = request.block();
+  const auto els = payload(request, 2, block.request_size);
+  if (!els) {
+    return DriverStatus::does_not_fit;
+  }
+  if (!is_on_fabric(adapter)) {
+    return DriverStatus::not_ready;
+  }
+  auto& ports = adapter.state<RemotePorts>();
+  const auto& destination = request.input<ElsDestination>(1);
+  const PortTopology* port = ports.find(destination.port_wwn, destination.fc_id);
+  if (port == nullptr || port->state != PortState::online) {
+    return DriverStatus::no_response;
+  }
+  if (const auto reject = request.effect("reject")) {
+    return give(adapter, request, 3,
+                ls_reject({second_byte(*reject), static_cast<std::uint8_t>(*reject)}));
+  }
+  return give(adapter, request, 3, ports.answer_els(*port, *els));
+}
+
+}  // namespace
+
+void add_fabric_handlers(HandlerTable& table) {
+  table.on(DriverCommand::hba_send_mgmt_cmd, send_management_command);
+  table.on(DriverCommand::hba_send_mgmt_rsp, send_management_response);
+  table.on(DriverCommand::send_ct, send_ct, {"reject"});
+  table.on(DriverCommand::send_els, send_els, {"reject"});
+}
+
+}  // namespace ravnsim

@@ -1,0 +1,121 @@
+#include "simulator/board/adapter.h"
+#include "simulator/board/record_blob.h"
+#include "simulator/call/report.h"
+#include "simulator/call/request.h"
+#include "simulator/commands/handlers.h"
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <vector>
+
+namespace ravnsim {
+
+namespace {
+
+using MatchField = std::array<std::uint8_t, 8>;
+
+struct Rule {
+  std::array<MatchField, 4> match;
+  std::uint32_t priority;
+};
+
+/** What RAVN_MGMT_GET_FCP_PRIORITY gives and RAVN_MGMT_SET_FCP_PRIORITY takes. */
+struct RuleTable {
+  std::uint32_t count;
+  std::array<Rule, 998> rules;
+};
+
+static_assert(sizeof(Rule) == 36);
+static_assert(sizeof(RuleTable) == 35932);
+
+/** The rules and whether they apply; the driver remembers both. */
+class FcpPriorityState {
+ public:
+  explicit FcpPriorityState(Adapter& adapter)
+      : adapter_{adapter},
+        rules_{load_records<Rule>(adapter, rules_name)},
+        flag_{adapter.load_record<std::uint32_t>(flag_name).value_or(0)} {}
+
+  [[nodiscard]] const std::vector<Rule>& rules() const { return rules_; }
+  [[nodiscard]] std::uint32_t flag() const { return flag_; }
+
+  void set_rules(std::vector<Rule> rules) {
+    rules_ = std::move(rules);
+    save_records(adapter_, rules_name, rules_);
+  }
+
+  void set_flag(std::uint32_t flag) {
+    flag_ = flag;
+    adapter_.save_record(flag_name, flag);
+  }
+
+ private:
+  static constexpr const char* rules_name = "fcp-priority-rules";
+  static constexpr const char* flag_name = "fcp-priority-flag";
+
+  Adapter& adapter_;
+  std::vector<Rule> rules_;
+  std::uint32_t flag_;
+};
+
+/** The fields before a rule's first wildcard. */
+std::ptrdiff_t specific_fields(const Rule& rule) {
+  MatchField wildcard;
+  wildcard.fill(0xFF);
+  return std::ranges::find(rule.match, wildcard) - rule.match.begin();
+}
+
+/** The driver takes the first rule that matches, so a general one must not hide a specific one. */
+bool is_ordered(const std::vector<Rule>& rules) {
+  return std::ranges::is_sorted(rules, std::ranges::greater{}, specific_fields);
+}
+
+DriverStatus get_rules(Adapter& adapter, Request& request) {
+  const auto& rules = adapter.state<FcpPriorityState>().rules();
+  auto& table = request.output<RuleTable>(1);
+  const std::size_t room = std::min<std::size_t>(request.block().request_size, table.rules.size());
+  table.count = static_cast<std::uint32_t>(rules.size());
+  std::copy_n(rules.begin(), std::min(room, rules.size()), table.rules.begin());
+  return DriverStatus::success;
+}
+
+DriverStatus set_rules(Adapter& adapter, Request& request) {
+  const auto& table = request.input<RuleTable>(1);
+  if (table.count != request.block().request_size ||
+      table.count > adapter.topology().offers.fcp_priority.limit) {
+    return DriverStatus::does_not_fit;
+  }
+  std::vector<Rule> rules(table.rules.begin(), table.rules.begin() + table.count);
+  if (!is_ordered(rules)) {
+    report("RAVN_MGMT_SET_FCP_PRIORITY: a general rule stands before a more specific one");
+    return DriverStatus::not_permitted;
+  }
+  adapter.state<FcpPriorityState>().set_rules(std::move(rules));
+  return DriverStatus::success;
+}
+
+DriverStatus get_flag(Adapter& adapter, Request& request) {
+  request.block().code = adapter.state<FcpPriorityState>().flag();
+  return DriverStatus::success;
+}
+
+DriverStatus set_flag(Adapter& adapter, Request& request) {
+  const std::uint32_t flag = request.block().code;
+  if (flag > 1) {
+    return DriverStatus::not_permitted;
+  }
+  adapter.state<FcpPriorityState>().set_flag(flag);
+  return DriverStatus::success;
+}
+
+}  // namespace
+
+void add_fcp_priority_handlers(HandlerTable& table) {
+  table.on(DriverCommand::get_fcp_priority, get_rules);
+  table.on(DriverCommand::get_fcp_priority_flag, get_flag);
+  table.on(DriverCommand::set_fcp_priority, set_rules);
+  table.on(DriverCommand::set_fcp_priority_flag, set_flag);
+}
+
+}  // namespace ravnsim

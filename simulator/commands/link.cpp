@@ -1,0 +1,249 @@
+#include "simulator/board/link.h"
+
+#include "simulator/board/adapter.h"
+#include "simulator/board/io_counters.h"
+#include "simulator/board/port_counters.h"
+#include "simulator/board/port_list.h"
+#include "simulator/board/port_speed.h"
+#include "simulator/call/request.h"
+#include "simulator/commands/handlers.h"
+
+#include <algorithm>
+#include <bit>
+#include <cstddef>
+
+namespace ravnsim {
+
+namespace {
+
+constexpr std::uint32_t megabit = 1000;  // per gigabit
+constexpr std::uint64_t bytes_per_kib = 1024;
+constexpr std::uint64_t bytes_per_word = 4;
+
+enum class LinkState : std::uint32_t { down = 1, up = 2 };
+enum class LinkTopology : std::uint32_t { none = 0, point_to_point = 1, loop = 2 };
+
+/** The positions on a loop (FC-AL): how many, then the AL_PA of each. */
+struct LoopMap {
+  std::uint8_t count;
+  std::uint8_t al_pas[127];
+};
+
+/** The answer to RAVN_MGMT_LINKINFO. */
+struct LinkRecord {
+  LinkState state;
+  LinkTopology topology;
+  std::uint32_t speed;  ///< Mbit/s
+  std::uint32_t fc_id;
+  std::uint32_t on_fabric;
+  std::uint8_t al_pa;
+  std::uint8_t reserved21[3];
+  LoopMap loop_map;
+  std::uint32_t link_failures;
+  std::uint32_t losses_of_sync;
+  std::uint32_t losses_of_signal;
+  std::uint32_t lips;
+};
+
+static_assert(sizeof(LinkRecord) == 168);
+static_assert(offsetof(LinkRecord, al_pa) == 20);
+static_assert(offsetof(LinkRecord, loop_map) == 24);
+static_assert(offsetof(LinkRecord, link_failures) == 152);
+
+std::uint8_t al_pa_of(const PortTopology& port) { return static_cast<std::uint8_t>(port.fc_id); }
+
+void describe_loop(Adapter& adapter, LinkRecord& record) {
+  record.al_pa = al_pa_of(adapter.topology().port);
+  LoopMap& map = record.loop_map;
+  map.al_pas[map.count++] = record.al_pa;
+  for (const PortTopology& port : adapter.state<PortList>().ports()) {
+    if (port.type == PortType::nl_port && map.count < sizeof map.al_pas) {
+      map.al_pas[map.count++] = al_pa_of(port);
+    }
+  }
+}
+
+/** A counter as the 32 bits that wrap, or all ones where it is not counted. */
+std::uint32_t word_of(const CounterValues& counters, Counter counter) {
+  return static_cast<std::uint32_t>(counters.at(index_of(counter)));
+}
+
+DriverStatus describe_link(Adapter& adapter, Request& request) {
+  const PortTopology& port = adapter.topology().port;
+  auto& record = request.output<LinkRecord>(1);
+  record.state = LinkState::down;
+  if (adapter.state<Link>().is_up()) {
+    const bool loop = port.type == PortType::nl_port || port.type == PortType::l_port;
+    record.state = LinkState::up;
+    record.topology = loop ? LinkTopology::loop : LinkTopology::point_to_point;
+    record.speed = gbit_of(port.speed) * megabit;
+    record.fc_id = port.fc_id;
+    record.on_fabric = port.fabric_name != Wwn{} ? 1 : 0;
+    if (loop) {
+      describe_loop(adapter, record);
+    }
+  }
+  const CounterValues counters = adapter.state<PortCounters>().read();
+  record.link_failures = word_of(counters, Counter::link_failure);
+  record.losses_of_sync = word_of(counters, Counter::loss_of_sync);
+  record.losses_of_signal = word_of(counters, Counter::loss_of_signal);
+  record.lips = word_of(counters, Counter::lip);
+  return DriverStatus::success;
+}
+
+/** The answer to RAVN_MGMT_IOINFO. Every counter wraps at 32 bits. */
+struct IoRecord {
+  std::uint32_t seconds;
+  std::uint32_t tx_frames;
+  std::uint32_t rx_frames;
+  std::uint32_t tx_kib;
+  std::uint32_t rx_kib;
+  std::uint32_t reads;
+  std::uint32_t writes;
+  std::uint32_t without_data;
+  std::uint32_t failed;
+  std::uint32_t read_kib;
+  std::uint32_t written_kib;
+  std::uint32_t nodes;
+  std::uint32_t error_frames;
+  std::uint32_t dumped_frames;
+  std::uint32_t reserved56[10];
+};
+
+static_assert(sizeof(IoRecord) == 96);
+static_assert(offsetof(IoRecord, reads) == 20);
+static_assert(offsetof(IoRecord, dumped_frames) == 52);
+
+std::uint32_t kib_of_words(const CounterValues& counters, Counter words) {
+  return static_cast<std::uint32_t>(counters.at(index_of(words)) * bytes_per_word / bytes_per_kib);
+}
+
+DriverStatus count_io(Adapter& adapter, Request& request) {
+  const CounterValues counters = adapter.state<PortCounters>().read();
+  const IoCounters::Values& io = adapter.state<IoCounters>().values();
+  request.output<IoRecord>(1) = {
+      .seconds = word_of(counters, Counter::seconds),
+      .tx_frames = word_of(counters, Counter::tx_frames),
+      .rx_frames = word_of(counters, Counter::rx_frames),
+      .tx_kib = kib_of_words(counters, Counter::tx_words),
+      .rx_kib = kib_of_words(counters, Counter::rx_words),
+      .reads = static_cast<std::uint32_t>(io.reads),
+      .writes = static_cast<std::uint32_t>(io.writes),
+      .without_data = static_cast<std::uint32_t>(io.without_data),
+      .failed = static_cast<std::uint32_t>(io.failed),
+      .read_kib = static_cast<std::uint32_t>(io.bytes_read / bytes_per_kib),
+      .written_kib = static_cast<std::uint32_t>(io.bytes_written / bytes_per_kib),
+      .nodes = static_cast<std::uint32_t>(adapter.state<PortList>().ports().size()),
+      .error_frames = word_of(counters, Counter::error_frames),
+      .dumped_frames = word_of(counters, Counter::dumped_frames),
+  };
+  return DriverStatus::success;
+}
+
+enum class NodeState : std::uint16_t { logged_in = 1, mapped = 2 };
+
+/** One entry of the answer to RAVN_MGMT_NODEINFO. */
+struct NodeRecord {
+  std::uint16_t handle;
+  NodeState state;
+  std::uint32_t fc_id;
+  Wwn port_wwn;
+  Wwn node_wwn;
+  std::uint32_t target_id;
+};
+
+static_assert(sizeof(NodeRecord) == 28);
+static_assert(offsetof(NodeRecord, target_id) == 24);
+
+constexpr std::uint32_t no_target = 0xFFFFFFFF;
+
+struct NodeTable {
+  NodeRecord entries[512];
+};
+
+static_assert(sizeof(NodeTable) == 14336);
+
+bool is_fcp_target(const PortTopology& port) {
+  constexpr std::size_t fcp_byte = 2;  // type 0x08, in the first of the map's big-endian words
+  return (port.fc4_types_active.at(fcp_byte) & 1) != 0;
+}
+
+DriverStatus list_nodes(Adapter& adapter, Request& request) {
+  CommandBlock& block = request.block();
+  auto& table = request.output<NodeTable>(1);
+  const auto& ports = adapter.state<PortList>().ports();
+  const std::size_t room = std::min<std::size_t>(block.request_size, sizeof table);
+  const std::size_t count = std::min(room / sizeof(NodeRecord), ports.size());
+  std::uint32_t targets = 0;
+  for (std::size_t i = 0; i < count; ++i) {
+    const bool target = is_fcp_target(ports[i]);
+    table.entries[i] = {
+        .handle = static_cast<std::uint16_t>(i + 1),
+        .state = target ? NodeState::mapped : NodeState::logged_in,
+        .fc_id = ports[i].fc_id,
+        .port_wwn = ports[i].port_wwn,
+        .node_wwn = ports[i].node_wwn,
+        .target_id = target ? targets++ : no_target,
+    };
+  }
+  block.reply_size = static_cast<std::uint32_t>(count * sizeof(NodeRecord));
+  return DriverStatus::success;
+}
+
+/** The ports that carry the link: those of the trunk, or the one that there is. */
+std::uint32_t ports_up(Adapter& adapter) {
+  const TrunkTopology& trunk = adapter.topology().hardware.trunk;
+  if (!adapter.state<Link>().is_up()) {
+    return 0;
+  }
+  return trunk.ports == 0 ? 1 : static_cast<std::uint32_t>(std::popcount(trunk.ports_up));
+}
+
+DriverStatus give_logical_speed(Adapter& adapter, Request& request) {
+  if (adapter.topology().sli_mode < sli4) {
+    return DriverStatus::not_supported;
+  }
+  constexpr std::uint32_t tenths = 10;
+  const std::uint32_t gbit = gbit_of(adapter.topology().port.speed) * ports_up(adapter);
+  request.block().value = gbit * tenths;
+  return DriverStatus::success;
+}
+
+/** The answer to RAVN_MGMT_GET_TRUNK_INFO. */
+struct TrunkRecord {
+  std::uint32_t ports;
+  std::uint32_t ports_up;
+  std::uint32_t port_speed;  ///< Mbit/s
+};
+
+static_assert(sizeof(TrunkRecord) == 12);
+
+DriverStatus describe_trunk(Adapter& adapter, Request& request) {
+  // The block names its own command once more.
+  if (request.block().selector != static_cast<std::uint32_t>(DriverCommand::get_trunk_info)) {
+    return DriverStatus::not_permitted;
+  }
+  if (adapter.topology().sli_mode < sli4) {
+    return DriverStatus::not_supported;
+  }
+  const TrunkTopology& trunk = adapter.topology().hardware.trunk;
+  const bool up = adapter.state<Link>().is_up();
+  request.output<TrunkRecord>(1) = {
+      .ports = trunk.ports,
+      .ports_up = up ? trunk.ports_up : 0,
+      .port_speed = gbit_of(adapter.topology().port.speed) * megabit,
+  };
+  return DriverStatus::success;
+}
+
+}  // namespace
+
+void add_link_handlers(HandlerTable& table) {
+  table.on(DriverCommand::get_logical_link_speed, give_logical_speed);
+  table.on(DriverCommand::get_trunk_info, describe_trunk);
+  table.on(DriverCommand::ioinfo, count_io);
+  table.on(DriverCommand::linkinfo, describe_link);
+  table.on(DriverCommand::nodeinfo, list_nodes);
+}
+
+}  // namespace ravnsim

@@ -1,0 +1,137 @@
+#include "simulator/board/adapter.h"
+#include "simulator/board/event_queue.h"
+#include "simulator/board/text_field.h"
+#include "simulator/call/report.h"
+#include "simulator/call/request.h"
+#include "simulator/commands/handlers.h"
+#include "simulator/host/host.h"
+
+#include <algorithm>
+#include <cctype>
+#include <cstddef>
+#include <cstring>
+#include <string>
+
+namespace ravnsim {
+
+namespace {
+
+constexpr std::uint32_t interface_revision = 0x02000104;
+constexpr std::uint32_t interface_callbacks = 94;
+
+/** One board in the answer to RAVN_MGMT_MOD_INFO. */
+struct ModuleBoard {
+  std::uint32_t driver_number;
+  std::uint32_t device;
+  std::uint32_t subsystem;
+  std::uint32_t sli_mode;
+  char model[64];
+  char serial_number[32];
+  char firmware_version[32];
+  char os_device_name[32];
+  Wwn port_wwn;
+  std::uint32_t reserved184[2];
+};
+
+static_assert(sizeof(ModuleBoard) == 192);
+static_assert(offsetof(ModuleBoard, model) == 16);
+static_assert(offsetof(ModuleBoard, port_wwn) == 176);
+
+/** The answer to RAVN_MGMT_MOD_INFO. */
+struct ModuleRecord {
+  char name[32];
+  char version[32];
+  std::uint32_t interface_revision;
+  std::uint32_t board_count;
+  std::uint32_t logged_messages;
+  std::uint32_t reserved76[14];
+  ModuleBoard boards[max_boards];
+};
+
+static_assert(sizeof(ModuleRecord) == 6276);
+static_assert(offsetof(ModuleRecord, boards) == 132);
+
+/** What the module does for itself. */
+struct ModuleState {
+  explicit ModuleState(Host& /*host*/) {}
+  std::uint32_t logged_messages = 0;
+};
+
+void describe(const BoardTopology& topology, ModuleBoard& board) {
+  board.driver_number = topology.driver_number;
+  board.device = topology.device;
+  board.subsystem = topology.subsystem;
+  board.sli_mode = topology.sli_mode;
+  put_text(board.model, topology.model);
+  put_text(board.serial_number, topology.serial_number);
+  put_text(board.firmware_version, topology.firmware_version);
+  put_text(board.os_device_name, topology.port.os_device_name);
+  board.port_wwn = topology.port.port_wwn;
+}
+
+DriverStatus describe_module(Host& host, Request& request) {
+  auto& record = request.output<ModuleRecord>(1);
+  put_text(record.name, host.topology().driver.name);
+  put_text(record.version, host.topology().driver.version);
+  record.interface_revision = interface_revision;
+  record.logged_messages = host.state<ModuleState>().logged_messages;
+  for (const auto& [number, adapter] : host.adapters()) {
+    describe(adapter.topology(), record.boards[record.board_count++]);
+  }
+  return DriverStatus::success;
+}
+
+struct LogRecord {
+  char text[64];
+};
+
+/** The driver's log is standard error; there a message must not pass for anything else. */
+DriverStatus log_message(Host& host, Request& request) {
+  const auto& record = request.input<LogRecord>(1);
+  std::string text{record.text, strnlen(record.text, sizeof record.text)};
+  std::ranges::replace_if(
+      text, [](unsigned char c) { return std::isprint(c) == 0; }, '?');
+  ++host.state<ModuleState>().logged_messages;
+  report("driver log: " + text);
+  return DriverStatus::success;
+}
+
+struct SignatureRecord {
+  std::uint32_t revision;
+  char name[32];
+  char vendor[32];
+  std::uint32_t callback_count;
+};
+
+static_assert(sizeof(SignatureRecord) == 72);
+
+DriverStatus give_signature(Host& /*host*/, Request& request) {
+  auto& record = request.output<SignatureRecord>(1);
+  record.revision = request.effect("revision").value_or(interface_revision);
+  put_text(record.name, "ravn-mgmt");
+  put_text(record.vendor, "TRV");
+  record.callback_count = interface_callbacks;
+  return DriverStatus::success;
+}
+
+/** Raises an event as if it had happened at the port: its code, and what it carries. */
+DriverStatus raise_test_event(Adapter& adapter, Request& request) {
+  const CommandBlock& block = request.block();
+  const EventCode code{block.selector};
+  if (code < EventCode::lip || code > EventCode::rscn) {
+    return DriverStatus::not_found;
+  }
+  adapter.state<EventQueue>().push(code, block.value);
+  return DriverStatus::success;
+}
+
+}  // namespace
+
+void add_module_handlers(HandlerTable& table) {
+  table.on(DriverCommand::call_ver, give_signature, {"revision"});
+  table.on(DriverCommand::event_test, raise_test_event);
+  table.on(DriverCommand::log_msg, log_message);
+  table.on(DriverCommand::mod_info, describe_module);
+}
+
+}  // namespace ravnsim

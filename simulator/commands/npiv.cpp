@@ -1,0 +1,214 @@
+#include "simulator/board/adapter.h"
+#include "simulator/board/board_state.h"
+#include "simulator/board/link.h"
+#include "simulator/board/port_list.h"
+#include "simulator/board/text_field.h"
+#include "simulator/call/request.h"
+#include "simulator/commands/handlers.h"
+#include "simulator/commands/wwn_request.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <vector>
+
+namespace ravnsim {
+
+namespace {
+
+/** The answer to RAVN_MGMT_VPORT_GET_RESRC. */
+struct ResourceRecord {
+  std::uint32_t port_limit;
+  std::uint32_t ports;
+  std::uint32_t login_limit;
+  std::uint32_t logins;
+};
+
+static_assert(sizeof(ResourceRecord) == 16);
+
+struct VirtualPortEntry {
+  Wwn port_wwn;
+  Wwn node_wwn;
+  std::uint32_t fc_id;
+};
+
+static_assert(sizeof(VirtualPortEntry) == 20);
+
+/** The answer to RAVN_MGMT_VPORT_GET_LIST. */
+struct VirtualPortList {
+  std::uint32_t count;
+  VirtualPortEntry entries[4096];
+};
+
+static_assert(sizeof(VirtualPortList) == 81924);
+
+/** The answer to RAVN_MGMT_VPORT_GET_ATTRIB. */
+struct VirtualPortRecord {
+  Wwn port_wwn;
+  Wwn node_wwn;
+  std::uint32_t fc_id;
+  PortType type;
+  PortState state;
+  std::uint32_t classes;
+  Fc4Types fc4_types_active;
+  char symbolic_name[256];
+  Wwn fabric_name;
+  std::uint32_t max_frame_size;
+  std::uint32_t reserved332[2];
+};
+
+static_assert(sizeof(VirtualPortRecord) == 340);
+static_assert(offsetof(VirtualPortRecord, symbolic_name) == 64);
+static_assert(offsetof(VirtualPortRecord, max_frame_size) == 328);
+
+struct NodeRecord {
+  std::uint32_t fc_id;
+  char symbolic_name[256];
+  Wwn node_wwn;
+  PortType type;
+  PortState state;
+  std::uint32_t classes;
+  std::uint32_t speed;
+  Wwn port_wwn;
+  std::uint32_t max_frame_size;
+  std::uint32_t supported_speeds;
+  std::uint32_t reserved300;
+  std::uint32_t list_tag;
+};
+
+static_assert(sizeof(NodeRecord) == 308);
+static_assert(offsetof(NodeRecord, node_wwn) == 260);
+static_assert(offsetof(NodeRecord, port_wwn) == 284);
+static_assert(offsetof(NodeRecord, list_tag) == 304);
+
+/** The answer to RAVN_MGMT_VPORT_GET_NODE_INFO. */
+struct NodeList {
+  std::uint32_t count;
+  NodeRecord nodes[512];
+};
+
+static_assert(sizeof(NodeList) == 157700);
+
+/** What tells that a failure of RAVN_MGMT_VPORT_GET_ATTRIB is not that of an unknown name. */
+constexpr std::uint32_t other_failure = 1;
+
+/** The virtual ports that the board has now: they need its link. */
+std::vector<PortTopology> virtual_ports(Adapter& adapter) {
+  const auto& npiv = adapter.topology().npiv;
+  return npiv && adapter.state<Link>().is_up() ? npiv->ports : std::vector<PortTopology>{};
+}
+
+DriverStatus tell_readiness(Adapter& adapter, Request& request) {
+  const auto& npiv = adapter.topology().npiv;
+  const bool ready = npiv && npiv->ready && adapter.state<Link>().is_up() &&
+                     adapter.state<BoardState>().mode() == BoardMode::normal;
+  request.block().value = ready ? 1 : 0;
+  return DriverStatus::success;
+}
+
+DriverStatus tell_resources(Adapter& adapter, Request& request) {
+  const auto& npiv = adapter.topology().npiv;
+  if (!npiv) {
+    return DriverStatus::not_supported;
+  }
+  const std::size_t ports = virtual_ports(adapter).size();
+  const std::size_t logins = (1 + ports) * adapter.state<PortList>().ports().size();
+  request.output<ResourceRecord>(1) = {.port_limit = npiv->port_limit,
+                                       .ports = static_cast<std::uint32_t>(ports),
+                                       .login_limit = npiv->login_limit,
+                                       .logins = static_cast<std::uint32_t>(logins)};
+  return DriverStatus::success;
+}
+
+DriverStatus list_virtual_ports(Adapter& adapter, Request& request) {
+  if (!adapter.topology().npiv) {
+    return DriverStatus::not_supported;
+  }
+  auto& list = request.output<VirtualPortList>(1);
+  const auto ports = virtual_ports(adapter);
+  list.count = static_cast<std::uint32_t>(ports.size());
+  if (list.count > request.block().request_size) {
+    return DriverStatus::list_does_not_fit;
+  }
+  std::ranges::transform(ports, list.entries, [](const PortTopology& port) {
+    return VirtualPortEntry{port.port_wwn, port.node_wwn, port.fc_id};
+  });
+  list.count = request.effect("count").value_or(list.count);
+  return DriverStatus::success;
+}
+
+void describe(const PortTopology& port, VirtualPortRecord& record) {
+  record.port_wwn = port.port_wwn;
+  record.node_wwn = port.node_wwn;
+  record.fc_id = port.fc_id;
+  record.type = port.type;
+  record.state = port.state;
+  record.classes = port.classes;
+  record.fc4_types_active = port.fc4_types_active;
+  put_text(record.symbolic_name, port.symbolic_name);
+  record.fabric_name = port.fabric_name;
+  record.max_frame_size = port.max_frame_size;
+}
+
+DriverStatus describe_virtual_port(Adapter& adapter, Request& request) {
+  if (!adapter.topology().npiv) {
+    request.block().reply_size = other_failure;
+    return DriverStatus::not_supported;
+  }
+  const auto ports = virtual_ports(adapter);
+  const auto found =
+      std::ranges::find(ports, request.input<WwnRequest>(1).port_wwn, &PortTopology::port_wwn);
+  if (found == ports.end()) {
+    return DriverStatus::not_found;
+  }
+  describe(*found, request.output<VirtualPortRecord>(2));
+  return DriverStatus::success;
+}
+
+NodeRecord node_record(const PortTopology& port, std::uint32_t tag) {
+  NodeRecord record{.fc_id = port.fc_id,
+                    .node_wwn = port.node_wwn,
+                    .type = port.type,
+                    .state = port.state,
+                    .classes = port.classes,
+                    .speed = port.speed,
+                    .port_wwn = port.port_wwn,
+                    .max_frame_size = port.max_frame_size,
+                    .supported_speeds = port.supported_speeds,
+                    .list_tag = tag};
+  put_text(record.symbolic_name, port.symbolic_name);
+  return record;
+}
+
+/** Every port of the board is logged in with all ports that the board discovered. */
+DriverStatus list_nodes(Adapter& adapter, Request& request) {
+  const Wwn& local = request.input<WwnRequest>(1).port_wwn;
+  const auto ports = virtual_ports(adapter);
+  if (local != adapter.topology().port.port_wwn &&
+      std::ranges::find(ports, local, &PortTopology::port_wwn) == ports.end()) {
+    return DriverStatus::not_found;
+  }
+  auto& list = request.output<NodeList>(2);
+  const auto& discovered = adapter.state<PortList>();
+  const auto& nodes = discovered.ports();
+  list.count = static_cast<std::uint32_t>(nodes.size());
+  if (list.count > request.block().request_size || list.count > std::size(list.nodes)) {
+    return DriverStatus::list_does_not_fit;
+  }
+  std::ranges::transform(nodes, list.nodes, [&](const PortTopology& port) {
+    return node_record(port, discovered.tag());
+  });
+  list.count = request.effect("count").value_or(list.count);
+  return DriverStatus::success;
+}
+
+}  // namespace
+
+void add_npiv_handlers(HandlerTable& table) {
+  table.on(DriverCommand::npiv_ready, tell_readiness);
+  table.on(DriverCommand::vport_get_attrib, describe_virtual_port);
+  table.on(DriverCommand::vport_get_list, list_virtual_ports, {"count"});
+  table.on(DriverCommand::vport_get_node_info, list_nodes, {"count"});
+  table.on(DriverCommand::vport_get_resrc, tell_resources);
+}
+
+}  // namespace ravnsim

@@ -1,0 +1,235 @@
+#include "simulator/board/adapter.h"
+#include "simulator/board/port_list.h"
+#include "simulator/board/record_blob.h"
+#include "simulator/call/request.h"
+#include "simulator/commands/handlers.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <cstddef>
+#include <optional>
+#include <string_view>
+#include <vector>
+
+namespace ravnsim {
+
+namespace {
+
+/** A logical unit as RAVN_MGMT_OAS_GET lists it. */
+struct ListEntry {
+  Wwn local_port;
+  Wwn target_port;
+  std::array<std::uint8_t, 8> lun;
+  std::uint8_t flags;
+  std::uint8_t priority;
+};
+
+struct List {
+  std::array<ListEntry, 256> entries;
+};
+
+static_assert(sizeof(ListEntry) == 26);
+static_assert(offsetof(ListEntry, flags) == 24);
+static_assert(sizeof(List) == 6656);
+
+constexpr std::uint8_t flag_active = 1;    // the target is logged in
+constexpr std::uint8_t flag_priority = 2;  // the rule has a priority of its own
+
+constexpr std::uint32_t operation_set = 1;
+constexpr std::uint32_t operation_clear = 2;
+
+struct Rule {
+  Wwn local_port;
+  Wwn target_port;
+  std::uint64_t lun;
+  std::uint8_t priority;
+  bool has_priority;
+
+  [[nodiscard]] bool names_the_same(const Rule& other) const {
+    return local_port == other.local_port && target_port == other.target_port && lun == other.lun;
+  }
+};
+
+class OasState {
+ public:
+  explicit OasState(Adapter& adapter)
+      : adapter_{adapter}, rules_{load_records<Rule>(adapter, saved_name)} {}
+
+  [[nodiscard]] const std::vector<Rule>& rules() const { return rules_; }
+
+  /** Sets a rule, or changes its priority. */
+  DriverStatus set(const Rule& rule, std::uint32_t limit) {
+    const auto known = find(rule);
+    if (known != rules_.end()) {
+      if (known->priority == rule.priority && known->has_priority == rule.has_priority) {
+        return DriverStatus::oas_rule_already_set;
+      }
+      *known = rule;
+    } else if (rules_.size() >= limit) {
+      return DriverStatus::oas_rule_table_full;
+    } else {
+      rules_.push_back(rule);
+    }
+    save_records(adapter_, saved_name, rules_);
+    return DriverStatus::success;
+  }
+
+  DriverStatus clear(const Rule& rule) {
+    const auto known = find(rule);
+    if (known == rules_.end()) {
+      return DriverStatus::not_found;
+    }
+    rules_.erase(known);
+    save_records(adapter_, saved_name, rules_);
+    return DriverStatus::success;
+  }
+
+ private:
+  static constexpr const char* saved_name = "oas-rules";
+
+  std::vector<Rule>::iterator find(const Rule& rule) {
+    return std::ranges::find_if(rules_,
+                                [&](const Rule& other) { return other.names_the_same(rule); });
+  }
+
+  Adapter& adapter_;
+  std::vector<Rule> rules_;
+};
+
+/** Takes hex numbers of a fixed length off a text. */
+class HexReader {
+ public:
+  explicit HexReader(std::string_view text) : text_{text} {}
+
+  template <typename Number>
+  bool take(Number& number) {
+    const std::string_view digits = text_.substr(0, 2 * sizeof(Number));
+    text_.remove_prefix(digits.size());
+    const auto [end, error] =
+        std::from_chars(digits.data(), digits.data() + digits.size(), number, 16);
+    return error == std::errc{} && digits.size() == 2 * sizeof(Number) &&
+           end == digits.data() + digits.size();
+  }
+
+  bool take(Wwn& wwn) {
+    return std::ranges::all_of(wwn.bytes, [this](std::uint8_t& byte) { return take(byte); });
+  }
+
+  [[nodiscard]] bool at_end() const { return text_.empty(); }
+
+ private:
+  std::string_view text_;
+};
+
+/** A rule is a kind, two port names, a LUN and, of kind 1, a priority. */
+std::optional<Rule> parse_rule(std::string_view text, std::int32_t version) {
+  HexReader reader{text};
+  Rule rule{};
+  std::uint8_t kind = 0;
+  if (!reader.take(kind) || kind > 1 || !reader.take(rule.local_port) ||
+      !reader.take(rule.target_port) || !reader.take(rule.lun)) {
+    return std::nullopt;
+  }
+  rule.has_priority = kind == 1;
+  if (rule.has_priority && (version < 1 || !reader.take(rule.priority) || rule.priority > 127)) {
+    return std::nullopt;
+  }
+  return reader.at_end() ? std::optional{rule} : std::nullopt;
+}
+
+std::string_view text_of(std::span<const std::byte> bytes) {
+  const std::string_view text{reinterpret_cast<const char*>(bytes.data()), bytes.size()};
+  return text.substr(0, text.find('\0'));
+}
+
+/** The four levels of a LUN, the first one lowest, in the order in which SCSI sends them. */
+std::array<std::uint8_t, 8> scsi_lun(std::uint64_t lun) {
+  std::array<std::uint8_t, 8> bytes{};
+  for (std::size_t level = 0; level < bytes.size() / 2; ++level) {
+    bytes[2 * level] = static_cast<std::uint8_t>(lun >> (16 * level + 8));
+    bytes[2 * level + 1] = static_cast<std::uint8_t>(lun >> (16 * level));
+  }
+  return bytes;
+}
+
+/** Whether the board has a port of that name, its own or a virtual one. */
+bool has_port(const Adapter& adapter, const Wwn& port_wwn) {
+  const BoardTopology& board = adapter.topology();
+  return port_wwn == board.port.port_wwn ||
+         (board.npiv && std::ranges::find(board.npiv->ports, port_wwn, &PortTopology::port_wwn) !=
+                            board.npiv->ports.end());
+}
+
+DriverStatus usable(const Adapter& adapter, const Request& request) {
+  const auto& oas = adapter.topology().offers.oas;
+  if (!oas || request.block().selector != static_cast<std::uint32_t>(request.command())) {
+    return DriverStatus::not_supported;
+  }
+  return oas->enabled ? DriverStatus::success : DriverStatus::feature_disabled;
+}
+
+DriverStatus get_version(Adapter& adapter, Request& request) {
+  const DriverStatus status = usable(adapter, request);
+  if (status == DriverStatus::success) {
+    request.block().value = static_cast<std::uint32_t>(adapter.topology().offers.oas->version);
+  }
+  return status;
+}
+
+DriverStatus set_rule(Adapter& adapter, Request& request) {
+  if (const DriverStatus status = usable(adapter, request); status != DriverStatus::success) {
+    return status;
+  }
+  const OasTopology& oas = *adapter.topology().offers.oas;
+  const auto rule = parse_rule(text_of(request.input_bytes(1)), oas.version);
+  if (!rule || !has_port(adapter, rule->local_port)) {
+    return DriverStatus::oas_bad_rule;
+  }
+  auto& state = adapter.state<OasState>();
+  switch (request.block().code) {
+    case operation_set:
+      return state.set(*rule, oas.limit);
+    case operation_clear:
+      return state.clear(*rule);
+    default:
+      return DriverStatus::not_permitted;
+  }
+}
+
+DriverStatus list_rules(Adapter& adapter, Request& request) {
+  if (const DriverStatus status = usable(adapter, request); status != DriverStatus::success) {
+    return status;
+  }
+  const auto& local_port = request.input<Wwn>(1);
+  const auto& target_port = request.input<Wwn>(2);
+  if (!has_port(adapter, local_port)) {
+    return DriverStatus::oas_no_such_port;
+  }
+  const bool logged_in = adapter.state<PortList>().find(target_port) != nullptr;
+  auto& list = request.output<List>(3);
+  std::uint32_t count = 0;
+  for (const Rule& rule : adapter.state<OasState>().rules()) {
+    if (rule.local_port != local_port || rule.target_port != target_port) {
+      continue;
+    }
+    if (count < list.entries.size()) {
+      const int flags = (logged_in ? flag_active : 0) | (rule.has_priority ? flag_priority : 0);
+      list.entries[count] = {rule.local_port, rule.target_port, scsi_lun(rule.lun),
+                             static_cast<std::uint8_t>(flags), rule.priority};
+    }
+    ++count;
+  }
+  request.block().reply_size = count;
+  return count == 0 ? DriverStatus::oas_no_lun : DriverStatus::success;
+}
+
+}  // namespace
+
+void add_oas_handlers(HandlerTable& table) {
+  table.on(DriverCommand::oas_get, list_rules);
+  table.on(DriverCommand::oas_set, set_rule);
+  table.on(DriverCommand::oas_ver, get_version);
+}
+
+}  // namespace ravnsim

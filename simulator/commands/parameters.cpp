@@ -1,0 +1,80 @@
+#include "simulator/board/adapter.h"
+#include "simulator/board/driver_parameters.h"
+#include "simulator/board/text_field.h"
+#include "simulator/call/request.h"
+#include "simulator/commands/handlers.h"
+
+#include <algorithm>
+#include <cstddef>
+
+namespace ravnsim {
+
+namespace {
+
+/** One entry of the answer to RAVN_MGMT_GETCFG. */
+struct ParameterRecord {
+  char name[32];
+  std::uint32_t least;
+  std::uint32_t most;
+  std::uint32_t initial;
+  std::uint32_t value;
+  TakesEffect takes_effect;
+  char description[80];
+};
+
+static_assert(sizeof(ParameterRecord) == 132);
+static_assert(offsetof(ParameterRecord, least) == 32);
+static_assert(offsetof(ParameterRecord, takes_effect) == 48);
+
+struct ParameterTable {
+  ParameterRecord entries[80];
+};
+
+static_assert(sizeof(ParameterTable) == 10560);
+
+DriverStatus list_parameters(Adapter& adapter, Request& request) {
+  CommandBlock& block = request.block();
+  auto& table = request.output<ParameterTable>(1);
+  const auto definitions = parameter_definitions();
+  const auto& values = adapter.state<ParameterValues>();
+  const std::size_t room = std::min<std::size_t>(block.request_size, sizeof table);
+  const std::size_t count = std::min(room / sizeof(ParameterRecord), definitions.size());
+  for (std::size_t i = 0; i < count; ++i) {
+    const ParameterDefinition& definition = definitions[i];
+    ParameterRecord& record = table.entries[i];
+    put_text(record.name, definition.name);
+    record.least = definition.least;
+    record.most = definition.most;
+    record.initial = definition.initial;
+    record.value = values.value(i);
+    record.takes_effect = definition.takes_effect;
+    put_text(record.description, definition.description);
+  }
+  block.reply_size = static_cast<std::uint32_t>(count * sizeof(ParameterRecord));
+  return DriverStatus::success;
+}
+
+DriverStatus set_parameter(Adapter& adapter, Request& request) {
+  const CommandBlock& block = request.block();
+  if (block.index >= parameter_definitions().size()) {
+    return DriverStatus::not_found;
+  }
+  const ParameterDefinition& definition = parameter_definitions()[block.index];
+  if (definition.takes_effect == TakesEffect::never_set) {
+    return DriverStatus::not_permitted;
+  }
+  if (block.value < definition.least || block.value > definition.most) {
+    return DriverStatus::does_not_fit;
+  }
+  adapter.state<ParameterValues>().set(block.index, block.value);
+  return DriverStatus::success;
+}
+
+}  // namespace
+
+void add_parameters_handlers(HandlerTable& table) {
+  table.on(DriverCommand::getcfg, list_parameters);
+  table.on(DriverCommand::setcfg, set_parameter);
+}
+
+}  // namespace ravnsim

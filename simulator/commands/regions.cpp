@@ -1,0 +1,88 @@
+#include "simulator/board/regions.h"
+
+#include "simulator/board/board_state.h"
+#include "simulator/call/request.h"
+#include "simulator/commands/handlers.h"
+
+#include <algorithm>
+#include <functional>
+#include <vector>
+
+namespace ravnsim {
+
+namespace {
+
+struct DumpRequest {
+  std::uint32_t type;
+  std::uint32_t region;
+  std::uint32_t argument;
+};
+
+static_assert(sizeof(DumpRequest) == 12);
+
+/** The status with which a fault file has the firmware answer, or what it answers by itself. */
+std::uint32_t mailbox_status(const Request& request, const std::function<RegionStatus()>& access) {
+  if (const auto scripted = request.effect("mailbox_status")) {
+    return *scripted;
+  }
+  return static_cast<std::uint32_t>(access());
+}
+
+/** What keeps a board from region commands. */
+DriverStatus availability(Adapter& adapter) {
+  if (adapter.topology().sli_mode < sli4) {
+    return DriverStatus::not_supported;
+  }
+  return adapter.state<BoardState>().mode() == BoardMode::not_ready ? DriverStatus::not_ready
+                                                                    : DriverStatus::success;
+}
+
+DriverStatus dump_region(Adapter& adapter, Request& request) {
+  if (const DriverStatus status = availability(adapter); status != DriverStatus::success) {
+    return status;
+  }
+  CommandBlock& block = request.block();
+  const auto room = request.output_bytes(2);
+  if (block.request_size > room.size()) {
+    return DriverStatus::does_not_fit;
+  }
+  std::vector<std::byte> contents;
+  auto& status = request.output<std::uint32_t>(3);
+  status = mailbox_status(request, [&] {
+    return adapter.state<Regions>().read(request.input<DumpRequest>(1).region, contents);
+  });
+  if (status != 0) {
+    return DriverStatus::success;
+  }
+  std::size_t count = std::min<std::size_t>(contents.size(), block.request_size);
+  if (const auto shorter = request.effect("short")) {
+    count = std::min<std::size_t>(count, *shorter);
+  }
+  std::copy_n(contents.begin(), count, room.begin());
+  block.reply_size = static_cast<std::uint32_t>(count);
+  return DriverStatus::success;
+}
+
+DriverStatus update_region(Adapter& adapter, Request& request) {
+  if (const DriverStatus status = availability(adapter); status != DriverStatus::success) {
+    return status;
+  }
+  const CommandBlock& block = request.block();
+  const auto data = request.input_bytes(1);
+  if (block.request_size > data.size()) {
+    return DriverStatus::does_not_fit;
+  }
+  request.output<std::uint32_t>(2) = mailbox_status(request, [&] {
+    return adapter.state<Regions>().write(block.value, data.first(block.request_size));
+  });
+  return DriverStatus::success;
+}
+
+}  // namespace
+
+void add_regions_handlers(HandlerTable& table) {
+  table.on(DriverCommand::hba_issue_dmp_mbx, dump_region, {"mailbox_status", "short"});
+  table.on(DriverCommand::hba_issue_upd_mbx, update_region, {"mailbox_status"});
+}
+
+}  // namespace ravnsim

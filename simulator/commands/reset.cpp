@@ -1,0 +1,124 @@
+// Reset, and the dumps that come with one.
+
+#include "simulator/board/adapter.h"
+#include "simulator/board/board_state.h"
+#include "simulator/board/link.h"
+#include "simulator/board/loopback_state.h"
+#include "simulator/call/request.h"
+#include "simulator/commands/handlers.h"
+#include "simulator/host/host.h"
+
+#include <algorithm>
+
+namespace ravnsim {
+
+namespace {
+
+/** The answer to RAVN_MGMT_GET_OVK_REV. */
+struct RevisionRecord {
+  std::uint32_t major;
+  std::uint32_t minor;
+  std::uint32_t has_reset_mode_3;
+};
+
+static_assert(sizeof(RevisionRecord) == 12);
+
+constexpr std::uint32_t interface_major = 4;
+constexpr std::uint32_t reset_mode_3 = 3;
+
+/** The driver's own revision; which board the block names does not matter. */
+DriverStatus give_revision(Host& host, Request& request) {
+  request.output<RevisionRecord>(1) = {
+      .major = interface_major,
+      .minor = 0,
+      .has_reset_mode_3 = host.topology().driver.reset_mode_3 ? 1U : 0U};
+  return DriverStatus::success;
+}
+
+void reset_board(Adapter& adapter) {
+  adapter.state<LoopbackState>().set_mode(LoopbackMode::none);
+  adapter.state<BoardState>().reset();
+  adapter.state<Link>().bounce();
+}
+
+DriverStatus reset(Adapter& adapter, Request& request) {
+  const std::uint32_t mode = request.block().selector;
+  const bool known =
+      mode == 1 || mode == 2 || (mode == reset_mode_3 && adapter.driver().reset_mode_3);
+  if (!known) {
+    return DriverStatus::not_supported;
+  }
+  if (!adapter.state<BoardState>().can_change()) {
+    return DriverStatus::not_ready;
+  }
+  reset_board(adapter);
+  return DriverStatus::success;
+}
+
+/** The dumps that a board has made. */
+class DumpState {
+ public:
+  explicit DumpState(Adapter& adapter)
+      : adapter_{adapter}, count_{adapter.load_record<std::uint32_t>(saved_name).value_or(0)} {}
+
+  [[nodiscard]] std::uint32_t count() const { return count_; }
+  void take() { adapter_.save_record(saved_name, ++count_); }
+
+ private:
+  static constexpr const char* saved_name = "dumps";
+
+  Adapter& adapter_;
+  std::uint32_t count_;
+};
+
+/** The firmware writes its memory out and starts anew. */
+DriverStatus induce_dump(Adapter& adapter, Request& /*request*/) {
+  if (!adapter.state<BoardState>().can_change()) {
+    return DriverStatus::not_ready;
+  }
+  adapter.state<DumpState>().take();
+  reset_board(adapter);
+  return DriverStatus::success;
+}
+
+/** Where the host finds a board's dump. */
+struct DumpRegion {
+  std::uint64_t address;
+  std::uint32_t size;
+  std::uint32_t dumps;
+};
+
+static_assert(sizeof(DumpRegion) == 16);
+
+DriverStatus describe_dump_region(Adapter& adapter, Request& request) {
+  CommandBlock& block = request.block();
+  block.reply_size = 0;
+  if (adapter.topology().dump_region_size == 0) {
+    return DriverStatus::no_dump_region;
+  }
+  if (block.selector != 0) {
+    return DriverStatus::not_found;
+  }
+  if (adapter.state<BoardState>().mode() == BoardMode::not_ready) {
+    return DriverStatus::transport_failed;
+  }
+  constexpr std::uint64_t first_address = 0x3F0000000;
+  const std::uint32_t size = adapter.topology().dump_region_size;
+  request.output<DumpRegion>(1) = {
+      .address = first_address + std::uint64_t{adapter.topology().driver_number} * size,
+      .size = size,
+      .dumps = adapter.state<DumpState>().count()};
+  block.reply_size = std::min<std::uint32_t>(block.request_size, sizeof(DumpRegion));
+  return DriverStatus::success;
+}
+
+}  // namespace
+
+void add_reset_handlers(HandlerTable& table) {
+  table.on(DriverCommand::get_dumpregion, describe_dump_region);
+  table.on(DriverCommand::get_ovk_rev, give_revision);
+  table.on(DriverCommand::induce_dump, induce_dump);
+  table.on(DriverCommand::reset, reset);
+}
+
+}  // namespace ravnsim

@@ -1,0 +1,296 @@
+#include "simulator/fabric/fabric_servers.h"
+
+#include "simulator/board/port_list.h"
+
+#include <algorithm>
+#include <variant>
+#include <vector>
+
+namespace ravnsim {
+
+namespace {
+
+using Bytes = std::span<const std::uint8_t>;
+
+/** What a server gives after the preamble, or why it does not. */
+using CtAnswer = std::variant<ByteVector, CtReject>;
+
+constexpr std::uint32_t management_server = 0xFFFFFA;
+constexpr std::uint32_t name_server = 0xFFFFFC;
+constexpr std::uint32_t management_service = 0xFA;
+constexpr std::uint32_t directory_service = 0xFC;
+constexpr std::uint32_t configuration_subtype = 0x01;
+constexpr std::uint32_t name_subtype = 0x02;
+
+// The preamble of a CT_IU.
+constexpr std::size_t preamble_size = 16;
+constexpr std::size_t service_offset = 4;
+constexpr std::size_t subtype_offset = 5;
+constexpr std::size_t command_offset = 8;
+constexpr std::size_t size_offset = 10;
+constexpr std::uint32_t accepted = 0x8002;
+constexpr std::uint32_t rejected = 0x8001;
+
+constexpr std::uint8_t last_entry = 0x80;
+constexpr std::size_t id_size = 3;
+constexpr std::size_t name_size = 8;
+
+constexpr CtReject wrong_version{0x02, 0x00};
+constexpr CtReject wrong_size{0x04, 0x00};
+constexpr CtReject unknown_id{0x09, 0x01};
+constexpr CtReject unknown_port_name{0x09, 0x02};
+constexpr CtReject unknown_fc4_type{0x09, 0x07};
+constexpr CtReject unknown_element{0x09, 0x01};
+constexpr CtReject not_supported{0x0B, 0x00};
+
+/** The ports that are registered, by rising address. */
+std::vector<PortTopology> registered(Adapter& adapter) {
+  std::vector<PortTopology> ports = adapter.state<PortList>().ports();
+  ports.push_back(adapter.topology().port);
+  std::ranges::sort(ports, {}, &PortTopology::fc_id);
+  return ports;
+}
+
+bool has_fc4_type(const PortTopology& port, std::uint32_t type) {
+  // The map is of big-endian words, the type's bit counted from the word's least significant.
+  const std::size_t byte = type / 32 * 4 + (3 - type % 32 / 8);
+  return (port.fc4_types_supported.at(byte) >> type % 8 & 1) != 0;
+}
+
+std::uint8_t name_server_type(PortType type) {
+  switch (type) {
+    case PortType::n_port:
+    case PortType::point_to_point:
+      return 0x01;
+    case PortType::nl_port:
+      return 0x02;
+    case PortType::f_port:
+      return 0x81;
+    case PortType::fl_port:
+      return 0x82;
+    case PortType::e_port:
+      return 0x84;
+    default:
+      return 0x00;
+  }
+}
+
+/** A name after its length, in a field of `size` bytes or of its own length. */
+void put_symbolic_name(ByteVector& bytes, const std::string& name, std::size_t size = 0) {
+  constexpr std::size_t longest = 255;
+  const std::size_t length = std::min(name.size(), longest);
+  put_number(bytes, static_cast<std::uint32_t>(length), 1);
+  put_text(bytes, std::string_view{name}.substr(0, length), size == 0 ? length : size, '\0');
+}
+
+/** Everything that is registered of the port after the one of the request (GA_NXT). */
+CtAnswer next_port(Adapter& adapter, Bytes request) {
+  constexpr std::size_t name_field = 255;
+  const std::vector<PortTopology> ports = registered(adapter);
+  const std::uint32_t id = get_number(request, 1, id_size);
+  const auto after = std::ranges::upper_bound(ports, id, {}, &PortTopology::fc_id);
+  const PortTopology& port = after != ports.end() ? *after : ports.front();
+  ByteVector answer{name_server_type(port.type)};
+  put_number(answer, port.fc_id, id_size);
+  put_bytes(answer, port.port_wwn.bytes);
+  put_symbolic_name(answer, port.symbolic_name, name_field);
+  put_bytes(answer, port.node_wwn.bytes);
+  put_symbolic_name(answer, "", name_field);
+  put_zeros(answer, 8 + 16);  // initial process associator, IP address of the node
+  put_number(answer, port.classes, 4);
+  put_bytes(answer, port.fc4_types_supported);
+  put_zeros(answer, 16);  // IP address of the port
+  put_bytes(answer, port.fabric_name.bytes);
+  put_zeros(answer, 4);  // reserved, hard address
+  return answer;
+}
+
+/** The port whose address a request carries, or why there is none. */
+template <typename Describe>
+CtAnswer of_id(Adapter& adapter, Bytes request, Describe describe) {
+  const std::vector<PortTopology> ports = registered(adapter);
+  const auto port = std::ranges::find(ports, get_number(request, 1, id_size), &PortTopology::fc_id);
+  if (port == ports.end()) {
+    return unknown_id;
+  }
+  ByteVector answer;
+  describe(answer, *port);
+  return answer;
+}
+
+CtAnswer id_of_name(Adapter& adapter, Bytes request) {
+  for (const PortTopology& port : registered(adapter)) {
+    if (std::ranges::equal(port.port_wwn.bytes, request.first(name_size))) {
+      ByteVector answer{0};
+      put_number(answer, port.fc_id, id_size);
+      return answer;
+    }
+  }
+  return unknown_port_name;
+}
+
+/** An entry for each port of the FC-4 type of the request; the last one is marked. */
+template <typename Describe>
+CtAnswer of_fc4_type(Adapter& adapter, Bytes request, Describe describe) {
+  ByteVector answer;
+  std::size_t last = 0;
+  for (const PortTopology& port : registered(adapter)) {
+    if (has_fc4_type(port, request[3])) {
+      last = answer.size();
+      answer.push_back(0);
+      put_number(answer, port.fc_id, id_size);
+      describe(answer, port);
+    }
+  }
+  if (answer.empty()) {
+    return unknown_fc4_type;
+  }
+  answer[last] = last_entry;
+  return answer;
+}
+
+struct NameServerCommand {
+  std::uint32_t code;
+  std::size_t request_size;
+  CtAnswer (*answer)(Adapter&, Bytes);
+};
+
+void put_port_name(ByteVector& bytes, const PortTopology& port) {
+  put_bytes(bytes, port.port_wwn.bytes);
+}
+void put_node_name(ByteVector& bytes, const PortTopology& port) {
+  put_bytes(bytes, port.node_wwn.bytes);
+}
+
+constexpr NameServerCommand name_server_commands[] = {
+    {0x0100, 4, next_port},                                                       // GA_NXT
+    {0x0112, 4, [](Adapter& a, Bytes r) { return of_id(a, r, put_port_name); }},  // GPN_ID
+    {0x0113, 4, [](Adapter& a, Bytes r) { return of_id(a, r, put_node_name); }},  // GNN_ID
+    {0x0118, 4,                                                                   // GSPN_ID
+     [](Adapter& a, Bytes r) {
+       return of_id(a, r, [](ByteVector& bytes, const PortTopology& port) {
+         put_symbolic_name(bytes, port.symbolic_name);
+       });
+     }},
+    {0x0121, name_size, id_of_name},  // GID_PN
+    {0x0171, 4,                       // GID_FT
+     [](Adapter& a, Bytes r) {
+       return of_fc4_type(a, r, [](ByteVector&, const PortTopology&) {});
+     }},
+    {0x0172, 4,  // GPN_FT
+     [](Adapter& a, Bytes r) {
+       return of_fc4_type(a, r, [](ByteVector& bytes, const PortTopology& port) {
+         put_zeros(bytes, 4);
+         put_port_name(bytes, port);
+       });
+     }},
+    {0x0173, 4,  // GNN_FT
+     [](Adapter& a, Bytes r) {
+       return of_fc4_type(a, r, [](ByteVector& bytes, const PortTopology& port) {
+         put_zeros(bytes, 4);
+         put_node_name(bytes, port);
+       });
+     }},
+};
+
+CtAnswer ask_name_server(Adapter& adapter, std::uint32_t code, Bytes request) {
+  const auto* command = std::ranges::find(name_server_commands, code, &NameServerCommand::code);
+  if (command == std::end(name_server_commands)) {
+    return not_supported;
+  }
+  return request.size() < command->request_size ? CtAnswer{wrong_size}
+                                                : command->answer(adapter, request);
+}
+
+/** The fabric is one switch, which has the fabric's name. */
+CtAnswer ask_management_server(Adapter& adapter, std::uint32_t code, Bytes request) {
+  constexpr std::uint32_t get_element_list = 0x0101;  // GIEL
+  constexpr std::uint32_t get_fabric_name = 0x0114;   // GFN
+  const Wwn& element = adapter.topology().port.fabric_name;
+  ByteVector answer;
+  if (code == get_element_list) {
+    constexpr std::uint32_t type_switch = 1;
+    put_number(answer, 1, 4);
+    put_bytes(answer, element.bytes);
+    put_number(answer, type_switch, 4);
+    return answer;
+  }
+  if (code != get_fabric_name) {
+    return not_supported;
+  }
+  if (request.size() < name_size) {
+    return wrong_size;
+  }
+  if (!std::ranges::equal(element.bytes, request.first(name_size))) {
+    return unknown_element;
+  }
+  put_bytes(answer, element.bytes);
+  return answer;
+}
+
+CtAnswer ask(Adapter& adapter, std::uint32_t destination, Bytes request) {
+  constexpr std::uint8_t oldest_revision = 1;
+  constexpr std::uint8_t newest_revision = 3;
+  if (request.size() < preamble_size) {
+    return wrong_size;
+  }
+  if (request[0] < oldest_revision || request[0] > newest_revision) {
+    return wrong_version;
+  }
+  const std::uint32_t service = request[service_offset];
+  const std::uint32_t subtype = request[subtype_offset];
+  const std::uint32_t code = get_number(request, command_offset, 2);
+  const Bytes rest = request.subspan(preamble_size);
+  if (destination == name_server && service == directory_service && subtype == name_subtype) {
+    return ask_name_server(adapter, code, rest);
+  }
+  if (destination == management_server && service == management_service &&
+      subtype == configuration_subtype) {
+    return ask_management_server(adapter, code, rest);
+  }
+  return not_supported;
+}
+
+/** The preamble of an answer, which repeats what the request says of the service. */
+ByteVector answer_preamble(Bytes request, std::uint32_t response, std::uint32_t residual) {
+  ByteVector preamble(request.begin(), request.begin() + static_cast<std::ptrdiff_t>(std::min(
+                                                             request.size(), command_offset)));
+  preamble.resize(command_offset);
+  put_number(preamble, response, 2);
+  put_number(preamble, residual, 2);
+  put_zeros(preamble, 4);
+  return preamble;
+}
+
+/** An accepting CT_IU, as long as the request allows; it says how many words were left out. */
+ByteVector ct_accept(Bytes request, Bytes contents) {
+  constexpr std::size_t word = 4;
+  const std::size_t most = get_number(request, size_offset, 2) * word;
+  const std::size_t kept = most == 0 ? contents.size() : std::min(most, contents.size());
+  const auto left_out = static_cast<std::uint32_t>((contents.size() - kept) / word);
+  ByteVector iu = answer_preamble(request, accepted, left_out);
+  put_bytes(iu, contents.first(kept));
+  return iu;
+}
+
+}  // namespace
+
+ByteVector ct_reject(Bytes request, CtReject reject) {
+  ByteVector iu = answer_preamble(request, rejected, 0);
+  iu[13] = reject.reason;
+  iu[14] = reject.explanation;
+  return iu;
+}
+
+std::optional<ByteVector> answer_ct(Adapter& adapter, std::uint32_t destination, Bytes request) {
+  if (destination != name_server && destination != management_server) {
+    return std::nullopt;
+  }
+  const CtAnswer answer = ask(adapter, destination, request);
+  if (const auto* reject = std::get_if<CtReject>(&answer)) {
+    return ct_reject(request, *reject);
+  }
+  return ct_accept(request, std::get<ByteVector>(answer));
+}
+
+}  // namespace ravnsim

@@ -1,0 +1,127 @@
+#include "simulator/fabric/remote_port.h"
+
+#include "simulator/board/port_list.h"
+
+#include <algorithm>
+
+namespace ravnsim {
+
+namespace {
+
+enum class Els : std::uint8_t {
+  ls_rjt = 0x01,
+  ls_acc = 0x02,
+  rls = 0x0F,
+  echo = 0x10,
+  rnid = 0x78
+};
+
+constexpr std::size_t word = 4;
+
+constexpr ElsReject invalid_command{0x01, 0x00};
+constexpr ElsReject wrong_payload{0x03, 0x2D};
+constexpr ElsReject unknown_port{0x09, 0x1F};
+constexpr ElsReject unknown_format{0x09, 0x2C};
+
+/** An LS_ACC with its first word only. */
+ByteVector ls_accept() { return {static_cast<std::uint8_t>(Els::ls_acc), 0, 0, 0}; }
+
+ByteVector echo(std::span<const std::uint8_t> request) {
+  ByteVector reply = ls_accept();
+  put_bytes(reply, request.subspan(word));
+  return reply;
+}
+
+/** The general topology discovery data of a port. */
+void put_topology(ByteVector& bytes, const RnidTopology& rnid) {
+  constexpr std::size_t vendor_unique_length = 16;
+  put_zeros(bytes, vendor_unique_length);
+  put_number(bytes, rnid.unit_type, 4);
+  put_number(bytes, rnid.physical_port, 4);
+  put_number(bytes, rnid.attached_nodes, 4);
+  put_number(bytes, 0, 1);  // node management
+  put_number(bytes, rnid.ip_version, 1);
+  put_number(bytes, rnid.udp_port, 2);
+  put_bytes(bytes, rnid.ip_address);
+  put_zeros(bytes, 2);
+  put_number(bytes, rnid.topology_flags, 2);
+}
+
+/** Request node identification data, without or with the general topology data. */
+ByteVector identify_node(const PortTopology& port, std::span<const std::uint8_t> request) {
+  constexpr std::uint8_t common_only = 0x00;
+  constexpr std::uint8_t general_topology = 0xDF;
+  constexpr std::uint8_t common_length = 16;
+  constexpr std::uint8_t topology_length = 52;
+  if (request.size() < 2 * word) {
+    return ls_reject(wrong_payload);
+  }
+  const std::uint8_t format = request[word];
+  if (format != common_only && format != general_topology) {
+    return ls_reject(unknown_format);
+  }
+  const bool has_topology = format == general_topology;
+  ByteVector reply = ls_accept();
+  put_bytes(reply,
+            ByteVector{format, common_length, 0, has_topology ? topology_length : std::uint8_t{0}});
+  put_bytes(reply, port.port_wwn.bytes);
+  put_bytes(reply, port.node_wwn.bytes);
+  if (has_topology) {
+    put_topology(reply, port.rnid);
+  }
+  return reply;
+}
+
+}  // namespace
+
+ByteVector ls_reject(ElsReject reject) {
+  return {static_cast<std::uint8_t>(Els::ls_rjt), 0, 0, 0, 0, reject.reason, reject.explanation, 0};
+}
+
+const PortTopology* RemotePorts::find(const Wwn& port_wwn, std::uint32_t fc_id) {
+  const auto& ports = adapter_.state<PortList>();
+  if (port_wwn != Wwn{}) {
+    return ports.find(port_wwn);
+  }
+  const auto found = std::ranges::find(ports.ports(), fc_id, &PortTopology::fc_id);
+  return found != ports.ports().end() ? &*found : nullptr;
+}
+
+/** Read link error status: of the port that the request names. */
+ByteVector RemotePorts::read_link_errors(std::span<const std::uint8_t> request) {
+  if (request.size() < 2 * word) {
+    return ls_reject(wrong_payload);
+  }
+  const std::uint32_t fc_id = get_number(request, word + 1, 3);
+  if (find({}, fc_id) == nullptr) {
+    return ls_reject(unknown_port);
+  }
+  const std::uint32_t reading = ++readings_[fc_id];
+  ByteVector reply = ls_accept();
+  put_number(reply, 1, 4);            // link failures
+  put_number(reply, 2, 4);            // losses of synchronisation
+  put_number(reply, 1, 4);            // losses of signal
+  put_number(reply, 0, 4);            // primitive sequence protocol errors
+  put_number(reply, 7 * reading, 4);  // invalid transmission words
+  put_number(reply, reading, 4);      // invalid CRCs
+  return reply;
+}
+
+ByteVector RemotePorts::answer_els(const PortTopology& port,
+                                   std::span<const std::uint8_t> request) {
+  if (request.size() < word) {
+    return ls_reject(wrong_payload);
+  }
+  switch (static_cast<Els>(request[0])) {
+    case Els::echo:
+      return echo(request);
+    case Els::rnid:
+      return identify_node(port, request);
+    case Els::rls:
+      return read_link_errors(request);
+    default:
+      return ls_reject(invalid_command);
+  }
+}
+
+}  // namespace ravnsim

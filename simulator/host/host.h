@@ -1,0 +1,64 @@
+/**
+ * @file
+ * The simulated host: its boards, and the driver that answers for them.
+ */
+#pragma once
+
+#include "simulator/board/adapter.h"
+#include "simulator/board/state_store.h"
+#include "simulator/call/faults.h"
+#include "simulator/call/handler_table.h"
+#include "simulator/host/states.h"
+#include "simulator/topology/topology.h"
+
+#include <cstdint>
+#include <map>
+#include <memory>
+
+namespace ravnsim {
+
+class Request;
+
+class Host {
+ public:
+  /**
+   * The host that the environment names: RAVNSIM_TOPOLOGY its topology file, RAVNSIM_STATE its
+   * state folder, RAVNSIM_FAULTS its fault file. Throws a ConfigurationError or a StateError.
+   */
+  static std::shared_ptr<Host> from_environment();
+
+  Host(Topology topology, StateStore store, HandlerTable handlers);
+  Host(const Host&) = delete;
+  Host& operator=(const Host&) = delete;
+
+  /** Tells the user which scripted faults never came to pass. */
+  ~Host();
+
+  [[nodiscard]] const Topology& topology() const { return topology_; }
+
+  /** The boards by their driver numbers. */
+  [[nodiscard]] std::map<std::uint32_t, Adapter>& adapters() { return adapters_; }
+
+  /** The state of a subsystem that belongs to the driver module, not to one board. */
+  template <typename State>
+  State& state() {
+    return states_.of<State>(*this);
+  }
+
+  /** Runs a command and sets its status; throws a Refusal when the callback cannot run. */
+  void run(Request& request);
+
+ private:
+  void read_faults(const std::string& path);
+  [[nodiscard]] DriverStatus answer(const Handler* handler, Request& request);
+  [[nodiscard]] Adapter& adapter(std::uint32_t driver_number);
+
+  const Topology topology_;
+  StateStore store_;
+  const HandlerTable handlers_;
+  FaultScript faults_;
+  std::map<std::uint32_t, Adapter> adapters_;
+  States states_;
+};
+
+}  // namespace ravnsim

@@ -1,0 +1,90 @@
+#include "tests/support/library_test.h"
+
+#include <ovk/core.h>
+#include <ovk/hbaapi.h>
+
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <unistd.h>
+
+namespace ovk::test {
+namespace {
+
+class CommandTest : public LibraryTest {};
+
+TEST_F(CommandTest, EachLevelBitWritesItsLinesWithTheCallersBoard) {
+  log_at(0);
+  const auto refresh_twice = [this](std::uint32_t level) {
+    LogLevel = level;
+    channel.expect("RAVN_MGMT_HBA_REFRESHINFO", board1);
+    channel.expect("RAVN_MGMT_HBA_REFRESHINFO", board1).ends_with(0x0BAD00AB, 0x1D);
+    RefreshInformation(1);
+    RefreshInformation(1);
+  };
+  refresh_twice(OVK_LOG_LIFECYCLE);
+  EXPECT_THAT(log_lines(), testing::IsEmpty());
+
+  refresh_twice(OVK_LOG_CALL);
+  const LogLine call{"RefreshInformation", "call: RAVN_MGMT_HBA_REFRESHINFO id"};
+  EXPECT_THAT(log_lines(), testing::ElementsAre(call, call));
+
+  refresh_twice(OVK_LOG_SUCCESS);
+  const LogLine success{"RefreshInformation", "cmd ok:     RAVN_MGMT_HBA_REFRESHINFO brd[1] id"};
+  EXPECT_THAT(log_lines(), testing::ElementsAre(call, call, success));
+
+  refresh_twice(OVK_LOG_ERROR);
+  const LogLine failure{"RefreshInformation",
+                        "cmd err:    RAVN_MGMT_HBA_REFRESHINFO brd[1] stat[x1d:xbad00ab] id"};
+  EXPECT_THAT(log_lines(), testing::ElementsAre(call, call, success, failure));
+}
+
+TEST_F(CommandTest, ALogLineNamesTimeFunctionSourceLineProcessAndThread) {
+  host().time = 1735732800;
+  log_at(OVK_LOG_CALL);
+  channel.expect("RAVN_MGMT_HBA_REFRESHINFO", board0);
+  RefreshInformation(0);
+  const std::string caller = "id\\[" + std::to_string(getpid()) + ":" + std::to_string(gettid());
+  EXPECT_THAT(raw_log(),
+              testing::MatchesRegex("2025-01-01T12:00:00        RefreshInformation:   [ 0-9][0-9] "
+                                    "call: RAVN_MGMT_HBA_REFRESHINFO " +
+                                    caller + "\\]\n"));
+}
+
+/** A line of the file: row, id, then size and direction code of each parameter. */
+std::string describe(std::size_t row, const vmk_MgmtCallbackInfo& info) {
+  std::ostringstream line;
+  line << std::dec << row << " 0x" << std::hex << info.id << std::dec;
+  for (std::size_t i = 0; i < VMK_MGMT_MAX_PARAMETERS; ++i) {
+    if (i < info.parameter_count) {
+      line << " " << info.parameter_sizes[i] << ":" << info.parameter_types[i];
+    } else {
+      EXPECT_EQ(info.parameter_sizes[i] + info.parameter_types[i], 0U) << "row " << row;
+    }
+  }
+  return line.str();
+}
+
+TEST(CatalogueTest, DeclaresToTheHostWhatTheDriverOffers) {
+  std::ifstream driver_commands{OVK_SOURCE_DIR "/tests/library/core/driver_commands.txt"};
+  std::size_t row = 0;
+  for (std::string line; std::getline(driver_commands, line); ++row) {
+    ASSERT_LT(row, ravn_mgmt_signature.callback_count);
+    const vmk_MgmtCallbackInfo& info = ravn_mgmt_signature.callbacks[row];
+    EXPECT_EQ(describe(row, info), line);
+    EXPECT_EQ(info.location, 1U);
+    EXPECT_EQ(info.user_function, 0U);
+    EXPECT_EQ(info.synchronous, 1U);
+    EXPECT_EQ(info.reserved[0] + info.reserved[1], 0);
+  }
+  EXPECT_EQ(row, 94U);
+  EXPECT_EQ(ravn_mgmt_signature.callback_count, 94U);
+  EXPECT_EQ(ravn_mgmt_signature.version, 0x02000104U);
+  EXPECT_STREQ(ravn_mgmt_signature.name, "ravn-mgmt");
+  EXPECT_STREQ(ravn_mgmt_signature.vendor, "TRV");
+  const void* table = &ravn_mgmt_callbacks;
+  EXPECT_EQ(ravn_mgmt_signature.callbacks, table);
+}
+
+}  // namespace
+}  // namespace ovk::test

@@ -1,0 +1,146 @@
+#include "library/boards/driver_info.h"
+
+#include "tests/support/library_test.h"
+
+#include <ovk/core.h>
+#include <ovk/hbaapi.h>
+
+#include <cstring>
+
+namespace ovk::test {
+namespace {
+
+constexpr std::uint32_t extended_sli_config = 0x1000;
+constexpr std::uint32_t link_down_supported = 0x400;
+
+class DriverInfoTest : public LibraryTest {
+ protected:
+  /** The driver's record: each byte tells its place, but for the words that decide something. */
+  static ByteVector driver_record(std::uint32_t sli_mode, std::uint32_t features) {
+    return with_at(with_at(counted_bytes(120), 96, sli_mode), 104, features);
+  }
+
+  Exchange& expect_info(std::uint32_t sli_mode, std::uint32_t features) {
+    return channel.expect("RAVN_MGMT_GET_RAVNOVK_INFO", board0)
+        .word(2, 120)
+        .replies(1, driver_record(sli_mode, features));
+  }
+  void expect_attributes() {
+    const ByteVector adapter = with_at(ByteVector(2192), 1160, "12.8.1.0-rc17-and-more");
+    channel.expect("RAVN_MGMT_HBA_ADAPTERATTRIBUTES", board0)
+        .replies(1, with_at(adapter, 1936, "ravndriver"));
+    channel.expect("RAVN_MGMT_HBA_PORTATTRIBUTES", board0).replies(1, counted_bytes(20));
+  }
+  Exchange& expect_probe() { return channel.expect("RAVN_MGMT_MBOX_SLI_CFG_EXT_SUP", board0); }
+};
+
+TEST_F(DriverInfoTest, CombinesDriverAdapterPortAndHostByteForByte) {
+  host().name = "a-host-with-a-name-of-exactly-32";
+  expect_info(5, link_down_supported);
+  expect_attributes();
+  expect_probe();
+
+  auto info = record_of<DrvInfo>(0xEE);
+  EXPECT_EQ(OVK_GetDrvInfo(0, &info), 0U);
+
+  ByteVector expected(148);
+  const ByteVector driver = driver_record(5, link_down_supported | extended_sli_config);
+  const ByteVector port = counted_bytes(20);
+  const auto put = [&expected](std::size_t offset, const void* bytes, std::size_t size) {
+    std::memcpy(&expected[offset], bytes, size);
+  };
+  put(0, "\xEE\x15\xEE\xEE\x04\x00\x01\xEE", 8);
+  put(8, "12.8.1.0-rc17-an", 16);
+  put(24, "ravndriv", 8);
+  put(32, &driver[0], 16);
+  put(48, &driver[64], 8);
+  put(80, &port[16], 4);
+  put(84, &port[8], 8);
+  put(92, &port[0], 8);
+  put(100, host().name.data(), 32);
+  put(136, &driver[96], 4);
+  put(140, &driver[104], 8);
+  EXPECT_THAT(bytes_of(info), SameBytes(expected));
+}
+
+TEST_F(DriverInfoTest, ExtendedMailboxesNeedAnSli4InterfaceAndAnAcceptedProbe) {
+  struct {
+    std::uint32_t sli_mode;
+    std::uint32_t probe_status;
+    int probe_delivery;
+    std::uint32_t features;
+  } const cases[] = {{4, 0, 0, extended_sli_config}, {3, 0, 0, 0}, {4, 1, 0, 0}, {4, 0, 1, 0}};
+  for (const auto& [sli_mode, probe_status, probe_delivery, features] : cases) {
+    SCOPED_TRACE(testing::Message() << sli_mode << " " << probe_status << " " << probe_delivery);
+    expect_info(sli_mode, 0);
+    expect_attributes();
+    expect_probe().ends_with(probe_status, probe_delivery);
+    DrvInfo info{};
+    EXPECT_EQ(OVK_GetDrvInfo(0, &info), 0U);
+    EXPECT_EQ(info.features, features);
+    EXPECT_EQ(info.sli_mode, sli_mode);
+  }
+}
+
+TEST_F(DriverInfoTest, EveryFailureIsTwoAndAFailedAdapterQueryIsNone) {
+  DrvInfo info{};
+  expect_info(4, 0).status(0x0BAD0003);
+  EXPECT_EQ(OVK_GetDrvInfo(0, &info), 2U);
+  expect_info(4, 0).delivery_error(1);
+  EXPECT_EQ(OVK_GetDrvInfo(0, &info), 2U);
+
+  expect_info(4, 0);
+  channel.expect("RAVN_MGMT_HBA_ADAPTERATTRIBUTES", board0).status(1);
+  channel.expect("RAVN_MGMT_HBA_PORTATTRIBUTES", board0).status(1);
+  EXPECT_EQ(OVK_GetDrvInfo(0, &info), 2U);
+
+  expect_info(4, 0);
+  channel.expect("RAVN_MGMT_HBA_ADAPTERATTRIBUTES", board0).delivery_error(1);
+  channel.expect("RAVN_MGMT_HBA_PORTATTRIBUTES", board0);
+  expect_probe();
+  info = record_of<DrvInfo>(0xEE);
+  EXPECT_EQ(OVK_GetDrvInfo(0, &info), 0U);
+  EXPECT_EQ(bytes_of(info.driver_version), ByteVector(16)) << "no stack bytes reach the caller";
+}
+
+TEST_F(DriverInfoTest, ModeAndFeatureQueriesWriteOnlyOnSuccess) {
+  std::uint32_t mode = 99;
+  expect_no_sli_mode(board0);
+  EXPECT_EQ(get_sli_mode(0, &mode), 2U);
+  EXPECT_EQ(mode, 99U);
+  expect_sli_mode(board0, 3);
+  EXPECT_EQ(get_sli_mode(0, &mode), 0U);
+  EXPECT_EQ(mode, 3U);
+
+  std::uint8_t supported = 99;
+  expect_no_sli_mode(board0);
+  EXPECT_EQ(support_persist_link_disable(0, &supported), 1U);
+  EXPECT_EQ(supported, 99U);
+  for (const std::uint32_t features : {link_down_supported, ~link_down_supported}) {
+    expect_sli_mode(board0, 4, features);
+    EXPECT_EQ(support_persist_link_disable(0, &supported), 0U);
+    EXPECT_EQ(supported, features == link_down_supported ? 1 : 0);
+  }
+}
+
+TEST_F(DriverInfoTest, AdapterTypeQueryGivesNoSizeAndPassesTheDriversRefusalOn) {
+  std::uint32_t type = 99;
+  expect_adapter_type(board0, 0x704);
+  EXPECT_EQ(get_hba_type(0, &type), 0U);
+  EXPECT_EQ(type, 0x704U);
+
+  channel.expect("RAVN_MGMT_GET_RAVNOVK_INFO", board0).status(0x0BAD0021);
+  EXPECT_EQ(get_hba_type(0, &type), 0x0BAD0021U);
+  EXPECT_EQ(type, 0U);
+  log_at(OVK_LOG_CALL | OVK_LOG_ERROR);
+  channel.expect("RAVN_MGMT_GET_RAVNOVK_INFO", board0).ends_with(0x0BAD0021, 5);
+  EXPECT_EQ(get_hba_type(0, &type), 1U);
+  EXPECT_THAT(log_lines(),
+              testing::ElementsAre(
+                  LogLine{"get_hba_type", "call: RAVN_MGMT_GET_RAVNOVK_INFO id"},
+                  LogLine{"get_hba_type",
+                          "cmd err:   RAVN_MGMT_GET_RAVNOVK_INFO brd[0] stat[x5:xbad0021] id"}));
+}
+
+}  // namespace
+}  // namespace ovk::test

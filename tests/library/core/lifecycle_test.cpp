@@ -1,0 +1,213 @@
+#include "library/core/lifecycle.h"
+
+#include "library/core/log.h"
+#include "tests/support/library_test.h"
+
+#include <ovk/core.h>
+
+#include <chrono>
+#include <cstring>
+#include <iterator>
+#include <string>
+
+namespace ovk::test {
+namespace {
+
+class LifecycleTest : public LibraryTest {
+ protected:
+  LifecycleTest() { ravn_mgmt_handle = nullptr; }
+
+  /** Initialises on a host without boards. */
+  void initialise() {
+    for (std::uint32_t number = 0; number < OVK_MAX_BOARDS; ++number) {
+      channel.expect("RAVN_MGMT_INITBRDS", number).status(0x0BAD0001);
+    }
+    OVK_InitDiagEnv(nullptr, 0);
+  }
+};
+
+TEST_F(LifecycleTest, TheReleaseThatMatchesTheFirstInitialisationClosesTheChannel) {
+  initialise();
+  initialise();
+  EXPECT_EQ(channel.opened, 1);
+  EXPECT_EQ(OVK_FreeDiagEnv(), 0U);
+  EXPECT_EQ(channel.closed, 0);
+  EXPECT_EQ(FreeDiagEnv(), 0U);
+  EXPECT_EQ(channel.closed, 1);
+  EXPECT_NE(ravn_mgmt_handle, nullptr) << "the handle is not cleared";
+
+  EXPECT_EQ(OVK_FreeDiagEnv(), 0U);
+  EXPECT_EQ(refcnt, -1);
+  EXPECT_EQ(channel.closed, 1) << "a release too many closes nothing";
+
+  initialise();
+  EXPECT_EQ(refcnt, 0);
+  EXPECT_EQ(channel.opened, 2);
+}
+
+TEST_F(LifecycleTest, LifecycleLinesAreWrittenAtLevelOneAndTheRefusalAlways) {
+  log_at(0);
+  channel.open_result = 0x1F;
+  ovk_mgmt_init();
+  const LogLine refusal{"ovk_mgmt_init",
+                        "Management init failure: x1f. Check if driver is loaded and Tarvos cards "
+                        "are installed.  Else a possible reason would be incompatible driver and "
+                        "application versions."};
+  EXPECT_THAT(log_lines(), testing::ElementsAre(refusal, LogLine{"", ""}));
+
+  LogLevel = OVK_LOG_LIFECYCLE;
+  ovk_mgmt_init();
+  channel.open_result = 0;
+  refcnt = 1;
+  ovk_mgmt_init();
+  OVK_FreeDiagEnv();
+  EXPECT_THAT(
+      log_lines(),
+      testing::ElementsAre(
+          refusal, LogLine{"", ""}, LogLine{"ovk_mgmt_init", "Init handle[(nil)] refcnt[1:1] id"},
+          refusal, LogLine{"", ""}, LogLine{"ovk_mgmt_init", "Init handle[(nil)] refcnt[2:2] id"},
+          LogLine{"OVK_FreeDiagEnv", "Destroy handle[(nil)] refcnt[1:1] id"}));
+}
+
+TEST_F(LifecycleTest, TellsItsVersionWithinTheCallersBuffer) {
+  char text[OVK_LIB_VERSION_SIZE + 1];
+  std::memset(text, 'x', sizeof text);
+  EXPECT_EQ(OVK_GetLibVer(text), 10);
+  EXPECT_STREQ(text, "14.0.198.0");
+  EXPECT_EQ(text[OVK_LIB_VERSION_SIZE], 'x');
+  std::uint32_t major = 0;
+  std::uint32_t minor = 9;
+  EXPECT_EQ(GetOvkRev(&major, &minor), 0U);
+  EXPECT_EQ(major, 4U);
+  EXPECT_EQ(minor, 0U);
+}
+
+class LogConfigurationTest : public LifecycleTest {
+ protected:
+  static std::vector<LogLine> start_lines(const std::string& configuration) {
+    return {{"OpenLogger", "**Start log conf[" + configuration + "]"},
+            {"OpenLogger", "Lib[14.0.198.0] Vendor[TRV:ravn-mgmt] Version[2.0.1-4] Callbacks[94]"}};
+  }
+};
+
+TEST_F(LogConfigurationTest, ALevelChangedBetweenInitialisationsIsInForceAfterTheSecond) {
+  in_fresh_process([this] {
+    configure_log("level f\n");
+    OpenLogger();
+    EXPECT_EQ(LogLevel, 0xFU);
+    configure_log("level 0x8\n");
+    OpenLogger();
+    EXPECT_EQ(LogLevel, 8U);
+
+    std::vector<LogLine> expected = start_lines("level xf");
+    for (const LogLine& line : start_lines("level x8")) {
+      expected.push_back(line);
+    }
+    EXPECT_EQ(log_file(), expected);
+  });
+}
+
+TEST_F(LogConfigurationTest, WithoutAConfigurationLoggingIsOffUntilThereIsOne) {
+  in_fresh_process([this] {
+    LogLevel = 0xF;
+    OpenLogger();
+    EXPECT_EQ(LogLevel, 0U);
+    EXPECT_EQ(fLogger, nullptr);
+
+    log_at(0xF);
+    OpenLogger();
+    EXPECT_THAT(log_lines(), testing::ElementsAre(LogLine{"OpenLogger", "\t**Stop  x0"}));
+
+    configure_log("key 3");
+    OpenLogger();
+    EXPECT_EQ(LogLevel, 3U);
+  });
+}
+
+TEST_F(LogConfigurationTest, AnOddConfigurationLeavesTheLevelAndHarmsNothing) {
+  struct {
+    const char* what;
+    std::string text;
+    std::uint32_t level;
+    std::string logged;
+  } const cases[] = {
+      {"empty", "", 7, " x7"},
+      {"one word", "level", 7, "level x7"},
+      {"not hexadecimal", "level verbose", 7, "level x7"},
+      {"long key word", std::string(200, 'a') + " 2", 2, std::string(31, 'a') + " x2"},
+      {"long value word", "level " + std::string(40, 'f'), 0xFFFFFFFF, "level xffffffff"},
+      {"binary", std::string{"\0\1\2\xFF\xFE 5\0", 8}, 5, " x5"},
+  };
+  for (const auto& odd : cases) {
+    in_fresh_process([&] {
+      configure_log(odd.text);
+      LogLevel = 7;
+      OpenLogger();
+      EXPECT_EQ(LogLevel, odd.level) << odd.what;
+      EXPECT_EQ(log_file(), start_lines(odd.logged)) << odd.what;
+    });
+  }
+  in_fresh_process([] {
+    std::filesystem::create_directories(host().root / "scratch/libovk.conf");
+    LogLevel = 7;
+    OpenLogger();
+    EXPECT_EQ(LogLevel, 7U) << "a folder in its place";
+  });
+}
+
+TEST_F(LogConfigurationTest, WithoutALogFileNothingFails) {
+  in_fresh_process([this] {
+    configure_log("level f");
+    std::filesystem::remove_all(host().root / "scratch/log");
+    initialise();
+    EXPECT_EQ(fLogger, nullptr);
+    EXPECT_EQ(refcnt, 1);
+  });
+}
+
+std::string timestamp(std::int32_t seconds) {
+  const timeval time{.tv_sec = seconds, .tv_usec = 0};
+  char text[24];
+  EXPECT_EQ(ravn_GetTimeOfDay(&time, text, sizeof text), 19);
+  return text;
+}
+
+TEST(TimestampTest, FollowsTheLogsOwnCalendar) {
+  EXPECT_EQ(timestamp(0), "1970-01-01T00:00:00");
+  EXPECT_EQ(timestamp(2678399), "1970-01-31T23:59:59");
+  EXPECT_EQ(timestamp(2678400), "1970-01-32T00:00:00");
+  EXPECT_EQ(timestamp(2678401), "1970-02-01T00:00:01");
+  EXPECT_EQ(timestamp(1704110400), "2023-13-01T12:00:00");
+  EXPECT_EQ(timestamp(1709208000), "2024-02-28T12:00:00");
+  EXPECT_EQ(timestamp(1735732800), "2025-01-01T12:00:00");
+  EXPECT_EQ(timestamp(2147483647), "2038-01-19T03:14:07");
+}
+
+TEST(TimestampTest, StaysWithinItsBufferForEveryTime) {
+  for (const std::int32_t seconds : {-1, -2147483647 - 1, 2147483647}) {
+    const timeval time{.tv_sec = seconds, .tv_usec = 0};
+    char text[8];
+    std::memset(text, 'x', sizeof text);
+    ravn_GetTimeOfDay(&time, text, 7);
+    EXPECT_EQ(text[6], '\0');
+    EXPECT_EQ(text[7], 'x');
+  }
+}
+
+TEST(TimestampTest, MonthsAreThoseOfACommonYearAndOfALeapYear) {
+  using namespace std::chrono;
+  for (unsigned i = 0; i < std::size(calendar); ++i) {
+    const year_month_day_last end{year{i < 12 ? 2023 : 2024} / month{i % 12 + 1} / last};
+    EXPECT_EQ(calendar[i], unsigned{end.day()} * 86400U) << "month " << i;
+  }
+}
+
+TEST(TimestampTest, LeapYearsAreThoseOfTheGregorianCalendar) {
+  EXPECT_EQ(ravn_isLeap(2023), 0U);
+  EXPECT_EQ(ravn_isLeap(2024), 1U);
+  EXPECT_EQ(ravn_isLeap(2100), 0U);
+  EXPECT_EQ(ravn_isLeap(2000), 1U);
+}
+
+}  // namespace
+}  // namespace ovk::test

@@ -1,0 +1,124 @@
+/**
+ * @file
+ * Region images and the traffic that reads and writes them, as the tests of this folder expect it.
+ */
+#pragma once
+
+#include "tests/library/mailbox/mailbox_script.h"
+
+#include <array>
+#include <initializer_list>
+
+namespace ovk::test {
+
+inline constexpr std::uint32_t sli3 = 3;
+inline constexpr std::uint32_t sli4 = 4;
+/** An adapter type with region commands, and one without. */
+inline constexpr std::uint32_t with_commands = 0x714;
+inline constexpr std::uint32_t without_commands = 0x700;
+
+inline constexpr std::size_t region23_size = 1024;
+inline constexpr std::size_t region22_size = 512;
+/** Where the default Region 23 has its records, and where it ends. */
+inline constexpr std::size_t fcoe_at = 8;
+inline constexpr std::size_t connections_at = 20;
+inline constexpr std::size_t link_at = 344;
+inline constexpr std::size_t default_end = 359;
+
+/** Bytes to be put at a place of an image. */
+struct Patch {
+  std::size_t at;
+  ByteVector bytes;
+};
+
+inline ByteVector patched(ByteVector image, std::initializer_list<Patch> patches) {
+  for (const Patch& patch : patches) {
+    std::ranges::copy(patch.bytes, image.begin() + static_cast<std::ptrdiff_t>(patch.at));
+  }
+  return image;
+}
+
+/** The image that the library builds where the adapter has none. */
+inline ByteVector default_region23() {
+  return patched(ByteVector(region23_size), {{0, {'R', 'G', '2', '3', 1}},
+                                             {fcoe_at, {0xa0, 2, 1, 1, 0x0e, 0xfc}},
+                                             {connections_at, {0xa1, 0x50}},
+                                             {link_at, {0xa2, 2, 0x30, 0, 1, 0, 1, 0, 0xff}},
+                                             {356, {0xff}}});
+}
+
+inline ByteVector default_region22() {
+  return patched(ByteVector(region22_size), {{0, {'R', 'G', '2', '2', 1}}});
+}
+
+/** An image without records, and with other bytes than the default one everywhere else. */
+inline ByteVector bare_region23() {
+  return patched(ByteVector(region23_size, 0x77), {{0, {'R', 'G', '2', '3', 1, 0, 0, 0}}});
+}
+
+/** An image that holds three records of a type, and of its fourth record only these bytes. */
+inline ByteVector region23_ending_with(const ByteVector& record, std::uint8_t others) {
+  const std::size_t filler = region23_size - fcoe_at - record.size();
+  const auto third = static_cast<std::uint8_t>((filler - 2 * 324 - 4) / 4);
+  return patched(bare_region23(), {{fcoe_at, {others, 80}},
+                                   {fcoe_at + 324, {others, 80}},
+                                   {fcoe_at + 648, {others, third}},
+                                   {region23_size - record.size(), record}});
+}
+
+class RegionTest : public MailboxTest {
+ protected:
+  /** A read of a region by the region command; the answer can be changed. */
+  Exchange& expect_read(std::uint32_t region, const ByteVector& image,
+                        std::uint32_t mailbox_status = 0) {
+    expect_sli_mode(board0, sli4);
+    return channel.expect("RAVN_MGMT_HBA_ISSUE_DMP_MBX", board0)
+        .word(2, static_cast<std::uint32_t>(image.size()))
+        .sends(1, std::array{2U, region, 0U})
+        .answers(3, static_cast<std::uint32_t>(image.size()))
+        .replies(2, image)
+        .replies(3, mailbox_status);
+  }
+
+  Exchange& expect_write(std::uint32_t region, const ByteVector& image,
+                         std::uint32_t mailbox_status = 0) {
+    expect_sli_mode(board0, sli4);
+    return channel.expect("RAVN_MGMT_HBA_ISSUE_UPD_MBX", board0)
+        .word(2, static_cast<std::uint32_t>(image.size()))
+        .word(4, region)
+        .sends(1, image)
+        .replies(2, mailbox_status);
+  }
+
+  /** A read of a region by mailboxes. */
+  void expect_legacy_read(std::uint8_t region, const ByteVector& image) {
+    for (auto step = image.begin(); step != image.end();) {
+      const auto at = static_cast<std::uint32_t>(step - image.begin());
+      const auto end = step + std::min<std::ptrdiff_t>(legacy_step, image.end() - step);
+      expect_legacy_step(region, at).replies(3, extended_data(0, 0, 0, {step, end}));
+      step = end;
+    }
+  }
+
+  /** A read whose first mailbox fails. */
+  void expect_failing_legacy_read(std::uint8_t region, std::uint16_t mailbox_status) {
+    expect_legacy_step(region, 0, mailbox_status);
+  }
+
+  Exchange& expect_legacy_write(std::uint8_t region, const ByteVector& image) {
+    const auto size = static_cast<std::uint32_t>(image.size());
+    return expect_extended_mailbox(region_mailbox(0x1B, region, size, size),
+                                   extended_data(size, 0, 5, image));
+  }
+
+ private:
+  static constexpr int legacy_step = 128;
+
+  Exchange& expect_legacy_step(std::uint8_t region, std::uint32_t at, std::uint16_t status = 0) {
+    return expect_extended_mailbox(region_mailbox(0x17, region, at, legacy_step),
+                                   extended_data(0, 512, 5, {}))
+        .replies(2, region_mailbox(0x17, region, at, legacy_step, status));
+  }
+};
+
+}  // namespace ovk::test
