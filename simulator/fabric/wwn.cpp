@@ -1,5 +1,6 @@
 #include "simulator/fabric/wwn.h"
 
+#include <array>
 #include <charconv>
 #include <cstdio>
 
@@ -9,10 +10,10 @@ std::optional<Wwn> parse_wwn(std::string_view text) {
   const bool with_colons = text.find(':') != std::string_view::npos;
   const std::size_t stride = with_colons ? 3 : 2;
   Wwn wwn{};
-  if (text.size() != wwn.bytes.size() * stride - (with_colons ? 1 : 0)) {
+  if (text.size() != sizeof wwn.bytes * stride - (with_colons ? 1 : 0)) {
     return std::nullopt;
   }
-  for (std::size_t i = 0; i < wwn.bytes.size(); ++i) {
+  for (std::size_t i = 0; i < sizeof wwn.bytes; ++i) {
     const char* digits = text.data() + i * stride;
     const auto [end, error] = std::from_chars(digits, digits + 2, wwn.bytes[i], 16);
     const bool separated = !with_colons || i == 0 || digits[-1] == ':';
