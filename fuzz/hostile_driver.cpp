@@ -1,7 +1,7 @@
 #include "fuzz/hostile_driver.h"
 
-#include "library/core/catalogue.h"
-#include "library/core/command.h"
+#include "driver_abi/command_block.h"
+#include "driver_abi/commands.h"
 
 #include <algorithm>
 #include <array>
@@ -86,7 +86,7 @@ void answer(CommandBlock& block) {
 }
 
 /** Answers what nearly every call asks first, so that the input is spent on what comes after. */
-bool answer_as_a_board(const Callback& callback, CommandBlock& block, void* payload) {
+bool answer_as_a_board(const DriverCommand& command, CommandBlock& block, void* payload) {
   constexpr std::size_t sli_mode_offset = 96;
   constexpr std::size_t features_offset = 104;
   constexpr std::size_t adapter_type_offset = 112;
@@ -94,17 +94,19 @@ bool answer_as_a_board(const Callback& callback, CommandBlock& block, void* payl
   const auto put = [payload](std::size_t offset, std::uint32_t word) {
     std::memcpy(static_cast<std::uint8_t*>(payload) + offset, &word, sizeof word);
   };
-  const bool is_driver_info = callback.id == callback_named<"RAVN_MGMT_GET_RAVNOVK_INFO">().id;
-  const bool is_attributes =
-      callback.id == callback_named<"RAVN_MGMT_HBA_ADAPTERATTRIBUTES">().id ||
-      callback.id == callback_named<"RAVN_MGMT_HBA_PORTATTRIBUTES">().id;
-  const bool is_probe = callback.id == callback_named<"RAVN_MGMT_MBOX_SLI_CFG_EXT_SUP">().id;
+  const bool is_driver_info = command.id == CommandName { "RAVN_MGMT_GET_RAVNOVK_INFO" } -> id;
+  const bool is_attributes = command.id == CommandName {
+    "RAVN_MGMT_HBA_ADAPTERATTRIBUTES"
+    } -> id || command.id == CommandName {
+      "RAVN_MGMT_HBA_PORTATTRIBUTES"
+      } -> id;
+  const bool is_probe = command.id == CommandName { "RAVN_MGMT_MBOX_SLI_CFG_EXT_SUP" } -> id;
   if (board_identity.sli_mode == 0 || !(is_driver_info || is_attributes || is_probe)) {
     return false;
   }
   if (!is_probe) {
-    expect_whole(payload, callback.payloads[0].size);
-    std::memset(payload, board_identity.text, callback.payloads[0].size);
+    expect_whole(payload, command.payloads[0].size);
+    std::memset(payload, board_identity.text, command.payloads[0].size);
   }
   if (is_driver_info) {
     put(sli_mode_offset, board_identity.sli_mode);
@@ -143,27 +145,27 @@ int vmk_MgmtUserInit(const vmk_MgmtSignature* /*signature*/, std::uint32_t /*res
 int vmk_MgmtUserCallbackInvokeInt(vmk_MgmtChannel* /*channel*/, std::uint64_t /*instance*/,
                                   std::uint64_t id, std::uint32_t parameter_count, ...) {
   using namespace ovk;
-  const auto* const callback = std::ranges::find(catalogue, id, &Callback::id);
-  if (callback == catalogue.end() || parameter_count != callback->payload_count + 1) {
+  const auto* const command = std::ranges::find(commands, id, &DriverCommand::id);
+  if (command == commands.end() || parameter_count != command->payload_count + 1) {
     std::abort();
   }
   std::va_list parameters;
   va_start(parameters, parameter_count);
   auto* const block = va_arg(parameters, CommandBlock*);
   std::array<void*, max_payloads> payloads{};
-  for (std::size_t i = 0; i < callback->payload_count; ++i) {
+  for (std::size_t i = 0; i < command->payload_count; ++i) {
     payloads[i] = va_arg(parameters, void*);
   }
   va_end(parameters);
   if (fuzz::driver_answers == nullptr || fuzz::driver_answers->remaining_bytes() == 0) {
     return fuzz::delivery_errors[0];
   }
-  if (fuzz::answer_as_a_board(*callback, *block, payloads[0])) {
+  if (fuzz::answer_as_a_board(*command, *block, payloads[0])) {
     return 0;
   }
   fuzz::answer(*block);
-  for (std::size_t i = 0; i < callback->payload_count; ++i) {
-    fuzz::answer(callback->payloads[i], payloads[i]);
+  for (std::size_t i = 0; i < command->payload_count; ++i) {
+    fuzz::answer(command->payloads[i], payloads[i]);
   }
   constexpr int one_of = 8;
   return fuzz::driver_answers->ConsumeIntegralInRange(1, one_of) == one_of

@@ -4,7 +4,8 @@
  */
 #pragma once
 
-#include "driver_abi/status.h"
+#include "driver_abi/command_block.h"
+#include "driver_abi/commands.h"
 #include "driver_abi/vmkmgmt.h"
 #include "library/core/catalogue.h"
 #include "library/core/log.h"
@@ -29,33 +30,6 @@ OVK_API uint32_t getDrvBrdNum(uint32_t board);
 }
 
 namespace ovk {
-
-/**
- * The first parameter of every command. Arguments and results have their place by kind; a command
- * for which a word means something else says so where it fills it.
- */
-struct CommandBlock {
-  std::uint32_t driver_board;  ///< word 0
-  std::uint32_t index;         ///< word 1: an index or an offset
-  std::uint32_t request_size;  ///< word 2: what the caller gives or has room for
-  std::uint32_t reply_size;    ///< word 3: what the driver gives; for a few also its room before
-  std::uint32_t value;         ///< word 4
-  std::uint32_t code;          ///< word 5
-  std::uint32_t selector;      ///< word 6
-  std::uint32_t option;        ///< word 7
-  std::uint32_t reserved[3];   ///< words 8 to 10
-  DriverStatus status;         ///< word 11, written by the driver
-};
-
-static_assert(sizeof(CommandBlock) == 48);
-static_assert(offsetof(CommandBlock, index) == 4);
-static_assert(offsetof(CommandBlock, request_size) == 8);
-static_assert(offsetof(CommandBlock, reply_size) == 12);
-static_assert(offsetof(CommandBlock, value) == 16);
-static_assert(offsetof(CommandBlock, code) == 20);
-static_assert(offsetof(CommandBlock, selector) == 24);
-static_assert(offsetof(CommandBlock, option) == 28);
-static_assert(offsetof(CommandBlock, status) == 44);
 
 /** The result code that a call gives for a driver status. */
 struct StatusResult {
@@ -154,26 +128,27 @@ class Command {
    */
   template <CommandName name, CommandName reported = name, typename... Payloads>
   Outcome invoke(Payloads*... payloads) {
-    static constexpr const Callback& callback = callback_named<name>();
+    static constexpr const DriverCommand& command = *name;
+    static constexpr LogText log = log_text(name);
     static constexpr const char* result_text =
-        name == reported ? callback.log.results : callback_named<reported>().name;
-    static_assert(sizeof...(Payloads) == callback.payload_count,
+        name == reported ? log.results : reported->name.data();
+    static_assert(sizeof...(Payloads) == command.payload_count,
                   "the command takes another number of payloads");
     static_assert(
-        payloads_fit<Payloads...>(callback),
+        payloads_fit<Payloads...>(command),
         "a payload is smaller than what the driver copies, or const though it is written");
 
-    if constexpr ((callback.log.lines & call_line) != 0) {
+    if constexpr ((log.lines & call_line) != 0) {
       if (log_enabled(OVK_LOG_CALL)) {
-        write_call_line(callback.log.call);
+        write_call_line(log.call);
       }
     }
     const Outcome outcome{
-        vmk_MgmtUserCallbackInvokeInt(ravn_mgmt_handle, 0, callback.id, 1 + sizeof...(Payloads),
+        vmk_MgmtUserCallbackInvokeInt(ravn_mgmt_handle, 0, command.id, 1 + sizeof...(Payloads),
                                       &block, payloads...),
         block.status};
     if (fLogger != nullptr) {
-      report(outcome, result_text, callback.log.lines);
+      report(outcome, result_text, log.lines);
     }
     return outcome;
   }
@@ -185,9 +160,9 @@ class Command {
       : block{.driver_board = driver_board}, place_{place}, board_{logged_board} {}
 
   template <typename... Payloads>
-  static consteval bool payloads_fit(const Callback& callback) {
+  static consteval bool payloads_fit(const DriverCommand& command) {
     std::size_t i = 0;
-    return (accepts<Payloads>(callback.payloads[i++]) && ...);
+    return (accepts<Payloads>(command.payloads[i++]) && ...);
   }
 
   void write_call_line(const char* name) const;

@@ -1,4 +1,5 @@
-#include "library/core/catalogue.h"
+#include "driver_abi/command_block.h"
+#include "driver_abi/commands.h"
 
 #include <ovk/core.h>
 
@@ -6,32 +7,30 @@
 
 /** The descriptor table in the platform's form. */
 struct ManagementCallbacks {
-  vmk_MgmtCallbackInfo entries[ovk::catalogue.size()];
+  vmk_MgmtCallbackInfo entries[ovk::commands.size()];
 };
 
 namespace {
 
-constexpr std::uint32_t command_block_size = 48;
-
-consteval vmk_MgmtCallbackInfo describe(const ovk::Callback& callback) {
+consteval vmk_MgmtCallbackInfo describe(const ovk::DriverCommand& command) {
   vmk_MgmtCallbackInfo info{};
   info.location = VMK_MGMT_LOCATION_KERNEL;
   info.synchronous = 1;
-  info.parameter_count = static_cast<std::uint8_t>(1 + callback.payload_count);
-  info.parameter_sizes[0] = command_block_size;
+  info.parameter_count = static_cast<std::uint8_t>(1 + command.payload_count);
+  info.parameter_sizes[0] = sizeof(ovk::CommandBlock);
   info.parameter_types[0] = VMK_MGMT_PARAMETER_IN_OUT;
-  for (std::size_t i = 0; i < callback.payload_count; ++i) {
-    info.parameter_sizes[i + 1] = callback.payloads[i].size;
-    info.parameter_types[i + 1] = static_cast<std::uint32_t>(callback.payloads[i].direction);
+  for (std::size_t i = 0; i < command.payload_count; ++i) {
+    info.parameter_sizes[i + 1] = command.payloads[i].size;
+    info.parameter_types[i + 1] = static_cast<std::uint32_t>(command.payloads[i].direction);
   }
-  info.id = callback.id;
+  info.id = command.id;
   return info;
 }
 
 consteval ManagementCallbacks describe_all() {
   ManagementCallbacks callbacks{};
-  for (std::size_t row = 0; row < ovk::catalogue.size(); ++row) {
-    callbacks.entries[row] = describe(ovk::catalogue[row]);
+  for (std::size_t row = 0; row < ovk::commands.size(); ++row) {
+    callbacks.entries[row] = describe(ovk::commands[row]);
   }
   return callbacks;
 }
@@ -46,7 +45,7 @@ constinit const vmk_MgmtSignature ravn_mgmt_signature = {
     .version = 0x02000104,
     .name = "ravn-mgmt",
     .vendor = "TRV",
-    .callback_count = ovk::catalogue.size(),
+    .callback_count = ovk::commands.size(),
     .callbacks = ravn_mgmt_callbacks.entries,
 };
 

@@ -58,7 +58,7 @@ static_assert(offsetof(TargetNodes, nodes) == offsetof(NodeInformationList, node
 
 /** The OAS commands carry their own id in the selector word. */
 template <ovk::CommandName name>
-constexpr std::uint32_t id_of = ovk::callback_named<name>().id;
+constexpr std::uint32_t id_of = name->id;
 
 // The local and the target port's name as hex digits.
 using PortPairText = std::array<char, 2 * 2 * sizeof(Wwn) + 1>;

@@ -1,6 +1,6 @@
+#include "driver_abi/wwn_request.h"
 #include "library/core/boards.h"
 #include "library/core/command.h"
-#include "library/core/wwn_request.h"
 
 #include <ovk/hbaapi.h>
 

@@ -1,7 +1,7 @@
+#include "driver_abi/wwn_request.h"
 #include "library/core/command.h"
 #include "library/core/in_out_count.h"
 #include "library/core/reply_buffer.h"
-#include "library/core/wwn_request.h"
 
 #include <ovk/hbaapi.h>
 

@@ -25,7 +25,7 @@ std::uint32_t OVK_GetTrunkInfo(std::uint32_t board, TrunkInfo* info) {
   }
   TrunkInfo reply{};
   // Intended: this command carries its own id in the block.
-  Command command{board, {.selector = ovk::callback_named<"RAVN_MGMT_GET_TRUNK_INFO">().id}};
+  Command command{board, {.selector = ovk::CommandName{"RAVN_MGMT_GET_TRUNK_INFO"} -> id}};
   const Outcome outcome = command.invoke<"RAVN_MGMT_GET_TRUNK_INFO">(&reply);
   if (outcome.succeeded()) {
     *info = reply;

@@ -1,10 +1,10 @@
+#include "driver_abi/wwn_request.h"
 #include "simulator/board/adapter.h"
 #include "simulator/board/link.h"
 #include "simulator/board/port_list.h"
 #include "simulator/board/text_field.h"
 #include "simulator/call/request.h"
 #include "simulator/commands/handlers.h"
-#include "simulator/commands/wwn_request.h"
 
 #include <cstddef>
 
@@ -160,7 +160,7 @@ DriverStatus describe_port_by_index(Adapter& adapter, Request& request) {
 
 DriverStatus describe_port_by_wwn(Adapter& adapter, Request& request) {
   auto& record = request.output<PortRecord>(1);
-  const Wwn& wanted = request.input<WwnRequest>(2).port_wwn;
+  const Wwn& wanted = request.input<ovk::WwnRequest>(2).port_wwn;
   if (wanted == adapter.topology().port.port_wwn) {
     describe_own_port(adapter, record);
     return DriverStatus::success;

@@ -1,3 +1,4 @@
+#include "driver_abi/wwn_request.h"
 #include "simulator/board/adapter.h"
 #include "simulator/board/board_state.h"
 #include "simulator/board/link.h"
@@ -5,7 +6,6 @@
 #include "simulator/board/text_field.h"
 #include "simulator/call/request.h"
 #include "simulator/commands/handlers.h"
-#include "simulator/commands/wwn_request.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -156,7 +156,7 @@ DriverStatus describe_virtual_port(Adapter& adapter, Request& request) {
   }
   const auto ports = virtual_ports(adapter);
   const auto found =
-      std::ranges::find(ports, request.input<WwnRequest>(1).port_wwn, &PortTopology::port_wwn);
+      std::ranges::find(ports, request.input<ovk::WwnRequest>(1).port_wwn, &PortTopology::port_wwn);
   if (found == ports.end()) {
     return DriverStatus::not_found;
   }
@@ -181,7 +181,7 @@ NodeRecord node_record(const PortTopology& port, std::uint32_t tag) {
 
 /** Every port of the board is logged in with all ports that the board discovered. */
 DriverStatus list_nodes(Adapter& adapter, Request& request) {
-  const Wwn& local = request.input<WwnRequest>(1).port_wwn;
+  const Wwn& local = request.input<ovk::WwnRequest>(1).port_wwn;
   const auto ports = virtual_ports(adapter);
   if (local != adapter.topology().port.port_wwn &&
       std::ranges::find(ports, local, &PortTopology::port_wwn) == ports.end()) {

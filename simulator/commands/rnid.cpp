@@ -1,9 +1,9 @@
+#include "driver_abi/wwn_request.h"
 #include "simulator/board/adapter.h"
 #include "simulator/board/port_counters.h"
 #include "simulator/board/port_list.h"
 #include "simulator/call/request.h"
 #include "simulator/commands/handlers.h"
-#include "simulator/commands/wwn_request.h"
 
 #include <algorithm>
 #include <array>
@@ -98,7 +98,7 @@ RnidAccept accept(const RnidTopology& rnid) {
   return reply;
 }
 
-const PortTopology* find_port(Adapter& adapter, const WwnRequest& request, NameKind kind) {
+const PortTopology* find_port(Adapter& adapter, const ovk::WwnRequest& request, NameKind kind) {
   const auto& ports = adapter.state<PortList>().ports();
   const auto found = std::ranges::find_if(ports, [&](const PortTopology& port) {
     return kind == NameKind::node ? port.node_wwn == request.node_wwn
@@ -113,7 +113,7 @@ DriverStatus send_rnid(Adapter& adapter, Request& request) {
   if (kind != NameKind::node && kind != NameKind::port) {
     return DriverStatus::not_supported;
   }
-  const PortTopology* port = find_port(adapter, request.input<WwnRequest>(1), kind);
+  const PortTopology* port = find_port(adapter, request.input<ovk::WwnRequest>(1), kind);
   if (port == nullptr) {
     return DriverStatus::not_found;
   }

@@ -1,6 +1,6 @@
 // What must hold about the sources, and what no compiler checks.
 
-#include "library/core/catalogue.h"
+#include "driver_abi/commands.h"
 
 #include <filesystem>
 #include <fstream>
@@ -115,8 +115,8 @@ TEST(SourceTest, EveryCommandOfTheCatalogueIsInvoked) {
   std::string library;
   for_each_line(
       [&](const SourceLine& line) { library += line.file.extension() == ".cpp" ? line.text : ""; });
-  for (const Callback& callback : catalogue) {
-    const std::string name = callback.name;  // a reserved one has none
+  for (const DriverCommand& command : commands) {
+    const std::string name{command.name};  // a reserved one has none
     EXPECT_TRUE(name.empty() || library.find("invoke<\"" + name + '"') != std::string::npos)
         << name;
   }

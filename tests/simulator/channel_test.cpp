@@ -1,7 +1,7 @@
+#include "driver_abi/wwn_request.h"
 #include "simulator/call/channel_error.h"
 #include "simulator/call/parameters.h"
 #include "simulator/call/request.h"
-#include "simulator/commands/wwn_request.h"
 #include "tests/simulator/simulator_test.h"
 
 #include <algorithm>
@@ -38,8 +38,8 @@ TEST_F(ChannelTest, WritesExactlyTheBytesThatAreDeclaredAsOutputWhateverTheStatu
   auto reply = filled<490 + guard>(0xEE);
   auto zeroed = filled<490 + guard>(0);
   std::fill_n(zeroed.end() - guard, guard, 0xEE);
-  WwnRequest wanted{.port_wwn = {{0x10, 0, 0, 0, 0, 0, 0, 3}}};
-  const WwnRequest before = wanted;
+  ovk::WwnRequest wanted{.port_wwn = {{0x10, 0, 0, 0, 0, 0, 0, 3}}};
+  const ovk::WwnRequest before = wanted;
 
   ASSERT_EQ(send(DriverCommand::hba_wwpnportattributes, {.option = 77}, reply.data(), &wanted),
             DriverStatus::success);

@@ -1,6 +1,6 @@
 #include "simulator/commands/handlers.h"
 
-#include "library/core/catalogue.h"
+#include "driver_abi/commands.h"
 #include "simulator/call/driver_commands.h"
 
 #include <string_view>
@@ -12,15 +12,15 @@ namespace {
 
 TEST(HandlersTest, EveryCommandThatTheLibraryInvokesHasADriverSide) {
   const HandlerTable handlers = all_handlers();
-  for (const ovk::Callback& callback : ovk::catalogue) {
-    if (callback.name == std::string_view{ovk::catalogue_rows::reserved}) {
+  for (const ovk::DriverCommand& row : ovk::commands) {
+    if (row.name == ovk::command_rows::reserved) {
       continue;
     }
-    const auto command = command_named(callback.name);
-    ASSERT_TRUE(command) << callback.name;
-    EXPECT_EQ(static_cast<std::uint64_t>(*command), callback.id) << callback.name;
-    EXPECT_EQ(name_of(*command), callback.name);
-    EXPECT_NE(handlers.find(*command), nullptr) << callback.name;
+    const auto command = command_named(row.name);
+    ASSERT_TRUE(command) << row.name;
+    EXPECT_EQ(static_cast<std::uint64_t>(*command), row.id) << row.name;
+    EXPECT_EQ(name_of(*command), row.name);
+    EXPECT_NE(handlers.find(*command), nullptr) << row.name;
   }
 }
 

@@ -1,7 +1,7 @@
+#include "driver_abi/wwn_request.h"
 #include "simulator/board/board_state.h"
 #include "simulator/board/link.h"
 #include "simulator/board/port_list.h"
-#include "simulator/commands/wwn_request.h"
 #include "tests/simulator/test_host.h"
 
 #include <memory>
@@ -68,7 +68,7 @@ TEST_F(NpivTest, AListThatDoesNotFitTellsOnlyHowManyThereAre) {
 TEST_F(NpivTest, AttributesAreThoseOfTheNamedPortAndAnUnknownNameIsTheOnlyFailureWithoutAReason) {
   std::array<std::uint8_t, 340> attributes{};
   const auto ask = [&](TestHost& asked, const Wwn& name) {
-    const WwnRequest request{.port_wwn = name};
+    const ovk::WwnRequest request{.port_wwn = name};
     return asked.send(vport_get_attrib, {}, request, attributes);
   };
   EXPECT_EQ(ask(host, second_vport).status, success);
@@ -83,7 +83,7 @@ TEST_F(NpivTest, AttributesAreThoseOfTheNamedPortAndAnUnknownNameIsTheOnlyFailur
 TEST_F(NpivTest, EachPortOfTheBoardIsLoggedInWithTheDiscoveredPorts) {
   auto list = std::make_unique<Words<157700>>();
   const auto ask = [&](const Wwn& name, std::uint32_t room) {
-    const WwnRequest request{.port_wwn = name};
+    const ovk::WwnRequest request{.port_wwn = name};
     return host.send(vport_get_node_info, {.request_size = room}, request, *list).status;
   };
   constexpr std::size_t record_words = 308 / 4;

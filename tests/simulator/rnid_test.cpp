@@ -1,4 +1,4 @@
-#include "simulator/commands/wwn_request.h"
+#include "driver_abi/wwn_request.h"
 #include "tests/simulator/test_host.h"
 
 namespace ravnsim::test {
@@ -13,7 +13,7 @@ constexpr std::uint32_t node_name = 0;
 constexpr std::uint32_t port_name = 1;
 constexpr Wwn known_port{{0x10, 0, 0, 0, 0, 0, 0, 3}};
 
-CommandBlock ask(TestHost& host, std::uint32_t kind, const WwnRequest& request, Reply& reply,
+CommandBlock ask(TestHost& host, std::uint32_t kind, const ovk::WwnRequest& request, Reply& reply,
                  std::uint32_t room = 64) {
   return host.send(hba_rnid, {.request_size = room, .code = kind}, request, reply);
 }

@@ -22,17 +22,17 @@ ScriptedChannel* current_channel = nullptr;
 
 }  // namespace
 
-Exchange::Exchange(const Callback& callback, std::uint32_t driver_board) : callback_{&callback} {
+Exchange::Exchange(const DriverCommand& command, std::uint32_t driver_board) : command_{&command} {
   expected_words_[0] = driver_board;
 }
 
 void Exchange::check(const std::uint32_t* block, const std::vector<std::uint8_t*>& payloads) {
   for (std::size_t i = 0; i < words; ++i) {
-    EXPECT_EQ(block[i], expected_words_[i]) << callback_->name << ", word " << i;
+    EXPECT_EQ(block[i], expected_words_[i]) << command_->name << ", word " << i;
   }
   for (std::size_t i = 0; i < payloads.size(); ++i) {
-    SCOPED_TRACE(testing::Message() << callback_->name << ", payload " << i + 1);
-    const auto& [size, direction] = callback_->payloads[i];
+    SCOPED_TRACE(testing::Message() << command_->name << ", payload " << i + 1);
+    const auto& [size, direction] = command_->payloads[i];
     auto& [expected, lacking, reply, sent] = payloads_[i];
     EXPECT_EQ(payloads[i] == nullptr, lacking);
     if (payloads[i] == nullptr) {
@@ -59,8 +59,8 @@ int Exchange::perform(std::uint32_t* block, const std::vector<std::uint8_t*>& pa
   }
   for (std::size_t i = 0; i < payloads.size(); ++i) {
     if (const ByteVector& reply = payloads_[i].reply; !reply.empty() && payloads[i] != nullptr) {
-      EXPECT_NE(callback_->payloads[i].direction, Direction::input);
-      EXPECT_LE(reply.size(), callback_->payloads[i].size);
+      EXPECT_NE(command_->payloads[i].direction, Direction::input);
+      EXPECT_LE(reply.size(), command_->payloads[i].size);
       std::ranges::copy(reply, payloads[i]);
     }
   }
@@ -76,7 +76,7 @@ ScriptedChannel::~ScriptedChannel() {
 
 void ScriptedChannel::verify() const {
   for (std::size_t i = next_; i < exchanges_.size(); ++i) {
-    ADD_FAILURE() << "expected, but never sent: " << exchanges_[i].callback_->name;
+    ADD_FAILURE() << "expected, but never sent: " << exchanges_[i].command_->name;
   }
 }
 
@@ -88,11 +88,11 @@ vmk_MgmtChannel* ScriptedChannel::handle() {
 }
 
 Exchange& ScriptedChannel::expect(std::string_view name, std::uint32_t driver_board) {
-  const auto* callback = std::ranges::find(catalogue, name, &Callback::name);
-  if (callback == catalogue.end()) {
-    throw std::invalid_argument{"the catalogue holds no " + std::string{name}};
+  const auto* command = std::ranges::find(commands, name, &DriverCommand::name);
+  if (command == commands.end()) {
+    throw std::invalid_argument{"the driver has no command " + std::string{name}};
   }
-  return exchanges_.emplace_back(*callback, driver_board);
+  return exchanges_.emplace_back(*command, driver_board);
 }
 
 int ScriptedChannel::invoke(std::uint64_t id, std::uint32_t parameter_count,
@@ -102,8 +102,8 @@ int ScriptedChannel::invoke(std::uint64_t id, std::uint32_t parameter_count,
     return refused;
   }
   Exchange& exchange = exchanges_[next_];
-  if (exchange.callback_->id != id || parameter_count != 1 + exchange.callback_->payload_count) {
-    ADD_FAILURE() << "expected " << exchange.callback_->name << ", got command 0x" << std::hex << id
+  if (exchange.command_->id != id || parameter_count != 1 + exchange.command_->payload_count) {
+    ADD_FAILURE() << "expected " << exchange.command_->name << ", got command 0x" << std::hex << id
                   << " with " << std::dec << parameter_count << " parameters";
     return refused;
   }

@@ -5,7 +5,7 @@
  */
 #pragma once
 
-#include "library/core/catalogue.h"
+#include "driver_abi/commands.h"
 
 #include <algorithm>
 #include <array>
@@ -84,7 +84,7 @@ inline constexpr std::uint32_t no_board = 0;
 /** One command that is expected, and its answer. Words that are not named are expected to be 0. */
 class Exchange {
  public:
-  Exchange(const Callback& callback, std::uint32_t driver_board);
+  Exchange(const DriverCommand& command, std::uint32_t driver_board);
 
   /** Expects a word of the Command block. */
   Exchange& word(std::size_t number, std::uint32_t value) {
@@ -151,7 +151,7 @@ class Exchange {
   int perform(std::uint32_t* block, const std::vector<std::uint8_t*>& payloads);
   void check(const std::uint32_t* block, const std::vector<std::uint8_t*>& payloads);
 
-  const Callback* callback_;
+  const DriverCommand* command_;
   std::array<std::uint32_t, words> expected_words_{};
   std::vector<std::pair<std::size_t, std::uint32_t>> answered_words_;
   std::array<Payload, max_payloads> payloads_;
@@ -167,7 +167,7 @@ class ScriptedChannel {
   ScriptedChannel(const ScriptedChannel&) = delete;
   ScriptedChannel& operator=(const ScriptedChannel&) = delete;
 
-  /** Expects a command, by its name in the catalogue, after those expected before. */
+  /** Expects a command, by its name, after those expected before. */
   Exchange& expect(std::string_view name, std::uint32_t driver_board);
 
   /** Checks that every exchange took place. */
