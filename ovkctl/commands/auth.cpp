@@ -242,7 +242,7 @@ void add_config_list(const Command& config) {
 
 void add_config_show(const Command& config) {
   const Command show = config.subcommand("show", "Show one entry");
-  show.example("ovkctl auth config show 0 50:00:00:54:0a:00:00:01");
+  show.example("ovkctl auth config show 0 10:00:02:0a:54:00:00:01");
   const Pair pair(show);
   show.action([=](const Context& context) {
     const Session session;
@@ -253,7 +253,7 @@ void add_config_show(const Command& config) {
 
 void add_config_set(const Command& config) {
   const Command set = config.subcommand("set", "Add an entry or replace it");
-  set.example("ovkctl auth config set 0 50:00:00:54:0a:00:00:01 --bidirectional --persist");
+  set.example("ovkctl auth config set 0 10:00:02:0a:54:00:00:01 --bidirectional --persist");
   const Pair pair(set);
   const auto mode =
       set.option<std::string>("--mode", "WORD", "disabled, enabled or passive", "enabled");
@@ -298,7 +298,7 @@ void delete_entries(std::uint32_t board, const std::optional<PortPair>& ports) {
 
 void add_config_delete(const Command& config) {
   const Command remove = config.subcommand("delete", "Delete an entry with its passwords, or all");
-  remove.example("ovkctl auth config delete 0 50:00:00:54:0a:00:00:01 --persist");
+  remove.example("ovkctl auth config delete 0 10:00:02:0a:54:00:00:01 --persist");
   remove.example("ovkctl auth config delete 0 --all --persist");
   const auto board = remove.board();
   const auto remote = remove.optional_argument<Wwn>("REMOTE", "port WWN of the remote port");
@@ -379,8 +379,8 @@ void add_password(const Command& auth) {
       "password",
       "Set the passwords of an entry: asked for at the terminal without echo, or read "
       "from file descriptors");
-  password.example("ovkctl auth password 0 50:00:00:54:0a:00:00:01 --persist");
-  password.example("ovkctl auth password 0 50:00:00:54:0a:00:00:01 --local-fd 3 3< board.key");
+  password.example("ovkctl auth password 0 10:00:02:0a:54:00:00:01 --persist");
+  password.example("ovkctl auth password 0 10:00:02:0a:54:00:00:01 --local-fd 3 3< board.key");
   const Pair pair(password);
   constexpr std::uint32_t largest = 1023;
   const auto local_fd = password.option<std::uint32_t>(
@@ -411,7 +411,7 @@ void add_password(const Command& auth) {
 
 void add_start(const Command& auth) {
   const Command start = auth.subcommand("start", "Authenticate now, and show what came of it");
-  start.example("ovkctl auth start 0 50:00:00:54:0a:00:00:01");
+  start.example("ovkctl auth start 0 10:00:02:0a:54:00:00:01");
   const Pair pair(start);
   const auto keep = persist_flag(start);
   const auto yes = start.yes();
@@ -433,7 +433,7 @@ void add_start(const Command& auth) {
 
 void add_status(const Command& auth) {
   const Command status = auth.subcommand("status", "Show what came of the last authentication");
-  status.example("ovkctl auth status 0 50:00:00:54:0a:00:00:01");
+  status.example("ovkctl auth status 0 10:00:02:0a:54:00:00:01");
   const Pair pair(status);
   status.action([=](const Context& context) {
     const Session session;

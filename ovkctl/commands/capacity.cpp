@@ -44,7 +44,7 @@ Report capacity_report(const LogicalUnit& unit, const ByteVector& data) {
 void add_capacity(Command root) {
   const Command capacity =
       root.subcommand("capacity", "Ask a logical unit for its size (READ CAPACITY)");
-  capacity.example("ovkctl capacity 0 50:00:00:54:0a:00:00:01 0");
+  capacity.example("ovkctl capacity 0 10:00:02:0a:54:00:00:01 0");
   const auto board = capacity.board();
   const auto target = capacity.argument<Wwn>("TARGET", "port WWN of the target");
   const auto lun =

@@ -56,7 +56,7 @@ ByteVector exchange_els(std::uint32_t board, const ElsDestination& destination,
 
 void add_els(Command root) {
   const Command els = root.subcommand("els", "Send an extended link service request to a port");
-  els.example("ovkctl els 0 50:00:00:54:0a:00:00:01 10000000deadbeef");
+  els.example("ovkctl els 0 10:00:02:0a:54:00:00:01 10000000deadbeef");
   const auto board = els.board();
   const auto destination = els.argument<HexBytes>(
       "DESTINATION", "port WWN, or the driver's descriptor of 16 bytes in hex");

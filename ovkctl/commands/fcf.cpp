@@ -163,7 +163,7 @@ void add_connect(const Command& noun) {
 
   const Command set = connect.subcommand("set", "Replace the FCF connection list");
   set.example(
-      "ovkctl fcf connect set 2 0x06,100,10:00:00:05:1e:00:00:03,20:64:00:05:1e:00:03:01 --yes");
+      "ovkctl fcf connect set 2 0x06,100,10:00:02:fa:54:00:00:03,10:00:02:64:54:00:03:01 --yes");
   const auto set_board = set.board();
   const auto texts =
       set.arguments<std::string>("CONNECTION", "FLAGS,VLAN,NAME,NAME of a preferred FCF");

@@ -54,8 +54,8 @@ void add_page(Report& report, std::uint8_t page, const ByteVector& data) {
 
 void add_inquiry(Command root) {
   const Command inquiry = root.subcommand("inquiry", "Ask a logical unit what it is (INQUIRY)");
-  inquiry.example("ovkctl inquiry 0 50:00:00:54:0a:00:00:01 0");
-  inquiry.example("ovkctl inquiry 0 50:00:00:54:0a:00:00:01 0 --page 0x83");
+  inquiry.example("ovkctl inquiry 0 10:00:02:0a:54:00:00:01 0");
+  inquiry.example("ovkctl inquiry 0 10:00:02:0a:54:00:00:01 0 --page 0x83");
   const auto board = inquiry.board();
   const auto target = inquiry.argument<Wwn>("TARGET", "port WWN of the target");
   const auto lun =

@@ -41,7 +41,7 @@ Report luns_report(std::uint32_t board, const Wwn& target, std::span<const std::
 
 void add_luns(Command root) {
   const Command luns = root.subcommand("luns", "Ask a target for its logical units (REPORT LUNS)");
-  luns.example("ovkctl luns 0 50:00:00:54:0a:00:00:01");
+  luns.example("ovkctl luns 0 10:00:02:0a:54:00:00:01");
   const auto board = luns.board();
   const auto target = luns.argument<Wwn>("TARGET", "port WWN of the target");
   const auto output = luns.output_file();

@@ -84,7 +84,7 @@ void add_nodes(Command root) {
   const Command nodes = root.subcommand(
       "nodes", "List the nodes that a board's port or virtual port is logged in with");
   nodes.example("ovkctl nodes 0");
-  nodes.example("ovkctl nodes 0 28:01:00:54:56:32:00:01");
+  nodes.example("ovkctl nodes 0 10:00:02:28:54:56:32:01");
   const auto board = nodes.board();
   const auto wwn = nodes.optional_argument<Wwn>("WWN", "port WWN of a virtual port");
   nodes.action([=](const Context& context) {

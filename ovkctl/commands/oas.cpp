@@ -134,7 +134,7 @@ void set_rule_with_priority(std::uint32_t board, const Wwn& local, const Wwn& ta
 void add_list(const Command& oas) {
   const Command list =
       oas.subcommand("list", "Show the logical units of a target with optimized access");
-  list.example("ovkctl oas list 0 50:00:00:54:0a:00:00:01");
+  list.example("ovkctl oas list 0 10:00:02:0a:54:00:00:01");
   const Ports ports(list);
   list.action([=](const Context& context) {
     const Session session;
@@ -145,8 +145,8 @@ void add_list(const Command& oas) {
 
 void add_add(const Command& oas) {
   const Command add = oas.subcommand("add", "Give a logical unit optimized access");
-  add.example("ovkctl oas add 0 50:00:00:54:0a:00:00:01 5");
-  add.example("ovkctl oas add 0 50:00:00:54:0a:00:00:01 5 --priority 100");
+  add.example("ovkctl oas add 0 10:00:02:0a:54:00:00:01 5");
+  add.example("ovkctl oas add 0 10:00:02:0a:54:00:00:01 5 --priority 100");
   const Ports ports(add);
   const auto lun = add.argument<std::uint64_t>("LUN", "the logical unit's number");
   const auto priority =
@@ -168,7 +168,7 @@ void add_add(const Command& oas) {
 
 void add_remove(const Command& oas) {
   const Command remove = oas.subcommand("remove", "Take optimized access from a logical unit");
-  remove.example("ovkctl oas remove 0 50:00:00:54:0a:00:00:01 5");
+  remove.example("ovkctl oas remove 0 10:00:02:0a:54:00:00:01 5");
   const Ports ports(remove);
   const auto lun = remove.argument<std::uint64_t>("LUN", "the logical unit's number");
   remove.action([=](const Context& context) {

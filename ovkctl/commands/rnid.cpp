@@ -151,7 +151,7 @@ void add_rnid_set(Command rnid) {
 
 void add_rnid_send(Command rnid) {
   const Command send = rnid.subcommand("send", "Ask a port of the fabric who it is");
-  send.example("ovkctl rnid send 0 50:00:00:54:0a:00:00:01");
+  send.example("ovkctl rnid send 0 10:00:02:0a:54:00:00:01");
   const auto board = send.board();
   const auto wwn = send.argument<Wwn>("WWN", "name of the port to ask");
   const auto by_node = send.flag("--node", "WWN is a node WWN, not a port WWN");

@@ -70,7 +70,7 @@ Report transfer_report(const Place& place, std::size_t bytes, const std::string&
 
 void add_read(Command scsi) {
   const Command read = scsi.subcommand("read", "Read blocks of a logical unit into a file");
-  read.example("ovkctl scsi read 0 50:00:00:54:0a:00:00:01 0 --blocks 64 -o blocks.bin");
+  read.example("ovkctl scsi read 0 10:00:02:0a:54:00:00:01 0 --blocks 64 -o blocks.bin");
   const auto board = read.board();
   const auto target = read.argument<Wwn>("TARGET", "port WWN of the target");
   const auto lun =
@@ -98,7 +98,7 @@ void add_read(Command scsi) {
 
 void add_write(Command scsi) {
   const Command write = scsi.subcommand("write", "Write a file to blocks of a logical unit");
-  write.example("ovkctl scsi write 0 50:00:00:54:0a:00:00:01 0 blocks.bin --lba 64 --yes");
+  write.example("ovkctl scsi write 0 10:00:02:0a:54:00:00:01 0 blocks.bin --lba 64 --yes");
   const auto board = write.board();
   const auto target = write.argument<Wwn>("TARGET", "port WWN of the target");
   const auto lun =

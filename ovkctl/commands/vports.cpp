@@ -105,7 +105,7 @@ void add_board_command(Command vports, const std::string& name, const std::strin
 
 void add_vports_show(Command vports) {
   const Command show = vports.subcommand("show", "Show the attributes of a virtual port");
-  show.example("ovkctl vports show 0 28:01:00:54:56:32:00:01");
+  show.example("ovkctl vports show 0 10:00:02:28:54:56:32:01");
   const auto board = show.board();
   const auto wwn = show.argument<Wwn>("WWN", "port WWN of the virtual port");
   const auto output = show.output_file();

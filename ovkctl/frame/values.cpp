@@ -77,7 +77,7 @@ void parse_value(const std::string& text, std::string& value) { value = text; }
 
 void parse_value(const std::string& text, Wwn& value) {
   const std::string mistake =
-      "\"" + text + "\" is not a world-wide name such as 10:00:00:90:fa:12:34:56";
+      "\"" + text + "\" is not a world-wide name such as 10:00:02:00:54:12:34:56";
   static constexpr std::size_t plain_length = 2 * sizeof value.bytes;
   static constexpr std::size_t colon_length = plain_length + sizeof value.bytes - 1;
   if (text.size() != plain_length && text.size() != colon_length) {

@@ -69,9 +69,15 @@ std::uint32_t dword_at(const Space& space, std::size_t offset) {
   return value;
 }
 
-/** The EUI-64 form of the port's name, upper dword last as the capability has it. */
+/**
+ * The EUI-64 of the address in the port's name: its halves around FF FE, as an address of 48 bits
+ * is widened. The upper dword comes last, as the capability has it.
+ */
 void put_serial_number(Space& space, const Wwn& port_wwn) {
-  std::ranges::reverse_copy(std::as_bytes(std::span{port_wwn.bytes}), space.begin() + 0x144);
+  const auto& name = port_wwn.bytes;
+  const std::array<std::uint8_t, 8> eui64{name[2], name[3], name[4], 0xFF,
+                                          0xFE,    name[5], name[6], name[7]};
+  std::ranges::reverse_copy(std::as_bytes(std::span{eui64}), space.begin() + 0x144);
 }
 
 void put_link_speed(Space& space, std::uint32_t sli_mode) {

@@ -12,7 +12,7 @@
 
 namespace ravnsim {
 
-/** Reads "10:00:00:00:c9:12:34:56", with colons or without. */
+/** Reads "10:00:02:00:54:12:34:56", with colons or without. */
 std::optional<Wwn> parse_wwn(std::string_view text);
 
 /** Writes a name as colon-separated hex. */

@@ -193,7 +193,7 @@ Wwn JsonValue::wwn() const {
   const std::string given = text(longest_wwn);
   const auto wwn = parse_wwn(given);
   if (!wwn) {
-    refuse("\"" + given + "\" is no world-wide name such as \"10:00:00:00:00:00:00:01\"");
+    refuse("\"" + given + "\" is no world-wide name such as \"10:00:02:00:00:00:00:01\"");
   }
   return *wwn;
 }

@@ -9,7 +9,7 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 
-const std::string remote = "50:00:00:54:0a:00:00:01";
+const std::string remote = "10:00:02:0a:54:00:00:01";
 
 class AuthTest : public OvkctlTest {
  protected:

@@ -55,7 +55,7 @@ TEST_F(ListTest, TextIsATableThatKeepsControlCharactersOfTheDriverOffTheTerminal
   set_board({{"ready", false}, {"model", "Lone\x1b[31m"}, {"firmware_version", "12.1"}});
   EXPECT_EQ(run("list").out,
             "BOARD  DRIVER  MODEL      PORT WWN                 STATE        SPEED  SLI  FIRMWARE\n"
-            "    0       7  Lone?[31m  10:00:00:00:00:00:00:01  not ready  unknown    4  12.1\n");
+            "    0       7  Lone?[31m  10:00:02:00:00:00:00:01  not ready  unknown    4  12.1\n");
   EXPECT_EQ(json_of("list").at("boards").at(0).at("state"), "not ready");
 }
 

@@ -9,8 +9,8 @@ namespace {
 using testing::AllOf;
 using testing::HasSubstr;
 
-const std::string array_port = "50:00:00:54:0a:00:00:01";
-const std::string tape_port = "50:00:00:54:0b:00:00:01";
+const std::string array_port = "10:00:02:0a:54:00:00:01";
+const std::string tape_port = "10:00:02:0b:54:00:00:01";
 
 class FabricTest : public OvkctlTest {
  protected:
@@ -43,8 +43,7 @@ TEST_F(FabricTest, TargetsShowEveryLogicalUnitOfTheTopology) {
   EXPECT_EQ(column(targets, "port_wwn"), ports);
   EXPECT_EQ(column(targets, "os_device_name"), names);
   ASSERT_GE(targets.size(), 3U);
-  EXPECT_THAT(targets[0], Holds({{"identifier_type", "NAA"},
-                                 {"identifier", "6000540a000000000000000000000a01"}}));
+  EXPECT_THAT(targets[0], Holds({{"identifier_type", "NAA"}, {"identifier", "3000005400000a01"}}));
   EXPECT_THAT(targets[2], Holds({{"identifier_type", "EUI-64"}, {"fcp_lun", "412c000000000000"}}));
   EXPECT_EQ(json_of("bindings 0").at("bindings").size(), 3U);
 }
@@ -62,10 +61,10 @@ TEST_F(FabricTest, ForeignDecodersReadWhatTheUnitsSayAndShowTheTopologysValues) 
   };
   EXPECT_THAT(page("0 --page 0"), HasSubstr("Device identification [di]"));
   EXPECT_THAT(page("0 --page 0x80"), HasSubstr("Unit serial number: HQ4001290A"));
-  EXPECT_THAT(page("0 --page 0x83"), AllOf(HasSubstr("0x6000540a000000000000000000000a01"),
-                                           HasSubstr("vendor id: HARBOUR"),
-                                           HasSubstr("0x500000540a000001")));  // the target port
-  EXPECT_THAT(page("300 --page 0x83"), HasSubstr("0x00540a0000000003"));
+  EXPECT_THAT(page("0 --page 0x83"),
+              AllOf(HasSubstr("0x3000005400000a01"), HasSubstr("vendor id: HARBOUR"),
+                    HasSubstr("10 00 02 0a 54 00 00 01")));  // the target port
+  EXPECT_THAT(page("300 --page 0x83"), HasSubstr("0x02540a0000000003"));
 }
 
 TEST_F(FabricTest, InquiriesAreDecodedForPeople) {
@@ -103,11 +102,11 @@ TEST_F(FabricTest, AFileThatIsWrittenToAUnitComesBackAsItWas) {
   std::string disk(1024 * 512, '\xEE');
   write("source", data);
   write("disk", disk);
-  set_board({{"discovered_ports", json::parse(R"([{"node_wwn": "2000000000000002",
-    "port_wwn": "1000000000000002", "fc_id": 2,
+  set_board({{"discovered_ports", json::parse(R"([{"node_wwn": "1000020100000002",
+    "port_wwn": "1000020000000002", "fc_id": 2,
     "luns": [{"lun": 0, "serial_number": "D", "file": "disk"}]}])")}});
 
-  const std::string unit = "1000000000000002 0 ";
+  const std::string unit = "1000020000000002 0 ";
   const std::string write_line = "scsi write 0 " + unit + "source --lba 700";
   EXPECT_THAT(run(write_line), Exits(2)) << "nobody was asked";
   EXPECT_TRUE(contents_of("disk") == disk);
@@ -133,7 +132,7 @@ TEST_F(FabricTest, TheNameServerAndThePortsAnswer) {
   EXPECT_THAT(run("ct 0 0x010200 00"), Exits(2));
   EXPECT_EQ(json_of("els 0 " + array_port + " 10000000deadbeef").at("data"), "02000000deadbeef");
   EXPECT_THAT(run("els 0 " + array_port + " 55000000").out, HasSubstr("LS_RJT"));
-  EXPECT_THAT(run("els 0 5000000000000099 10000000"), Exits(1, "the port did not answer"));
+  EXPECT_THAT(run("els 0 1000020a00000099 10000000"), Exits(1, "the port did not answer"));
 
   set_faults(R"([{"command": "RAVN_MGMT_SEND_CT", "effect": "reject", "value": "0x0907"}])");
   EXPECT_THAT(run("nameserver list 0"),

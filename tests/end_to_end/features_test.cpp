@@ -11,15 +11,15 @@ using testing::IsEmpty;
 
 using FeaturesTest = OvkctlTest;
 
-const std::string target = "50:00:00:54:0a:00:00:01";
+const std::string target = "10:00:02:0a:54:00:00:01";
 
 TEST_F(FeaturesTest, QosShowsTheOrderInWhichTheRulesApply) {
   write("rules", R"(
 # a comment
-10:00:00:54:56:32:00:01  *                 *                 *                 1  # behind a rule
-1000005456320001         0000000000000001  0000000000000002  0000000000000003  2
+10:00:02:00:54:56:32:01  *                 *                 *                 1  # behind a rule
+1000020054563201         0000000000000001  0000000000000002  0000000000000003  2
 *                        *                 *                 *                 0xFFFFFFFF
-1000005456320001         0000000000000001  0000000000000002  0000000000000004  4
+1000020054563201         0000000000000001  0000000000000002  0000000000000004  4
 )");
   EXPECT_THAT(run("qos set 0 rules"), Exits(2)) << "nobody said yes";
   const json set = json_of("qos set 0 rules --yes");
@@ -29,7 +29,7 @@ TEST_F(FeaturesTest, QosShowsTheOrderInWhichTheRulesApply) {
   EXPECT_EQ(json_of("qos flag 0 on").at("applied"), true);
   const json listed = json_of("qos list 0");
   EXPECT_THAT(listed, Holds({{"rules", set.at("rules")}, {"applied", true}}));
-  EXPECT_EQ(listed.at("rules").at(2).at("field1"), "10:00:00:54:56:32:00:01");
+  EXPECT_EQ(listed.at("rules").at(2).at("field1"), "10:00:02:00:54:56:32:01");
   EXPECT_EQ(listed.at("rules").at(3).at("field1"), "*");
   EXPECT_THAT(json_of("qos list 1").at("rules"), IsEmpty());
 }
@@ -63,9 +63,9 @@ TEST_F(FeaturesTest, OasRulesAppearInTheListAndGoAgain) {
   EXPECT_THAT(column(json_of("oas remove 0 " + target + " 5").at("luns"), "priority"),
               ElementsAre(100));
   EXPECT_THAT(run("oas remove 0 " + target + " 5"), Exits(1, "the driver has no such rule"));
-  EXPECT_THAT(run("oas add 0 5000000000000009 1"),
+  EXPECT_THAT(run("oas add 0 1000020a00000009 1"),
               Exits(1, "failed with result 18: the driver took the rule"));
-  json_of("oas remove 0 5000000000000009 1");
+  json_of("oas remove 0 1000020a00000009 1");
   EXPECT_THAT(run("oas add 0 " + target + " 1 --priority 128"), Exits(2));
   EXPECT_THAT(run("oas list 1 " + target), Exits(1, "does not offer optimized access"));
 }

@@ -45,7 +45,7 @@ TEST_F(IoCommandTest, CountsTheScsiCommandsOfEarlierProcesses) {
   const json before = json_of("io 0");
   EXPECT_EQ(before.at("nodes"), 3);
   EXPECT_EQ(before.at("commands").at("reads"), 0);
-  EXPECT_THAT(run("inquiry 0 50:00:00:54:0a:00:00:01 0"), Exits(0));
+  EXPECT_THAT(run("inquiry 0 10:00:02:0a:54:00:00:01 0"), Exits(0));
   EXPECT_GE(json_of("io 0").at("commands").at("reads"), 1);
 }
 
@@ -86,7 +86,7 @@ TEST_F(PciCommandTest, TheConfigurationReadsWellToOthers) {
               AllOf(HasSubstr("3b:00.0 0c04: 5456:3200"), HasSubstr("Subsystem: 5456:3201"),
                     HasSubstr("(64-bit, non-prefetchable)"), HasSubstr("Express (v2) Endpoint"),
                     HasSubstr("LnkSta:\tSpeed 8GT/s"),
-                    HasSubstr("Device Serial Number 10-00-00-54-56-32-00-01")));
+                    HasSubstr("Device Serial Number 02-00-54-ff-fe-56-32-01")));
   EXPECT_EQ(json_of("pci location 0").at("location"), "0000:3b:00.0");
 }
 

@@ -81,7 +81,7 @@ json OvkctlTest::json_of(const std::string& line) const {
 void OvkctlTest::set_board(const json& differences) {
   json board = R"({"driver_number": 7, "device": "0x32005456", "sli_mode": 4,
     "manufacturer": "Tarvos", "serial_number": "1", "model": "One",
-    "port": {"node_wwn": "20:00:00:00:00:00:00:01", "port_wwn": "10:00:00:00:00:00:00:01",
+    "port": {"node_wwn": "10:00:02:01:00:00:00:01", "port_wwn": "10:00:02:00:00:00:00:01",
              "fc_id": "0x010200"}})"_json;
   board.merge_patch(differences);
   const json driver = {{"name", "ravn"}, {"version", "14"}};

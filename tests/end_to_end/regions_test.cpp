@@ -83,7 +83,7 @@ TEST_F(RegionsTest, FcoeParametersAndConnectionsAreKept) {
   EXPECT_THAT(json_of("fcoe show 2"), Holds({{"fc_map", "0x0efc01"}, {"vlan_id", 100}}));
   EXPECT_THAT(run("fcoe show 1"), Exits(1, "the board is no SLI-4 board"));
 
-  EXPECT_THAT(change("fcf connect set 2 0x06,100,1000000000000001,2000000000000001 "
+  EXPECT_THAT(change("fcf connect set 2 0x06,100,1000020000000001,1000020100000001 "
                      "0,7,0000000000000000,0000000000000002"),
               Exits(0));
   const json connections = json_of("fcf connect list 2").at("connections");
@@ -97,7 +97,7 @@ TEST_F(RegionsTest, FcoeParametersAndConnectionsAreKept) {
 TEST_F(RegionsTest, TheFcfTableIsThatOfTheTopology) {
   const json fcfs = json_of("fcf list 2").at("fcfs");
   ASSERT_EQ(fcfs.size(), 3U) << "the one that is not valid is skipped";
-  EXPECT_EQ(fcfs[1].at("name548"), "20:64:00:05:1e:00:03:02");
+  EXPECT_EQ(fcfs[1].at("name548"), "10:00:02:64:54:00:03:02");
   EXPECT_EQ(fcfs[2].at("flag18"), false);
   EXPECT_THAT(json_of("fcf list 0").at("fcfs"), IsEmpty());
 }

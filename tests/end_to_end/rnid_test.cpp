@@ -25,19 +25,19 @@ TEST_F(RnidTest, SettingChangesWhatIsNamedAndTheBoardKeepsIt) {
 }
 
 TEST_F(RnidTest, SendingDecodesTheReplyOfAPortByEitherName) {
-  const json by_port = json_of("rnid send 0 50:00:00:54:0a:00:00:01");
+  const json by_port = json_of("rnid send 0 10:00:02:0a:54:00:00:01");
   EXPECT_EQ(by_port.at("format"), "0xdf");
   EXPECT_EQ(by_port.at("topology").at("unit_type_text"), "storage device");
   EXPECT_EQ(by_port.at("reply").get<std::string>().substr(0, 16), "02000000df000034");
-  const json by_node = json_of("rnid send 0 50:00:00:54:0a:00:00:00 --node");
+  const json by_node = json_of("rnid send 0 10:00:02:0a:54:00:00:00 --node");
   EXPECT_EQ(by_node.at("reply"), by_port.at("reply"));
-  EXPECT_THAT(run("rnid send 0 50:00:00:54:0a:00:00:77"),
+  EXPECT_THAT(run("rnid send 0 10:00:02:0a:54:00:00:77"),
               Exits(1, "the port is not known to the board, or did not answer"));
 }
 
 TEST_F(RnidTest, AReplyThatEndsTooEarlyIsShownAsItIs) {
   set_faults(R"([{"command": "RAVN_MGMT_HBA_RNID", "effect": "length", "value": 59}])");
-  const json shown = json_of("rnid send 0 50:00:00:54:0a:00:00:01");
+  const json shown = json_of("rnid send 0 10:00:02:0a:54:00:00:01");
   EXPECT_FALSE(shown.contains("topology"));
   EXPECT_EQ(shown.at("reply").get<std::string>().size(), 2 * 59U);
 }

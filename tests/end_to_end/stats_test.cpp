@@ -63,7 +63,7 @@ TEST_F(StatsTest, WatchingShowsRatesOneDocumentALine) {
 TEST_F(StatsTest, ABaselineThatIsNoneIsNamed) {
   set_counters(busy);
   json_of("stats reset 0");
-  const std::string file = "baselines/ovkctl/statistics-10:00:00:00:00:00:00:01";
+  const std::string file = "baselines/ovkctl/statistics-10:00:02:00:00:00:00:01";
   write(file, "12\n13\n");
   EXPECT_THAT(run("stats 0"), Exits(1, file + " does not hold the counters of a port."));
 }

@@ -10,7 +10,7 @@ using testing::HasSubstr;
 using VportsTest = OvkctlTest;
 using NodesTest = OvkctlTest;
 
-constexpr const char* unknown_port = "28:01:00:54:56:32:00:77";
+constexpr const char* unknown_port = "10:00:02:28:54:56:32:77";
 
 TEST_F(VportsTest, ListAndShowAgreeWithTheTopology) {
   const json described = described_boards()[0].at("npiv").at("virtual_ports");

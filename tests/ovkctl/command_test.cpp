@@ -77,8 +77,8 @@ void add_group(Command root) {
 TEST(CommandTest, ArgumentsAndOptionsArriveTyped) {
   EXPECT_EQ(run_line({"send", "0x1f", "7", "4294967295"}).err, "");
   EXPECT_EQ(seen, "31 7 4294967295 n5 m10");
-  run_line({"send", "0", "--mode", "outer", "--to", "10000090fa0000AB", "-n9", "1", "2"});
-  EXPECT_EQ(seen, "0 1 2 n9 m20 10:00:00:90:fa:00:00:ab");
+  run_line({"send", "0", "--mode", "outer", "--to", "10000200540000AB", "-n9", "1", "2"});
+  EXPECT_EQ(seen, "0 1 2 n9 m20 10:00:02:00:54:00:00:ab");
   run_line({"send", "reset", "3"});
   EXPECT_EQ(seen, "reset 3");
 }
@@ -93,8 +93,8 @@ TEST(CommandTest, WrongUsageExitsWith2AndNamesTheMistake) {
       {{"send", "1", "0x"}, "WORD: \"0x\" is not a number"},
       {{"send", "1", "1", "-n", "10"}, "10 is not from 1 to 9"},
       {{"send", "1", "1", "--mode", "up"}, "\"up\" is none of inner|outer"},
-      {{"send", "1", "1", "--to", "10:00:00:90:fa:00:00"}, "is not a world-wide name"},
-      {{"send", "1", "1", "--to", "1:00:00:90:fa:00:00:001"}, "is not a world-wide name"},
+      {{"send", "1", "1", "--to", "10:00:02:00:54:00:00"}, "is not a world-wide name"},
+      {{"send", "1", "1", "--to", "1:00:02:00:54:00:00:001"}, "is not a world-wide name"},
       {{"group", "nothing"}, "nothing"},
   };
   for (const auto& [words, sentence] : mistakes) {

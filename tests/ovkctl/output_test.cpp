@@ -23,7 +23,7 @@ Report sample() {
   Section& section = report.section("memory", "Memory");
   section.field("length", "Length of it", Size{65536})
       .field("name", "Name", std::string())
-      .field("wwn", "WWN", Wwn{{0x10, 0, 0, 0, 0xc9, 0, 0, 0xab}})
+      .field("wwn", "WWN", Wwn{{0x10, 0, 2, 0, 0x54, 0, 0, 0xab}})
       .field("types", "Types", List{"FCP", "CT"})
       .field("speeds", "Speeds", Speeds{0x1000 | 0x4})
       .field("fc_id", "FC ID", FcAddress{0x10200})
@@ -45,7 +45,7 @@ TEST(ReportTest, TextIsAlignedAndHidesWhatHasNoLabel) {
             "Memory\n"
             "  Length of it  64 KiB\n"
             "  Name          -\n"
-            "  WWN           10:00:00:00:c9:00:00:ab\n"
+            "  WWN           10:00:02:00:54:00:00:ab\n"
             "  Types         FCP, CT\n"
             "  Speeds        10 Gbit/s, 64 Gbit/s\n"
             "  FC ID         0x010200\n"
@@ -67,7 +67,7 @@ TEST(ReportTest, TextIsAlignedAndHidesWhatHasNoLabel) {
 TEST(ReportTest, JsonHasEveryMemberAndLosesNoDigits) {
   EXPECT_EQ(render_json(sample(), JsonForm::kOneLine),
             R"({"version":1,"counter":"18446744073709551615","small":7,"hidden":true,)"
-            R"("memory":{"length":65536,"name":"","wwn":"10:00:00:00:c9:00:00:ab",)"
+            R"("memory":{"length":65536,"name":"","wwn":"10:00:02:00:54:00:00:ab",)"
             R"("types":["FCP","CT"],"speeds":[10,64],"fc_id":"0x010200","ready":false,)"
             R"("rows":[{"id":1,"name":"first","extra":null},)"
             R"({"id":100,"name":"é","extra":"1"}]},"records":[{"raw":"4100"},{}],"none":[]})"

@@ -13,9 +13,9 @@ using enum DriverCommand;
 using enum DriverStatus;
 using Name = std::array<std::uint8_t, 8>;
 
-constexpr Name local{0x10, 0, 0, 0, 0, 0, 0, 1};
-constexpr Name second_port{0x10, 0, 0, 0, 0, 0, 0, 2};
-constexpr Name third_port{0x10, 0, 0, 0, 0, 0, 0, 3};
+constexpr Name local{0x10, 0, 2, 0, 0, 0, 0, 1};
+constexpr Name second_port{0x10, 0, 2, 0, 0, 0, 0, 2};
+constexpr Name third_port{0x10, 0, 2, 0, 0, 0, 0, 3};
 constexpr Name nobody{};
 
 struct Config {
@@ -73,7 +73,7 @@ Password password_for(const Name& remote, std::string_view own, std::string_view
 class AuthTest : public SimulatorTest {
  protected:
   AuthTest() {
-    use_topology(one_board_with(R"("auth": {"peers": [{"port_wwn": "1000000000000002",
+    use_topology(one_board_with(R"("auth": {"peers": [{"port_wwn": "1000020000000002",
         "expects": "the board's key", "answers_with": "the peer's key"}]})"));
   }
 

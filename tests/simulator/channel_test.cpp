@@ -38,7 +38,7 @@ TEST_F(ChannelTest, WritesExactlyTheBytesThatAreDeclaredAsOutputWhateverTheStatu
   auto reply = filled<490 + guard>(0xEE);
   auto zeroed = filled<490 + guard>(0);
   std::fill_n(zeroed.end() - guard, guard, 0xEE);
-  ovk::WwnRequest wanted{.port_wwn = {{0x10, 0, 0, 0, 0, 0, 0, 3}}};
+  ovk::WwnRequest wanted{.port_wwn = {{0x10, 0, 2, 0, 0, 0, 0, 3}}};
   const ovk::WwnRequest before = wanted;
 
   ASSERT_EQ(send(DriverCommand::hba_wwpnportattributes, {.option = 77}, reply.data(), &wanted),

@@ -82,10 +82,10 @@ TEST_F(SavedEventsTest, WaitForTheNextProcess) {
 
 TEST(TimelineTest, PortsComeAndGoBeforeTheCommandThatIsDueAndSnapshotsGetStale) {
   TestHost host{one_board_with(R"("timeline": [
-    {"after_commands": 2, "happens": "port_leaves", "port_wwn": "10:00:00:00:00:00:00:02"},
+    {"after_commands": 2, "happens": "port_leaves", "port_wwn": "10:00:02:00:00:00:00:02"},
     {"after_commands": 4, "happens": "port_arrives",
-     "port": {"node_wwn": "2000000000000009", "port_wwn": "1000000000000009", "fc_id": 9}},
-    {"after_commands": 6, "happens": "port_leaves", "port_wwn": "1000000000000009"}
+     "port": {"node_wwn": "1000020100000009", "port_wwn": "1000020000000009", "fc_id": 9}},
+    {"after_commands": 6, "happens": "port_leaves", "port_wwn": "1000020000000009"}
   ])")};
   const std::uint32_t tag = refresh(host);
   EXPECT_EQ(discovered(host, tag, 0).second, 2U);
@@ -117,7 +117,7 @@ TEST(LinkTest, ALinkThatGoesDownTakesThePortsWithItAndShowsInStateAndEvents) {
   TestHost host{one_board_with(R"("timeline": [
     {"after_commands": 1, "happens": "link_down"},
     {"after_commands": 1, "happens": "rscn", "fc_id": 5},
-    {"after_commands": 1, "happens": "port_leaves", "port_wwn": "1000000000000002"}
+    {"after_commands": 1, "happens": "port_leaves", "port_wwn": "1000020000000002"}
   ])")};
   const std::uint32_t tag = refresh(host);
   EXPECT_EQ(discovered(host, tag, 0), stale);

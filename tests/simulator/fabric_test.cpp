@@ -23,7 +23,7 @@ constexpr std::uint32_t data_size = 262144;
 
 constexpr std::uint16_t flat_300 = 0x412C;
 const std::string two_luns = R"("fc_id": 2, "fc4_types": ["fcp"], "luns": [
-    {"lun": 300, "serial_number": "A", "blocks": 100, "naa": "5000000000000300"},
+    {"lun": 300, "serial_number": "A", "blocks": 100, "naa": "3000000000000300"},
     {"lun": 1, "serial_number": "B", "blocks": 4294967294, "read_only": true}])";
 
 struct ScsiAnswer {
@@ -66,7 +66,7 @@ class FabricTest : public SimulatorTest {
   static ByteVector command_for(char port, std::uint16_t lun, const ByteVector& cdb,
                                 std::uint32_t data_length) {
     ByteVector record;
-    put_bytes(record, parse_wwn(std::string("100000000000000") + port)->bytes);
+    put_bytes(record, parse_wwn(std::string("100002000000000") + port)->bytes);
     put_number(record, lun, 2);
     put_zeros(record, 10);
     put_bytes(record, cdb);
@@ -140,12 +140,12 @@ TEST_F(FabricTest, TheNameServerWalksAllPortsAndFindsThemByTypeAndAddress) {
   const ByteVector fcp = contents(ask(name_server_request(0x0171, 8)));
   EXPECT_EQ(fcp, (ByteVector{0, 0, 0, 2, 0x80, 1, 2, 3}));
   const ByteVector named = contents(ask(name_server_request(0x0172, 0x20)));
-  EXPECT_EQ(named, (ByteVector{0x80, 1, 2, 3, 0, 0, 0, 0, 0x10, 0, 0, 0, 0, 0, 0, 1}));
-  EXPECT_EQ(contents(ask(name_server_request(0x0113, 3))), (ByteVector{0x20, 0, 0, 0, 0, 0, 0, 3}));
+  EXPECT_EQ(named, (ByteVector{0x80, 1, 2, 3, 0, 0, 0, 0, 0x10, 0, 2, 0, 0, 0, 0, 1}));
+  EXPECT_EQ(contents(ask(name_server_request(0x0113, 3))), (ByteVector{0x10, 0, 2, 1, 0, 0, 0, 3}));
   EXPECT_EQ(contents(ask(name_server_request(0x0118, 0x010203))), (ByteVector{3, 'o', 'w', 'n'}));
 
   ByteVector of_name{1, 0, 0, 0, 0xFC, 2, 0, 0, 0x01, 0x21, 0, 0, 0, 0, 0, 0};  // GID_PN
-  put_bytes(of_name, parse_wwn("1000000000000003")->bytes);
+  put_bytes(of_name, parse_wwn("1000020000000003")->bytes);
   EXPECT_EQ(contents(ask(of_name)), (ByteVector{0, 0, 0, 3}));
 
   const ByteVector cut = ask(name_server_request(0x0171, 8, 1));
@@ -164,7 +164,7 @@ TEST_F(FabricTest, TheServersRejectWhatTheyDoNotKnow) {
 
   const ByteVector elements =
       contents(ask({1, 0, 0, 0, 0xFA, 1, 0, 0, 1, 1, 0, 0, 0, 0, 0, 0}, 0xFFFFFA));
-  EXPECT_EQ(elements, (ByteVector{0, 0, 0, 1, 0x10, 0, 0, 0, 0, 0, 0, 9, 0, 0, 0, 1}));
+  EXPECT_EQ(elements, (ByteVector{0, 0, 0, 1, 0x10, 0, 2, 0, 0, 0, 0, 9, 0, 0, 0, 1}));
 }
 
 TEST_F(FabricTest, PortsEchoIdentifyThemselvesAndRejectWhatTheyDoNotKnow) {
@@ -252,9 +252,9 @@ TEST_F(FabricTest, AnFcpCommandEndsWithItsFcpResponse) {
 TEST_F(FabricTest, PortsPassManagementCommandsOnAndTakeResponses) {
   const auto command = [this](char port) {
     ByteVector name;
-    put_bytes(name, parse_wwn(std::string("100000000000000") + port)->bytes);
+    put_bytes(name, parse_wwn(std::string("100002000000000") + port)->bytes);
     ByteVector sent{1, 0, 0, 0, 0xFA, 1, 0, 0, 1, 0x14, 0, 0, 0, 0, 0, 0};  // GFN
-    put_bytes(sent, parse_wwn("1000000000000009")->bytes);
+    put_bytes(sent, parse_wwn("1000020000000009")->bytes);
     sent.resize(ct_size);
     ByteVector received(ct_size);
     status = send(hba_send_mgmt_cmd, {.request_size = 24, .reply_size = ct_size}, name.data(),
@@ -262,7 +262,7 @@ TEST_F(FabricTest, PortsPassManagementCommandsOnAndTakeResponses) {
     received.resize(status == success ? answer.reply_size : 0);
     return received;
   };
-  EXPECT_EQ(contents(command('2')), (ByteVector{0x10, 0, 0, 0, 0, 0, 0, 9})) << "the fabric's name";
+  EXPECT_EQ(contents(command('2')), (ByteVector{0x10, 0, 2, 0, 0, 0, 0, 9})) << "the fabric's name";
   command('8');
   EXPECT_EQ(status, transport_failed) << "no such port";
 

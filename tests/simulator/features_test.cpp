@@ -90,12 +90,12 @@ class OasTest : public FeatureTest {
     return send(oas_set, {.code = operation, .selector = 0x1017}, &text);
   }
   DriverStatus list(std::uint8_t target = 2, std::uint8_t local = 1) {
-    std::array<std::uint8_t, 8> local_port{0x10, 0, 0, 0, 0, 0, 0, local};
-    std::array<std::uint8_t, 8> target_port{0x10, 0, 0, 0, 0, 0, 0, target};
+    std::array<std::uint8_t, 8> local_port{0x10, 0, 2, 0, 0, 0, 0, local};
+    std::array<std::uint8_t, 8> target_port{0x10, 0, 2, 0, 0, 0, 0, target};
     return send(oas_get, {.selector = 0x1015}, &local_port, &target_port, &entries);
   }
 
-  const std::string ports = "10000000000000011000000000000002";
+  const std::string ports = "10000200000000011000020000000002";
   const std::string lun5 = "0000000000000005";
   std::array<Entry, 256> entries{};
 };
@@ -125,15 +125,15 @@ TEST_F(OasTest, ASetRuleIsListedAndAClearedOneIsNot) {
 
 TEST_F(OasTest, AVirtualPortHasRulesOfItsOwn) {
   offer(R"("oas": {}, "npiv": {"virtual_ports": [
-      {"node_wwn": "2000000000000009", "port_wwn": "1000000000000009", "fc_id": 9}]})");
-  EXPECT_EQ(set("0010000000000000091000000000000002" + lun5), success);
+      {"node_wwn": "1000020100000009", "port_wwn": "1000020000000009", "fc_id": 9}]})");
+  EXPECT_EQ(set("0010000200000000091000020000000002" + lun5), success);
   EXPECT_EQ(list(2, 9), success);
   EXPECT_EQ(list(2, 1), oas_no_lun);
 }
 
 TEST_F(OasTest, RulesThatTheDriverCannotReadAreRefused) {
   offer(R"("oas": {})");
-  const std::string other_port = "10000000000000081000000000000002";
+  const std::string other_port = "10000200000000081000020000000002";
   for (const std::string& rule :
        {std::string{}, "00" + ports, "02" + ports + lun5, "01" + ports + lun5,
         "01" + ports + lun5 + "80", "00" + ports + lun5 + "00", "00" + ports + "000000000000000x",

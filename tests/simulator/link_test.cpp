@@ -64,8 +64,9 @@ TEST(SimulatedLinkTest, NodesAreTheDiscoveredPortsAsManyAsHaveRoom) {
   TestHost host{with(one_board, R"("fc_id": 3})", R"("fc_id": 3, "fc4_types": ["fcp"]})")};
   Words<14336> nodes{};
   EXPECT_EQ(nodes_of(host, nodes).reply_size, 56U);
-  EXPECT_TRUE(same(nodes, {0x00010001, 2, 0x10, 0x02000000, 0x20, 0x02000000, 0xFFFFFFFF,  //
-                           0x00020002, 3, 0x10, 0x03000000, 0x20, 0x03000000, 0}))
+  EXPECT_TRUE(
+      same(nodes, {0x00010001, 2, 0x00020010, 0x02000000, 0x01020010, 0x02000000, 0xFFFFFFFF,  //
+                   0x00020002, 3, 0x00020010, 0x03000000, 0x01020010, 0x03000000, 0}))
       << "the second one is an FCP target, with an id";
   EXPECT_EQ(nodes_of(host, nodes, 55).reply_size, 28U);
 }

@@ -17,15 +17,15 @@ std::string npiv_board() {
   return one_board_with(R"("npiv": {
   "port_limit": 8, "login_limit": 100,
   "virtual_ports": [
-    {"node_wwn": "2800000000000001", "port_wwn": "2801000000000001", "fc_id": "0x010204"},
-    {"node_wwn": "2800000000000002", "port_wwn": "2801000000000002", "fc_id": "0x010205",
+    {"node_wwn": "1000022900000001", "port_wwn": "1000022800000001", "fc_id": "0x010204"},
+    {"node_wwn": "1000022900000002", "port_wwn": "1000022800000002", "fc_id": "0x010205",
      "symbolic_name": "second"}
   ]})");
 }
 
-constexpr Wwn own_port{{0x10, 0, 0, 0, 0, 0, 0, 1}};
-constexpr Wwn second_vport{{0x28, 0x01, 0, 0, 0, 0, 0, 2}};
-constexpr Wwn unknown_port{{0x10, 0, 0, 0, 0, 0, 0, 9}};
+constexpr Wwn own_port{{0x10, 0, 2, 0, 0, 0, 0, 1}};
+constexpr Wwn second_vport{{0x10, 0, 2, 0x28, 0, 0, 0, 2}};
+constexpr Wwn unknown_port{{0x10, 0, 2, 0, 0, 0, 0, 9}};
 
 std::uint32_t readiness(TestHost& host) { return host.send(npiv_ready, {}).value; }
 
@@ -60,7 +60,7 @@ TEST_F(NpivTest, AListThatDoesNotFitTellsOnlyHowManyThereAre) {
   EXPECT_EQ((*list)[0], 2U);
   EXPECT_EQ((*list)[1], 0U);
   EXPECT_EQ(host.send(vport_get_list, {.request_size = 2}, *list).status, success);
-  EXPECT_EQ((*list)[1], 0x0128U) << "the first bytes of the name";
+  EXPECT_EQ((*list)[1], 0x28020010U) << "the first bytes of the name";
   EXPECT_EQ((*list)[5], 0x010204U);
   EXPECT_EQ((*list)[10], 0x010205U);
 }

@@ -36,7 +36,7 @@ TEST(PortsTest, PortsThatComeAndGoMakeTheTagStaleUntilTheNextRefresh) {
   TestHost host;
   auto& ports = host.state<PortList>();
   const std::uint32_t before = refresh(host);
-  const Wwn second = *parse_wwn("1000000000000003");
+  const Wwn second = *parse_wwn("1000020000000003");
   PortTopology returning = *ports.find(second);
   ports.remove(second);
   EXPECT_EQ(discovered(host, before, 0), stale);

@@ -50,9 +50,9 @@ class RegionsTest : public SimulatorTest {
       {"number": 30, "contents": "01 02 0A"},
       {"number": 22, "contents": "52473232", "locked": true}
     ], "fcfs": [
-      {"index": 4, "fabric_name": "1000000000000001", "switch_name": "2000000000000001",
+      {"index": 4, "fabric_name": "1000020000000001", "switch_name": "1000020100000001",
        "vlans": [0, 9, 4095]},
-      {"index": 2, "fabric_name": "1000000000000002", "switch_name": "2000000000000002",
+      {"index": 2, "fabric_name": "1000020000000002", "switch_name": "1000020100000002",
        "valid": false}
     ])"));
   }
@@ -174,9 +174,11 @@ TEST_F(RegionsTest, TheFcfTableIsWalkedFromIndexToIndex) {
   EXPECT_EQ(answer.code, 2U) << "how many there are";
   std::array<std::uint8_t, 556> record{
       0,    0, 0, 0, 0x6E, 0x08, 0, 0, 0x40, 0x1F, 0, 0, 128, 0, 0, 0, 4, 0, 1, 0,  //
-      0x10, 0, 0, 0, 0,    0,    0, 1, 3,    0,    0, 1, 0,   0, 0, 0, 1, 2};
+      0x10, 0, 2, 0, 0,    0,    0, 1, 3,    0,    0, 1, 0,   0, 0, 0, 1, 2};
   record[36 + 4095 / 8] = 0x80;
-  record[548] = 0x20;
+  record[548] = 0x10;
+  record[550] = 2;
+  record[551] = 1;
   record[555] = 1;
   EXPECT_TRUE(same(first.record, record));
   const Fcf second = read_fcf(2);

@@ -11,7 +11,7 @@ using Reply = std::array<std::uint8_t, 64>;
 
 constexpr std::uint32_t node_name = 0;
 constexpr std::uint32_t port_name = 1;
-constexpr Wwn known_port{{0x10, 0, 0, 0, 0, 0, 0, 3}};
+constexpr Wwn known_port{{0x10, 0, 2, 0, 0, 0, 0, 3}};
 
 CommandBlock ask(TestHost& host, std::uint32_t kind, const ovk::WwnRequest& request, Reply& reply,
                  std::uint32_t room = 64) {
@@ -49,7 +49,7 @@ TEST(RnidTest, TheBoardsOwnInformationIsThatOfAHostWithThePortsName) {
   TestHost host;
   std::array<std::uint32_t, 11> record{};
   EXPECT_EQ(host.send(hba_getmgmtinfo, {}, record).status, success);
-  EXPECT_EQ(record[0], 0x10U);
+  EXPECT_EQ(record[0], 0x00020010U);
   EXPECT_EQ(record[1], 0x01000000U);
   EXPECT_EQ(record[2], 0x0AU);
 }

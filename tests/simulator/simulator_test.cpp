@@ -109,14 +109,14 @@ const std::string one_board = R"({
     "features": "0x400", "extended_sli_config": false,
     "manufacturer": "Tarvos", "serial_number": "S1", "model": "M1",
     "port": {
-      "node_wwn": "20:00:00:00:00:00:00:01", "port_wwn": "10:00:00:00:00:00:00:01",
+      "node_wwn": "10:00:02:01:00:00:00:01", "port_wwn": "10:00:02:00:00:00:00:01",
       "fc_id": "0x010203", "fc4_types": ["fcp", "ct"], "fc4_types_active": ["fcp"],
       "classes": [2, 3], "supported_speeds": [8, 16, 32], "speed": 16,
-      "fabric_name": "1000000000000009", "symbolic_name": "own"
+      "fabric_name": "1000020000000009", "symbolic_name": "own"
     },
     "discovered_ports": [
-      {"node_wwn": "2000000000000002", "port_wwn": "1000000000000002", "fc_id": 2},
-      {"node_wwn": "2000000000000003", "port_wwn": "1000000000000003", "fc_id": 3}
+      {"node_wwn": "1000020100000002", "port_wwn": "1000020000000002", "fc_id": 2},
+      {"node_wwn": "1000020100000003", "port_wwn": "1000020000000003", "fc_id": 3}
     ]
   }]
 })";

@@ -42,13 +42,13 @@ const Mistake mistakes[] = {
      ": /boards/0/serial_number: this member is missing"},
     {R"("symbolic_name")", R"("symbolicname")",
      ": /boards/0/port: member \"symbolicname\" is unknown; known are node_wwn, "},
-    {"10:00:00:00:00:00:00:01", "10:00:00:00:00:00:00",
-     ": /boards/0/port/port_wwn: \"10:00:00:00:00:00:00\" is no world-wide name"},
-    {"10:00:00:00:00:00:00:01", "10:00:00:00:00:00-00:01", ": /boards/0/port/port_wwn: "},
-    {"1000000000000002", "100000000000000g", ": /boards/0/discovered_ports/0/port_wwn: "},
-    {"1000000000000003", "1000000000000002",
+    {"10:00:02:00:00:00:00:01", "10:00:02:00:00:00:00",
+     ": /boards/0/port/port_wwn: \"10:00:02:00:00:00:00\" is no world-wide name"},
+    {"10:00:02:00:00:00:00:01", "10:00:02:00:00:00-00:01", ": /boards/0/port/port_wwn: "},
+    {"1000020000000002", "100002000000000g", ": /boards/0/discovered_ports/0/port_wwn: "},
+    {"1000020000000003", "1000020000000002",
      ": /boards/0/discovered_ports/1: the board has another port"},
-    {"1000000000000003", "1000000000000001",
+    {"1000020000000003", "1000020000000001",
      ": /boards/0/discovered_ports/1: the board has another port"},
     {R"("driver_number": 3)", R"("driver_number": 32)",
      ": /boards/0/driver_number: 32 is not between 0 and 31"},
@@ -72,12 +72,12 @@ const Mistake mistakes[] = {
     in_board(R"("timeline": [{"after_seconds": 1, "happens": "lip", "fc_id": 1}])",
              "timeline/0: member \"fc_id\" is unknown"),
     in_board(R"("timeline": [{"after_seconds": 1, "happens": "port_leaves",
-                              "port_wwn": "1000000000000001"}])",
+                              "port_wwn": "1000020000000001"}])",
              "timeline/0/port_wwn: the board discovers no port with the port_wwn"),
     in_port(R"("rnid": {"ip_address": "192.0.2"})",
             "rnid/ip_address: \"192.0.2\" is no IP address"),
-    in_board(R"("npiv": {"virtual_ports": [{"node_wwn": "2000000000000001",
-                                            "port_wwn": "1000000000000001", "fc_id": 1}]})",
+    in_board(R"("npiv": {"virtual_ports": [{"node_wwn": "1000020100000001",
+                                            "port_wwn": "1000020000000001", "fc_id": 1}]})",
              "npiv/virtual_ports/0: the board has another port"),
     in_board(R"("fcp_priority": {"limit": 999})", "fcp_priority/limit: 999 is not"),
     in_board(R"("vmid": {})", "vmid/ranges: this member is missing"),
@@ -98,7 +98,7 @@ const Mistake mistakes[] = {
              "regions/0/contents: the region takes up to 8 whole bytes"),
     in_board(R"("regions": [{"number": 32}, {"number": 32}])",
              "regions/1: the board has this region"),
-    in_board(R"("fcfs": [{"fabric_name": "1000000000000001", "switch_name": "2000000000000001",
+    in_board(R"("fcfs": [{"fabric_name": "1000020000000001", "switch_name": "1000020100000001",
                           "vlans": [4096]}])",
              "fcfs/0/vlans/0: 4096 is not"),
     in_port(R"("luns": [{"lun": 0, "serial_number": "S"}])",
@@ -157,7 +157,7 @@ TEST_F(SimulatorTest, ThePortRecordHasTheCodesOfFcHbaAndTheFc4MapOfFcGs) {
     return value;
   };
   ASSERT_EQ(send(DriverCommand::hba_portattributes, {}, &record), DriverStatus::success);
-  EXPECT_EQ(record[0], 0x20);
+  EXPECT_EQ(record[3], 0x01);
   EXPECT_EQ(record[15], 0x01);
   EXPECT_EQ(word(16), 0x010203U);
   EXPECT_EQ(word(20), 5U);       // an N_Port

@@ -10,8 +10,8 @@ namespace {
 
 using testing::ContainsRegex, testing::Each, testing::Field, testing::Not;
 
-constexpr Wwn first{{0x10, 0, 0, 0x90, 0xfa, 1, 2, 3}};
-constexpr Wwn second{{0x50, 6, 1, 0x60, 0x3b, 0x20, 4, 5}};
+constexpr Wwn first{{0x10, 0, 2, 0, 0x54, 1, 2, 3}};
+constexpr Wwn second{{0x10, 0, 2, 0x0a, 0x54, 0x20, 4, 5}};
 constexpr std::uint8_t content = 0x5A;
 
 class AuthenticationTest : public LibraryTest {

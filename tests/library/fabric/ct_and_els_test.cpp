@@ -7,7 +7,7 @@ namespace ovk::test {
 namespace {
 
 constexpr std::uint32_t name_server = 0xFFFFFC;
-constexpr Wwn port_name{{0x10, 0, 0, 0, 0xC9, 1, 2, 3}};
+constexpr Wwn port_name{{0x10, 0, 2, 0, 0x54, 1, 2, 3}};
 constexpr ElsDestination destination{{1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16}};
 constexpr std::uint32_t untouched = 0xEEEEEEEE;
 

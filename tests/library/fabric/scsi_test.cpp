@@ -10,8 +10,8 @@
 namespace ovk::test {
 namespace {
 
-constexpr Wwn target{{0x50, 6, 1, 0x60, 0, 0, 0, 1}};
-constexpr Wwn local{{0x10, 0, 0, 0, 0xC9, 0, 0, 1}};
+constexpr Wwn target{{0x10, 0, 2, 0x0a, 0x54, 0, 0, 1}};
+constexpr Wwn local{{0x10, 0, 2, 0, 0x54, 0, 0, 1}};
 constexpr FcpCmnd image{{0, 5}, 1, 2, 3, 2, {0x12, 0, 0, 0, 36}, {0, 0, 0, 36}};
 constexpr std::uint32_t image_size = 32;
 constexpr std::uint32_t lun0 = 0x00000500;  // bytes 00 05 00 00

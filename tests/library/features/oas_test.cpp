@@ -13,9 +13,9 @@
 namespace ovk::test {
 namespace {
 
-constexpr Wwn local{{0x10, 0, 0, 0x90, 0xfa, 1, 2, 3}};
-constexpr Wwn target{{0x50, 6, 1, 0x60, 0x3b, 0x20, 4, 0xf5}};
-const std::string port_digits = "10000090fa010203500601603b2004f5";
+constexpr Wwn local{{0x10, 0, 2, 0, 0x54, 1, 2, 3}};
+constexpr Wwn target{{0x10, 0, 2, 0x0a, 0x54, 0x20, 4, 0xf5}};
+const std::string port_digits = "10000200540102031000020a542004f5";
 /** What set(5, 0) sends. */
 const std::string lun5_rule = "00" + port_digits + "0000000000000005";
 constexpr std::uint8_t untouched = 0xEE;

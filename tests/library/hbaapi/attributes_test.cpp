@@ -39,7 +39,7 @@ TEST_F(AttributesTest, AdapterAttributesAreHandedOutWhateverTheOutcome) {
       << "no stack bytes reach the caller";
 }
 
-constexpr Wwn wanted{{0x10, 0x20, 0x30, 0x40, 0x50, 0x60, 0x70, 0x80}};
+constexpr Wwn wanted{{0x10, 0, 2, 0x40, 0x50, 0x60, 0x70, 0x80}};
 constexpr std::uint32_t ignored = 77;
 constexpr std::uint32_t index = 3;
 constexpr std::uint32_t tag = 0x5678;

@@ -7,9 +7,9 @@
 namespace ovk::test {
 namespace {
 
-constexpr Wwn own_port{{0x10, 0, 0, 0, 0xC9, 0, 0, 1}};
+constexpr Wwn own_port{{0x10, 0, 2, 0, 0x54, 0, 0, 1}};
 constexpr std::uint8_t untouched = 0xEE;
-const ByteVector naa{1, 3, 0, 8, 0x60, 1, 2, 3, 4, 5, 6, 7};
+const ByteVector naa{1, 3, 0, 8, 0x30, 1, 2, 3, 4, 5, 6, 7};
 
 void append(ByteVector& bytes, const ByteVector& more) {
   bytes.insert(bytes.end(), more.begin(), more.end());
@@ -151,7 +151,7 @@ TEST_F(TargetMappingTest, AMissingBufferIsPassedOnAndNeverRead) {
 TEST_F(TargetMappingTest, V2AsksForTheMappingOfTheBoardsOwnPortOnlyAndWithMemoryForIt) {
   ByteVector map = list_of(2, {});
   expect_own_port();
-  EXPECT_EQ(get_v2(map, Wwn{{0x10, 0, 0, 0, 0xC9, 0, 0, 2}}), 5U);
+  EXPECT_EQ(get_v2(map, Wwn{{0x10, 0, 2, 0, 0x54, 0, 0, 2}}), 5U);
   channel.expect("RAVN_MGMT_HBA_PORTATTRIBUTES", board0).status(0x0BAD0001);
   EXPECT_EQ(get_v2(map), 1U);
   EXPECT_THAT(map, SameBytes(list_of(2, {})));
