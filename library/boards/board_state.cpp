@@ -1,4 +1,4 @@
-#include "library/core/boards.h"
+#include "library/core/board_tables.h"
 #include "library/core/command.h"
 
 #include <ovk/core.h>

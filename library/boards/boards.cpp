@@ -1,5 +1,4 @@
-#include "library/core/boards.h"
-
+#include "library/core/board_tables.h"
 #include "library/core/command.h"
 #include "library/core/lifecycle.h"
 
@@ -14,13 +13,8 @@
 
 using ovk::Command;
 
-constinit std::int32_t ovk_brdno[OVK_MAX_BOARDS] = {};
-constinit std::int32_t ovk_state[OVK_MAX_BOARDS] = {};
-constinit std::uint32_t ovravn_brdCnt = 0;
-
 namespace {
 
-constexpr std::int32_t unmapped = -1;
 constexpr std::uint8_t diag_board_entry_version = 10;
 
 /** The driver's answer to RAVN_MGMT_INITBRDS. */
@@ -114,17 +108,12 @@ void describe_board(LegacyBoardEntry& entry, const DiscoveryRecord& record) {
 
 }  // namespace
 
-std::uint32_t getDrvBrdNum(std::uint32_t board) {
-  const std::int32_t* number = ovk::board_entry(ovk_brdno, board);
-  return static_cast<std::uint32_t>(number != nullptr ? *number : unmapped);
-}
-
 std::uint32_t OVK_InitDiagEnv(DiagBoardEntry* boards, std::uint32_t capacity) {
   OpenLogger();
   if (ovk_mgmt_init() != 0) {
     return 0;
   }
-  std::ranges::fill(ovk_brdno, unmapped);
+  std::ranges::fill(ovk_brdno, ovk::unmapped_board);
   return number_boards(
       [=](std::uint32_t index, const DiscoveryRecord& record) {
         if (index < capacity) {

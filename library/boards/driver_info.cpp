@@ -1,7 +1,7 @@
 #include "library/boards/driver_info.h"
 
 #include "library/core/command.h"
-#include "library/core/lifecycle.h"
+#include "library/core/version.h"
 
 #include <ovk/hbaapi.h>
 

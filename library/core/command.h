@@ -7,6 +7,7 @@
 #include "driver_abi/command_block.h"
 #include "driver_abi/commands.h"
 #include "driver_abi/vmkmgmt.h"
+#include "library/core/board_tables.h"
 #include "library/core/catalogue.h"
 #include "library/core/log.h"
 
@@ -17,17 +18,6 @@
 #include <cstdint>
 #include <initializer_list>
 #include <type_traits>
-
-extern "C" {
-
-/**
- * The driver's number of a board.
- *
- * @param board  library board index
- * @return its entry of ovk_brdno; -1, as a 32-bit value, for an index beyond that table
- */
-OVK_API uint32_t getDrvBrdNum(uint32_t board);
-}
 
 namespace ovk {
 

@@ -3,8 +3,6 @@
 #include "driver_abi/vmkmgmt.h"
 #include "library/core/log.h"
 
-#include <cstdio>
-
 constinit std::int32_t refcnt = 0;
 
 namespace {
@@ -51,13 +49,3 @@ std::uint32_t OVK_FreeDiagEnv(void) {
 }
 
 std::uint32_t FreeDiagEnv(void) { return OVK_FreeDiagEnv(); }
-
-int OVK_GetLibVer(char* buf) {
-  return std::snprintf(buf, OVK_LIB_VERSION_SIZE, "%d.%d.%d.%d", 14, 0, 198, 0);
-}
-
-std::uint32_t GetOvkRev(std::uint32_t* major, std::uint32_t* minor) {
-  *major = ovk::interface_major;
-  *minor = ovk::interface_minor;
-  return OVK_OK;
-}

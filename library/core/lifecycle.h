@@ -1,20 +1,12 @@
 /**
  * @file
- * The references on the host's management channel, and the interface's revision.
+ * The references on the host's management channel.
  */
 #pragma once
 
 #include <ovk/core.h>
 
 #include <cstdint>
-
-namespace ovk {
-
-/** The revision of the interface, as GetOvkRev and OVK_GetDrvInfo give it. */
-inline constexpr std::uint8_t interface_major = 4;
-inline constexpr std::uint8_t interface_minor = 0;
-
-}  // namespace ovk
 
 extern "C" {
 

@@ -1,7 +1,6 @@
 #include "library/core/log.h"
 
 #include "driver_abi/vmkmgmt.h"
-#include "library/core/lifecycle.h"
 
 #include <array>
 #include <cctype>

@@ -1,5 +1,5 @@
 #include "driver_abi/wwn_request.h"
-#include "library/core/boards.h"
+#include "library/core/board_tables.h"
 #include "library/core/command.h"
 
 #include <ovk/hbaapi.h>

@@ -2,6 +2,8 @@
 
 #include "driver_abi/commands.h"
 
+#include <algorithm>
+#include <cctype>
 #include <filesystem>
 #include <fstream>
 #include <functional>
@@ -9,6 +11,8 @@
 #include <regex>
 #include <set>
 #include <string>
+#include <string_view>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -17,21 +21,16 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/** Whose headers the files of a room may include, besides their own and <ovk/...>. */
+/** The rooms of the library by their level: a room uses rooms of lower levels only. */
+const std::map<std::string, int> library_levels = {
+    {"library/core", 0},     {"library/fabric", 1},  {"library/hbaapi", 2}, {"library/boards", 3},
+    {"library/info", 4},     {"library/mailbox", 4}, {"library/npiv", 4},   {"library/regions", 5},
+    {"library/features", 5}, {"library/auth", 5},
+};
+
+/** Whose headers the files of the other rooms may include, besides their own and <ovk/...>. */
 const std::map<std::string, std::set<std::string>> allowed_includes = {
-    {"include", {}},
-    {"driver_abi", {}},
-    {"library/core", {"driver_abi"}},
-    {"library/boards", {"driver_abi", "library/core"}},
-    {"library/mailbox", {"driver_abi", "library/core", "library/boards"}},
-    {"library/fabric", {"driver_abi", "library/core"}},
-    {"library/info", {"driver_abi", "library/core", "library/boards"}},
-    {"library/regions", {"driver_abi", "library/core", "library/boards", "library/mailbox"}},
-    {"library/features", {"driver_abi", "library/core", "library/boards", "library/npiv"}},
-    {"library/hbaapi", {"driver_abi", "library/core", "library/fabric"}},
-    {"library/npiv", {"driver_abi", "library/core", "library/boards"}},
-    {"library/auth", {"driver_abi", "library/core", "library/boards"}},
-    {"simulator", {"driver_abi"}},
+    {"include", {}}, {"driver_abi", {}}, {"library", {"driver_abi"}}, {"simulator", {"driver_abi"}},
     {"ovkctl", {}},
 };
 
@@ -39,6 +38,16 @@ const std::map<std::string, std::set<std::string>> allowed_includes = {
 std::string room_of(const std::string& path) {
   const std::size_t first = path.find('/');
   return path.substr(0, path.starts_with("library/") ? path.find('/', first + 1) : first);
+}
+
+bool may_use(const std::string& room, const std::string& other) {
+  const auto level = library_levels.find(room);
+  const auto other_level = library_levels.find(other);
+  if (level != library_levels.end() && other_level != library_levels.end()) {
+    return room == other || other_level->second < level->second;
+  }
+  const std::string house = room.substr(0, room.find('/'));
+  return room == other || allowed_includes.at(house).contains(other);
 }
 
 struct SourceLine {
@@ -49,14 +58,15 @@ struct SourceLine {
 };
 
 void for_each_line(const std::function<void(const SourceLine&)>& look) {
-  for (const auto& [room, unused] : allowed_includes) {
+  for (const auto& [house, unused] : allowed_includes) {
     const fs::path root{OVK_SOURCE_DIR};
-    for (const auto& entry : fs::recursive_directory_iterator{root / room}) {
+    for (const auto& entry : fs::recursive_directory_iterator{root / house}) {
       if (entry.path().extension() != ".h" && entry.path().extension() != ".cpp") {
         continue;
       }
       std::ifstream file{entry.path()};
-      SourceLine line{entry.path().lexically_relative(root), room, 0, ""};
+      const fs::path path = entry.path().lexically_relative(root);
+      SourceLine line{path, room_of(path), 0, ""};
       while (std::getline(file, line.text)) {
         ++line.number;
         look(line);
@@ -78,7 +88,7 @@ TEST(SourceTest, NoRoomIncludesFromARoomThatItDoesNotBuildOn) {
     if (std::regex_search(line.text, match, include)) {
       ++includes;
       const std::string other = room_of(match[1]);
-      if (other != line.room && !allowed_includes.at(line.room).contains(other)) {
+      if (!may_use(line.room, other)) {
         report(line, line.room + " does not build on " + other);
       }
     }
@@ -87,6 +97,102 @@ TEST(SourceTest, NoRoomIncludesFromARoomThatItDoesNotBuildOn) {
     }
   });
   EXPECT_GT(includes, 10);
+}
+
+/** What the library's headers declare for others; the file, without extension, that defines it. */
+std::map<std::string, std::string> exported_definitions() {
+  static const std::regex declaration{R"(\bOVK_API [^(;\[]*?(\w+)[(;\[])"};
+  static const std::regex definition{
+      R"(^(?!static_assert|using)[a-zA-Z][^(\[={;]*?(\w+)(\(|\[| =|;))"};
+  std::map<std::string, std::string> names;
+  std::smatch match;
+  for_each_line([&](const SourceLine& line) {
+    if (line.text.find("OVK_API ") != std::string::npos && !line.text.starts_with('#') &&
+        std::regex_search(line.text, match, declaration)) {
+      names.emplace(match[1], "");
+    }
+  });
+  for_each_line([&](const SourceLine& line) {
+    if (line.room.starts_with("library/") && line.file.extension() == ".cpp" &&
+        std::regex_search(line.text, match, definition) && names.contains(match[1])) {
+      std::string& home = names.at(match[1]);
+      EXPECT_EQ(home, "") << match[1] << " is defined twice, or called where this looks like it";
+      home = fs::path{line.file}.replace_extension().string();
+    }
+  });
+  for (const auto& [name, home] : names) {
+    EXPECT_NE(home, "") << name << " is defined nowhere";
+  }
+  return names;
+}
+
+/** The names in a line of code; none where it declares one or holds a comment only. */
+std::vector<std::string> names_in(const std::string& text) {
+  std::vector<std::string> names;
+  const std::size_t start = text.find_first_not_of(' ');
+  const bool comment = start == text.npos || text[start] == '*' || text[start] == '/';
+  if (comment || text.find("OVK_API") != text.npos) {
+    return names;
+  }
+  const std::string code = text.substr(0, text.find("//"));
+  const auto in_name = [](char c) {
+    return std::isalnum(static_cast<unsigned char>(c)) || c == '_';
+  };
+  for (auto begin = code.begin(); begin != code.end();) {
+    begin = std::find_if(begin, code.end(), in_name);
+    const auto end = std::find_if_not(begin, code.end(), in_name);
+    names.emplace_back(begin, end);
+    begin = end;
+  }
+  return names;
+}
+
+/** The files of the library, without extension, that each of them uses by an include or a name. */
+using Uses = std::map<std::string, std::set<std::string>>;
+
+/** Drops the files that use none of the others, or that none uses, until those in circles stay. */
+void leave_circles(Uses& uses) {
+  const auto outside = [&uses](const auto& entry) {
+    const auto used = [&uses](const std::string& other) { return uses.contains(other); };
+    const auto user = [&entry](const auto& other) { return other.second.contains(entry.first); };
+    return std::ranges::none_of(entry.second, used) || std::ranges::none_of(uses, user);
+  };
+  while (std::erase_if(uses, outside) != 0) {
+  }
+}
+
+TEST(SourceTest, NoFileOfTheLibraryUsesARoomAboveItOrItselfThroughOthers) {
+  const auto homes = exported_definitions();
+  Uses uses;
+  for_each_line([&](const SourceLine& line) {
+    if (!line.room.starts_with("library/")) {
+      return;
+    }
+    const std::string file = fs::path{line.file}.replace_extension().string();
+    for (const std::string& name : names_in(line.text)) {
+      const auto used = homes.find(name);
+      if (used == homes.end()) {
+        continue;
+      }
+      uses[file].insert(used->second);
+      if (const std::string other = room_of(used->second); !may_use(line.room, other)) {
+        report(line, line.room + " does not build on " + other);
+      }
+    }
+    if (constexpr std::string_view include = "#include \"library/";
+        line.text.starts_with(include)) {
+      const std::size_t begin = include.find("library");
+      uses[file].insert(line.text.substr(begin, line.text.rfind('.') - begin));
+    }
+  });
+  for (auto& [file, others] : uses) {
+    others.erase(file);
+  }
+  EXPECT_GT(uses.size(), 40U);
+  leave_circles(uses);
+  for (const auto& [file, others] : uses) {
+    ADD_FAILURE() << file << " uses itself through " << testing::PrintToString(others);
+  }
 }
 
 TEST(SourceTest, DriverStatusesHaveOneHome) {
