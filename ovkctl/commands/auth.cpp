@@ -42,26 +42,26 @@ constexpr std::uint8_t kThisEntry = 0;
 constexpr std::uint8_t kNextEntry = 1;
 constexpr std::uint8_t kLengthsOnly = 0;
 
-using Words = std::vector<std::string>;
+using WordTable = std::vector<std::string>;
 
 // In the order of their codes; the codes of hashes and groups begin with 1.
-const Words kModes = {"disabled", "enabled", "passive"};
-const Words kHashes = {"md5", "sha1", "sha256"};
-const Words kGroups = {"null", "1024", "1280", "1536", "2048", "4096"};
-const Words kStates = {"never tried", "authenticated", "failed"};
-const Words kReasons = {"", "no password is set", "the peer does not authenticate",
-                        "the peer does not accept the board's password",
-                        "the peer's password is not the expected one"};
+const WordTable kModes = {"disabled", "enabled", "passive"};
+const WordTable kHashes = {"md5", "sha1", "sha256"};
+const WordTable kGroups = {"null", "1024", "1280", "1536", "2048", "4096"};
+const WordTable kStates = {"never tried", "authenticated", "failed"};
+const WordTable kReasons = {"", "no password is set", "the peer does not authenticate",
+                            "the peer does not accept the board's password",
+                            "the peer's password is not the expected one"};
 
 void check_auth(std::uint32_t result, std::uint32_t board, const std::string& operation) {
   check_board(result, board, operation, kAuthResults);
 }
 
-std::string word_of(const Words& words, std::uint32_t code, std::uint32_t first = 0) {
+std::string word_of(const WordTable& words, std::uint32_t code, std::uint32_t first = 0) {
   return code >= first && code - first < words.size() ? words[code - first] : std::to_string(code);
 }
 
-List words_of(const Words& words, std::span<const std::uint8_t> codes, std::size_t count) {
+List words_of(const WordTable& words, std::span<const std::uint8_t> codes, std::size_t count) {
   List list;
   for (const std::uint8_t code : codes.first(std::min(count, codes.size()))) {
     list.push_back(word_of(words, code, 1));
@@ -69,7 +69,7 @@ List words_of(const Words& words, std::span<const std::uint8_t> codes, std::size
   return list;
 }
 
-std::uint8_t code_of(const Words& words, const std::string& word, std::uint8_t first) {
+std::uint8_t code_of(const WordTable& words, const std::string& word, std::uint8_t first) {
   const auto found = std::ranges::find(words, word);
   if (found == words.end()) {
     std::string known;
@@ -82,7 +82,7 @@ std::uint8_t code_of(const Words& words, const std::string& word, std::uint8_t f
 }
 
 /** Fills a list of codes from "word,word"; returns how many there are. */
-std::uint8_t parse_codes(const Words& words, std::string text, std::span<std::uint8_t> codes) {
+std::uint8_t parse_codes(const WordTable& words, std::string text, std::span<std::uint8_t> codes) {
   std::uint8_t count = 0;
   while (!text.empty()) {
     const std::size_t end = std::min(text.find(','), text.size());

@@ -15,7 +15,7 @@ namespace {
 
 constexpr ResultText kMemoryResults[] = {
     {OVK_NO_MEMORY_ACCESS, "SLI-4 adapters have no memory that can be read or written", ""},
-    {OVK_RAW_ACCESS_FAILED, "the command was not delivered or the driver refused it", kCheckOffset},
+    {OVK_RAW_ACCESS_FAILED, "the command was not delivered or the driver refused it", check_offset},
 };
 
 constexpr std::uint32_t kMostBytes = 1U << 20;

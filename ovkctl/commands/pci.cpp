@@ -17,7 +17,7 @@ namespace ovkctl {
 namespace {
 
 constexpr ResultText kPciResults[] = {
-    {OVK_RAW_ACCESS_FAILED, "the command was not delivered or the driver refused it", kCheckOffset},
+    {OVK_RAW_ACCESS_FAILED, "the command was not delivered or the driver refused it", check_offset},
 };
 
 using Config = std::vector<std::uint8_t>;

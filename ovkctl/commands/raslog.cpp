@@ -1,8 +1,5 @@
-#include "ovkctl/frame/board_command.h"
-#include "ovkctl/frame/errors.h"
+#include "ovkctl/frame/command.h"
 #include "ovkctl/frame/files.h"
-#include "ovkctl/frame/session.h"
-#include "ovkctl/frame/terminal.h"
 
 #include <ovk/features.h>
 
@@ -13,9 +10,9 @@
 namespace ovkctl {
 namespace {
 
-constexpr std::uint32_t kPiece = 65536;
+constexpr std::uint32_t piece_size = 65536;
 
-constexpr ResultText kConfigResults[] = {
+constexpr ResultText config_results[] = {
     {OVK_NOT_SUPPORTED, "this adapter has no firmware log",
      "See with \"ovkctl show\" which SLI mode the board has: it takes 4 or above."},
     {OVK_RAS_DISABLED, "the firmware log is switched off on the adapter",
@@ -27,16 +24,15 @@ constexpr ResultText kConfigResults[] = {
     {OVK_RAS_NOT_ACTIVE, "the firmware was not logging", "Start it with \"ovkctl raslog start\"."},
 };
 
-constexpr ResultText kLogResults[] = {
-    kConfigResults[0],
-    {OVK_RAS_LOG_DISABLED, kConfigResults[1].meaning, kConfigResults[1].advice},
+constexpr ResultText log_results[] = {
+    config_results[0],
+    {OVK_RAS_LOG_DISABLED, config_results[1].meaning, config_results[1].advice},
     {OVK_RAS_LOG_NO_MEMORY, "the driver has no memory for the log", "Free memory on the host."},
 };
 
-FwLogConfig query(std::uint32_t board) {
+FwLogConfig query(const Board& board) {
   FwLogConfig config{.action = OVK_FW_LOG_QUERY};
-  check_board(OVK_FwLogConfig(board, &config), board, "Asking for the firmware log",
-              kConfigResults);
+  board.check(OVK_FwLogConfig(board, &config), "Asking for the firmware log", config_results);
   return config;
 }
 
@@ -46,10 +42,10 @@ struct Extent {
   std::uint32_t oldest;
 };
 
-Extent read_extent(std::uint32_t board, const FwLogConfig& config) {
+Extent read_extent(const Board& board, const FwLogConfig& config) {
   FwLogRequest request{};
-  check_board(OVK_GetFwLog(board, &request), board, "Asking for the extent of the firmware log",
-              kLogResults);
+  board.check(OVK_GetFwLog(board, &request), "Asking for the extent of the firmware log",
+              log_results);
   const Extent extent{request.extent[0], request.extent[1]};
   if (extent.available > config.buffer_size || extent.oldest > extent.available) {
     throw OperationFailed("The driver gives an extent that does not fit the size of the log.",
@@ -58,12 +54,11 @@ Extent read_extent(std::uint32_t board, const FwLogConfig& config) {
   return extent;
 }
 
-Report status_report(std::uint32_t board) {
+Report status(const Board& board) {
   const FwLogConfig config = query(board);
   const Extent extent = read_extent(board, config);
-  Report report;
-  report.field("board", "Board", board)
-      .field("logging", "Logging", config.state != 0)
+  Report report = board.report();
+  report.field("logging", "Logging", config.state != 0)
       .field("level", "Level", config.level)
       .field("buffer_bytes", "Memory", Size{config.buffer_size})
       .field("available_bytes", "In the log", Size{extent.available})
@@ -71,20 +66,20 @@ Report status_report(std::uint32_t board) {
   return report;
 }
 
-void read_piece(std::uint32_t board, std::uint32_t offset, std::span<std::uint8_t> piece) {
+void read_piece(const Board& board, std::uint32_t offset, std::span<std::uint8_t> piece) {
   FwLogRequest request{
       .offset = offset, .size = static_cast<std::uint32_t>(piece.size()), .buffer = piece.data()};
-  check_board(OVK_GetFwLog(board, &request), board, "Reading the firmware log", kLogResults);
+  board.check(OVK_GetFwLog(board, &request), "Reading the firmware log", log_results);
 }
 
 /** Reads the whole log, the oldest bytes first: they are the next to be overwritten. */
-std::vector<std::uint8_t> read_log(std::uint32_t board, const Extent& extent) {
+std::vector<std::uint8_t> read_log(const Board& board, const Extent& extent) {
   std::vector<std::uint8_t> log(extent.available);
   Progress progress("Reading the firmware log", log.size());
   std::uint32_t offset = extent.oldest;
   for (std::size_t done = 0; done < log.size();) {
     const std::size_t to_the_end = extent.available - offset;
-    const std::size_t size = std::min<std::size_t>({kPiece, log.size() - done, to_the_end});
+    const std::size_t size = std::min<std::size_t>({piece_size, log.size() - done, to_the_end});
     read_piece(board, offset, std::span(log).subspan(done, size));
     done += size;
     offset = size == to_the_end ? 0 : offset + static_cast<std::uint32_t>(size);
@@ -93,13 +88,12 @@ std::vector<std::uint8_t> read_log(std::uint32_t board, const Extent& extent) {
   return log;
 }
 
-Report save(std::uint32_t board, const std::string& path) {
+Report save(const Board& board, const std::string& path) {
   const FwLogConfig config = query(board);
   const std::vector<std::uint8_t> log = read_log(board, read_extent(board, config));
   write_file(path, log);
-  Report report;
-  report.field("board", "Board", board)
-      .field("file", "File", path)
+  Report report = board.report();
+  report.field("file", "File", path)
       .field("bytes", "Saved", Size{log.size()})
       .field("logging", "Logging", config.state != 0);
   if (config.state != 0) {
@@ -108,60 +102,34 @@ Report save(std::uint32_t board, const std::string& path) {
   return report;
 }
 
-void add_status(const Command& raslog) {
-  add_board_report(raslog, "status", "Show whether the firmware logs", "ovkctl raslog status 0",
-                   status_report);
+Report start(const Board& board, std::uint8_t level) {
+  FwLogConfig config{.action = OVK_FW_LOG_START, .level = level};
+  board.check(OVK_FwLogConfig(board, &config), "Starting the firmware log", config_results);
+  return status(board);
 }
 
-void add_start(const Command& raslog) {
-  const Command start = raslog.subcommand("start", "Clear the log and start logging");
-  start.example("ovkctl raslog start 0 --level 3");
-  const auto board = start.board();
-  const auto level = start.option<std::uint32_t>("--level", "NUMBER", "how much is logged", 2,
-                                                 between(0, UINT8_MAX));
-  start.action([=](const Context& context) {
-    const Session session;
-    const std::uint32_t index = session.board(*board);
-    FwLogConfig config{.action = OVK_FW_LOG_START, .level = static_cast<std::uint8_t>(*level)};
-    check_board(OVK_FwLogConfig(index, &config), index, "Starting the firmware log",
-                kConfigResults);
-    context.print(status_report(index));
-  });
+Report stop(const Board& board) {
+  FwLogConfig config{.action = OVK_FW_LOG_STOP};
+  board.check(OVK_FwLogConfig(board, &config), "Stopping the firmware log", config_results);
+  return status(board);
 }
 
-void add_stop(const Command& raslog) {
-  const Command stop = raslog.subcommand("stop", "Stop logging; the log can still be saved");
-  stop.example("ovkctl raslog stop 0");
-  const auto board = stop.board();
-  stop.action([=](const Context& context) {
-    const Session session;
-    const std::uint32_t index = session.board(*board);
-    FwLogConfig config{.action = OVK_FW_LOG_STOP};
-    check_board(OVK_FwLogConfig(index, &config), index, "Stopping the firmware log",
-                kConfigResults);
-    context.print(status_report(index));
-  });
-}
-
-void add_save(const Command& raslog) {
-  const Command save_log = raslog.subcommand("save", "Write the log to a file, oldest entry first");
-  save_log.example("ovkctl raslog save 0 board0.log");
-  const auto board = save_log.board();
-  const auto file = save_log.argument<std::string>("FILE", "the file to write");
-  save_log.action([=](const Context& context) {
-    const Session session;
-    context.print(save(session.board(*board), *file));
-  });
-}
+constexpr Setting<std::uint8_t> level_setting{"--level", "NUMBER", "how much is logged", "2", "3"};
+constexpr Word<std::string> file_word{"FILE", "the file to write", "board0.log"};
 
 }  // namespace
 
 void add_raslog(Command root) {
-  const Command raslog = root.subcommand("raslog", "Control and save the firmware's RAS log");
-  add_status(raslog);
-  add_start(raslog);
-  add_stop(raslog);
-  add_save(raslog);
+  const Command raslog = root.noun("raslog", "Control and save the firmware's RAS log");
+  raslog.command("status", "Show whether the firmware logs").shows(status);
+  raslog.command("start", "Clear the log and start logging")
+      .takes(level_setting)
+      .asks("This clears the firmware log of {board}.")
+      .shows(start);
+  raslog.command("stop", "Stop logging; the log can still be saved").shows(stop);
+  raslog.command("save", "Write the log to a file, oldest entry first")
+      .takes(file_word)
+      .shows(save);
 }
 
 }  // namespace ovkctl

@@ -1,7 +1,4 @@
 #include "ovkctl/frame/command.h"
-#include "ovkctl/frame/errors.h"
-#include "ovkctl/frame/session.h"
-#include "ovkctl/frame/terminal.h"
 #include "ovkctl/subjects/raw_access.h"
 
 #include <ovk/info.h>
@@ -9,58 +6,37 @@
 namespace ovkctl {
 namespace {
 
-constexpr ResultText kRegisterResults[] = {
+constexpr ResultText register_results[] = {
     {OVK_NOT_SUPPORTED, "SLI-4 adapters have no registers that can be read or written", ""},
-    {OVK_RAW_ACCESS_FAILED, "the command was not delivered or the driver refused it", kCheckOffset},
+    {OVK_RAW_ACCESS_FAILED, "the command was not delivered or the driver refused it", check_offset},
 };
 
-constexpr int kRegisterDigits = 8;
+constexpr Word<std::uint32_t> offset_word{"OFFSET", "byte offset of the register", "0x8"};
+constexpr Word<std::uint32_t> value_word{"VALUE", "its new value", "0x1"};
 
-void print_register(const Context& context, std::uint32_t board, std::uint32_t offset) {
+Report show(const Board& board, std::uint32_t offset) {
   std::uint32_t value = 0;
-  check_board(ReadCtlReg(board, &value, offset), board, "Reading the register", kRegisterResults);
-  Report report;
-  report.field("board", "Board", board)
-      .field("offset", "Register", Hex{offset, 2})
-      .field("value", "Value", Hex{value, kRegisterDigits});
-  context.print(report);
+  board.check(ReadCtlReg(board, &value, offset), "Reading the register", register_results);
+  Report report = board.report();
+  report.field("offset", "Register", Hex{offset, 2}).field("value", "Value", Hex{value, 8});
+  return report;
 }
 
-void add_read_command(const Command& reg) {
-  const Command read = reg.subcommand("read", "Read a control register");
-  read.example("ovkctl reg read 1 0x8");
-  const auto board = read.board();
-  const auto offset = read.argument<std::uint32_t>("OFFSET", "byte offset of the register");
-  read.action([=](const Context& context) {
-    const Session session;
-    print_register(context, session.board(*board), *offset);
-  });
-}
-
-void add_write_command(const Command& reg) {
-  const Command write = reg.subcommand("write", "Write a control register, and read it again");
-  write.example("ovkctl reg write 1 0xc 0x1 --yes");
-  const auto board = write.board();
-  const auto offset = write.argument<std::uint32_t>("OFFSET", "byte offset of the register");
-  const auto value = write.argument<std::uint32_t>("VALUE", "its new value");
-  const auto yes = write.yes();
-  write.action([=](const Context& context) {
-    const Session session;
-    const std::uint32_t index = session.board(*board);
-    confirm(*yes, "A wrong register value can stop board " + std::to_string(index) + ".");
-    const std::uint32_t word = *value;
-    check_board(WriteCtlReg(index, &word, *offset), index, "Writing the register",
-                kRegisterResults);
-    print_register(context, index, *offset);
-  });
+Report write(const Board& board, std::uint32_t offset, std::uint32_t value) {
+  board.check(WriteCtlReg(board, &value, offset), "Writing the register", register_results);
+  return show(board, offset);
 }
 
 }  // namespace
 
 void add_reg(Command root) {
-  const Command reg = root.subcommand("reg", "Read and write control registers (below SLI-4)");
-  add_read_command(reg);
-  add_write_command(reg);
+  const Command reg = root.noun("reg", "Read and write control registers (below SLI-4)");
+  reg.command("read", "Read a control register").on_board("1").takes(offset_word).shows(show);
+  reg.command("write", "Write a control register, and read it again")
+      .on_board("1")
+      .takes(offset_word, value_word)
+      .asks("A wrong register value can stop {board}.")
+      .shows(write);
 }
 
 }  // namespace ovkctl

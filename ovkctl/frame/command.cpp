@@ -1,26 +1,44 @@
 #include "ovkctl/frame/command.h"
 
 #include "ovkctl/frame/errors.h"
-#include "ovkctl/frame/terminal.h"
+#include "ovkctl/frame/session.h"
 
 #include <algorithm>
 #include <cstdio>
 #include <deque>
+#include <span>
 
 #include <CLI/CLI.hpp>
 
 namespace ovkctl {
 
+/** A noun that the command line does not name. */
+struct NameAndSummary {
+  std::string name;
+  std::string summary;
+};
+
 struct Command::Node {
-  explicit Node(CLI::App& command_app) : app(command_app) {}
+  Node(CLI::App& command_app, std::span<const char* const> line) : app{command_app}, words{line} {}
 
   CLI::App& app;
+  /** The command line. */
+  std::span<const char* const> words;
   std::deque<Node> subcommands;
+  /** What stands in the help only. */
+  std::vector<NameAndSummary> others;
   /** What the command line must have, unless it goes on to a command below. */
   std::vector<const CLI::Option*> needed;
+  /** The words of the example that the parameters' samples make: arguments, then options. */
+  std::string sample_board{"0"};
+  std::string sample_arguments;
+  std::string sample_options;
   std::vector<std::string> examples;
-  std::function<void(const Context&)> run;
-  Given<bool> json{false};
+  /** What the command asks before it runs; "{board}" stands for the board. */
+  std::string question;
+  Invocation invocation;
+  BoardIndex board;
+  std::function<void()> run;
 };
 
 namespace {
@@ -57,13 +75,6 @@ Command::Node& selected(Command::Node& node) {
   return node;
 }
 
-void write_output(const std::string& text) {
-  const bool whole = std::fwrite(text.data(), 1, text.size(), stdout) == text.size();
-  if (std::fflush(stdout) != 0 || !whole) {
-    throw OperationFailed("The output could not be written.");
-  }
-}
-
 void add_error(Report& report, int exit_code, const char* message, const OperationFailed* failure) {
   Section& error = report.section("error", "Error");
   error.field("exit_code", "Exit code", exit_code).field("message", "Message", message);
@@ -72,15 +83,15 @@ void add_error(Report& report, int exit_code, const char* message, const Operati
   }
 }
 
-int end_with(int exit_code, const std::exception& error, const Context& context) {
+int end_with(int exit_code, const std::exception& error, bool json) {
   const auto* const failure = dynamic_cast<const OperationFailed*>(&error);
   const auto* const shown = dynamic_cast<const FailedWithReport*>(&error);
   Report report = shown != nullptr ? shown->report() : Report{};
   // Nothing more can be done when standard output is what failed.
-  if (context.json()) {
+  if (json) {
     add_error(report, exit_code, error.what(), failure);
     // On one line, as a reader expects that has read a document a line until then.
-    const JsonForm form = shown != nullptr ? JsonForm::kIndented : JsonForm::kOneLine;
+    const JsonForm form = shown != nullptr ? JsonForm::indented : JsonForm::one_line;
     std::fputs(render_json(report, form).c_str(), stdout);
   } else {
     std::fputs(render_text(report).c_str(), stdout);
@@ -102,14 +113,14 @@ void require_needed(const Command::Node& node) {
 }
 
 int run(const Command::Node& node) {
-  const Context context(*node.json);
+  const bool json = node.invocation.json;
   try {
-    node.run(context);
+    node.run();
     return kSuccess;
   } catch (const UsageError& error) {
-    return end_with(kWrongUsage, error, context);
+    return end_with(kWrongUsage, error, json);
   } catch (const std::exception& error) {
-    return end_with(kOperationFailed, error, context);
+    return end_with(kOperationFailed, error, json);
   }
 }
 
@@ -132,6 +143,66 @@ int refuse(const Command::Node& node, const std::string& mistake) {
   return kWrongUsage;
 }
 
+/** The names of a command with those above it: "ovkctl stats reset". */
+std::string names_of(const CLI::App& app) { return names_above(app) + app.get_name(); }
+
+/** Adds a parameter to the example that the samples make; blanks are kept by quotes. */
+void add_sample(Command::Node& node, const Command::Declaration& declaration) {
+  const std::string& sample = declaration.sample;
+  if (sample.empty()) {
+    return;
+  }
+  const std::string word =
+      sample.find(' ') != std::string::npos ? " \"" + sample + "\"" : " " + sample;
+  if (declaration.kind == Command::Kind::option) {
+    node.sample_options += " " + declaration.names.substr(declaration.names.rfind(',') + 1) + word;
+  } else {
+    node.sample_arguments += word;
+  }
+}
+
+void declare_json(Command::Node& node) {
+  node.app.add_flag_callback(
+      "--json", [&node] { node.invocation.json = true; }, "print JSON instead of text");
+}
+
+void end_declaration(Command::Node& node, std::function<Report()> action) {
+  declare_json(node);
+  node.examples.insert(node.examples.begin(),
+                       names_of(node.app) + node.sample_arguments + node.sample_options);
+  node.run = [&node, action = std::move(action)] { node.invocation.finish(action()); };
+}
+
+/** A question about a board. */
+std::string with_board(std::string question, const std::string& board) {
+  static constexpr std::string_view place = "{board}";
+  const std::size_t start = question.find(place);
+  return start == std::string::npos ? question : question.replace(start, place.size(), board);
+}
+
+/** The examples of a command, and of those below it the first. */
+std::vector<std::string> examples_of(const Command::Node& node) {
+  std::vector<std::string> examples = node.examples;
+  for (const Command::Node& subcommand : node.subcommands) {
+    const std::vector<std::string> below = examples_of(subcommand);
+    examples.insert(examples.end(), below.begin(), below.begin() + (below.empty() ? 0 : 1));
+  }
+  return examples;
+}
+
+void add_examples_to_help(Command::Node& node) {
+  node.app.footer(example_text(examples_of(node)));
+  std::ranges::for_each(node.subcommands, add_examples_to_help);
+}
+
+/** Adds the nouns that were not declared, for the help and for the refusal of a line without one.
+ */
+void add_other_nouns(Command::Node& root) {
+  for (const NameAndSummary& other : root.others) {
+    root.app.add_subcommand(other.name, other.summary)->group("Commands");
+  }
+}
+
 }  // namespace
 
 Check<std::uint32_t> between(std::uint32_t least, std::uint32_t most) {
@@ -143,44 +214,34 @@ Check<std::uint32_t> between(std::uint32_t least, std::uint32_t most) {
   };
 }
 
-void Context::print(const Report& report) const {
-  write_output(json_ ? render_json(report) : render_text(report));
-}
-
-void Context::print_next(const Report& report) const {
-  write_output(json_ ? render_json(report, JsonForm::kOneLine) : render_text(report));
-}
-
-Command Command::subcommand(const std::string& name, const std::string& summary) const {
+Command Command::noun(const char* name, const char* summary) const {
+  if (!declared()) {
+    return Command{nullptr};
+  }
+  // Below the root only what the command line names is declared: all of it would cost more than
+  // most commands do.
+  const bool named =
+      std::ranges::any_of(node_->words, [name](std::string_view word) { return word == name; });
+  if (node_->app.get_parent() == nullptr && !named) {
+    node_->others.push_back({name, summary});
+    return Command{nullptr};
+  }
   CLI::App* const app = node_->app.add_subcommand(name, summary)->group("Commands");
   // What this command needs is not needed when the line goes on to one below it.
   for (CLI::Option* const option : node_->app.get_options()) {
     option->required(false);
   }
-  return Command(node_->subcommands.emplace_back(*app));
+  return Command{&node_->subcommands.emplace_back(*app, node_->words)};
 }
 
-void Command::example(const std::string& line) const {
-  node_->examples.push_back(line);
-  node_->app.footer(example_text(node_->examples));
-}
-
-Given<bool> Command::flag(const std::string& names, const std::string& help) const {
-  const Given<bool> given(false);
-  node_->app.add_flag_callback(
-      names, [given] { given.take() = true; }, help);
-  return given;
-}
-
-void Command::action(std::function<void(const Context&)> run_action) const {
-  if (node_->examples.empty()) {
-    throw std::logic_error("the command \"" + node_->app.get_name() + "\" has no example");
-  }
-  node_->json = flag("--json", "print JSON instead of text");
-  node_->run = std::move(run_action);
+Verb<> Command::command(const char* name, const char* summary) const {
+  return {noun(name, summary), {}};
 }
 
 void Command::declare(const Declaration& declaration, Take take) const {
+  if (!declared()) {
+    return;
+  }
   const auto take_all = [names = declaration.names,
                          take = std::move(take)](const std::vector<std::string>& texts) {
     try {
@@ -192,39 +253,104 @@ void Command::declare(const Declaration& declaration, Take take) const {
   };
   CLI::Option* const option = node_->app.add_option(declaration.names, take_all, declaration.help);
   option->type_name(declaration.value_name);
-  const bool needed = declaration.kind == Kind::kArgument || declaration.kind == Kind::kArguments;
+  const bool needed = declaration.kind == Kind::argument || declaration.kind == Kind::arguments;
   option->required(needed && node_->subcommands.empty());
   if (needed) {
     node_->needed.push_back(option);
   }
-  if (declaration.kind == Kind::kArguments) {
+  if (declaration.kind == Kind::arguments) {
     option->expected(1, CLI::detail::expected_max_vector_size)->allow_extra_args();
   }
+  add_sample(*node_, declaration);
 }
 
-std::string Command::joined(const std::vector<std::string>& words, char separator) {
-  std::string text;
-  for (const std::string& word : words) {
-    text += text.empty() ? word : separator + word;
+void Command::declare_flag(const char* names, const char* help, std::function<void()> take) const {
+  if (declared()) {
+    node_->app.add_flag_callback(names, std::move(take), help);
   }
-  return text;
 }
 
-std::size_t Command::place_of(const std::string& text, const std::vector<std::string>& words) {
-  const auto word = std::ranges::find(words, text);
-  if (word == words.end()) {
-    throw UsageError("\"" + text + "\" is none of " + joined(words, '|'));
+void Command::declare_question(const char* question) const {
+  if (declared()) {
+    node_->question = question;
+    node_->sample_options += " --yes";
+    declare_flag("--yes", "do not ask for confirmation",
+                 [node = node_] { node->invocation.yes = true; });
   }
-  return static_cast<std::size_t>(word - words.begin());
+}
+
+void Command::declare_output_file() const {
+  declare({Kind::option,
+           "-o,--output",
+           "FILE",
+           "write the raw bytes to a file; - is standard output",
+           {}},
+          [node = node_](const std::string& text) { node->invocation.output_file = text; });
+}
+
+void Command::declare_board() const {
+  declare({Kind::argument, "BOARD", {}, "library board index", node_->sample_board},
+          [node = node_](const std::string& text) { parse_value(text, node->board); });
+}
+
+void Command::add_example(const std::string& words) const {
+  if (declared()) {
+    node_->examples.push_back(names_of(node_->app) + " " + words);
+  }
+}
+
+void Command::set_sample_board(const char* board) const {
+  if (declared()) {
+    node_->sample_board = board;
+  }
+}
+
+void Command::runs(BoardAction action) const {
+  end_declaration(*node_, [node = node_, action = std::move(action)] {
+    const Session session;
+    const Board board{node->invocation, session.board(node->board)};
+    if (!node->question.empty()) {
+      board.ask(with_board(node->question, board.name()));
+    }
+    return action(board);
+  });
+}
+
+void Command::runs(HostAction action) const {
+  end_declaration(*node_, [node = node_, action = std::move(action)] {
+    const Session session;
+    return action(Host{node->invocation, session.board_count()});
+  });
+}
+
+void Command::runs(PlainAction action) const { end_declaration(*node_, std::move(action)); }
+
+void Command::add_line_example(const std::string& line) const {
+  if (declared()) {
+    node_->examples.push_back(line);
+  }
+}
+
+void Command::action(std::function<void(const Context&)> run_action) const {
+  if (declared()) {
+    declare_json(*node_);
+    node_->run = [node = node_, run_action = std::move(run_action)] {
+      run_action(Context(node->invocation));
+    };
+  }
 }
 
 int run_command_line(int argc, const char* const* argv) {
   CLI::App app("Looks at and manages Fibre Channel and FCoE host bus adapters.", "ovkctl");
   app.formatter(std::make_shared<HelpFormatter>());
   app.require_subcommand(0, 1);
+  Command::Node root{app, {argv + 1, static_cast<std::size_t>(argc - 1)}};
+  add_commands(Command{&root});
+  add_examples_to_help(root);
   app.footer(example_text({"ovkctl list", "ovkctl list --help"}));
-  Command::Node root(app);
-  add_commands(Command(root));
+  if (root.subcommands.empty()) {
+    add_other_nouns(root);
+  }
 
   try {
     app.parse(argc, argv);

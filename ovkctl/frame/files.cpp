@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <cstring>
 #include <memory>
+#include <unistd.h>
 
 namespace ovkctl {
 namespace {
@@ -46,7 +47,8 @@ std::vector<std::uint8_t> read_file(const std::string& path, std::size_t most) {
 }
 
 void write_file(const std::string& path, std::span<const std::uint8_t> bytes) {
-  File file(std::fopen(path.c_str(), "wb"));
+  // A copy of the descriptor, so that closing tells here whether all was written.
+  File file(path == "-" ? fdopen(dup(STDOUT_FILENO), "wb") : std::fopen(path.c_str(), "wb"));
   if (!file) {
     fail(path, "written");
   }

@@ -2,8 +2,7 @@
  * @file
  * Whole files of bytes.
  */
-#ifndef OVKCTL_FILES_H
-#define OVKCTL_FILES_H
+#pragma once
 
 #include <cstddef>
 #include <cstdint>
@@ -16,9 +15,8 @@ namespace ovkctl {
 /** Reads a whole file; throws OperationFailed when it cannot be read or holds more than most. */
 std::vector<std::uint8_t> read_file(const std::string& path, std::size_t most);
 
-/** Writes a whole file; throws OperationFailed when the bytes did not all get there. */
+/** Writes a whole file, or to standard output for "-"; throws OperationFailed when the bytes did
+ * not all get there. */
 void write_file(const std::string& path, std::span<const std::uint8_t> bytes);
 
 }  // namespace ovkctl
-
-#endif

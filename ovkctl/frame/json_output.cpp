@@ -70,7 +70,11 @@ struct AddPart {
 
   void operator()(const Field& field) const { add_member(object, field.key, json_of(field.value)); }
   void operator()(const Table& table) const { add_member(object, table.key(), json_of(table)); }
-  void operator()(const Dump& dump) const { add_member(object, dump.key, digits_of(dump.bytes)); }
+  void operator()(const Dump& dump) const {
+    if (!dump.key.empty()) {
+      add_member(object, dump.key, digits_of(dump.bytes));
+    }
+  }
   void operator()(const Note&) const {}
 };
 
@@ -98,7 +102,7 @@ std::string render_json(const Report& report, JsonForm form) {
       add_member(document, section.key(), std::move(object));
     }
   }
-  const int indent = form == JsonForm::kIndented ? 2 : -1;
+  const int indent = form == JsonForm::indented ? 2 : -1;
   return document.dump(indent, ' ', false, Json::error_handler_t::replace) + "\n";
 }
 

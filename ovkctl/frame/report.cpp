@@ -4,8 +4,21 @@
 #include <utility>
 
 namespace ovkctl {
+namespace {
 
-Table::Table(std::string key, std::string label, std::vector<Column> columns,
+using Payload = std::optional<std::vector<std::uint8_t>>;
+
+void append(Payload& payload, Payload more) {
+  if (!payload || !more) {
+    payload = payload ? std::move(payload) : std::move(more);
+    return;
+  }
+  payload->insert(payload->end(), more->begin(), more->end());
+}
+
+}  // namespace
+
+Table::Table(std::string key, std::string label, std::vector<ColumnHead> columns,
              std::string when_empty)
     : key_(std::move(key)),
       label_(std::move(label)),
@@ -28,7 +41,7 @@ Section& Section::field(std::string key, std::string label, Cell value) {
   return *this;
 }
 
-Table& Section::table(std::string key, std::string label, std::vector<Column> columns,
+Table& Section::table(std::string key, std::string label, std::vector<ColumnHead> columns,
                       std::string when_empty) {
   parts_.emplace_back(
       Table(std::move(key), std::move(label), std::move(columns), std::move(when_empty)));
@@ -39,6 +52,26 @@ Section& Section::dump(std::string key, std::string label, std::vector<std::uint
                        std::uint64_t first_offset) {
   parts_.emplace_back(Dump{std::move(key), std::move(label), std::move(bytes), first_offset});
   return *this;
+}
+
+Section& Section::payload(std::string key, std::string label, std::vector<std::uint8_t> bytes,
+                          std::uint64_t first_offset) {
+  parts_.emplace_back(Dump{std::move(key), std::move(label), std::move(bytes), first_offset, true});
+  return *this;
+}
+
+std::optional<std::vector<std::uint8_t>> Section::take_payload() {
+  std::optional<std::vector<std::uint8_t>> payload;
+  std::deque<Part> others;
+  for (Part& part : parts_) {
+    if (auto* const dump = std::get_if<Dump>(&part); dump != nullptr && dump->for_file) {
+      append(payload, std::move(dump->bytes));
+    } else {
+      others.push_back(std::move(part));
+    }
+  }
+  parts_ = std::move(others);
+  return payload;
 }
 
 Section& Section::note(std::string text) {
@@ -52,6 +85,14 @@ Section& Report::section(std::string key, std::string title) {
 
 Section& Report::element(std::string key, std::string title) {
   return sections_.emplace_back(std::move(key), std::move(title), Kind::kElement);
+}
+
+std::optional<std::vector<std::uint8_t>> Report::take_payload() {
+  Payload payload = Section::take_payload();
+  for (Section& section : sections_) {
+    append(payload, section.take_payload());
+  }
+  return payload;
 }
 
 }  // namespace ovkctl

@@ -5,14 +5,16 @@
  * Every part has a key, in snake_case, for JSON and a label for the text. A part with an empty
  * label is left out of the text.
  */
-#ifndef OVKCTL_REPORT_H
-#define OVKCTL_REPORT_H
+#pragma once
 
 #include "ovkctl/frame/cell.h"
+#include "ovkctl/frame/columns.h"
 
 #include <cstdint>
 #include <deque>
+#include <optional>
 #include <string>
+#include <utility>
 #include <variant>
 #include <vector>
 
@@ -25,8 +27,8 @@ struct Field {
   Cell value;
 };
 
-/** A column of a table. */
-struct Column {
+/** What stands above a column: its member in JSON, and its header in the text. */
+struct ColumnHead {
   std::string key;
   std::string header;
 };
@@ -35,7 +37,8 @@ struct Column {
 class Table {
  public:
   /** @param when_empty  the sentence that stands for a table without rows */
-  Table(std::string key, std::string label, std::vector<Column> columns, std::string when_empty);
+  Table(std::string key, std::string label, std::vector<ColumnHead> columns,
+        std::string when_empty);
 
   /** Adds a row with a cell for each column; throws std::logic_error for any other number. */
   Table& row(std::vector<Cell> cells);
@@ -43,23 +46,24 @@ class Table {
   const std::string& key() const { return key_; }
   const std::string& label() const { return label_; }
   const std::string& when_empty() const { return when_empty_; }
-  const std::vector<Column>& columns() const { return columns_; }
+  const std::vector<ColumnHead>& columns() const { return columns_; }
   const std::vector<std::vector<Cell>>& rows() const { return rows_; }
 
  private:
   std::string key_;
   std::string label_;
   std::string when_empty_;
-  std::vector<Column> columns_;
+  std::vector<ColumnHead> columns_;
   std::vector<std::vector<Cell>> rows_;
 };
 
 /** Raw bytes: hex with ASCII in the text, a string of hex digits in JSON. */
 struct Dump {
-  std::string key;
+  std::string key;  ///< empty: neither in the text nor in JSON
   std::string label;
   std::vector<std::uint8_t> bytes;
   std::uint64_t first_offset = 0;  ///< what the text counts from
+  bool for_file = false;           ///< whether "-o FILE" takes them instead of showing them
 };
 
 /** A sentence for people; not in JSON. */
@@ -80,8 +84,36 @@ class Section {
   Section& field(std::string key, std::string label, Cell value);
 
   /** Adds a table, to be filled through the reference. */
-  Table& table(std::string key, std::string label, std::vector<Column> columns,
+  Table& table(std::string key, std::string label, std::vector<ColumnHead> columns,
                std::string when_empty);
+
+  /** Adds a table with a row for each element of `rows`. */
+  template <typename Row, std::size_t count, typename Rows>
+  Section& table(std::string key, std::string label, const Column<Row> (&columns)[count],
+                 const Rows& rows, std::string when_empty) {
+    std::vector<ColumnHead> heads;
+    for (const Column<Row>& column : columns) {
+      heads.push_back({column.key, column.header});
+    }
+    Table& table =
+        this->table(std::move(key), std::move(label), std::move(heads), std::move(when_empty));
+    for (const auto& row : rows) {
+      std::vector<Cell> cells;
+      for (const Column<Row>& column : columns) {
+        cells.push_back(column.cell(row));
+      }
+      table.row(std::move(cells));
+    }
+    return *this;
+  }
+
+  /** Adds the bytes that "-o FILE" writes; they are shown when there is no -o, unless the key is
+      empty. Several go into the file one after the other. */
+  Section& payload(std::string key, std::string label, std::vector<std::uint8_t> bytes,
+                   std::uint64_t first_offset = 0);
+
+  /** Takes out the bytes that "-o FILE" writes; nothing when the section has none. */
+  std::optional<std::vector<std::uint8_t>> take_payload();
 
   /** Adds raw bytes. */
   Section& dump(std::string key, std::string label, std::vector<std::uint8_t> bytes,
@@ -118,6 +150,12 @@ class Report : public Section {
 
   const std::deque<Section>& sections() const { return sections_; }
 
+  /** Takes out the bytes that "-o FILE" writes, of all sections; nothing when there are none. */
+  std::optional<std::vector<std::uint8_t>> take_payload();
+
+  /** Whether there is nothing to say. */
+  bool empty() const { return parts().empty() && sections_.empty(); }
+
  private:
   std::deque<Section> sections_;
 };
@@ -126,11 +164,9 @@ class Report : public Section {
 std::string render_text(const Report& report);
 
 /** Whether a JSON document is spread over lines or stands on one. */
-enum class JsonForm { kIndented, kOneLine };
+enum class JsonForm { indented, one_line };
 
 /** The JSON document of a report, with its version, and a line end. */
-std::string render_json(const Report& report, JsonForm form = JsonForm::kIndented);
+std::string render_json(const Report& report, JsonForm form = JsonForm::indented);
 
 }  // namespace ovkctl
-
-#endif

@@ -135,6 +135,9 @@ class PartWriter {
   }
 
   void operator()(const Dump& dump) {
+    if (dump.key.empty()) {
+      return;
+    }
     begin(Block::kOther);
     if (!dump.label.empty()) {
       writer_.line(dump.label);

@@ -73,6 +73,13 @@ std::uint64_t parse_number(const std::string& text, std::uint64_t most) {
   return value;
 }
 
+void refuse_outside(const Range& range, std::uint64_t number) {
+  if (number < range.least || number > range.most) {
+    throw UsageError(std::to_string(number) + " is not from " + std::to_string(range.least) +
+                     " to " + std::to_string(range.most));
+  }
+}
+
 void parse_value(const std::string& text, std::string& value) { value = text; }
 
 void parse_value(const std::string& text, Wwn& value) {

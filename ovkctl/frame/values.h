@@ -20,6 +20,12 @@
 
 namespace ovkctl {
 
+/** The numbers that are allowed, both ends included. */
+struct Range {
+  std::uint64_t least = 0;
+  std::uint64_t most = std::numeric_limits<std::uint64_t>::max();
+};
+
 /** A library board index as the command line gave it; Session::board makes it usable. */
 struct BoardIndex {
   std::uint32_t given = 0;
@@ -32,6 +38,9 @@ struct HexBytes {
 
 /** Reads a number, decimal or in hex after "0x"; refuses what is above most. */
 std::uint64_t parse_number(const std::string& text, std::uint64_t most);
+
+/** Refuses a number that a range does not have. */
+void refuse_outside(const Range& range, std::uint64_t number);
 
 /** Takes the text as it stands. */
 void parse_value(const std::string& text, std::string& value);

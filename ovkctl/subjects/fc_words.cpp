@@ -7,28 +7,28 @@
 namespace ovkctl {
 namespace {
 
-struct Word {
+struct TypeWord {
   std::uint32_t code;
   const char* text;
 };
 
-constexpr Word kPortTypes[] = {
+constexpr TypeWord kPortTypes[] = {
     {1, "unknown"}, {2, "other"},   {3, "not present"},     {5, "N_Port"},
     {6, "NL_Port"}, {7, "FL_Port"}, {8, "F_Port"},          {9, "E_Port"},
     {10, "G_Port"}, {20, "L_Port"}, {21, "point-to-point"},
 };
 
-constexpr Word kPortStates[] = {
+constexpr TypeWord kPortStates[] = {
     {1, "unknown"},     {2, "online"},    {3, "offline"}, {4, "bypassed"},
     {5, "diagnostics"}, {6, "link down"}, {7, "error"},   {8, "loopback"},
 };
 
-constexpr Word kServiceClasses[] = {
+constexpr TypeWord kServiceClasses[] = {
     {0x1, "class F"}, {0x2, "class 1"},  {0x4, "class 2"},
     {0x8, "class 3"}, {0x10, "class 4"}, {0x40, "class 6"},
 };
 
-constexpr Word kFc4Types[] = {
+constexpr TypeWord kFc4Types[] = {
     {0x05, "IP"},
     {0x08, "FCP"},
     {0x1b, "FICON control unit"},
@@ -53,8 +53,8 @@ constexpr SpeedBit kSpeeds[] = {
 constexpr std::uint32_t kSpeedUnknown = 0;
 constexpr std::uint32_t kSpeedNotNegotiated = 0x8000;
 
-std::string word_for(std::span<const Word> words, std::uint32_t code) {
-  const auto word = std::ranges::find(words, code, &Word::code);
+std::string word_for(std::span<const TypeWord> words, std::uint32_t code) {
+  const auto word = std::ranges::find(words, code, &TypeWord::code);
   return word != words.end() ? word->text : "code " + std::to_string(code);
 }
 
@@ -102,7 +102,7 @@ std::vector<std::uint32_t> speed_list(std::uint32_t mask) {
 
 std::vector<std::string> service_class_list(std::uint32_t mask) {
   std::vector<std::string> classes;
-  for (const Word& service_class : kServiceClasses) {
+  for (const TypeWord& service_class : kServiceClasses) {
     if ((mask & service_class.code) != 0) {
       classes.emplace_back(service_class.text);
     }
@@ -115,7 +115,7 @@ std::vector<std::string> fc4_type_list(std::span<const std::uint8_t> map) {
   std::vector<std::string> types;
   for (std::uint32_t type = 0; type < type_count; ++type) {
     if (has_fc4_type(map, type)) {
-      const auto* const word = std::ranges::find(kFc4Types, type, &Word::code);
+      const auto* const word = std::ranges::find(kFc4Types, type, &TypeWord::code);
       types.push_back(word != std::end(kFc4Types) ? word->text : "type " + hex_text(type, 2));
     }
   }

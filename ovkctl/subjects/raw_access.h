@@ -18,7 +18,7 @@
 namespace ovkctl {
 
 /** The usual reason for a refused access. */
-inline constexpr const char* kCheckOffset =
+inline constexpr const char* check_offset =
     "Check that the range lies within what the adapter has; the driver's log may say more.";
 
 /** The data of a write: hex digits of the command line, or a file's contents. */

@@ -65,7 +65,7 @@ TEST(ReportTest, TextIsAlignedAndHidesWhatHasNoLabel) {
 }
 
 TEST(ReportTest, JsonHasEveryMemberAndLosesNoDigits) {
-  EXPECT_EQ(render_json(sample(), JsonForm::kOneLine),
+  EXPECT_EQ(render_json(sample(), JsonForm::one_line),
             R"({"version":1,"counter":"18446744073709551615","small":7,"hidden":true,)"
             R"("memory":{"length":65536,"name":"","wwn":"10:00:02:00:54:00:00:ab",)"
             R"("types":["FCP","CT"],"speeds":[10,64],"fc_id":"0x010200","ready":false,)"
@@ -77,7 +77,7 @@ TEST(ReportTest, JsonHasEveryMemberAndLosesNoDigits) {
 TEST(ReportTest, BytesThatAreNoUtf8DoNotBreakTheJson) {
   Report report;
   report.field("text", "Text", "\xff");
-  EXPECT_EQ(render_json(report, JsonForm::kOneLine), "{\"version\":1,\"text\":\"\uFFFD\"}\n");
+  EXPECT_EQ(render_json(report, JsonForm::one_line), "{\"version\":1,\"text\":\"\uFFFD\"}\n");
 }
 
 TEST(ReportTest, ARowThatDoesNotFitItsColumnsIsAMistakeOfItsAuthor) {
@@ -88,11 +88,11 @@ TEST(ReportTest, ARowThatDoesNotFitItsColumnsIsAMistakeOfItsAuthor) {
 TEST(ReportTest, TwoMembersOfOneNameAreAMistakeOfTheirAuthor) {
   Report fields;
   fields.field("version", "", 1);
-  EXPECT_THROW(render_json(fields, JsonForm::kOneLine), std::logic_error) << "every report has one";
+  EXPECT_THROW(render_json(fields, JsonForm::one_line), std::logic_error) << "every report has one";
   Report sections;
   sections.section("port", "");
   sections.section("port", "");
-  EXPECT_THROW(render_json(sections, JsonForm::kOneLine), std::logic_error);
+  EXPECT_THROW(render_json(sections, JsonForm::one_line), std::logic_error);
 }
 
 TEST(WordsTest, FcHbaCodesHaveWordsAndUnknownOnesKeepTheirNumber) {

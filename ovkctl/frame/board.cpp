@@ -1,0 +1,78 @@
+#include "ovkctl/frame/board.h"
+
+#include "ovkctl/frame/files.h"
+
+#include <cstdio>
+#include <utility>
+
+namespace ovkctl {
+namespace {
+
+/** The output file that is standard output. */
+constexpr const char* standard_output = "-";
+
+void write_report(std::FILE* stream, const std::string& text) {
+  const bool whole = std::fwrite(text.data(), 1, text.size(), stream) == text.size();
+  if (std::fflush(stream) != 0 || !whole) {
+    throw OperationFailed("The output could not be written.");
+  }
+}
+
+}  // namespace
+
+void Invocation::finish(Report report) const {
+  std::FILE* stream = stdout;
+  if (output_file) {
+    const auto bytes = report.take_payload();
+    if (!bytes) {
+      throw OperationFailed("There are no bytes that could be written to a file.");
+    }
+    write_file(*output_file, *bytes);
+    report.field("file", "Written to", *output_file);
+    // The report must not stand among the bytes.
+    stream = *output_file == standard_output ? stderr : stdout;
+  }
+  if (!report.empty()) {
+    write_report(stream, json ? render_json(report) : render_text(report));
+  }
+}
+
+void Invocation::show_next(const Report& report) const {
+  write_report(stdout, json ? render_json(report, JsonForm::one_line) : render_text(report));
+}
+
+bool Invocation::ask(const std::string& warning, const Report* preview) const {
+  const bool shown = preview != nullptr && !yes && !json;
+  if (shown) {
+    write_report(stdout, render_text(*preview));
+  }
+  confirm(yes, warning);
+  return shown;
+}
+
+Report Board::report() const {
+  Report report;
+  report.field("board", "Board", index_);
+  return report;
+}
+
+Report Board::listing() const {
+  Report report;
+  report.field("board", "", index_);
+  return report;
+}
+
+Report Board::done(std::string sentence) const {
+  Report report = listing();
+  report.note(std::move(sentence));
+  return report;
+}
+
+void Board::check(std::uint32_t result, const std::string& operation,
+                  std::span<const ResultText> own) const {
+  if (result != OVK_OK) {
+    ovkctl::check(result, operation + " of " + name(), own);
+  }
+}
+
+}  // namespace ovkctl

@@ -1,0 +1,133 @@
+/**
+ * @file
+ * What a command's function works with: the host, or the board that the command line names.
+ */
+#pragma once
+
+#include "ovkctl/frame/errors.h"
+#include "ovkctl/frame/report.h"
+#include "ovkctl/frame/terminal.h"
+
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string>
+#include <utility>
+
+namespace ovkctl {
+
+/** An operation that failed and has something to show nevertheless; both are one JSON document. */
+class FailedWithReport : public OperationFailed {
+ public:
+  FailedWithReport(Report report, const std::string& message, std::string advice)
+      : OperationFailed{message, std::move(advice)}, report_{std::move(report)} {}
+
+  [[nodiscard]] const Report& report() const { return report_; }
+
+ private:
+  Report report_;
+};
+
+/** How the command line wants a command to run, whatever the command is. */
+struct Invocation {
+  bool json = false;  ///< print JSON instead of text
+  bool yes = false;   ///< ask nothing
+  std::optional<std::string> output_file;
+
+  /** Prints the report of a command; bytes that it has for a file go there if one is named. */
+  void finish(Report report) const;
+
+  /** Prints one of several reports that follow each other; in JSON each stands on a line. */
+  void show_next(const Report& report) const;
+
+  /**
+   * Lets an operation begin that changes or interrupts an adapter: asks the person at the terminal
+   * unless the command line says --yes. Throws UsageError when there is no terminal,
+   * OperationFailed when the person declines.
+   *
+   * @param warning  a sentence that says what is about to happen
+   * @param preview  what the person sees before the question
+   * @return whether the preview was shown
+   */
+  bool ask(const std::string& warning, const Report* preview = nullptr) const;
+};
+
+class Board;
+
+/** The host, while the library is initialised. */
+class Host {
+ public:
+  /** @param board_count  boards 0 to board_count - 1 exist */
+  Host(const Invocation& invocation, std::uint32_t board_count)
+      : invocation_{&invocation}, board_count_{board_count} {}
+
+  /** The number of boards. */
+  [[nodiscard]] std::uint32_t board_count() const { return board_count_; }
+
+  /** A board by its index, which has to exist. */
+  [[nodiscard]] Board board(std::uint32_t index) const;
+
+  [[nodiscard]] const Invocation& invocation() const { return *invocation_; }
+
+ private:
+  const Invocation* invocation_;
+  std::uint32_t board_count_;
+};
+
+/** A board that exists. In the library's calls it stands for its index. */
+class Board {
+ public:
+  Board(const Invocation& invocation, std::uint32_t index)
+      : invocation_{&invocation}, index_{index} {}
+
+  operator std::uint32_t() const { return index_; }  // NOLINT: so that calls take a board
+
+  /** "board 0". */
+  [[nodiscard]] std::string name() const { return "board " + std::to_string(index_); }
+
+  /** A report that begins with the board. */
+  [[nodiscard]] Report report() const;
+
+  /** A report whose text is a table or a sentence: the board stands in JSON only. */
+  [[nodiscard]] Report listing() const;
+
+  /** A report of one sentence. */
+  [[nodiscard]] Report done(std::string sentence) const;
+
+  /**
+   * Throws OperationFailed unless the result is OVK_OK.
+   *
+   * @param operation  what was tried, as the start of a sentence: "Reading the VPD"
+   * @param own        the codes that mean something of their own in this call
+   */
+  void check(std::uint32_t result, const std::string& operation,
+             std::span<const ResultText> own = {}) const;
+
+  /** What a call writes into its zeroed record; throws OperationFailed. */
+  template <typename Record, typename Index>
+  [[nodiscard]] Record read(std::uint32_t (*call)(Index, Record*), const std::string& operation,
+                            std::span<const ResultText> own = {}) const {
+    Record record{};
+    check(call(static_cast<Index>(index_), &record), operation, own);
+    return record;
+  }
+
+  /** Invocation::ask. */
+  bool ask(const std::string& warning, const Report* preview = nullptr) const {
+    return invocation_->ask(warning, preview);
+  }
+
+  /** Invocation::show_next. */
+  void show_next(const Report& report) const { invocation_->show_next(report); }
+
+  /** Whether the command line names a file for the report's bytes. */
+  [[nodiscard]] bool has_output_file() const { return invocation_->output_file.has_value(); }
+
+ private:
+  const Invocation* invocation_;
+  std::uint32_t index_;
+};
+
+inline Board Host::board(std::uint32_t index) const { return {*invocation_, index}; }
+
+}  // namespace ovkctl

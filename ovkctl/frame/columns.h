@@ -1,0 +1,37 @@
+/**
+ * @file
+ * The columns of a table: a column's header stands together with how its cell comes from a row.
+ *
+ *     constexpr Column<Node> node_columns[] = {
+ *         {"handle", "HANDLE", field<&Node::handle>},
+ *         {"state", "STATE", [](const Node& node) { return state_text(node.state); }},
+ *     };
+ */
+#pragma once
+
+#include "ovkctl/frame/cell.h"
+
+#include <functional>
+
+namespace ovkctl {
+
+/** A column of a table whose rows are made from `Row`s. */
+template <typename Row>
+struct Column {
+  /** @param make_cell  a lambda without captures, or field<&Row::member> */
+  template <typename MakeCell>
+  constexpr Column(const char* column_key, const char* column_header, MakeCell /*make_cell*/)
+      : key{column_key}, header{column_header}, cell{[](const Row& row) -> Cell {
+          return MakeCell{}(row);
+        }} {}
+
+  const char* key;     ///< the member in JSON, in snake_case
+  const char* header;  ///< in the text; a column without a header stands in JSON only
+  Cell (*cell)(const Row& row);
+};
+
+/** A member of a row as it stands. */
+template <auto member>
+inline constexpr auto field = [](const auto& row) { return row.*member; };
+
+}  // namespace ovkctl
