@@ -10,6 +10,7 @@ packages=(
   g++-multilib
   googletest
   libcli11-dev
+  libfmt-dev
   ninja-build
   nlohmann-json3-dev
   pciutils
