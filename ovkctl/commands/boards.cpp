@@ -1,0 +1,269 @@
+#include "ovkctl/frame/command.h"
+#include "ovkctl/subjects/board_text.h"
+#include "ovkctl/subjects/information_records.h"
+
+#include <ovk/core.h>
+#include <ovk/hbaapi.h>
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+#include <fmt/core.h>
+#include <memory>
+#include <optional>
+#include <span>
+#include <vector>
+
+namespace ovkctl {
+namespace {
+
+// ---- list -----------------------------------------------------------------------------------
+
+/** What is known of a board; a query that failed leaves its part empty. */
+struct BoardRow {
+  std::uint32_t board;
+  AdapterAttributes adapter{};
+  std::optional<PortAttributes> port;
+  std::optional<DrvInfo> driver;
+};
+
+/** The cell that comes from the board's port, if that could be read. */
+template <auto make_cell>
+constexpr auto of_port =
+    [](const BoardRow& row) { return row.port ? Cell{make_cell(*row.port)} : Cell{}; };
+
+constexpr Column<BoardRow> board_columns[] = {
+    {"board", "BOARD", field<&BoardRow::board>},
+    {"driver_number", "DRIVER", [](const BoardRow& row) { return ovk_brdno[row.board]; }},
+    {"model", "MODEL", [](const BoardRow& row) { return fixed_text(row.adapter.Model); }},
+    {"port_wwn", "PORT WWN", of_port<[](const PortAttributes& port) { return port.PortWWN; }>},
+    {"board_state", "", [](const BoardRow& row) { return board_state_text(row.board); }},
+    {"port_state", "",
+     of_port<[](const PortAttributes& port) { return port_state_text(port.PortState); }>},
+    {"state", "STATE",
+     [](const BoardRow& row) {
+       return summary_state_text(row.board, row.port ? &*row.port : nullptr);
+     }},
+    {"speed_gbit", "SPEED",
+     of_port<[](const PortAttributes& port) { return Speed{port.PortSpeed}; }>},
+    {"sli_mode", "SLI",
+     [](const BoardRow& row) { return row.driver ? Cell{row.driver->sli_mode} : Cell{}; }},
+    {"firmware", "FIRMWARE",
+     [](const BoardRow& row) { return fixed_text(row.adapter.FirmwareVersion); }},
+};
+
+BoardRow read_row(std::uint32_t board) {
+  BoardRow row{.board = board};
+  GetAdapterAttributes(board, &row.adapter);
+  if (PortAttributes port{}; GetAdapterPortAttributes(board, 0, &port) == OVK_OK) {
+    row.port = port;
+  }
+  DrvInfo driver{.record_version = OVK_DRV_INFO_VERSION};
+  if (OVK_GetDrvInfo(board, &driver) == OVK_OK) {
+    row.driver = driver;
+  }
+  return row;
+}
+
+Report list(const Host& host) {
+  std::vector<BoardRow> rows;
+  for (std::uint32_t board = 0; board < host.board_count(); ++board) {
+    rows.push_back(read_row(board));
+  }
+  Report report;
+  report.table("boards", "", board_columns, rows, "There is no board.");
+  return report;
+}
+
+// ---- show -----------------------------------------------------------------------------------
+
+constexpr ResultText driver_info_results[] = {
+    {OVK_NOT_SUPPORTED, "the driver did not give its information or the board's port attributes",
+     "See with \"ovkctl list\" whether the board is ready, and look in the driver's log for the "
+     "reason."},
+};
+
+void add_adapter(Section& section, const AdapterAttributes& adapter) {
+  section.field("manufacturer", "Manufacturer", fixed_text(adapter.Manufacturer))
+      .field("serial_number", "Serial number", fixed_text(adapter.SerialNumber))
+      .field("model", "Model", fixed_text(adapter.Model))
+      .field("model_description", "Description", fixed_text(adapter.ModelDescription))
+      .field("node_wwn", "Node WWN", adapter.NodeWWN)
+      .field("node_symbolic_name", "Node symbolic name", fixed_text(adapter.NodeSymbolicName))
+      .field("hardware_version", "Hardware version", fixed_text(adapter.HardwareVersion))
+      .field("firmware_version", "Firmware version", fixed_text(adapter.FirmwareVersion))
+      .field("option_rom_version", "Option ROM version", fixed_text(adapter.OptionROMVersion))
+      .field("driver_name", "Driver name", fixed_text(adapter.DriverName))
+      .field("driver_version", "Driver version", fixed_text(adapter.DriverVersion))
+      .field("vendor_specific_id", "Vendor-specific ID", Hex{adapter.VendorSpecificID, 8})
+      .field("number_of_ports", "Ports", adapter.NumberOfPorts);
+}
+
+std::string interface_text(const DrvInfo& driver) {
+  return fmt::format("{}.{}.{}", driver.interface_major, driver.interface_minor,
+                     driver.interface_update);
+}
+
+void add_driver(Section& section, const DrvInfo& driver) {
+  List words;
+  for (const std::uint32_t word : driver.words0) {
+    words.push_back(hex_text(word, 8));
+  }
+  for (const std::uint32_t word : {driver.word64, driver.word68, driver.word108}) {
+    words.push_back(hex_text(word, 8));
+  }
+  section.field("interface", "Interface", interface_text(driver))
+      .field("host_name", "Host name", fixed_text(driver.host_name))
+      .field("sli_mode", "SLI mode", driver.sli_mode)
+      .field("features", "Features", Hex{driver.features, 8})
+      .field("persistent_link_down", "Persistent link down",
+             (driver.features & OVK_FEATURE_PERSISTENT_LINK_DOWN) != 0)
+      .field("extended_sli_config", "Extended SLI_CONFIG",
+             (driver.features & OVK_FEATURE_EXTENDED_SLI_CONFIG) != 0)
+      .field("driver_words", "Driver words", words);
+}
+
+Report show(const Board& board) {
+  DrvInfo driver{.record_version = OVK_DRV_INFO_VERSION};
+  board.check(OVK_GetDrvInfo(board, &driver), "Reading the driver information",
+              driver_info_results);
+  AdapterAttributes adapter{};
+  GetAdapterAttributes(board, &adapter);
+
+  Report report;
+  report.section("board", "Board")
+      .field("board", "Index", std::uint32_t{board})
+      .field("driver_number", "Driver number", ovk_brdno[board])
+      .field("board_state", "State", board_state_text(board));
+  add_adapter(report.section("adapter", "Adapter"), adapter);
+  add_driver(report.section("driver", "Driver"), driver);
+  add_port_fields(report.section("port", "Port"), read_own_port(board));
+  return report;
+}
+
+// ---- version --------------------------------------------------------------------------------
+
+Report version() {
+  std::array<char, OVK_LIB_VERSION_SIZE> library{};
+  OVK_GetLibVer(library.data());
+  std::uint32_t major = 0;
+  std::uint32_t minor = 0;
+  GetOvkRev(&major, &minor);
+  Report report;
+  report.field("tool", "ovkctl", OVKCTL_VERSION)
+      .field("library", "libovk", fixed_text(library))
+      .field("interface_revision", "interface revision", fmt::format("{}.{}", major, minor));
+  return report;
+}
+
+// ---- module ---------------------------------------------------------------------------------
+
+std::string revision_text(std::uint32_t revision) {
+  return fmt::format("{}.{}.{}-{}", revision >> 24, revision >> 16 & 0xFF, revision >> 8 & 0xFF,
+                     revision & 0xFF);
+}
+
+using ModuleBoard = ModuleRecord::Board;
+
+constexpr Column<ModuleBoard> module_columns[] = {
+    {"driver_number", "DRIVER", field<&ModuleBoard::driver_number>},
+    {"model", "MODEL", [](const ModuleBoard& board) { return fixed_text(board.model); }},
+    {"serial_number", "SERIAL",
+     [](const ModuleBoard& board) { return fixed_text(board.serial_number); }},
+    {"port_wwn", "PORT WWN", field<&ModuleBoard::port_wwn>},
+    {"os_device_name", "DEVICE",
+     [](const ModuleBoard& board) { return fixed_text(board.os_device_name); }},
+    {"firmware", "FIRMWARE",
+     [](const ModuleBoard& board) { return fixed_text(board.firmware_version); }},
+    {"sli_mode", "SLI", field<&ModuleBoard::sli_mode>},
+    {"device", "PCI DEVICE",
+     [](const ModuleBoard& board) {
+       return Hex{board.device, 8};
+     }},
+};
+
+Report module_info(const Host& /*host*/) {
+  const auto info = std::make_unique<ModuleInfo>();
+  check(ModInfo(info.get()), "Reading the driver module");
+  const auto module = record_cast<ModuleRecord>(*info);
+  Report report;
+  report.field("name", "Driver", fixed_text(module.name))
+      .field("driver_version", "Version", fixed_text(module.version))
+      .field("interface", "Interface", revision_text(module.interface_revision))
+      .field("logged_messages", "Messages logged", module.logged_messages);
+  const std::size_t count = std::min<std::size_t>(module.board_count, OVK_MAX_BOARDS);
+  report.table("boards", "", module_columns, std::span{module.boards}.first(count),
+               "The driver has no boards.");
+  return report;
+}
+
+void add_signature(Section& section, const VersionSignature& signature) {
+  section.field("revision", "Revision", revision_text(signature.revision))
+      .field("name", "Name", fixed_text(signature.name))
+      .field("vendor", "Vendor", fixed_text(signature.vendor))
+      .field("callbacks", "Commands", signature.callback_count);
+}
+
+Report module_version(const Host& /*host*/) {
+  VersionSignature driver{};
+  VersionSignature library{};
+  check(CallVer(&driver, &library), "Exchanging signatures with the driver");
+  const bool same = driver.revision == library.revision &&
+                    driver.callback_count == library.callback_count &&
+                    fixed_text(driver.name) == fixed_text(library.name) &&
+                    fixed_text(driver.vendor) == fixed_text(library.vendor);
+  Report report;
+  report.field("match", "Driver and library match", same);
+  add_signature(report.section("library", "Library"), library);
+  add_signature(report.section("driver", "Driver"), driver);
+  return report;
+}
+
+constexpr Word<std::string> log_word{"TEXT", "the line, up to 64 bytes", "maintenance begins"};
+
+Report module_log(const Host& /*host*/, const std::string& text) {
+  LogMessage message{};
+  if (text.size() > sizeof message.text) {
+    throw UsageError(
+        fmt::format("The driver's log takes up to {} bytes at a time.", sizeof message.text));
+  }
+  std::memcpy(message.text, text.data(), text.size());
+  check(LogMsg(&message), "Writing to the driver's log");
+  Report report;
+  report.field("logged", "Logged", text);
+  return report;
+}
+
+/** The event codes of FC-HBA. */
+constexpr auto events = words<std::uint32_t>(
+    {{1, "lip"}, {2, "link-up"}, {3, "link-down"}, {4, "lip-reset"}, {5, "rscn"}});
+
+constexpr Choice<std::uint32_t> event_choice{"--event", "the event", events, 5, "rscn"};
+constexpr Setting<std::uint32_t> detail_setting{"--detail", "NUMBER", "what the event carries", "0",
+                                                "0x010200"};
+
+Report module_test_event(const Board& board, std::uint32_t event, std::uint32_t detail) {
+  board.check(EventTest(board, event, detail), "Raising a test event");
+  Report report = board.report();
+  report.field("event", "Event", word_of(events, event)).field("detail", "Detail", Hex{detail, 6});
+  return report;
+}
+
+}  // namespace
+
+void add_boards(Command root) {
+  root.command("list", "List the boards of this host").example("--json").shows(list);
+  root.command("show", "Show all that a board's adapter, driver and port tell").shows(show);
+  root.command("version", "Show the versions of ovkctl, the library and its interface")
+      .shows(version);
+
+  const Command module = root.noun("module", "Talk to the driver module");
+  module.command("info", "Show the driver module and the boards that it serves").shows(module_info);
+  module.command("version", "Compare the interfaces of library and driver").shows(module_version);
+  module.command("log", "Write a line into the driver's log").takes(log_word).shows(module_log);
+  module.command("test-event", "Have the driver raise an event for a test")
+      .takes(event_choice, detail_setting)
+      .shows(module_test_event);
+}
+
+}  // namespace ovkctl
