@@ -1,13 +1,12 @@
 #include "ovkctl/frame/command.h"
-#include "ovkctl/frame/errors.h"
-#include "ovkctl/frame/session.h"
 
 #include <ovk/hbaapi.h>
 
 #include <array>
 #include <chrono>
 #include <ctime>
-#include <span>
+#include <fmt/core.h>
+#include <optional>
 #include <string>
 #include <thread>
 #include <vector>
@@ -15,30 +14,21 @@
 namespace ovkctl {
 namespace {
 
-constexpr std::uint32_t kLongestInterval = 3600;
-
 struct Events {
   std::vector<EventInfo> events;
   std::uint64_t missed = 0;
 };
 
-std::string event_text(std::uint32_t code) {
-  switch (code) {
-    case OVK_EVENT_LIP:
-      return "LIP";
-    case OVK_EVENT_LINK_UP:
-      return "link up";
-    case OVK_EVENT_LINK_DOWN:
-      return "link down";
-    case OVK_EVENT_LIP_RESET:
-      return "LIP reset";
-    case OVK_EVENT_RSCN:
-      return "RSCN";
-    case OVK_EVENT_PROPRIETARY:
-      return "proprietary";
-    default:
-      return "event " + hex_text(code, 4);
-  }
+constexpr auto event_words = words<std::uint32_t>({{OVK_EVENT_LIP, "LIP"},
+                                                   {OVK_EVENT_LINK_UP, "link up"},
+                                                   {OVK_EVENT_LINK_DOWN, "link down"},
+                                                   {OVK_EVENT_LIP_RESET, "LIP reset"},
+                                                   {OVK_EVENT_RSCN, "RSCN"},
+                                                   {OVK_EVENT_PROPRIETARY, "proprietary"}});
+
+std::string event_text(const EventInfo& event) {
+  return find_word(WordList<std::uint32_t>{event_words}, event.EventCode)
+      .value_or("event " + hex_text(event.EventCode, 4));
 }
 
 /** The address of the board's port, in the events that carry it. */
@@ -56,13 +46,13 @@ List data_words(const EventInfo& event) {
 }
 
 /** Takes what fits into one buffer. */
-std::uint32_t take_some(std::uint32_t board, Events& taken) {
+std::uint32_t take_some(const Board& board, Events& taken) {
   std::array<EventInfo, OVK_MAX_EVENTS> events{};
   std::uint32_t count = OVK_MAX_EVENTS;
-  check_board(GetEventBuffer(board, events.data(), &count), board, "Reading the events");
+  board.check(GetEventBuffer(board, events.data(), &count), "Reading the events");
   if (count > events.size()) {
-    throw OperationFailed("The driver says that it gave " + std::to_string(count) +
-                          " events where " + std::to_string(events.size()) + " have room.");
+    throw OperationFailed(fmt::format("The driver says that it gave {} events where {} have room.",
+                                      count, events.size()));
   }
   taken.events.insert(taken.events.end(), events.begin(), events.begin() + count);
   taken.missed += EventMissedCount;
@@ -70,7 +60,7 @@ std::uint32_t take_some(std::uint32_t board, Events& taken) {
 }
 
 /** Takes all that wait now; a driver that has ever more gets no end of turns. */
-Events take_events(std::uint32_t board) {
+Events take_events(const Board& board) {
   static constexpr int most_turns = 1024;
   Events taken;
   for (int i = 0; i < most_turns && take_some(board, taken) == OVK_MAX_EVENTS; ++i) {
@@ -81,22 +71,22 @@ Events take_events(std::uint32_t board) {
 void add_missed(Report& report, const Events& taken) {
   report.field("missed", "", taken.missed);
   if (taken.missed != 0) {
-    report.note("The driver lost " + std::to_string(taken.missed) +
-                " events, because its queue was full.");
+    report.note(
+        fmt::format("The driver lost {} events, because its queue was full.", taken.missed));
   }
 }
 
-Report events_report(std::uint32_t board) {
+constexpr Column<EventInfo> event_columns[] = {
+    {"code", "", field<&EventInfo::EventCode>},
+    {"event", "EVENT", field<event_text>},
+    {"port_fc_id", "PORT FC ID", field<port_cell>},
+    {"data", "DATA", field<data_words>},
+};
+
+Report waiting_events(const Board& board) {
   const Events taken = take_events(board);
-  Report report;
-  report.field("board", "", board);
-  Table& table = report.table(
-      "events", "",
-      {{"code", ""}, {"event", "EVENT"}, {"port_fc_id", "PORT FC ID"}, {"data", "DATA"}},
-      "No events wait.");
-  for (const EventInfo& event : taken.events) {
-    table.row({event.EventCode, event_text(event.EventCode), port_cell(event), data_words(event)});
-  }
+  Report report = board.listing();
+  report.table("events", "", event_columns, taken.events, "No events wait.");
   add_missed(report, taken);
   return report;
 }
@@ -111,71 +101,70 @@ std::string time_text() {
 }
 
 /** One event on one line. */
-Report event_line(std::uint32_t board, const EventInfo& event) {
+Report event_line(const Board& board, const EventInfo& event) {
   const std::string time = time_text();
   const Cell port = port_cell(event);
   Report report;
   report.field("time", "", time)
-      .field("board", "", board)
+      .field("board", "", std::uint32_t{board})
       .field("code", "", event.EventCode)
-      .field("event", "", event_text(event.EventCode))
+      .field("event", "", event_text(event))
       .field("port_fc_id", "", port)
       .field("data", "", data_words(event))
-      .note(time + "  " + event_text(event.EventCode) + "  " + Cell(data_words(event)).text());
+      .note(fmt::format("{}  {}  {}", time, event_text(event), Cell{data_words(event)}.text()));
   return report;
 }
 
-Report missed_line(std::uint32_t board, const Events& taken) {
+Report missed_line(const Board& board, const Events& taken) {
   Report report;
-  report.field("time", "", time_text()).field("board", "", board);
+  report.field("time", "", time_text()).field("board", "", std::uint32_t{board});
   add_missed(report, taken);
   return report;
 }
 
-/** Shows events as they come, until so many were shown; 0 for ever. */
-void follow(const Context& context, std::uint32_t board, std::uint32_t interval,
-            std::uint32_t most) {
+constexpr Flag follow_flag{"-f,--follow", "go on with new events until interrupted"};
+constexpr Setting<std::uint32_t> interval_setting{
+    "--interval", "SECONDS", "how often --follow asks the driver", "1", "", {1, 3600}};
+constexpr Option<std::uint32_t> count_option{
+    "--count", "NUMBER", "end --follow after so many events", "", {1}};
+
+/** Shows events as they come, until `most` were shown; without it for ever. */
+void follow(const Board& board, std::uint32_t interval, std::optional<std::uint32_t> most) {
   for (std::uint32_t shown = 0; true;) {
     const Events taken = take_events(board);
     for (const EventInfo& event : taken.events) {
-      context.print_next(event_line(board, event));
+      board.show_next(event_line(board, event));
       if (++shown == most) {
         return;
       }
     }
     if (taken.missed != 0) {
-      context.print_next(missed_line(board, taken));
+      board.show_next(missed_line(board, taken));
     }
-    std::this_thread::sleep_for(std::chrono::seconds(interval));
+    std::this_thread::sleep_for(std::chrono::seconds{interval});
   }
+}
+
+Report show(const Board& board, bool follows, std::uint32_t interval,
+            std::optional<std::uint32_t> most) {
+  if (most && !follows) {
+    throw UsageError("--count goes with --follow.");
+  }
+  if (!follows) {
+    return waiting_events(board);
+  }
+  follow(board, interval, most);
+  return {};
 }
 
 }  // namespace
 
 void add_events(Command root) {
-  const Command events = root.subcommand(
-      "events", "Take the waiting events of a board out of the driver's queue and show them");
-  events.example("ovkctl events 0");
-  events.example("ovkctl events 0 --follow");
-  const auto board = events.board();
-  const auto follows = events.flag("-f,--follow", "go on with new events until interrupted");
-  const auto interval =
-      events.option<std::uint32_t>("--interval", "SECONDS", "how often --follow asks the driver", 1,
-                                   between(1, kLongestInterval));
-  const auto most = events.option<std::uint32_t>(
-      "--count", "NUMBER", "end --follow after so many events", 0, between(1, 0xFFFFFFFF));
-  events.action([=](const Context& context) {
-    if (most.present() && !*follows) {
-      throw UsageError("--count goes with --follow.");
-    }
-    const Session session;
-    const std::uint32_t index = session.board(*board);
-    if (*follows) {
-      follow(context, index, *interval, *most);
-    } else {
-      context.print(events_report(index));
-    }
-  });
+  root.command("events",
+               "Take the waiting events of a board out of the driver's queue and show them")
+      .takes(follow_flag, interval_setting, count_option)
+      .example("0 --follow")
+      .shows(show);
 }
 
 }  // namespace ovkctl

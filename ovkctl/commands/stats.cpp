@@ -1,6 +1,4 @@
-#include "ovkctl/frame/board_command.h"
-#include "ovkctl/frame/errors.h"
-#include "ovkctl/frame/session.h"
+#include "ovkctl/frame/command.h"
 #include "ovkctl/subjects/board_text.h"
 #include "ovkctl/subjects/stats_baseline.h"
 
@@ -9,8 +7,10 @@
 #include <array>
 #include <bit>
 #include <chrono>
+#include <fmt/core.h>
 #include <optional>
 #include <thread>
+#include <vector>
 
 namespace ovkctl {
 namespace {
@@ -18,8 +18,7 @@ namespace {
 using Clock = std::chrono::steady_clock;
 using Seconds = std::chrono::duration<double>;
 
-constexpr std::int64_t kNotCounted = -1;
-constexpr std::uint32_t kLongestInterval = 86400;
+constexpr std::int64_t not_counted = -1;
 
 struct CounterName {
   const char* key;
@@ -27,7 +26,7 @@ struct CounterName {
 };
 
 /** In the order of the record. */
-constexpr std::array<CounterName, std::tuple_size_v<CounterRow>> kCounters = {{
+constexpr std::array<CounterName, std::tuple_size_v<CounterRow>> counter_names = {{
     {"seconds", "Seconds"},
     {"tx_frames", "Frames sent"},
     {"tx_words", "Words sent"},
@@ -54,8 +53,8 @@ struct Reading {
     loaded. */
 class Reader {
  public:
-  Reader(std::uint32_t board, bool since_load)
-      : board_(board), port_wwn_(read_own_port(board).PortWWN) {
+  Reader(const Board& board, bool since_load)
+      : board_{board}, port_wwn_{read_own_port(board).PortWWN} {
     if (const auto baseline = since_load ? std::nullopt : load_baseline(port_wwn_)) {
       ovk_rststatistics[board] = *baseline;
       since_reset_ = true;
@@ -74,121 +73,129 @@ class Reader {
   }
 
   void reset() const {
-    check_board(ResetStatistics(board_), board_, "Resetting the statistics");
+    board_.check(ResetStatistics(board_), "Resetting the statistics");
     save_baseline(port_wwn_, ovk_rststatistics[board_]);
   }
 
-  void describe(Section& section) const {
-    section.field("board", "Board", board_)
-        .field("port_wwn", "Port WWN", port_wwn_)
+  [[nodiscard]] Report report() const {
+    Report report = board_.report();
+    report.field("port_wwn", "Port WWN", port_wwn_)
         .field("since", "Counted since", since_reset_ ? "reset" : "driver load");
     if (reloaded_) {
-      section.note("The driver was loaded anew since the last reset, which counts no more.");
+      report.note("The driver was loaded anew since the last reset, which counts no more.");
     }
+    return report;
   }
 
  private:
   PortStatistics read_statistics() const {
     PortStatistics stats{};
-    check_board(GetPortStatistics(board_, 0, &stats), board_, "Reading the statistics");
+    board_.check(GetPortStatistics(board_, 0, &stats), "Reading the statistics");
     return stats;
   }
 
-  std::uint32_t board_;
+  Board board_;
   Wwn port_wwn_;
   bool since_reset_ = false;
   bool reloaded_ = false;
 };
 
-Cell counter_cell(std::int64_t counter) { return counter != kNotCounted ? Cell(counter) : Cell(); }
+Cell counter_cell(std::int64_t counter) { return counter != not_counted ? Cell(counter) : Cell(); }
 
-Report stats_report(Reader& reader) {
+Report counters_report(Reader& reader) {
   const Reading reading = reader.read();
-  Report report;
-  reader.describe(report);
+  Report report = reader.report();
   Section& section = report.section("counters", "Counters");
-  for (std::size_t i = 0; i < kCounters.size(); ++i) {
-    section.field(kCounters[i].key, kCounters[i].label, counter_cell(reading.counters[i]));
+  for (std::size_t i = 0; i < counter_names.size(); ++i) {
+    section.field(counter_names[i].key, counter_names[i].label, counter_cell(reading.counters[i]));
   }
   return report;
 }
 
+/** A counter now and before. */
+struct Growth {
+  CounterName name;
+  std::int64_t before;
+  std::int64_t now;
+  Seconds time;
+};
+
 /** How much a counter grew each second; nothing when it does not count or went back. */
-std::optional<double> rate(std::int64_t before, std::int64_t now, Seconds time) {
-  if (before == kNotCounted || now == kNotCounted || now < before) {
+std::optional<double> rate(const Growth& growth) {
+  if (growth.before == not_counted || growth.now == not_counted || growth.now < growth.before) {
     return std::nullopt;
   }
-  return static_cast<double>(now - before) / time.count();
+  return static_cast<double>(growth.now - growth.before) / growth.time.count();
 }
+
+constexpr Column<Growth> growth_columns[] = {
+    {"counter", "", [](const Growth& growth) { return growth.name.key; }},
+    {"label", "COUNTER", [](const Growth& growth) { return growth.name.label; }},
+    {"value", "VALUE", [](const Growth& growth) { return counter_cell(growth.now); }},
+    {"per_second", "PER SECOND", field<rate>},
+};
 
 Report rates_report(const Reader& reader, const Reading& before, const Reading& now) {
   const Seconds time = now.time - before.time;
-  Report report;
-  reader.describe(report);
-  report.field("interval_seconds", "Interval in seconds", time.count());
-  Table& table = report.table(
-      "counters", "",
-      {{"counter", ""}, {"label", "COUNTER"}, {"value", "VALUE"}, {"per_second", "PER SECOND"}},
-      "");
-  for (std::size_t i = 0; i < kCounters.size(); ++i) {
-    table.row({kCounters[i].key, kCounters[i].label, counter_cell(now.counters[i]),
-               rate(before.counters[i], now.counters[i], time)});
+  std::vector<Growth> rows;
+  for (std::size_t i = 0; i < counter_names.size(); ++i) {
+    rows.push_back({counter_names[i], before.counters[i], now.counters[i], time});
   }
+  Report report = reader.report();
+  report.field("interval_seconds", "Interval in seconds", time.count());
+  report.table("counters", "", growth_columns, rows, "");
   return report;
 }
 
-void watch(const Context& context, Reader& reader, std::uint32_t interval,
-           std::optional<std::uint32_t> reports) {
+constexpr Option<std::uint32_t> watch_option{
+    "--watch",
+    "SECONDS",
+    "show values and rates every so many seconds, until interrupted",
+    "",
+    {1, 86400}};
+constexpr Option<std::uint32_t> count_option{
+    "--count", "NUMBER", "end --watch after so many reports", "", {1}};
+constexpr Flag since_load_flag{"--since-load",
+                               "count since the driver was loaded, not since the last reset"};
+
+void watch(const Board& board, Reader& reader, std::uint32_t interval,
+           std::optional<std::uint32_t> most) {
   Reading before = reader.read();
-  for (std::uint32_t i = 0; !reports || i < *reports; ++i) {
-    std::this_thread::sleep_for(std::chrono::seconds(interval));
+  for (std::uint32_t i = 0; !most || i < *most; ++i) {
+    std::this_thread::sleep_for(std::chrono::seconds{interval});
     const Reading now = reader.read();
-    context.print_next(rates_report(reader, before, now));
+    board.show_next(rates_report(reader, before, now));
     before = now;
   }
 }
 
-Report reset_report(std::uint32_t board) {
-  Reader reader(board, true);
-  reader.reset();
-  Report report;
-  report.field("board", "", board)
-      .note("The statistics of board " + std::to_string(board) + " count from now on.");
-  return report;
+Report show(const Board& board, std::optional<std::uint32_t> interval,
+            std::optional<std::uint32_t> most, bool since_load) {
+  if (most && !interval) {
+    throw UsageError("--count goes with --watch.");
+  }
+  Reader reader{board, since_load};
+  if (!interval) {
+    return counters_report(reader);
+  }
+  watch(board, reader, *interval, most);
+  return {};
 }
 
-void add_reset(Command stats) {
-  add_board_report(stats, "reset", "Have the statistics of a board's port count from now on",
-                   "ovkctl stats reset 0", reset_report);
+Report reset(const Board& board) {
+  const Reader reader{board, true};
+  reader.reset();
+  return board.done(fmt::format("The statistics of {} count from now on.", board.name()));
 }
 
 }  // namespace
 
 void add_stats(Command root) {
-  const Command stats = root.subcommand("stats", "Show the statistics of a board's port");
-  stats.example("ovkctl stats 0");
-  stats.example("ovkctl stats 0 --watch 5");
-  const auto board = stats.board();
-  const auto interval = stats.option<std::uint32_t>(
-      "--watch", "SECONDS", "show values and rates every so many seconds, until interrupted", 0,
-      between(1, kLongestInterval));
-  const auto count = stats.option<std::uint32_t>(
-      "--count", "NUMBER", "end --watch after so many reports", 0, between(1, 0xFFFFFFFF));
-  const auto since_load =
-      stats.flag("--since-load", "count since the driver was loaded, not since the last reset");
-  add_reset(stats);
-  stats.action([=](const Context& context) {
-    if (count.present() && !interval.present()) {
-      throw UsageError("--count goes with --watch.");
-    }
-    const Session session;
-    Reader reader(session.board(*board), *since_load);
-    if (!interval.present()) {
-      context.print(stats_report(reader));
-      return;
-    }
-    watch(context, reader, *interval, count.present() ? std::optional(*count) : std::nullopt);
-  });
+  const auto stats = root.command("stats", "Show the statistics of a board's port")
+                         .takes(watch_option, count_option, since_load_flag)
+                         .example("0 --watch 5");
+  stats.command("reset", "Have the statistics of a board's port count from now on").shows(reset);
+  stats.shows(show);
 }
 
 }  // namespace ovkctl

@@ -4,7 +4,8 @@
  *
  *     constexpr Column<Node> node_columns[] = {
  *         {"handle", "HANDLE", field<&Node::handle>},
- *         {"state", "STATE", [](const Node& node) { return state_text(node.state); }},
+ *         {"state", "STATE", field<state_text>},
+ *         {"target", "TARGET", [](const Node& node) { return Hex{node.target, 4}; }},
  *     };
  */
 #pragma once
@@ -30,8 +31,8 @@ struct Column {
   Cell (*cell)(const Row& row);
 };
 
-/** A member of a row as it stands. */
-template <auto member>
-inline constexpr auto field = [](const auto& row) { return row.*member; };
+/** A member of a row as it stands, or what a function makes of the row. */
+template <auto member_or_function>
+inline constexpr auto field = [](const auto& row) { return std::invoke(member_or_function, row); };
 
 }  // namespace ovkctl
