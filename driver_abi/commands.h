@@ -16,6 +16,11 @@
 
 namespace ovk {
 
+/** How the driver's interface is named when a channel is opened to it. */
+inline constexpr std::uint32_t interface_version = 0x02000104;  ///< major, minor, update, patch
+inline constexpr std::string_view interface_name{"ravn-mgmt"};
+inline constexpr std::string_view interface_vendor{"TRV"};
+
 enum class Direction : std::uint32_t {
   input = VMK_MGMT_PARAMETER_IN,
   output = VMK_MGMT_PARAMETER_OUT,

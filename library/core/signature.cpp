@@ -3,6 +3,7 @@
 
 #include <ovk/core.h>
 
+#include <algorithm>
 #include <bit>
 
 /** The descriptor table in the platform's form. */
@@ -35,18 +36,22 @@ consteval ManagementCallbacks describe_all() {
   return callbacks;
 }
 
+consteval vmk_MgmtSignature sign(const ManagementCallbacks& callbacks) {
+  vmk_MgmtSignature signature{};
+  signature.version = ovk::interface_version;
+  std::ranges::copy(ovk::interface_name, signature.name);
+  std::ranges::copy(ovk::interface_vendor, signature.vendor);
+  signature.callback_count = ovk::commands.size();
+  signature.callbacks = callbacks.entries;
+  return signature;
+}
+
 static_assert(std::endian::native == std::endian::little, "the records are little-endian");
 
 }  // namespace
 
 constinit const ManagementCallbacks ravn_mgmt_callbacks = describe_all();
 
-constinit const vmk_MgmtSignature ravn_mgmt_signature = {
-    .version = 0x02000104,
-    .name = "ravn-mgmt",
-    .vendor = "TRV",
-    .callback_count = ovk::commands.size(),
-    .callbacks = ravn_mgmt_callbacks.entries,
-};
+constinit const vmk_MgmtSignature ravn_mgmt_signature = sign(ravn_mgmt_callbacks);
 
 constinit vmk_MgmtChannel* ravn_mgmt_handle = nullptr;

@@ -15,7 +15,7 @@ constexpr std::size_t longest_word = 64;
 constexpr Range<std::uint32_t> errors{1, 4095};
 constexpr Range<std::uint32_t> statuses{1, 0xFFFFFFFF};
 
-DriverCommand read_command(const JsonValue& place) {
+CommandId read_command(const JsonValue& place) {
   const std::string name = place.text(longest_word);
   const auto command = command_named(name);
   if (!command) {
@@ -80,7 +80,7 @@ void Fault::read_kind(JsonObject& members, const HandlerTable& handlers) {
   }
 }
 
-bool Fault::takes(DriverCommand command, std::uint32_t board) {
+bool Fault::takes(CommandId command, std::uint32_t board) {
   if (command != command_ || board_.value_or(board) != board || left_ == 0) {
     return false;
   }
@@ -111,7 +111,7 @@ FaultScript::FaultScript(const JsonDocument& document, const Topology& topology,
   }
 }
 
-Fault* FaultScript::meet(DriverCommand command, std::uint32_t board) {
+Fault* FaultScript::meet(CommandId command, std::uint32_t board) {
   const auto found =
       std::ranges::find_if(faults_, [&](Fault& fault) { return fault.takes(command, board); });
   return found != faults_.end() ? &*found : nullptr;

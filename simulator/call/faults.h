@@ -4,8 +4,7 @@
  */
 #pragma once
 
-#include "simulator/call/command_block.h"
-#include "simulator/call/driver_commands.h"
+#include "simulator/call/command_id.h"
 
 #include <cstdint>
 #include <limits>
@@ -44,7 +43,7 @@ class Fault {
   Fault(const JsonValue& place, const Topology& topology, const HandlerTable& handlers);
 
   /** Whether this call is one to fail; counts the calls that match. */
-  bool takes(DriverCommand command, std::uint32_t board);
+  bool takes(CommandId command, std::uint32_t board);
 
   [[nodiscard]] const FaultKind& kind() const { return kind_; }
 
@@ -67,7 +66,7 @@ class Fault {
   void read_board(const JsonValue& place, const Topology& topology, const HandlerTable& handlers);
   void read_kind(JsonObject& members, const HandlerTable& handlers);
 
-  DriverCommand command_{};
+  CommandId command_{0};
   std::optional<std::uint32_t> board_;
   std::uint32_t left_ = 1;
   std::uint32_t skip_ = 0;
@@ -86,7 +85,7 @@ class FaultScript {
   FaultScript(const JsonDocument& document, const Topology& topology, const HandlerTable& handlers);
 
   /** The fault that this call meets, or null. */
-  Fault* meet(DriverCommand command, std::uint32_t board);
+  Fault* meet(CommandId command, std::uint32_t board);
 
   /** Tells the user which faults never came to pass. */
   void report_missed() const;

@@ -5,33 +5,23 @@
 
 namespace ravnsim {
 
-void HandlerTable::on(DriverCommand command, BoardHandler function,
-                      std::vector<std::string_view> effects) {
-  enter(command, {function, std::move(effects)});
-}
-
-void HandlerTable::on(DriverCommand command, ModuleHandler function,
-                      std::vector<std::string_view> effects) {
-  enter(command, {function, std::move(effects)});
-}
-
-void HandlerTable::enter(DriverCommand command, Handler handler) {
+void HandlerTable::enter(CommandId command, Handler handler) {
   if (!handlers_.emplace(command, std::move(handler)).second) {
     throw std::logic_error{name_of(command) + " has two handlers"};
   }
 }
 
-const Handler* HandlerTable::find(DriverCommand command) const {
+const Handler* HandlerTable::find(CommandId command) const {
   const auto found = handlers_.find(command);
   return found != handlers_.end() ? &found->second : nullptr;
 }
 
-bool HandlerTable::is_of_module(DriverCommand command) const {
+bool HandlerTable::is_of_module(CommandId command) const {
   const Handler* handler = find(command);
   return handler != nullptr && std::holds_alternative<ModuleHandler>(handler->function);
 }
 
-std::span<const std::string_view> HandlerTable::effects_of(DriverCommand command) const {
+std::span<const std::string_view> HandlerTable::effects_of(CommandId command) const {
   const Handler* handler = find(command);
   return handler != nullptr ? std::span{handler->effects} : std::span<const std::string_view>{};
 }

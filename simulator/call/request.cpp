@@ -10,7 +10,7 @@
 
 namespace ravnsim {
 
-Request::Request(DriverCommand command, std::vector<Parameter> parameters)
+Request::Request(CommandId command, std::vector<Parameter> parameters)
     : command_{command}, parameters_{std::move(parameters)} {}
 
 void Request::require(bool matches, std::size_t number) const {

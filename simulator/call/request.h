@@ -4,8 +4,7 @@
  */
 #pragma once
 
-#include "simulator/call/command_block.h"
-#include "simulator/call/driver_commands.h"
+#include "simulator/call/command_id.h"
 #include "simulator/call/parameters.h"
 
 #include <cstddef>
@@ -27,9 +26,9 @@ class Fault;
  */
 class Request {
  public:
-  Request(DriverCommand command, std::vector<Parameter> parameters);
+  Request(CommandId command, std::vector<Parameter> parameters);
 
-  [[nodiscard]] DriverCommand command() const { return command_; }
+  [[nodiscard]] CommandId command() const { return command_; }
 
   /** The Command block. */
   [[nodiscard]] CommandBlock& block() const;
@@ -81,7 +80,7 @@ class Request {
     return *reinterpret_cast<Record*>(bytes.data());
   }
 
-  DriverCommand command_;
+  CommandId command_;
   std::vector<Parameter> parameters_;
   Fault* effect_ = nullptr;
 };

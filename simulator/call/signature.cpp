@@ -1,7 +1,6 @@
 #include "simulator/call/signature.h"
 
 #include "simulator/call/channel_error.h"
-#include "simulator/call/command_block.h"
 
 #include <algorithm>
 #include <cstring>
@@ -10,9 +9,6 @@
 namespace ravnsim {
 
 namespace {
-
-constexpr std::string_view interface_name = "ravn-mgmt";
-constexpr std::string_view interface_vendor = "TRV";
 
 // Far above what any interface declares; more is a table that was never meant as one.
 constexpr std::uint32_t most_callbacks = 4096;
@@ -49,7 +45,8 @@ DeclaredParameter parameter_of(const vmk_MgmtCallbackInfo& callback, std::size_t
 }  // namespace
 
 Signature::Signature(const vmk_MgmtSignature& record) {
-  require(text_of(record.name) == interface_name && text_of(record.vendor) == interface_vendor,
+  require(text_of(record.name) == ovk::interface_name &&
+              text_of(record.vendor) == ovk::interface_vendor,
           ChannelError::unknown_interface);
   require(record.callbacks != nullptr && record.callback_count <= most_callbacks,
           ChannelError::wrong_declaration);
@@ -69,12 +66,11 @@ void Signature::declare(const vmk_MgmtCallbackInfo& callback) {
   require(
       parameters[0].size == sizeof(CommandBlock) && parameters[0].direction == Direction::in_out,
       ChannelError::wrong_declaration);
-  const bool is_new =
-      callbacks_.emplace(static_cast<DriverCommand>(callback.id), std::move(parameters)).second;
+  const bool is_new = callbacks_.emplace(CommandId{callback.id}, std::move(parameters)).second;
   require(is_new, ChannelError::wrong_declaration);
 }
 
-std::span<const DeclaredParameter> Signature::parameters_of(DriverCommand callback) const {
+std::span<const DeclaredParameter> Signature::parameters_of(CommandId callback) const {
   const auto found = callbacks_.find(callback);
   require(found != callbacks_.end(), ChannelError::undeclared_callback);
   return found->second;

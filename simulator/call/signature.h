@@ -5,7 +5,7 @@
 #pragma once
 
 #include "driver_abi/vmkmgmt.h"
-#include "simulator/call/driver_commands.h"
+#include "simulator/call/command_id.h"
 
 #include <cstdint>
 #include <map>
@@ -14,19 +14,10 @@
 
 namespace ravnsim {
 
-/** Which way a parameter is copied. */
-enum class Direction : std::uint32_t {
-  input = VMK_MGMT_PARAMETER_IN,
-  output = VMK_MGMT_PARAMETER_OUT,
-  in_out = VMK_MGMT_PARAMETER_IN_OUT,
-  descriptor = VMK_MGMT_PARAMETER_DESCRIPTOR,
-};
+using ovk::Direction;
 
 /** One declared parameter. */
-struct DeclaredParameter {
-  std::uint32_t size;
-  Direction direction;
-};
+using DeclaredParameter = ovk::Parameter;
 
 /** The callbacks of a signature record, checked and copied. */
 class Signature {
@@ -35,12 +26,12 @@ class Signature {
   explicit Signature(const vmk_MgmtSignature& record);
 
   /** The parameters of a callback; throws a Refusal when it was not declared. */
-  [[nodiscard]] std::span<const DeclaredParameter> parameters_of(DriverCommand callback) const;
+  [[nodiscard]] std::span<const DeclaredParameter> parameters_of(CommandId callback) const;
 
  private:
   void declare(const vmk_MgmtCallbackInfo& callback);
 
-  std::map<DriverCommand, std::vector<DeclaredParameter>> callbacks_;
+  std::map<CommandId, std::vector<DeclaredParameter>> callbacks_;
 };
 
 }  // namespace ravnsim

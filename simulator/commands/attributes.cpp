@@ -3,8 +3,8 @@
 #include "simulator/board/link.h"
 #include "simulator/board/port_list.h"
 #include "simulator/board/text_field.h"
+#include "simulator/call/handler_table.h"
 #include "simulator/call/request.h"
-#include "simulator/commands/handlers.h"
 
 #include <cstddef>
 
@@ -176,12 +176,12 @@ DriverStatus describe_port_by_wwn(Adapter& adapter, Request& request) {
 }  // namespace
 
 void add_attributes_handlers(HandlerTable& table) {
-  table.on(DriverCommand::hba_adapterattributes, describe_adapter);
-  table.on(DriverCommand::hba_discportattributes, describe_discovered_port, {"stale"});
-  table.on(DriverCommand::hba_indexportattributes, describe_port_by_index, {"stale"});
-  table.on(DriverCommand::hba_portattributes, describe_port);
-  table.on(DriverCommand::hba_refreshinfo, refresh);
-  table.on(DriverCommand::hba_wwpnportattributes, describe_port_by_wwn);
+  table.on<"RAVN_MGMT_HBA_ADAPTERATTRIBUTES">(describe_adapter);
+  table.on<"RAVN_MGMT_HBA_DISCPORTATTRIBUTES">(describe_discovered_port, {"stale"});
+  table.on<"RAVN_MGMT_HBA_INDEXPORTATTRIBUTES">(describe_port_by_index, {"stale"});
+  table.on<"RAVN_MGMT_HBA_PORTATTRIBUTES">(describe_port);
+  table.on<"RAVN_MGMT_HBA_REFRESHINFO">(refresh);
+  table.on<"RAVN_MGMT_HBA_WWPNPORTATTRIBUTES">(describe_port_by_wwn);
 }
 
 }  // namespace ravnsim

@@ -1,8 +1,8 @@
 #include "simulator/board/adapter.h"
 #include "simulator/board/port_list.h"
 #include "simulator/board/record_blob.h"
+#include "simulator/call/handler_table.h"
 #include "simulator/call/request.h"
-#include "simulator/commands/handlers.h"
 
 #include <algorithm>
 #include <array>
@@ -183,7 +183,9 @@ class AuthTables {
   Adapter& adapter_;
 };
 
-bool is_unavailable(const Adapter& adapter) { return !adapter.topology().offers.auth; }
+constexpr Guard offers_auth{
+    [](Adapter& adapter, const Request&) { return adapter.topology().offers.auth.has_value(); },
+    DriverStatus::not_supported};
 
 bool lists_known(std::span<const std::uint8_t> list, std::size_t count, std::uint8_t largest) {
   return count >= 1 && count <= list.size() &&
@@ -200,9 +202,6 @@ bool is_valid(const ConfigRecord& config) {
 }
 
 DriverStatus set_config(Adapter& adapter, Request& request) {
-  if (is_unavailable(adapter)) {
-    return DriverStatus::not_supported;
-  }
   const auto& config = request.input<ConfigRecord>(1);
   if (config.ports.local != adapter.topology().port.port_wwn) {
     return DriverStatus::not_found;
@@ -219,9 +218,6 @@ DriverStatus set_config(Adapter& adapter, Request& request) {
 }
 
 DriverStatus get_config(Adapter& adapter, Request& request) {
-  if (is_unavailable(adapter)) {
-    return DriverStatus::not_supported;
-  }
   auto& configs = adapter.state<AuthTables>().configs;
   auto& record = request.output<ConfigRecord>(2);
   const PortPair ports{request.input<Wwn>(1), record.ports.remote};
@@ -235,9 +231,6 @@ DriverStatus get_config(Adapter& adapter, Request& request) {
 }
 
 DriverStatus delete_config(Adapter& adapter, Request& request) {
-  if (is_unavailable(adapter)) {
-    return DriverStatus::not_supported;
-  }
   auto& tables = adapter.state<AuthTables>();
   const PortPair ports = request.input<ConfigRecord>(1).ports;
   if (request.input<std::uint8_t>(2) != 0) {
@@ -252,17 +245,11 @@ DriverStatus delete_config(Adapter& adapter, Request& request) {
 }
 
 DriverStatus persist(Adapter& adapter, Request& /*request*/) {
-  if (is_unavailable(adapter)) {
-    return DriverStatus::not_supported;
-  }
   adapter.state<AuthTables>().persist();
   return DriverStatus::success;
 }
 
 DriverStatus delete_object(Adapter& adapter, Request& /*request*/) {
-  if (is_unavailable(adapter)) {
-    return DriverStatus::not_supported;
-  }
   adapter.state<AuthTables>().erase();
   return DriverStatus::success;
 }
@@ -287,9 +274,6 @@ bool is_valid_secret(SecretType type, std::uint8_t length) {
 }
 
 DriverStatus set_password(Adapter& adapter, Request& request) {
-  if (is_unavailable(adapter)) {
-    return DriverStatus::not_supported;
-  }
   const auto& record = request.input<PasswordRecord>(1);
   auto& tables = adapter.state<AuthTables>();
   if (tables.configs.find(record.ports) == nullptr) {
@@ -308,9 +292,6 @@ DriverStatus set_password(Adapter& adapter, Request& request) {
 
 /** Tells that there are secrets and how long they are, but not the secrets. */
 DriverStatus get_password(Adapter& adapter, Request& request) {
-  if (is_unavailable(adapter)) {
-    return DriverStatus::not_supported;
-  }
   auto& record = request.output<PasswordRecord>(1);
   const PasswordRecord* known = adapter.state<AuthTables>().passwords.find(record.ports);
   if (known == nullptr) {
@@ -343,9 +324,6 @@ FailureReason authenticate(Adapter& adapter, const ConfigRecord& config,
 
 /** The first name is the local port's. */
 DriverStatus initiate(Adapter& adapter, Request& request) {
-  if (is_unavailable(adapter)) {
-    return DriverStatus::not_supported;
-  }
   const PortPair ports{request.input<Wwn>(1), request.input<Wwn>(2)};
   auto& tables = adapter.state<AuthTables>();
   const ConfigRecord* config = tables.configs.find(ports);
@@ -372,9 +350,6 @@ DriverStatus initiate(Adapter& adapter, Request& request) {
 }
 
 DriverStatus get_status(Adapter& adapter, Request& request) {
-  if (is_unavailable(adapter)) {
-    return DriverStatus::not_supported;
-  }
   auto& record = request.output<StatusRecord>(1);
   auto& tables = adapter.state<AuthTables>();
   if (tables.configs.find(record.ports) == nullptr) {
@@ -388,15 +363,16 @@ DriverStatus get_status(Adapter& adapter, Request& request) {
 }  // namespace
 
 void add_auth_handlers(HandlerTable& table) {
-  table.on(DriverCommand::del_auth_config_obj, delete_object);
-  table.on(DriverCommand::del_auth_config_v2, delete_config);
-  table.on(DriverCommand::get_auth_config_v2, get_config);
-  table.on(DriverCommand::get_auth_passwd_v2, get_password);
-  table.on(DriverCommand::get_auth_status, get_status);
-  table.on(DriverCommand::init_auth, initiate);
-  table.on(DriverCommand::persist_auth_config, persist);
-  table.on(DriverCommand::set_auth_config_v2, set_config);
-  table.on(DriverCommand::set_auth_passwd_v2, set_password);
+  table.when(offers_auth)
+      .on<"RAVN_MGMT_DEL_AUTH_CONFIG_OBJ">(delete_object)
+      .on<"RAVN_MGMT_DEL_AUTH_CONFIG_V2">(delete_config)
+      .on<"RAVN_MGMT_GET_AUTH_CONFIG_V2">(get_config)
+      .on<"RAVN_MGMT_GET_AUTH_PASSWD_V2">(get_password)
+      .on<"RAVN_MGMT_GET_AUTH_STATUS">(get_status)
+      .on<"RAVN_MGMT_INIT_AUTH">(initiate)
+      .on<"RAVN_MGMT_PERSIST_AUTH_CONFIG">(persist)
+      .on<"RAVN_MGMT_SET_AUTH_CONFIG_V2">(set_config)
+      .on<"RAVN_MGMT_SET_AUTH_PASSWD_V2">(set_password);
 }
 
 }  // namespace ravnsim

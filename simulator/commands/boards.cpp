@@ -1,7 +1,7 @@
 #include "simulator/board/adapter.h"
 #include "simulator/board/board_state.h"
+#include "simulator/call/handler_table.h"
 #include "simulator/call/request.h"
-#include "simulator/commands/handlers.h"
 
 #include <cstddef>
 #include <optional>
@@ -92,8 +92,8 @@ DriverStatus set_diagnostic_mode(Adapter& adapter, Request& request) {
 }  // namespace
 
 void add_boards_handlers(HandlerTable& table) {
-  table.on(DriverCommand::initbrds, discover);
-  table.on(DriverCommand::setdiag, set_diagnostic_mode);
+  table.on<"RAVN_MGMT_INITBRDS">(discover);
+  table.on<"RAVN_MGMT_SETDIAG">(set_diagnostic_mode);
 }
 
 }  // namespace ravnsim

@@ -1,6 +1,7 @@
 #include "simulator/board/adapter.h"
+#include "simulator/call/handler_table.h"
 #include "simulator/call/request.h"
-#include "simulator/commands/handlers.h"
+#include "simulator/commands/guards.h"
 
 #include <cstddef>
 
@@ -43,16 +44,14 @@ DriverStatus describe_driver(Adapter& adapter, Request& request) {
   return DriverStatus::success;
 }
 
-DriverStatus probe_extended_sli_config(Adapter& adapter, Request& /*request*/) {
-  return adapter.topology().extended_sli_config ? DriverStatus::success
-                                                : DriverStatus::not_supported;
-}
+/** Tells by its status alone whether there are extended SLI_CONFIG mailboxes. */
+DriverStatus confirm(Adapter& /*adapter*/, Request& /*request*/) { return DriverStatus::success; }
 
 }  // namespace
 
 void add_driver_info_handlers(HandlerTable& table) {
-  table.on(DriverCommand::get_ravnovk_info, describe_driver);
-  table.on(DriverCommand::mbox_sli_cfg_ext_sup, probe_extended_sli_config);
+  table.on<"RAVN_MGMT_GET_RAVNOVK_INFO">(describe_driver);
+  table.when(takes_extended_sli_config).on<"RAVN_MGMT_MBOX_SLI_CFG_EXT_SUP">(confirm);
 }
 
 }  // namespace ravnsim

@@ -1,7 +1,7 @@
 #include "simulator/board/adapter.h"
 #include "simulator/board/event_queue.h"
+#include "simulator/call/handler_table.h"
 #include "simulator/call/request.h"
-#include "simulator/commands/handlers.h"
 
 #include <algorithm>
 #include <array>
@@ -30,7 +30,7 @@ DriverStatus give_events(Adapter& adapter, Request& request) {
 }  // namespace
 
 void add_events_handlers(HandlerTable& table) {
-  table.on(DriverCommand::hba_getevent, give_events, {"count"});
+  table.on<"RAVN_MGMT_HBA_GETEVENT">(give_events, {"count"});
 }
 
 }  // namespace ravnsim

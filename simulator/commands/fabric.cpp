@@ -1,7 +1,7 @@
 #include "simulator/board/port_counters.h"
+#include "simulator/call/handler_table.h"
 #include "simulator/call/request.h"
-#include "simulator/commands/handlers.h"
-#include "simulator/fabric/fabric_link.h"
+#include "simulator/commands/guards.h"
 #include "simulator/fabric/fabric_servers.h"
 #include "simulator/fabric/remote_port.h"
 
@@ -56,7 +56,7 @@ DriverStatus exchange_ct(Adapter& adapter, const Request& request, std::uint32_t
   if (!iu) {
     return DriverStatus::does_not_fit;
   }
-  if (!is_on_fabric(adapter)) {
+  if (!is_on_fabric.holds(adapter, request)) {
     return DriverStatus::not_ready;
   }
   auto answer = answer_ct(adapter, destination, *iu);
@@ -82,12 +82,9 @@ DriverStatus send_management_command(Adapter& adapter, Request& request) {
 }
 
 /** Takes what looks like a CT_IU; nobody waits for it. */
-DriverStatus send_management_response(Adapter& adapter, Request& request) {
+DriverStatus send_management_response(Adapter& /*adapter*/, Request& request) {
   constexpr std::uint8_t newest_revision = 3;
   const std::uint8_t revision = wire_bytes(request.input_bytes(1)).front();
-  if (!is_on_fabric(adapter)) {
-    return DriverStatus::not_ready;
-  }
   return revision == 0 || revision > newest_revision ? DriverStatus::not_permitted
                                                      : DriverStatus::success;
 }
@@ -98,7 +95,7 @@ DriverStatus send_els(Adapter& adapter, Request& request) {
   if (!els) {
     return DriverStatus::does_not_fit;
   }
-  if (!is_on_fabric(adapter)) {
+  if (!is_on_fabric.holds(adapter, request)) {
     return DriverStatus::not_ready;
   }
   auto& ports = adapter.state<RemotePorts>();
@@ -117,10 +114,10 @@ DriverStatus send_els(Adapter& adapter, Request& request) {
 }  // namespace
 
 void add_fabric_handlers(HandlerTable& table) {
-  table.on(DriverCommand::hba_send_mgmt_cmd, send_management_command);
-  table.on(DriverCommand::hba_send_mgmt_rsp, send_management_response);
-  table.on(DriverCommand::send_ct, send_ct, {"reject"});
-  table.on(DriverCommand::send_els, send_els, {"reject"});
+  table.on<"RAVN_MGMT_HBA_SEND_MGMT_CMD">(send_management_command);
+  table.when(is_on_fabric).on<"RAVN_MGMT_HBA_SEND_MGMT_RSP">(send_management_response);
+  table.on<"RAVN_MGMT_SEND_CT">(send_ct, {"reject"});
+  table.on<"RAVN_MGMT_SEND_ELS">(send_els, {"reject"});
 }
 
 }  // namespace ravnsim

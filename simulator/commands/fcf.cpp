@@ -1,7 +1,8 @@
 #include "simulator/board/adapter.h"
 #include "simulator/board/board_state.h"
+#include "simulator/call/handler_table.h"
 #include "simulator/call/request.h"
-#include "simulator/commands/handlers.h"
+#include "simulator/commands/guards.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -53,16 +54,13 @@ void describe(const FcfTopology& fcf, FcfRecord& record) {
   record.switch_name = fcf.switch_name;
 }
 
+constexpr Guard is_fcoe_board{
+    [](Adapter& adapter, const Request&) { return is_fcoe(adapter.topology()); },
+    DriverStatus::not_supported};
+
 DriverStatus read_fcf(Adapter& adapter, Request& request) {
-  const BoardTopology& topology = adapter.topology();
-  if (!is_fcoe(topology)) {
-    return DriverStatus::not_supported;
-  }
-  if (adapter.state<BoardState>().mode() == BoardMode::not_ready) {
-    return DriverStatus::not_ready;
-  }
   CommandBlock& block = request.block();
-  const auto& fcfs = topology.fcfs;
+  const auto& fcfs = adapter.topology().fcfs;
   const auto fcf = block.index == list_end
                        ? fcfs.begin()
                        : std::ranges::find(fcfs, block.index, &FcfTopology::index);
@@ -85,7 +83,7 @@ DriverStatus read_fcf(Adapter& adapter, Request& request) {
 }  // namespace
 
 void add_fcf_handlers(HandlerTable& table) {
-  table.on(DriverCommand::hba_get_fcf_list, read_fcf, {"endless"});
+  table.when(is_fcoe_board).when(is_ready).on<"RAVN_MGMT_HBA_GET_FCF_LIST">(read_fcf, {"endless"});
 }
 
 }  // namespace ravnsim

@@ -1,8 +1,8 @@
 #include "simulator/board/adapter.h"
 #include "simulator/board/record_blob.h"
+#include "simulator/call/handler_table.h"
 #include "simulator/call/report.h"
 #include "simulator/call/request.h"
-#include "simulator/commands/handlers.h"
 
 #include <algorithm>
 #include <array>
@@ -112,10 +112,10 @@ DriverStatus set_flag(Adapter& adapter, Request& request) {
 }  // namespace
 
 void add_fcp_priority_handlers(HandlerTable& table) {
-  table.on(DriverCommand::get_fcp_priority, get_rules);
-  table.on(DriverCommand::get_fcp_priority_flag, get_flag);
-  table.on(DriverCommand::set_fcp_priority, set_rules);
-  table.on(DriverCommand::set_fcp_priority_flag, set_flag);
+  table.on<"RAVN_MGMT_GET_FCP_PRIORITY">(get_rules);
+  table.on<"RAVN_MGMT_GET_FCP_PRIORITY_FLAG">(get_flag);
+  table.on<"RAVN_MGMT_SET_FCP_PRIORITY">(set_rules);
+  table.on<"RAVN_MGMT_SET_FCP_PRIORITY_FLAG">(set_flag);
 }
 
 }  // namespace ravnsim

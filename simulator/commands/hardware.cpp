@@ -1,8 +1,8 @@
 #include "simulator/board/adapter.h"
 #include "simulator/board/text_field.h"
 #include "simulator/board/vpd.h"
+#include "simulator/call/handler_table.h"
 #include "simulator/call/request.h"
-#include "simulator/commands/handlers.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -66,8 +66,8 @@ DriverStatus locate(Adapter& adapter, Request& request) {
 }  // namespace
 
 void add_hardware_handlers(HandlerTable& table) {
-  table.on(DriverCommand::get_pci_sbdf, locate);
-  table.on(DriverCommand::get_vpd, read_vpd);
+  table.on<"RAVN_MGMT_GET_PCI_SBDF">(locate);
+  table.on<"RAVN_MGMT_GET_VPD">(read_vpd);
 }
 
 }  // namespace ravnsim

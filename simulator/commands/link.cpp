@@ -5,8 +5,9 @@
 #include "simulator/board/port_counters.h"
 #include "simulator/board/port_list.h"
 #include "simulator/board/port_speed.h"
+#include "simulator/call/handler_table.h"
 #include "simulator/call/request.h"
-#include "simulator/commands/handlers.h"
+#include "simulator/commands/guards.h"
 
 #include <algorithm>
 #include <bit>
@@ -200,9 +201,6 @@ std::uint32_t ports_up(Adapter& adapter) {
 }
 
 DriverStatus give_logical_speed(Adapter& adapter, Request& request) {
-  if (adapter.topology().sli_mode < sli4) {
-    return DriverStatus::not_supported;
-  }
   constexpr std::uint32_t tenths = 10;
   const std::uint32_t gbit = gbit_of(adapter.topology().port.speed) * ports_up(adapter);
   request.block().value = gbit * tenths;
@@ -218,14 +216,9 @@ struct TrunkRecord {
 
 static_assert(sizeof(TrunkRecord) == 12);
 
+constexpr Guard names_itself{repeats_its_id, DriverStatus::not_permitted};
+
 DriverStatus describe_trunk(Adapter& adapter, Request& request) {
-  // The block names its own command once more.
-  if (request.block().selector != static_cast<std::uint32_t>(DriverCommand::get_trunk_info)) {
-    return DriverStatus::not_permitted;
-  }
-  if (adapter.topology().sli_mode < sli4) {
-    return DriverStatus::not_supported;
-  }
   const TrunkTopology& trunk = adapter.topology().hardware.trunk;
   const bool up = adapter.state<Link>().is_up();
   request.output<TrunkRecord>(1) = {
@@ -239,11 +232,11 @@ DriverStatus describe_trunk(Adapter& adapter, Request& request) {
 }  // namespace
 
 void add_link_handlers(HandlerTable& table) {
-  table.on(DriverCommand::get_logical_link_speed, give_logical_speed);
-  table.on(DriverCommand::get_trunk_info, describe_trunk);
-  table.on(DriverCommand::ioinfo, count_io);
-  table.on(DriverCommand::linkinfo, describe_link);
-  table.on(DriverCommand::nodeinfo, list_nodes);
+  table.when(is_sli4).on<"RAVN_MGMT_GET_LOGICAL_LINK_SPEED">(give_logical_speed);
+  table.when(names_itself).when(is_sli4).on<"RAVN_MGMT_GET_TRUNK_INFO">(describe_trunk);
+  table.on<"RAVN_MGMT_IOINFO">(count_io);
+  table.on<"RAVN_MGMT_LINKINFO">(describe_link);
+  table.on<"RAVN_MGMT_NODEINFO">(list_nodes);
 }
 
 }  // namespace ravnsim

@@ -1,8 +1,9 @@
 #include "simulator/board/adapter.h"
 #include "simulator/board/board_state.h"
 #include "simulator/board/mailbox_table.h"
+#include "simulator/call/handler_table.h"
 #include "simulator/call/request.h"
-#include "simulator/commands/handlers.h"
+#include "simulator/commands/guards.h"
 
 #include <algorithm>
 #include <optional>
@@ -34,18 +35,10 @@ std::optional<std::uint16_t> scripted_status(const Request& request) {
   return value ? std::optional{static_cast<std::uint16_t>(*value)} : std::nullopt;
 }
 
-/** What keeps a board from taking a mailbox. */
-DriverStatus availability(Adapter& adapter, const Request& request) {
-  if (adapter.state<BoardState>().mode() == BoardMode::not_ready) {
-    return DriverStatus::not_ready;
-  }
-  return request.effect("busy") ? DriverStatus::busy : DriverStatus::success;
-}
+constexpr Guard is_not_busy{
+    [](Adapter&, const Request& request) { return !request.effect("busy"); }, DriverStatus::busy};
 
 DriverStatus pass_mailbox(Adapter& adapter, Request& request) {
-  if (const DriverStatus status = availability(adapter, request); status != DriverStatus::success) {
-    return status;
-  }
   MailboxCall call{.mailbox = request.output<FirmwareMailbox>(2),
                    .extension = request.output_bytes(1),
                    .data = request.output<MailboxData>(3)};
@@ -82,12 +75,6 @@ std::uint16_t transfer(Adapter& adapter, Transfer direction, std::span<std::byte
 }
 
 DriverStatus pass_extended_mailbox(Adapter& adapter, Request& request) {
-  if (!adapter.topology().extended_sli_config) {
-    return DriverStatus::not_supported;
-  }
-  if (const DriverStatus status = availability(adapter, request); status != DriverStatus::success) {
-    return status;
-  }
   const auto direction = static_cast<Transfer>(request.block().selector);
   const std::uint32_t size = request.block().request_size;
   if ((direction != Transfer::read && direction != Transfer::write) ||
@@ -105,8 +92,13 @@ DriverStatus pass_extended_mailbox(Adapter& adapter, Request& request) {
 }  // namespace
 
 void add_mailbox_handlers(HandlerTable& table) {
-  table.on(DriverCommand::mbox, pass_mailbox, {"busy", "mailbox_status"});
-  table.on(DriverCommand::mbox_sli_cfg_ext, pass_extended_mailbox, {"busy", "mailbox_status"});
+  table.when(is_ready)
+      .when(is_not_busy)
+      .on<"RAVN_MGMT_MBOX">(pass_mailbox, {"busy", "mailbox_status"});
+  table.when(takes_extended_sli_config)
+      .when(is_ready)
+      .when(is_not_busy)
+      .on<"RAVN_MGMT_MBOX_SLI_CFG_EXT">(pass_extended_mailbox, {"busy", "mailbox_status"});
 }
 
 }  // namespace ravnsim

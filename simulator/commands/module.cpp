@@ -1,9 +1,9 @@
 #include "simulator/board/adapter.h"
 #include "simulator/board/event_queue.h"
 #include "simulator/board/text_field.h"
+#include "simulator/call/handler_table.h"
 #include "simulator/call/report.h"
 #include "simulator/call/request.h"
-#include "simulator/commands/handlers.h"
 #include "simulator/host/host.h"
 
 #include <algorithm>
@@ -15,9 +15,6 @@
 namespace ravnsim {
 
 namespace {
-
-constexpr std::uint32_t interface_revision = 0x02000104;
-constexpr std::uint32_t interface_callbacks = 94;
 
 /** One board in the answer to RAVN_MGMT_MOD_INFO. */
 struct ModuleBoard {
@@ -73,7 +70,7 @@ DriverStatus describe_module(Host& host, Request& request) {
   auto& record = request.output<ModuleRecord>(1);
   put_text(record.name, host.topology().driver.name);
   put_text(record.version, host.topology().driver.version);
-  record.interface_revision = interface_revision;
+  record.interface_revision = ovk::interface_version;
   record.logged_messages = host.state<ModuleState>().logged_messages;
   for (const auto& [number, adapter] : host.adapters()) {
     describe(adapter.topology(), record.boards[record.board_count++]);
@@ -107,10 +104,10 @@ static_assert(sizeof(SignatureRecord) == 72);
 
 DriverStatus give_signature(Host& /*host*/, Request& request) {
   auto& record = request.output<SignatureRecord>(1);
-  record.revision = request.effect("revision").value_or(interface_revision);
-  put_text(record.name, "ravn-mgmt");
-  put_text(record.vendor, "TRV");
-  record.callback_count = interface_callbacks;
+  record.revision = request.effect("revision").value_or(ovk::interface_version);
+  put_text(record.name, ovk::interface_name);
+  put_text(record.vendor, ovk::interface_vendor);
+  record.callback_count = std::uint32_t{ovk::commands.size()};
   return DriverStatus::success;
 }
 
@@ -128,10 +125,10 @@ DriverStatus raise_test_event(Adapter& adapter, Request& request) {
 }  // namespace
 
 void add_module_handlers(HandlerTable& table) {
-  table.on(DriverCommand::call_ver, give_signature, {"revision"});
-  table.on(DriverCommand::event_test, raise_test_event);
-  table.on(DriverCommand::log_msg, log_message);
-  table.on(DriverCommand::mod_info, describe_module);
+  table.on<"RAVN_MGMT_CALL_VER">(give_signature, {"revision"});
+  table.on<"RAVN_MGMT_EVENT_TEST">(raise_test_event);
+  table.on<"RAVN_MGMT_LOG_MSG">(log_message);
+  table.on<"RAVN_MGMT_MOD_INFO">(describe_module);
 }
 
 }  // namespace ravnsim

@@ -4,8 +4,8 @@
 #include "simulator/board/link.h"
 #include "simulator/board/port_list.h"
 #include "simulator/board/text_field.h"
+#include "simulator/call/handler_table.h"
 #include "simulator/call/request.h"
-#include "simulator/commands/handlers.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -105,11 +105,12 @@ DriverStatus tell_readiness(Adapter& adapter, Request& request) {
   return DriverStatus::success;
 }
 
+constexpr Guard has_npiv{
+    [](Adapter& adapter, const Request&) { return adapter.topology().npiv.has_value(); },
+    DriverStatus::not_supported};
+
 DriverStatus tell_resources(Adapter& adapter, Request& request) {
   const auto& npiv = adapter.topology().npiv;
-  if (!npiv) {
-    return DriverStatus::not_supported;
-  }
   const std::size_t ports = virtual_ports(adapter).size();
   const std::size_t logins = (1 + ports) * adapter.state<PortList>().ports().size();
   request.output<ResourceRecord>(1) = {.port_limit = npiv->port_limit,
@@ -120,9 +121,6 @@ DriverStatus tell_resources(Adapter& adapter, Request& request) {
 }
 
 DriverStatus list_virtual_ports(Adapter& adapter, Request& request) {
-  if (!adapter.topology().npiv) {
-    return DriverStatus::not_supported;
-  }
   auto& list = request.output<VirtualPortList>(1);
   const auto ports = virtual_ports(adapter);
   list.count = static_cast<std::uint32_t>(ports.size());
@@ -204,11 +202,11 @@ DriverStatus list_nodes(Adapter& adapter, Request& request) {
 }  // namespace
 
 void add_npiv_handlers(HandlerTable& table) {
-  table.on(DriverCommand::npiv_ready, tell_readiness);
-  table.on(DriverCommand::vport_get_attrib, describe_virtual_port);
-  table.on(DriverCommand::vport_get_list, list_virtual_ports, {"count"});
-  table.on(DriverCommand::vport_get_node_info, list_nodes, {"count"});
-  table.on(DriverCommand::vport_get_resrc, tell_resources);
+  table.on<"RAVN_MGMT_NPIV_READY">(tell_readiness);
+  table.on<"RAVN_MGMT_VPORT_GET_ATTRIB">(describe_virtual_port);
+  table.when(has_npiv).on<"RAVN_MGMT_VPORT_GET_LIST">(list_virtual_ports, {"count"});
+  table.on<"RAVN_MGMT_VPORT_GET_NODE_INFO">(list_nodes, {"count"});
+  table.when(has_npiv).on<"RAVN_MGMT_VPORT_GET_RESRC">(tell_resources);
 }
 
 }  // namespace ravnsim

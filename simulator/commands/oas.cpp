@@ -1,8 +1,9 @@
 #include "simulator/board/adapter.h"
 #include "simulator/board/port_list.h"
 #include "simulator/board/record_blob.h"
+#include "simulator/call/handler_table.h"
 #include "simulator/call/request.h"
-#include "simulator/commands/handlers.h"
+#include "simulator/commands/guards.h"
 
 #include <algorithm>
 #include <array>
@@ -161,26 +162,22 @@ bool has_port(const Adapter& adapter, const Wwn& port_wwn) {
                             board.npiv->ports.end());
 }
 
-DriverStatus usable(const Adapter& adapter, const Request& request) {
-  const auto& oas = adapter.topology().offers.oas;
-  if (!oas || request.block().selector != static_cast<std::uint32_t>(request.command())) {
-    return DriverStatus::not_supported;
-  }
-  return oas->enabled ? DriverStatus::success : DriverStatus::feature_disabled;
-}
+constexpr Guard offers_oas{
+    [](Adapter& adapter, const Request&) { return adapter.topology().offers.oas.has_value(); },
+    DriverStatus::not_supported};
+
+constexpr Guard names_itself{repeats_its_id, DriverStatus::not_supported};
+
+constexpr Guard is_enabled{
+    [](Adapter& adapter, const Request&) { return adapter.topology().offers.oas->enabled; },
+    DriverStatus::feature_disabled};
 
 DriverStatus get_version(Adapter& adapter, Request& request) {
-  const DriverStatus status = usable(adapter, request);
-  if (status == DriverStatus::success) {
-    request.block().value = static_cast<std::uint32_t>(adapter.topology().offers.oas->version);
-  }
-  return status;
+  request.block().value = static_cast<std::uint32_t>(adapter.topology().offers.oas->version);
+  return DriverStatus::success;
 }
 
 DriverStatus set_rule(Adapter& adapter, Request& request) {
-  if (const DriverStatus status = usable(adapter, request); status != DriverStatus::success) {
-    return status;
-  }
   const OasTopology& oas = *adapter.topology().offers.oas;
   const auto rule = parse_rule(text_of(request.input_bytes(1)), oas.version);
   if (!rule || !has_port(adapter, rule->local_port)) {
@@ -198,9 +195,6 @@ DriverStatus set_rule(Adapter& adapter, Request& request) {
 }
 
 DriverStatus list_rules(Adapter& adapter, Request& request) {
-  if (const DriverStatus status = usable(adapter, request); status != DriverStatus::success) {
-    return status;
-  }
   const auto& local_port = request.input<Wwn>(1);
   const auto& target_port = request.input<Wwn>(2);
   if (!has_port(adapter, local_port)) {
@@ -227,9 +221,12 @@ DriverStatus list_rules(Adapter& adapter, Request& request) {
 }  // namespace
 
 void add_oas_handlers(HandlerTable& table) {
-  table.on(DriverCommand::oas_get, list_rules);
-  table.on(DriverCommand::oas_set, set_rule);
-  table.on(DriverCommand::oas_ver, get_version);
+  table.when(offers_oas)
+      .when(names_itself)
+      .when(is_enabled)
+      .on<"RAVN_MGMT_OAS_GET">(list_rules)
+      .on<"RAVN_MGMT_OAS_SET">(set_rule)
+      .on<"RAVN_MGMT_OAS_VER">(get_version);
 }
 
 }  // namespace ravnsim

@@ -1,8 +1,8 @@
 #include "simulator/board/adapter.h"
 #include "simulator/board/driver_parameters.h"
 #include "simulator/board/text_field.h"
+#include "simulator/call/handler_table.h"
 #include "simulator/call/request.h"
-#include "simulator/commands/handlers.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -73,8 +73,8 @@ DriverStatus set_parameter(Adapter& adapter, Request& request) {
 }  // namespace
 
 void add_parameters_handlers(HandlerTable& table) {
-  table.on(DriverCommand::getcfg, list_parameters);
-  table.on(DriverCommand::setcfg, set_parameter);
+  table.on<"RAVN_MGMT_GETCFG">(list_parameters);
+  table.on<"RAVN_MGMT_SETCFG">(set_parameter);
 }
 
 }  // namespace ravnsim

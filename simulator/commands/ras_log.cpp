@@ -1,6 +1,6 @@
 #include "simulator/board/adapter.h"
+#include "simulator/call/handler_table.h"
 #include "simulator/call/request.h"
-#include "simulator/commands/handlers.h"
 
 #include <algorithm>
 #include <array>
@@ -135,18 +135,15 @@ class RasLog {
   State state_;
 };
 
-DriverStatus usable(const Adapter& adapter) {
-  const auto& log = adapter.topology().offers.ras_log;
-  if (!log) {
-    return DriverStatus::not_supported;
-  }
-  return log->enabled ? DriverStatus::success : DriverStatus::feature_disabled;
-}
+constexpr Guard offers_ras_log{
+    [](Adapter& adapter, const Request&) { return adapter.topology().offers.ras_log.has_value(); },
+    DriverStatus::not_supported};
+
+constexpr Guard is_enabled{
+    [](Adapter& adapter, const Request&) { return adapter.topology().offers.ras_log->enabled; },
+    DriverStatus::feature_disabled};
 
 DriverStatus get_config(Adapter& adapter, Request& request) {
-  if (const DriverStatus status = usable(adapter); status != DriverStatus::success) {
-    return status;
-  }
   auto& log = adapter.state<RasLog>();
   log.grow();
   request.output<ConfigRecord>(1) = {
@@ -157,9 +154,6 @@ DriverStatus get_config(Adapter& adapter, Request& request) {
 }
 
 DriverStatus set_config(Adapter& adapter, Request& request) {
-  if (const DriverStatus status = usable(adapter); status != DriverStatus::success) {
-    return status;
-  }
   const auto& setting = request.input<SettingRecord>(1);
   auto& log = adapter.state<RasLog>();
   if (setting.start == 0) {
@@ -180,9 +174,6 @@ DriverStatus set_config(Adapter& adapter, Request& request) {
 }
 
 DriverStatus get_log(Adapter& adapter, Request& request) {
-  if (const DriverStatus status = usable(adapter); status != DriverStatus::success) {
-    return status;
-  }
   auto& log = adapter.state<RasLog>();
   log.grow();
   auto& exchange = request.output<LogExchange>(1);
@@ -200,9 +191,11 @@ DriverStatus get_log(Adapter& adapter, Request& request) {
 }  // namespace
 
 void add_ras_log_handlers(HandlerTable& table) {
-  table.on(DriverCommand::get_ras_config, get_config);
-  table.on(DriverCommand::get_ras_log, get_log);
-  table.on(DriverCommand::set_ras_config, set_config);
+  table.when(offers_ras_log)
+      .when(is_enabled)
+      .on<"RAVN_MGMT_GET_RAS_CONFIG">(get_config)
+      .on<"RAVN_MGMT_GET_RAS_LOG">(get_log)
+      .on<"RAVN_MGMT_SET_RAS_CONFIG">(set_config);
 }
 
 }  // namespace ravnsim

@@ -1,8 +1,8 @@
 #include "simulator/board/adapter.h"
 #include "simulator/board/adapter_memory.h"
 #include "simulator/board/pci_config.h"
+#include "simulator/call/handler_table.h"
 #include "simulator/call/request.h"
-#include "simulator/commands/handlers.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -42,13 +42,13 @@ DriverStatus write_pci(Adapter& adapter, Request& request) {
   return DriverStatus::success;
 }
 
-bool has_memory(const Adapter& adapter) { return adapter.topology().sli_mode < sli4; }
+/** From SLI-4 on, a board shows neither its memory nor its registers. */
+constexpr Guard is_below_sli4{
+    [](Adapter& adapter, const Request&) { return adapter.topology().sli_mode < sli4; },
+    DriverStatus::not_supported};
 
 DriverStatus read_memory(Adapter& adapter, Request& request) {
   const CommandBlock& block = request.block();
-  if (!has_memory(adapter)) {
-    return DriverStatus::not_supported;
-  }
   const auto range = adapter.state<AdapterMemory>().range(block.index, block.request_size);
   if (!range || range->size() > sizeof(Transfer)) {
     return DriverStatus::does_not_fit;
@@ -59,9 +59,6 @@ DriverStatus read_memory(Adapter& adapter, Request& request) {
 
 DriverStatus write_memory(Adapter& adapter, Request& request) {
   const CommandBlock& block = request.block();
-  if (!has_memory(adapter)) {
-    return DriverStatus::not_supported;
-  }
   const std::span data{request.input<Transfer>(1).bytes};
   if (block.request_size > data.size() ||
       !adapter.state<AdapterMemory>().write(block.index, data.first(block.request_size))) {
@@ -72,9 +69,6 @@ DriverStatus write_memory(Adapter& adapter, Request& request) {
 
 DriverStatus read_register(Adapter& adapter, Request& request) {
   CommandBlock& block = request.block();
-  if (!has_memory(adapter)) {
-    return DriverStatus::not_supported;
-  }
   const auto value = adapter.state<ControlRegisters>().read(ControlRegister{block.index});
   if (!value) {
     return DriverStatus::not_found;
@@ -85,9 +79,6 @@ DriverStatus read_register(Adapter& adapter, Request& request) {
 
 DriverStatus write_register(Adapter& adapter, Request& request) {
   const CommandBlock& block = request.block();
-  if (!has_memory(adapter)) {
-    return DriverStatus::not_supported;
-  }
   const bool written =
       adapter.state<ControlRegisters>().write(ControlRegister{block.index}, block.value);
   return written ? DriverStatus::success : DriverStatus::not_permitted;
@@ -96,12 +87,13 @@ DriverStatus write_register(Adapter& adapter, Request& request) {
 }  // namespace
 
 void add_raw_access_handlers(HandlerTable& table) {
-  table.on(DriverCommand::read_ctlreg, read_register);
-  table.on(DriverCommand::read_mem, read_memory);
-  table.on(DriverCommand::read_pci, read_pci);
-  table.on(DriverCommand::write_ctlreg, write_register);
-  table.on(DriverCommand::write_mem, write_memory);
-  table.on(DriverCommand::write_pci, write_pci);
+  table.on<"RAVN_MGMT_READ_PCI">(read_pci);
+  table.on<"RAVN_MGMT_WRITE_PCI">(write_pci);
+  table.when(is_below_sli4)
+      .on<"RAVN_MGMT_READ_CTLREG">(read_register)
+      .on<"RAVN_MGMT_READ_MEM">(read_memory)
+      .on<"RAVN_MGMT_WRITE_CTLREG">(write_register)
+      .on<"RAVN_MGMT_WRITE_MEM">(write_memory);
 }
 
 }  // namespace ravnsim

@@ -1,8 +1,9 @@
 #include "simulator/board/regions.h"
 
 #include "simulator/board/board_state.h"
+#include "simulator/call/handler_table.h"
 #include "simulator/call/request.h"
-#include "simulator/commands/handlers.h"
+#include "simulator/commands/guards.h"
 
 #include <algorithm>
 #include <functional>
@@ -28,19 +29,7 @@ std::uint32_t mailbox_status(const Request& request, const std::function<RegionS
   return static_cast<std::uint32_t>(access());
 }
 
-/** What keeps a board from region commands. */
-DriverStatus availability(Adapter& adapter) {
-  if (adapter.topology().sli_mode < sli4) {
-    return DriverStatus::not_supported;
-  }
-  return adapter.state<BoardState>().mode() == BoardMode::not_ready ? DriverStatus::not_ready
-                                                                    : DriverStatus::success;
-}
-
 DriverStatus dump_region(Adapter& adapter, Request& request) {
-  if (const DriverStatus status = availability(adapter); status != DriverStatus::success) {
-    return status;
-  }
   CommandBlock& block = request.block();
   const auto room = request.output_bytes(2);
   if (block.request_size > room.size()) {
@@ -64,9 +53,6 @@ DriverStatus dump_region(Adapter& adapter, Request& request) {
 }
 
 DriverStatus update_region(Adapter& adapter, Request& request) {
-  if (const DriverStatus status = availability(adapter); status != DriverStatus::success) {
-    return status;
-  }
   const CommandBlock& block = request.block();
   const auto data = request.input_bytes(1);
   if (block.request_size > data.size()) {
@@ -81,8 +67,10 @@ DriverStatus update_region(Adapter& adapter, Request& request) {
 }  // namespace
 
 void add_regions_handlers(HandlerTable& table) {
-  table.on(DriverCommand::hba_issue_dmp_mbx, dump_region, {"mailbox_status", "short"});
-  table.on(DriverCommand::hba_issue_upd_mbx, update_region, {"mailbox_status"});
+  table.when(is_sli4)
+      .when(is_ready)
+      .on<"RAVN_MGMT_HBA_ISSUE_DMP_MBX">(dump_region, {"mailbox_status", "short"})
+      .on<"RAVN_MGMT_HBA_ISSUE_UPD_MBX">(update_region, {"mailbox_status"});
 }
 
 }  // namespace ravnsim

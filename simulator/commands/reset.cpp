@@ -4,8 +4,9 @@
 #include "simulator/board/board_state.h"
 #include "simulator/board/link.h"
 #include "simulator/board/loopback_state.h"
+#include "simulator/call/handler_table.h"
 #include "simulator/call/request.h"
-#include "simulator/commands/handlers.h"
+#include "simulator/commands/guards.h"
 #include "simulator/host/host.h"
 
 #include <algorithm>
@@ -73,9 +74,6 @@ class DumpState {
 
 /** The firmware writes its memory out and starts anew. */
 DriverStatus induce_dump(Adapter& adapter, Request& /*request*/) {
-  if (!adapter.state<BoardState>().can_change()) {
-    return DriverStatus::not_ready;
-  }
   adapter.state<DumpState>().take();
   reset_board(adapter);
   return DriverStatus::success;
@@ -115,10 +113,10 @@ DriverStatus describe_dump_region(Adapter& adapter, Request& request) {
 }  // namespace
 
 void add_reset_handlers(HandlerTable& table) {
-  table.on(DriverCommand::get_dumpregion, describe_dump_region);
-  table.on(DriverCommand::get_ovk_rev, give_revision);
-  table.on(DriverCommand::induce_dump, induce_dump);
-  table.on(DriverCommand::reset, reset);
+  table.on<"RAVN_MGMT_GET_DUMPREGION">(describe_dump_region);
+  table.on<"RAVN_MGMT_GET_OVK_REV">(give_revision);
+  table.when(can_change).on<"RAVN_MGMT_INDUCE_DUMP">(induce_dump);
+  table.on<"RAVN_MGMT_RESET">(reset);
 }
 
 }  // namespace ravnsim

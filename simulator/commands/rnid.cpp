@@ -2,8 +2,8 @@
 #include "simulator/board/adapter.h"
 #include "simulator/board/port_counters.h"
 #include "simulator/board/port_list.h"
+#include "simulator/call/handler_table.h"
 #include "simulator/call/request.h"
-#include "simulator/commands/handlers.h"
 
 #include <algorithm>
 #include <array>
@@ -155,9 +155,9 @@ DriverStatus set_management_info(Adapter& adapter, Request& request) {
 }  // namespace
 
 void add_rnid_handlers(HandlerTable& table) {
-  table.on(DriverCommand::hba_getmgmtinfo, get_management_info);
-  table.on(DriverCommand::hba_rnid, send_rnid, {"length"});
-  table.on(DriverCommand::hba_setmgmtinfo, set_management_info);
+  table.on<"RAVN_MGMT_HBA_GETMGMTINFO">(get_management_info);
+  table.on<"RAVN_MGMT_HBA_RNID">(send_rnid, {"length"});
+  table.on<"RAVN_MGMT_HBA_SETMGMTINFO">(set_management_info);
 }
 
 }  // namespace ravnsim

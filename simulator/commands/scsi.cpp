@@ -1,9 +1,9 @@
 #include "simulator/board/io_counters.h"
 #include "simulator/board/port_counters.h"
 #include "simulator/board/port_list.h"
+#include "simulator/call/handler_table.h"
 #include "simulator/call/request.h"
-#include "simulator/commands/handlers.h"
-#include "simulator/fabric/fabric_link.h"
+#include "simulator/commands/guards.h"
 #include "simulator/fabric/scsi_target.h"
 
 #include <algorithm>
@@ -41,9 +41,6 @@ constexpr std::uint8_t check_condition = 0x02;
 /** Lets the target execute a command with the data of parameter 2. */
 DriverStatus execute(Adapter& adapter, Request& request, const Wwn& target,
                      const FcpCommand& command, ScsiReply& reply) {
-  if (!is_on_fabric(adapter)) {
-    return DriverStatus::not_ready;
-  }
   const PortTopology* port = adapter.state<PortList>().find(target);
   if (port == nullptr) {
     return DriverStatus::not_found;
@@ -125,8 +122,9 @@ DriverStatus send_fcp(Adapter& adapter, Request& request) {
 }  // namespace
 
 void add_scsi_handlers(HandlerTable& table) {
-  table.on(DriverCommand::hba_send_fcp, send_fcp, {"sense"});
-  table.on(DriverCommand::hba_send_scsi, send_scsi, {"sense"});
+  table.when(is_on_fabric)
+      .on<"RAVN_MGMT_HBA_SEND_FCP">(send_fcp, {"sense"})
+      .on<"RAVN_MGMT_HBA_SEND_SCSI">(send_scsi, {"sense"});
 }
 
 }  // namespace ravnsim

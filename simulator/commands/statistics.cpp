@@ -1,7 +1,7 @@
 #include "simulator/board/adapter.h"
 #include "simulator/board/port_counters.h"
+#include "simulator/call/handler_table.h"
 #include "simulator/call/request.h"
-#include "simulator/commands/handlers.h"
 
 namespace ravnsim {
 
@@ -19,7 +19,7 @@ DriverStatus read_statistics(Adapter& adapter, Request& request) {
 }  // namespace
 
 void add_statistics_handlers(HandlerTable& table) {
-  table.on(DriverCommand::hba_portstatistics, read_statistics, {"driver_reloaded"});
+  table.on<"RAVN_MGMT_HBA_PORTSTATISTICS">(read_statistics, {"driver_reloaded"});
 }
 
 }  // namespace ravnsim

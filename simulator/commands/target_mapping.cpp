@@ -1,7 +1,7 @@
 #include "simulator/board/port_list.h"
 #include "simulator/board/text_field.h"
+#include "simulator/call/handler_table.h"
 #include "simulator/call/request.h"
-#include "simulator/commands/handlers.h"
 #include "simulator/fabric/scsi_target.h"
 
 #include <algorithm>
@@ -124,8 +124,8 @@ DriverStatus list_bindings(Adapter& adapter, Request& request) {
 }  // namespace
 
 void add_target_mapping_handlers(HandlerTable& table) {
-  table.on(DriverCommand::hba_fcptargetmapping, map_targets);
-  table.on(DriverCommand::list_bind, list_bindings);
+  table.on<"RAVN_MGMT_HBA_FCPTARGETMAPPING">(map_targets);
+  table.on<"RAVN_MGMT_LIST_BIND">(list_bindings);
 }
 
 }  // namespace ravnsim

@@ -1,7 +1,7 @@
 #include "simulator/board/adapter.h"
 #include "simulator/board/record_blob.h"
+#include "simulator/call/handler_table.h"
 #include "simulator/call/request.h"
-#include "simulator/commands/handlers.h"
 
 #include <algorithm>
 #include <array>
@@ -124,11 +124,12 @@ class Update {
   const VmidTopology& vmid_;
 };
 
+constexpr Guard offers_vmid{
+    [](Adapter& adapter, const Request&) { return adapter.topology().offers.vmid.has_value(); },
+    DriverStatus::not_supported};
+
 DriverStatus get_qfpa(Adapter& adapter, Request& request) {
   const auto& vmid = adapter.topology().offers.vmid;
-  if (!vmid) {
-    return DriverStatus::not_supported;
-  }
   QfpaRecord record{};
   record.count = static_cast<std::uint16_t>(vmid->ranges.size());
   std::ranges::transform(vmid->ranges, record.ranges.begin(), [](const QfpaRange& range) {
@@ -143,9 +144,6 @@ DriverStatus get_qfpa(Adapter& adapter, Request& request) {
 }
 
 DriverStatus get_mapping(Adapter& adapter, Request& request) {
-  if (!adapter.topology().offers.vmid) {
-    return DriverStatus::not_supported;
-  }
   const auto& machines = adapter.state<VmidState>().machines();
   auto& table = request.output<MachineTable>(1);
   table = {};
@@ -157,9 +155,6 @@ DriverStatus get_mapping(Adapter& adapter, Request& request) {
 /** Takes all of an update or nothing. */
 DriverStatus update_mapping(Adapter& adapter, Request& request) {
   const auto& vmid = adapter.topology().offers.vmid;
-  if (!vmid) {
-    return DriverStatus::not_supported;
-  }
   const auto& table = request.input<MachineTable>(1);
   if (table.count > table.machines.size()) {
     return DriverStatus::not_permitted;
@@ -179,9 +174,10 @@ DriverStatus update_mapping(Adapter& adapter, Request& request) {
 }  // namespace
 
 void add_vmid_handlers(HandlerTable& table) {
-  table.on(DriverCommand::vmid_get_id_mapping, get_mapping);
-  table.on(DriverCommand::vmid_get_qfpa, get_qfpa);
-  table.on(DriverCommand::vmid_update_mapping, update_mapping);
+  table.when(offers_vmid)
+      .on<"RAVN_MGMT_VMID_GET_ID_MAPPING">(get_mapping)
+      .on<"RAVN_MGMT_VMID_GET_QFPA">(get_qfpa)
+      .on<"RAVN_MGMT_VMID_UPDATE_MAPPING">(update_mapping);
 }
 
 }  // namespace ravnsim

@@ -84,7 +84,7 @@ int ChannelRegistry::invoke(vmk_MgmtChannel* channel, std::uint64_t instance,
     if (found == channels_.end() || instance != 0) {
       throw Refusal{ChannelError::not_open};
     }
-    const auto command = static_cast<DriverCommand>(callback);
+    const auto command = CommandId{callback};
     Request request{command, copy_in(found->second->signature.parameters_of(command), parameters)};
     found->second->host->run(request);
     request.copy_back();

@@ -3,7 +3,6 @@
 #include "simulator/board/timeline.h"
 #include "simulator/call/channel_error.h"
 #include "simulator/call/request.h"
-#include "simulator/commands/handlers.h"
 #include "simulator/topology/json_reader.h"
 
 #include <cstdlib>
@@ -85,7 +84,13 @@ DriverStatus Host::answer(const Handler* handler, Request& request) {
   if (const auto* module_handler = std::get_if<ModuleHandler>(&handler->function)) {
     return (*module_handler)(*this, request);
   }
-  return std::get<BoardHandler>(handler->function)(adapter(request.block().driver_board), request);
+  Adapter& board = adapter(request.block().driver_board);
+  for (const Guard& guard : handler->guards) {
+    if (!guard.holds(board, request)) {
+      return guard.otherwise;
+    }
+  }
+  return std::get<BoardHandler>(handler->function)(board, request);
 }
 
 Adapter& Host::adapter(std::uint32_t driver_number) {

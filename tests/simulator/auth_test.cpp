@@ -9,7 +9,6 @@ namespace ravnsim::test {
 
 namespace {
 
-using enum DriverCommand;
 using enum DriverStatus;
 using Name = std::array<std::uint8_t, 8>;
 
@@ -77,23 +76,25 @@ class AuthTest : public SimulatorTest {
         "expects": "the board's key", "answers_with": "the peer's key"}]})"));
   }
 
-  DriverStatus set(Config config) { return send(set_auth_config_v2, {}, &config); }
-  DriverStatus set(Password password) { return send(set_auth_passwd_v2, {}, &password); }
+  DriverStatus set(Config config) { return send("RAVN_MGMT_SET_AUTH_CONFIG_V2", {}, &config); }
+  DriverStatus set(Password password) {
+    return send("RAVN_MGMT_SET_AUTH_PASSWD_V2", {}, &password);
+  }
   DriverStatus authenticate(Name remote, Name from = local) {
-    return send(init_auth, {}, &from, &remote);
+    return send("RAVN_MGMT_INIT_AUTH", {}, &from, &remote);
   }
   /** Gives the entry that the record names, or with a flag of 1 the one after it. */
   DriverStatus get(Config& config, std::uint8_t flag) {
     Name name = config.local_port;
-    return send(get_auth_config_v2, {}, &name, &config, &flag);
+    return send("RAVN_MGMT_GET_AUTH_CONFIG_V2", {}, &name, &config, &flag);
   }
   DriverStatus remove(Config config) {
     std::uint8_t flag = 0;
-    return send(del_auth_config_v2, {}, &config, &flag);
+    return send("RAVN_MGMT_DEL_AUTH_CONFIG_V2", {}, &config, &flag);
   }
   Status status_of(const Name& remote) {
     Status status{.local_port = local, .remote_port = remote};
-    EXPECT_EQ(send(get_auth_status, {}, &status), success);
+    EXPECT_EQ(send("RAVN_MGMT_GET_AUTH_STATUS", {}, &status), success);
     return status;
   }
 };
@@ -103,7 +104,7 @@ TEST_F(AuthTest, PasswordsAndStatusLastBeyondARestartWhenTheyArePersisted) {
   ASSERT_EQ(set(config_for(second_port)), success);
   ASSERT_EQ(set(password_for(second_port, "the board's key")), success);
   ASSERT_EQ(authenticate(second_port), success);
-  ASSERT_EQ(send(persist_auth_config, {}), success);
+  ASSERT_EQ(send("RAVN_MGMT_PERSIST_AUTH_CONFIG", {}), success);
   ASSERT_EQ(set(config_for(third_port)), success);
   restart();
   EXPECT_EQ(status_of(second_port).state, 1);
@@ -171,7 +172,7 @@ TEST_F(AuthTest, PasswordsAreCheckedAndNeverGivenBack) {
 
   Password password{.local_port = local, .remote_port = second_port};
   std::uint8_t flag = 1;
-  ASSERT_EQ(send(get_auth_passwd_v2, {}, &password, &flag), success);
+  ASSERT_EQ(send("RAVN_MGMT_GET_AUTH_PASSWD_V2", {}, &password, &flag), success);
   EXPECT_EQ(password.local_length, 15);
   EXPECT_THAT(password.local_secret, testing::Each('\0'));
 }

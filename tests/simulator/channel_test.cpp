@@ -41,7 +41,7 @@ TEST_F(ChannelTest, WritesExactlyTheBytesThatAreDeclaredAsOutputWhateverTheStatu
   ovk::WwnRequest wanted{.port_wwn = {{0x10, 0, 2, 0, 0, 0, 0, 3}}};
   const ovk::WwnRequest before = wanted;
 
-  ASSERT_EQ(send(DriverCommand::hba_wwpnportattributes, {.option = 77}, reply.data(), &wanted),
+  ASSERT_EQ(send("RAVN_MGMT_HBA_WWPNPORTATTRIBUTES", {.option = 77}, reply.data(), &wanted),
             DriverStatus::success);
   EXPECT_EQ(reply[16], 3);  // the FC id of the wanted port
   EXPECT_TRUE(std::equal(reply.end() - guard, reply.end(), zeroed.end() - guard));
@@ -49,7 +49,7 @@ TEST_F(ChannelTest, WritesExactlyTheBytesThatAreDeclaredAsOutputWhateverTheStatu
   EXPECT_EQ(answer.option, 77U);
 
   wanted = {};
-  EXPECT_EQ(send(DriverCommand::hba_wwpnportattributes, {}, reply.data(), &wanted),
+  EXPECT_EQ(send("RAVN_MGMT_HBA_WWPNPORTATTRIBUTES", {}, reply.data(), &wanted),
             DriverStatus::not_found);
   EXPECT_EQ(reply, zeroed);
 }
@@ -65,7 +65,7 @@ TEST_F(ChannelTest, RefusesWrongCallsAndTouchesNothing) {
   const auto invoke = [](vmk_MgmtChannel* to, std::uint64_t instance, std::uint32_t count,
                          auto*... parameters) {
     return ChannelError{vmk_MgmtUserCallbackInvokeInt(
-        to, instance, static_cast<std::uint64_t>(DriverCommand::initbrds), count, parameters...)};
+        to, instance, CommandId{"RAVN_MGMT_INITBRDS"}.number, count, parameters...)};
   };
   void* const nothing = nullptr;
   EXPECT_EQ(invoke(channel.get(), 0, 1, &block), wrong_parameter_count);
@@ -75,9 +75,9 @@ TEST_F(ChannelTest, RefusesWrongCallsAndTouchesNothing) {
   EXPECT_EQ(invoke(channel.get(), 0, 2, nothing, &reply), missing_parameter);
   EXPECT_EQ(invoke(channel.get(), 1, 2, &block, &reply), not_open);
   EXPECT_EQ(invoke(unknown, 0, 2, &block, &reply), not_open);
-  EXPECT_EQ(channel.invoke(DriverCommand{0x1234}, block, &reply), code(undeclared_callback));
+  EXPECT_EQ(channel.invoke(CommandId{0x1234}, block, &reply), code(undeclared_callback));
   block.driver_board = 2;
-  EXPECT_EQ(channel.invoke(DriverCommand::initbrds, block, &reply), code(no_such_board));
+  EXPECT_EQ(channel.invoke("RAVN_MGMT_INITBRDS", block, &reply), code(no_such_board));
   EXPECT_EQ(reply, untouched);
   EXPECT_EQ(block.status, DriverStatus{0x55});
 }
@@ -93,7 +93,7 @@ TEST_F(ChannelTest, RefusesACallThatDeclaresLessThanTheDriverUses) {
     auto reply = filled<81>(0xEE);
     CommandBlock block{.driver_board = 3};
     testing::internal::CaptureStderr();
-    EXPECT_EQ(channel.invoke(DriverCommand::initbrds, block, &reply), code(mismatched_declaration));
+    EXPECT_EQ(channel.invoke("RAVN_MGMT_INITBRDS", block, &reply), code(mismatched_declaration));
     EXPECT_THAT(testing::internal::GetCapturedStderr(),
                 testing::HasSubstr("RAVN_MGMT_INITBRDS: parameter 1"));
     EXPECT_EQ(reply, filled<81>(0xEE));
@@ -101,7 +101,7 @@ TEST_F(ChannelTest, RefusesACallThatDeclaresLessThanTheDriverUses) {
 }
 
 TEST_F(ChannelTest, AnswersACommandWithoutAHandlerAsNotSupported) {
-  EXPECT_EQ(send(DriverCommand{0x100f}, {}), DriverStatus::not_supported);
+  EXPECT_EQ(send(CommandId{0x100f}, {}), DriverStatus::not_supported);
 }
 
 TEST_F(ChannelTest, RefusesForeignAndInvalidSignatures) {
@@ -137,18 +137,18 @@ TEST_F(ChannelTest, ChannelsOfOneProcessLeadToOneHostUntilTheLastIsClosed) {
   Channel first;
   Channel second;
   CommandBlock block{.driver_board = 3, .selector = 19};
-  ASSERT_EQ(first.send(DriverCommand::setdiag, block), DriverStatus::success);
+  ASSERT_EQ(first.send("RAVN_MGMT_SETDIAG", block), DriverStatus::success);
   vmk_MgmtChannel* const closed = first.get();
   first.close();
 
   block = {.driver_board = 3, .selector = 16};
-  EXPECT_EQ(second.send(DriverCommand::setdiag, block), DriverStatus::success);
+  EXPECT_EQ(second.send("RAVN_MGMT_SETDIAG", block), DriverStatus::success);
   EXPECT_EQ(block.value, 3U);
   EXPECT_EQ(vmk_MgmtUserCallbackInvokeInt(closed, 0, 0x7b, 1, &block), code(not_open));
 
   second.close();
   const Channel third;
-  EXPECT_EQ(third.send(DriverCommand::setdiag, block), DriverStatus::success);
+  EXPECT_EQ(third.send("RAVN_MGMT_SETDIAG", block), DriverStatus::success);
   EXPECT_EQ(block.value, 1U) << "without a state folder, a new host starts afresh";
 }
 
@@ -161,9 +161,9 @@ TEST_F(ChannelTest, ThreadsMayCallAtOnceThroughChannelsOfTheirOwnOrOfOneAnother)
       const Channel& channel = i % 2 == 0 ? shared : own;
       CommandBlock block{.driver_board = 3};
       std::array<std::uint32_t, 123> reply{};
-      const bool refreshed = channel.invoke(DriverCommand::hba_refreshinfo, block) == 0;
+      const bool refreshed = channel.invoke("RAVN_MGMT_HBA_REFRESHINFO", block) == 0;
       block.index = 1;
-      const int result = channel.invoke(DriverCommand::hba_discportattributes, block, &reply);
+      const int result = channel.invoke("RAVN_MGMT_HBA_DISCPORTATTRIBUTES", block, &reply);
       wrong += refreshed && result == 0 && reply[4] == 3 ? 0 : 1;
     }
   };
@@ -184,7 +184,7 @@ TEST_F(ChannelTest, WritesBehindADescriptorNoMoreThanItAdmits) {
     void* const caller[] = {&block, &descriptor};
     const DeclaredParameter declared[] = {{sizeof block, Direction::in_out},
                                           {1, Direction::descriptor}};
-    const Request request{DriverCommand::get_ras_log, copy_in(declared, caller)};
+    const Request request{"RAVN_MGMT_GET_RAS_LOG", copy_in(declared, caller)};
     return request.write_behind(1, bytes);
   };
 
@@ -218,11 +218,11 @@ TEST_F(ChannelTest, DriverInformationWantsRoomForItsRecordWhenTheRoomIsTold) {
   expected[28] = 0x704;
   for (const std::uint32_t room : {0U, 120U}) {
     std::array<std::uint32_t, 30> info{};
-    EXPECT_EQ(send(DriverCommand::get_ravnovk_info, {.request_size = room}, &info),
+    EXPECT_EQ(send("RAVN_MGMT_GET_RAVNOVK_INFO", {.request_size = room}, &info),
               DriverStatus::success);
     EXPECT_EQ(info, expected) << room;
   }
-  EXPECT_EQ(send(DriverCommand::get_ravnovk_info, {.request_size = 119}, &expected),
+  EXPECT_EQ(send("RAVN_MGMT_GET_RAVNOVK_INFO", {.request_size = 119}, &expected),
             DriverStatus::does_not_fit);
 }
 

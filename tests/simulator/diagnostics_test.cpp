@@ -15,18 +15,18 @@ constexpr std::uint32_t external = 4;
 class DiagnosticsTest : public SimulatorTest {
  protected:
   DriverStatus set_mode(std::uint32_t code, std::uint32_t value = no_value) {
-    return send(DriverCommand::loopback_mode, {.code = code}, &value);
+    return send("RAVN_MGMT_LOOPBACK_MODE", {.code = code}, &value);
   }
 
   /** Sends the bytes 1 to 8 around. */
   DriverStatus run(std::uint32_t size = 8) {
     sent = {1, 2, 3, 4, 5, 6, 7, 8};
-    return send(DriverCommand::loopback_test, {.request_size = size}, &sent, &received);
+    return send("RAVN_MGMT_LOOPBACK_TEST", {.request_size = size}, &sent, &received);
   }
 
-  DriverStatus lip() { return send(DriverCommand::lip, {}); }
-  DriverStatus end() { return send(DriverCommand::diag_mode_end, {.option = 15}); }
-  DriverStatus reset(std::uint32_t mode) { return send(DriverCommand::reset, {.selector = mode}); }
+  DriverStatus lip() { return send("RAVN_MGMT_LIP", {}); }
+  DriverStatus end() { return send("RAVN_MGMT_DIAG_MODE_END", {.option = 15}); }
+  DriverStatus reset(std::uint32_t mode) { return send("RAVN_MGMT_RESET", {.selector = mode}); }
 
   std::array<std::uint8_t, 65536> sent{};
   std::array<std::uint8_t, 65536> received{};
@@ -77,7 +77,7 @@ TEST_F(DiagnosticsTest, AResetBoardIsOutOfLoopbackAndNotReadyForAsLongAsItTakes)
   EXPECT_EQ(reset(1), not_ready);
   EXPECT_EQ(set_mode(internal), not_ready);
   EXPECT_EQ(run(), not_ready);
-  EXPECT_EQ(send(DriverCommand::setdiag, {.selector = 17}), not_ready);
+  EXPECT_EQ(send("RAVN_MGMT_SETDIAG", {.selector = 17}), not_ready);
 
   use_topology(one_board_with(R"("reset_milliseconds": 0)"));
   EXPECT_EQ(set_mode(internal), success);
@@ -92,7 +92,7 @@ TEST_F(DiagnosticsTest, TheRevisionIsTheDriversAndTellsOfTheThirdResetMode) {
              std::string{R"("version": "1.2.3", "reset_mode_3": )"} + (has ? "true" : "false")));
     CommandBlock block{.driver_board = 0};
     std::array<std::uint32_t, 3> revision{};
-    EXPECT_EQ(Channel{}.send(DriverCommand::get_ovk_rev, block, &revision), success)
+    EXPECT_EQ(Channel{}.send("RAVN_MGMT_GET_OVK_REV", block, &revision), success)
         << "of a host without board 0";
     EXPECT_EQ(revision, (std::array{4U, 0U, has ? 1U : 0U}));
     EXPECT_EQ(reset(3), has ? success : not_supported);
@@ -103,20 +103,20 @@ TEST_F(DiagnosticsTest, AnInducedDumpIsDescribedOnceTheBoardIsReadyAgain) {
   std::array<std::uint32_t, 4> region{};  // its address, its size, the dumps
   const auto describe = [&](std::uint32_t selector = 0) {
     const auto status =
-        send(DriverCommand::get_dumpregion, {.request_size = 16, .selector = selector}, &region);
+        send("RAVN_MGMT_GET_DUMPREGION", {.request_size = 16, .selector = selector}, &region);
     EXPECT_EQ(answer.reply_size, status == success ? 16U : 0U);
     return status;
   };
   use_topology(one_board_with(R"("reset_milliseconds": 0, "dump_region_size": 4096)"));
-  EXPECT_EQ(send(DriverCommand::induce_dump, {}), success);
+  EXPECT_EQ(send("RAVN_MGMT_INDUCE_DUMP", {}), success);
   EXPECT_EQ(describe(), success);
   EXPECT_EQ(region[2], 4096U);
   EXPECT_EQ(region[3], 1U);
   EXPECT_EQ(describe(1), not_found);
 
   use_topology(one_board_with(R"("reset_milliseconds": 3600000, "dump_region_size": 4096)"));
-  EXPECT_EQ(send(DriverCommand::induce_dump, {}), success);
-  EXPECT_EQ(send(DriverCommand::induce_dump, {}), not_ready);
+  EXPECT_EQ(send("RAVN_MGMT_INDUCE_DUMP", {}), success);
+  EXPECT_EQ(send("RAVN_MGMT_INDUCE_DUMP", {}), not_ready);
   EXPECT_EQ(describe(), transport_failed);
   use_topology(one_board_with(R"("dump_region_size": 0)"));
   EXPECT_EQ(describe(), no_dump_region);

@@ -12,7 +12,6 @@ namespace ravnsim::test {
 namespace {
 
 using namespace std::chrono_literals;
-using enum DriverCommand;
 using enum DriverStatus;
 
 constexpr std::uint32_t own_fc_id = 0x010203;
@@ -29,7 +28,7 @@ struct Answer {
 /** Asks the driver for events with so much room. */
 Answer events_of(TestHost& host, std::uint32_t room = 32) {
   std::array<EventRecord, 32> records{};
-  const CommandBlock block = host.send(hba_getevent, {.request_size = room}, records);
+  const CommandBlock block = host.send("RAVN_MGMT_HBA_GETEVENT", {.request_size = room}, records);
   EXPECT_EQ(block.status, success);
   EXPECT_LE(block.reply_size, records.size());
   Answer answer{.events = {}, .missed = block.value};
@@ -58,8 +57,8 @@ TEST(EventsTest, AreGivenOldestFirstWithinTheRoomStartingWithTheLink) {
 
 TEST(EventsTest, ATestEventIsOneOfTheEventsThatThereAre) {
   TestHost host;
-  EXPECT_EQ(host.send(event_test, {.value = 0xB0B, .selector = 5}).status, success);
-  EXPECT_EQ(host.send(event_test, {.value = 0xB0B, .selector = 6}).status, not_found);
+  EXPECT_EQ(host.send("RAVN_MGMT_EVENT_TEST", {.value = 0xB0B, .selector = 5}).status, success);
+  EXPECT_EQ(host.send("RAVN_MGMT_EVENT_TEST", {.value = 0xB0B, .selector = 6}).status, not_found);
   EXPECT_EQ(events_of(host), (Answer{{came_up, {EventCode::rscn, 0xB0B}}, 0}));
 }
 
@@ -126,13 +125,13 @@ TEST(LinkTest, ALinkThatGoesDownTakesThePortsWithItAndShowsInStateAndEvents) {
   constexpr std::size_t state_at = 24;
   constexpr std::uint8_t link_down = 6;
   std::array<std::uint8_t, 490> own{};
-  host.send(hba_portattributes, {}, own);
+  host.send("RAVN_MGMT_HBA_PORTATTRIBUTES", {}, own);
   EXPECT_EQ(own[state_at], link_down);
   EXPECT_EQ(own[486], 0) << "discovered ports";
 
   host.state<Link>().come_up();
   EXPECT_EQ(discovered(host, refresh(host), 0).second, 3U) << "but for the one that left";
-  host.send(hba_portattributes, {}, own);
+  host.send("RAVN_MGMT_HBA_PORTATTRIBUTES", {}, own);
   EXPECT_NE(own[state_at], link_down);
   EXPECT_EQ(events_of(host).events, (std::vector<Happened>{came_up, went_down, came_up}))
       << "nobody hears of a change without a link";
@@ -141,9 +140,9 @@ TEST(LinkTest, ALinkThatGoesDownTakesThePortsWithItAndShowsInStateAndEvents) {
 TEST(LinkTest, ALipAndAResetAreHeardOf) {
   TestHost host;
   const std::uint32_t tag = refresh(host);
-  EXPECT_EQ(host.send(lip, {}).status, success);
+  EXPECT_EQ(host.send("RAVN_MGMT_LIP", {}).status, success);
   EXPECT_EQ(discovered(host, tag, 0).second, 2U) << "a LIP keeps the ports";
-  EXPECT_EQ(host.send(reset, {.selector = 1}).status, success);
+  EXPECT_EQ(host.send("RAVN_MGMT_RESET", {.selector = 1}).status, success);
   EXPECT_EQ(discovered(host, tag, 0), stale) << "a reset discovers them anew";
   EXPECT_EQ(events_of(host).events,
             (std::vector<Happened>{came_up, {EventCode::lip, 0}, went_down, came_up}));

@@ -15,7 +15,6 @@ namespace ravnsim::test {
 
 namespace {
 
-using enum DriverCommand;
 using enum DriverStatus;
 
 constexpr std::uint32_t ct_size = 245760;
@@ -40,7 +39,7 @@ class FabricTest : public SimulatorTest {
     ByteVector sent = iu;
     sent.resize(ct_size);
     ByteVector received(ct_size);
-    status = send(send_ct,
+    status = send("RAVN_MGMT_SEND_CT",
                   {.request_size = static_cast<std::uint32_t>(iu.size()),
                    .reply_size = ct_size,
                    .value = destination},
@@ -56,8 +55,8 @@ class FabricTest : public SimulatorTest {
     sent.resize(1024);
     ByteVector received(1024);
     const auto size = static_cast<std::uint32_t>(request.size());
-    status = send(send_els, {.request_size = size, .reply_size = 1024}, destination.data(),
-                  sent.data(), received.data());
+    status = send("RAVN_MGMT_SEND_ELS", {.request_size = size, .reply_size = 1024},
+                  destination.data(), sent.data(), received.data());
     received.resize(status == success ? answer.reply_size : 0);
     return received;
   }
@@ -81,7 +80,8 @@ class FabricTest : public SimulatorTest {
     ByteVector record = command_for('2', lun, cdb, length);
     record.resize(172);
     data.resize(data_size);
-    EXPECT_EQ(send(hba_send_scsi, {.request_size = length}, record.data(), data.data()), success);
+    EXPECT_EQ(send("RAVN_MGMT_HBA_SEND_SCSI", {.request_size = length}, record.data(), data.data()),
+              success);
     data.resize(std::min(answer.reply_size, data_size));
     return {answer.reply_size, data,
             ByteVector(record.begin() + 40, record.begin() + 40 + record[168])};
@@ -94,7 +94,7 @@ class FabricTest : public SimulatorTest {
     record.resize(200);
     record[56] = room;
     ByteVector data(data_size);
-    status = send(hba_send_fcp, {.request_size = length}, record.data(), data.data());
+    status = send("RAVN_MGMT_HBA_SEND_FCP", {.request_size = length}, record.data(), data.data());
     return {record.begin() + 40, record.begin() + 40 + (status == success ? record[56] : 0)};
   }
 
@@ -257,8 +257,8 @@ TEST_F(FabricTest, PortsPassManagementCommandsOnAndTakeResponses) {
     put_bytes(sent, parse_wwn("1000020000000009")->bytes);
     sent.resize(ct_size);
     ByteVector received(ct_size);
-    status = send(hba_send_mgmt_cmd, {.request_size = 24, .reply_size = ct_size}, name.data(),
-                  sent.data(), received.data());
+    status = send("RAVN_MGMT_HBA_SEND_MGMT_CMD", {.request_size = 24, .reply_size = ct_size},
+                  name.data(), sent.data(), received.data());
     received.resize(status == success ? answer.reply_size : 0);
     return received;
   };
@@ -267,15 +267,17 @@ TEST_F(FabricTest, PortsPassManagementCommandsOnAndTakeResponses) {
   EXPECT_EQ(status, transport_failed) << "no such port";
 
   ByteVector response(ct_size);
-  EXPECT_EQ(send(hba_send_mgmt_rsp, {.request_size = ct_size}, response.data()), not_permitted)
+  EXPECT_EQ(send("RAVN_MGMT_HBA_SEND_MGMT_RSP", {.request_size = ct_size}, response.data()),
+            not_permitted)
       << "not a CT_IU";
   response[0] = 3;
-  EXPECT_EQ(send(hba_send_mgmt_rsp, {.request_size = ct_size}, response.data()), success);
+  EXPECT_EQ(send("RAVN_MGMT_HBA_SEND_MGMT_RSP", {.request_size = ct_size}, response.data()),
+            success);
 }
 
 TEST_F(FabricTest, ABoardInADiagnosticStateIsNotOnTheFabric) {
   constexpr std::uint32_t enter_mode_3 = 19;
-  EXPECT_EQ(send(setdiag, {.selector = enter_mode_3}), success);
+  EXPECT_EQ(send("RAVN_MGMT_SETDIAG", {.selector = enter_mode_3}), success);
   ask(name_server_request(0x0100, 0));
   EXPECT_EQ(status, not_ready);
   els({0x10, 0, 0, 0}, 2);

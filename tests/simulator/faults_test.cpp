@@ -20,7 +20,7 @@ class FaultsTest : public SimulatorTest {
     std::vector<std::uint32_t> results;
     for (int i = 0; i < count; ++i) {
       CommandBlock block{.driver_board = 3};
-      const int result = channel.invoke(DriverCommand::hba_refreshinfo, block);
+      const int result = channel.invoke("RAVN_MGMT_HBA_REFRESHINFO", block);
       results.push_back(result != 0 ? static_cast<std::uint32_t>(result)
                                     : static_cast<std::uint32_t>(block.status));
     }
@@ -38,7 +38,7 @@ TEST_F(FaultsTest, FailTheCallsThatTheyNameInTheOrderOfTheFileAndNoOthers) {
   {
     const Channel channel;
     EXPECT_THAT(refreshes(channel, 8), ElementsAre(0, 0x0BAD0039, 0x0BAD0039, 110, 0, 7, 7, 7));
-    EXPECT_EQ(send(DriverCommand::setdiag, {.selector = 16}), DriverStatus::success);
+    EXPECT_EQ(send("RAVN_MGMT_SETDIAG", {.selector = 16}), DriverStatus::success);
     restart();
   }
   EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
@@ -46,9 +46,9 @@ TEST_F(FaultsTest, FailTheCallsThatTheyNameInTheOrderOfTheFileAndNoOthers) {
 
 TEST_F(FaultsTest, AStatusFaultDoesNoneOfTheCommandsWork) {
   use_faults(R"([{"command": "RAVN_MGMT_SETDIAG", "status": 7}])");
-  EXPECT_EQ(send(DriverCommand::setdiag, {.value = 55, .selector = 19}), DriverStatus{7});
+  EXPECT_EQ(send("RAVN_MGMT_SETDIAG", {.value = 55, .selector = 19}), DriverStatus{7});
   EXPECT_EQ(answer.value, 55U);
-  EXPECT_EQ(send(DriverCommand::setdiag, {.selector = 16}), DriverStatus::success);
+  EXPECT_EQ(send("RAVN_MGMT_SETDIAG", {.selector = 16}), DriverStatus::success);
   EXPECT_EQ(answer.value, 1U);
 }
 

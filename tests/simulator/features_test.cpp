@@ -11,7 +11,6 @@ namespace {
 
 using testing::ElementsAre;
 using testing::HasSubstr;
-using enum DriverCommand;
 using enum DriverStatus;
 
 /** A host with one board that offers the feature, and a state folder. */
@@ -44,11 +43,11 @@ class FcpPriorityTest : public FeatureTest {
   DriverStatus set(const std::vector<Rule>& rules) {
     table.count = static_cast<std::uint32_t>(rules.size());
     std::ranges::copy(rules, table.rules);
-    return send(set_fcp_priority, {.request_size = table.count}, &table);
+    return send("RAVN_MGMT_SET_FCP_PRIORITY", {.request_size = table.count}, &table);
   }
   /** The count, and the priorities of the first three rules. */
   std::vector<std::uint32_t> get(std::uint32_t room = 998) {
-    EXPECT_EQ(send(get_fcp_priority, {.request_size = room}, &table), success);
+    EXPECT_EQ(send("RAVN_MGMT_GET_FCP_PRIORITY", {.request_size = room}, &table), success);
     const Rule* const rules = table.rules;
     return {table.count, rules[0].priority, rules[1].priority, rules[2].priority};
   }
@@ -65,7 +64,7 @@ TEST_F(FcpPriorityTest, RulesStayUntilTheyAreReplacedByNoMoreThanTheLimit) {
   EXPECT_THAT(get(), ElementsAre(3, 7, 8, 9));
   EXPECT_EQ(set({}), success);
   EXPECT_THAT(get(), ElementsAre(0, 0, 0, 0));
-  EXPECT_EQ(send(set_fcp_priority_flag, {.code = 2}), not_permitted);
+  EXPECT_EQ(send("RAVN_MGMT_SET_FCP_PRIORITY_FLAG", {.code = 2}), not_permitted);
 }
 
 TEST_F(FcpPriorityTest, ATableInWhichAGeneralRuleHidesASpecificOneIsRefusedAloud) {
@@ -87,12 +86,12 @@ class OasTest : public FeatureTest {
   DriverStatus set(const std::string& rule, std::uint32_t operation = 1) {
     std::array<char, 6656> text{};
     std::ranges::copy(rule, text.begin());
-    return send(oas_set, {.code = operation, .selector = 0x1017}, &text);
+    return send("RAVN_MGMT_OAS_SET", {.code = operation, .selector = 0x1017}, &text);
   }
   DriverStatus list(std::uint8_t target = 2, std::uint8_t local = 1) {
     std::array<std::uint8_t, 8> local_port{0x10, 0, 2, 0, 0, 0, 0, local};
     std::array<std::uint8_t, 8> target_port{0x10, 0, 2, 0, 0, 0, 0, target};
-    return send(oas_get, {.selector = 0x1015}, &local_port, &target_port, &entries);
+    return send("RAVN_MGMT_OAS_GET", {.selector = 0x1015}, &local_port, &target_port, &entries);
   }
 
   const std::string ports = "10000200000000011000020000000002";
@@ -144,7 +143,7 @@ TEST_F(OasTest, RulesThatTheDriverCannotReadAreRefused) {
 }
 
 TEST_F(OasTest, ADriverWithoutItOrAnAdapterThatHasItOffSaysSo) {
-  const auto version = [this] { return send(oas_ver, {.selector = 0x1018}); };
+  const auto version = [this] { return send("RAVN_MGMT_OAS_VER", {.selector = 0x1018}); };
   use_topology(one_board);
   EXPECT_EQ(version(), not_supported);
   offer(R"("oas": {"enabled": false})");
@@ -177,10 +176,10 @@ class VmidTest : public FeatureTest {
   DriverStatus update(const std::vector<Machine>& machines) {
     table = {.count = static_cast<std::uint32_t>(machines.size())};
     std::ranges::copy(machines, table.machines);
-    return send(vmid_update_mapping, {}, &table);
+    return send("RAVN_MGMT_VMID_UPDATE_MAPPING", {}, &table);
   }
   std::vector<std::uint32_t> identifiers() {
-    EXPECT_EQ(send(vmid_get_id_mapping, {}, &table), success);
+    EXPECT_EQ(send("RAVN_MGMT_VMID_GET_ID_MAPPING", {}, &table), success);
     std::vector<std::uint32_t> result;
     std::transform(table.machines, table.machines + table.count, std::back_inserter(result),
                    [](const Machine& entry) { return entry.identifier; });
@@ -207,23 +206,23 @@ TEST_F(VmidTest, AnUpdateWithAMistakeChangesNothing) {
   EXPECT_EQ(update({machine(2, 1, 7)}), not_permitted);
   EXPECT_EQ(update({machine(2, 0)}), not_permitted);
   table.count = 257;
-  EXPECT_EQ(send(vmid_update_mapping, {}, &table), not_permitted);
+  EXPECT_EQ(send("RAVN_MGMT_VMID_UPDATE_MAPPING", {}, &table), not_permitted);
   EXPECT_THAT(identifiers(), ElementsAre(5));
 }
 
 TEST_F(VmidTest, QfpaGivesTheRangesOfTheFabric) {
   std::array<std::uint8_t, 514> record{};
-  ASSERT_EQ(send(vmid_get_qfpa, {}, &record), success);
+  ASSERT_EQ(send("RAVN_MGMT_VMID_GET_QFPA", {}, &record), success);
   EXPECT_TRUE(same(record, {2, 0, 5, 6, 2, 0, 0, 0, 0, 0, 9, 9, 0, 0}));
   use_topology(one_board);
-  EXPECT_EQ(send(vmid_get_qfpa, {}, &record), not_supported);
+  EXPECT_EQ(send("RAVN_MGMT_VMID_GET_QFPA", {}, &record), not_supported);
 }
 
 class RasLogTest : public FeatureTest {
  protected:
   DriverStatus set(std::uint8_t start, std::uint8_t level) {
     std::array<std::uint8_t, 2> setting{start, level};
-    return send(set_ras_config, {}, &setting);
+    return send("RAVN_MGMT_SET_RAS_CONFIG", {}, &setting);
   }
   /** Reads into memory of that many bytes; the extent is in `exchange` then. */
   DriverStatus read(std::uint32_t offset, std::uint32_t size) {
@@ -232,7 +231,7 @@ class RasLogTest : public FeatureTest {
     vmk_MgmtDataDescriptor data{
         .length = size,
         .address = static_cast<std::uint32_t>(reinterpret_cast<std::uintptr_t>(memory.data()))};
-    return send(get_ras_log, {}, &exchange, &data);
+    return send("RAVN_MGMT_GET_RAS_LOG", {}, &exchange, &data);
   }
 
   std::array<std::uint32_t, 4> exchange{};
@@ -268,7 +267,7 @@ TEST_F(RasLogTest, StartAndStopAreRefusedWhenThereIsNothingToDo) {
   restart();
   EXPECT_EQ(set(1, 3), ras_already_active);
   std::array<std::uint8_t, 6> config{};
-  EXPECT_EQ(send(get_ras_config, {}, &config), success);
+  EXPECT_EQ(send("RAVN_MGMT_GET_RAS_CONFIG", {}, &config), success);
   EXPECT_THAT(config, ElementsAre(1, 3, 1, 0, 0, 0));
 }
 

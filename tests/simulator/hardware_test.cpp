@@ -11,7 +11,6 @@ namespace ravnsim::test {
 
 namespace {
 
-using enum DriverCommand;
 using enum DriverStatus;
 
 constexpr std::uint32_t transfer_size = 4096;
@@ -21,7 +20,7 @@ class HardwareTest : public SimulatorTest {
  protected:
   HardwareTest() { use_topology(one_board); }
 
-  DriverStatus transfer(DriverCommand command, std::uint32_t offset, std::uint32_t count,
+  DriverStatus transfer(CommandId command, std::uint32_t offset, std::uint32_t count,
                         Transfer& data) {
     return send(command, {.index = offset, .request_size = count}, &data);
   }
@@ -29,7 +28,7 @@ class HardwareTest : public SimulatorTest {
   /** A dword of the PCI configuration space. */
   std::uint32_t config(std::uint32_t offset) {
     Transfer data{};
-    EXPECT_EQ(transfer(read_pci, offset, 4, data), success);
+    EXPECT_EQ(transfer("RAVN_MGMT_READ_PCI", offset, 4, data), success);
     std::uint32_t value;
     std::memcpy(&value, data.data(), sizeof value);
     return value;
@@ -38,7 +37,7 @@ class HardwareTest : public SimulatorTest {
   void set_config(std::uint32_t offset, std::uint32_t value) {
     Transfer data{};
     std::memcpy(data.data(), &value, sizeof value);
-    EXPECT_EQ(transfer(write_pci, offset, 4, data), success);
+    EXPECT_EQ(transfer("RAVN_MGMT_WRITE_PCI", offset, 4, data), success);
   }
 };
 
@@ -64,20 +63,22 @@ TEST_F(HardwareTest, ConfigurationWritesReachWhatHardwareLetsThemReach) {
 
   Transfer data{};
   data[0] = 0x5A;
-  EXPECT_EQ(transfer(write_pci, 0x3C, 1, data), success);
+  EXPECT_EQ(transfer("RAVN_MGMT_WRITE_PCI", 0x3C, 1, data), success);
   EXPECT_EQ(config(0x3C), 0x0000015AU) << "a single byte leaves its neighbours alone";
 }
 
 TEST_F(HardwareTest, TransfersBeyondASpaceAreRefused) {
   use_topology(sli3_board());
   Transfer data{};
-  for (const auto command : {read_pci, write_pci}) {
+  for (const CommandId command :
+       {CommandId{"RAVN_MGMT_READ_PCI"}, CommandId{"RAVN_MGMT_WRITE_PCI"}}) {
     EXPECT_EQ(transfer(command, 0, 4096, data), success);
     EXPECT_EQ(transfer(command, 4096, 4, data), does_not_fit);
     EXPECT_EQ(transfer(command, 4092, 8, data), does_not_fit);
   }
   constexpr std::uint32_t end_of_memory = 16384;
-  for (const auto command : {read_mem, write_mem}) {
+  for (const CommandId command :
+       {CommandId{"RAVN_MGMT_READ_MEM"}, CommandId{"RAVN_MGMT_WRITE_MEM"}}) {
     EXPECT_EQ(transfer(command, end_of_memory - 3, 3, data), success);
     EXPECT_EQ(transfer(command, end_of_memory - 3, 4, data), does_not_fit);
     EXPECT_EQ(transfer(command, 0, 4097, data), does_not_fit);
@@ -89,9 +90,9 @@ TEST_F(HardwareTest, AWriteToMemoryLeavesItsNeighboursAlone) {
   use_topology(sli3_board());
   Transfer ones{};
   ones.fill(1);
-  EXPECT_EQ(transfer(write_mem, 100, 300, ones), success);
+  EXPECT_EQ(transfer("RAVN_MGMT_WRITE_MEM", 100, 300, ones), success);
   Transfer read{};
-  EXPECT_EQ(transfer(read_mem, 99, 302, read), success);
+  EXPECT_EQ(transfer("RAVN_MGMT_READ_MEM", 99, 302, read), success);
   Transfer expected{};
   std::fill_n(expected.begin() + 1, 300, std::uint8_t{1});
   EXPECT_TRUE(same(read, expected));
@@ -100,26 +101,28 @@ TEST_F(HardwareTest, AWriteToMemoryLeavesItsNeighboursAlone) {
 TEST_F(HardwareTest, RegistersAreFourOfWhichTheStatusIsReadOnlyAndWhatTheOthersHoldIsKept) {
   use_topology(sli3_board());
   use_state();
-  EXPECT_EQ(send(read_ctlreg, {.index = 0x8}), success);
-  EXPECT_EQ(send(write_ctlreg, {.index = 0x8}), not_permitted);
-  EXPECT_EQ(send(read_ctlreg, {.index = 0x10}), not_found);
-  EXPECT_EQ(send(read_ctlreg, {.index = 0x1}), not_found);
-  EXPECT_EQ(send(write_ctlreg, {.index = 0xC, .value = 0xCAFE}), success);
-  EXPECT_EQ(send(write_ctlreg, {.index = 0x4, .value = 5}), success) << "raises what waits";
-  EXPECT_EQ(send(write_ctlreg, {.index = 0x0, .value = 1}), success) << "clears some of it";
+  EXPECT_EQ(send("RAVN_MGMT_READ_CTLREG", {.index = 0x8}), success);
+  EXPECT_EQ(send("RAVN_MGMT_WRITE_CTLREG", {.index = 0x8}), not_permitted);
+  EXPECT_EQ(send("RAVN_MGMT_READ_CTLREG", {.index = 0x10}), not_found);
+  EXPECT_EQ(send("RAVN_MGMT_READ_CTLREG", {.index = 0x1}), not_found);
+  EXPECT_EQ(send("RAVN_MGMT_WRITE_CTLREG", {.index = 0xC, .value = 0xCAFE}), success);
+  EXPECT_EQ(send("RAVN_MGMT_WRITE_CTLREG", {.index = 0x4, .value = 5}), success)
+      << "raises what waits";
+  EXPECT_EQ(send("RAVN_MGMT_WRITE_CTLREG", {.index = 0x0, .value = 1}), success)
+      << "clears some of it";
   restart();
   for (const auto& [place, value] : {std::pair{0xCU, 0xCAFEU}, {0x4U, 0U}, {0x0U, 4U}}) {
-    EXPECT_EQ(send(read_ctlreg, {.index = place}), success);
+    EXPECT_EQ(send("RAVN_MGMT_READ_CTLREG", {.index = place}), success);
     EXPECT_EQ(answer.value, value) << place;
   }
 }
 
 TEST_F(HardwareTest, MemoryAndRegistersAreThoseOfOlderBoards) {
   Transfer data{};
-  EXPECT_EQ(transfer(read_mem, 0, 4, data), not_supported);
-  EXPECT_EQ(transfer(write_mem, 0, 4, data), not_supported);
-  EXPECT_EQ(send(read_ctlreg, {.index = 0}), not_supported);
-  EXPECT_EQ(send(write_ctlreg, {.index = 0}), not_supported);
+  EXPECT_EQ(transfer("RAVN_MGMT_READ_MEM", 0, 4, data), not_supported);
+  EXPECT_EQ(transfer("RAVN_MGMT_WRITE_MEM", 0, 4, data), not_supported);
+  EXPECT_EQ(send("RAVN_MGMT_READ_CTLREG", {.index = 0}), not_supported);
+  EXPECT_EQ(send("RAVN_MGMT_WRITE_CTLREG", {.index = 0}), not_supported);
 }
 
 /** The record that RAVN_MGMT_GET_VPD answers with. */
@@ -136,7 +139,7 @@ struct VpdRecord {
 class VpdImageTest : public SimulatorTest {
  protected:
   DriverStatus read(VpdRecord& record, std::uint32_t version = 1) {
-    return send(get_vpd, {.selector = version}, &record);
+    return send("RAVN_MGMT_GET_VPD", {.selector = version}, &record);
   }
 
   static std::string field(const std::string& keyword, const std::string& text) {
@@ -207,14 +210,14 @@ class DriverParametersTest : public SimulatorTest {
 
   std::vector<ParameterRecord> list(std::uint32_t room = 10560) {
     std::vector<ParameterRecord> table(80);
-    EXPECT_EQ(send(getcfg, {.request_size = room}, table.data()), success);
+    EXPECT_EQ(send("RAVN_MGMT_GETCFG", {.request_size = room}, table.data()), success);
     EXPECT_EQ(answer.reply_size % sizeof(ParameterRecord), 0U);
     table.resize(answer.reply_size / sizeof(ParameterRecord));
     return table;
   }
 
   DriverStatus set(std::size_t index, std::uint32_t value) {
-    return send(setcfg, {.index = static_cast<std::uint32_t>(index), .value = value});
+    return send("RAVN_MGMT_SETCFG", {.index = static_cast<std::uint32_t>(index), .value = value});
   }
 };
 
@@ -248,12 +251,12 @@ TEST_F(SimulatorTest, TheModuleTellsOfItsBoardsAndCountsWhatItLogged) {
   testing::internal::CaptureStderr();
   std::string message(64, 'm');
   message[1] = '\x1b';
-  EXPECT_EQ(send(log_msg, {}, message.data()), success);
+  EXPECT_EQ(send("RAVN_MGMT_LOG_MSG", {}, message.data()), success);
   EXPECT_EQ(testing::internal::GetCapturedStderr(),
             "ravnsim: driver log: m?" + std::string(62, 'm') + "\n");
 
   std::array<std::uint32_t, 6276 / 4> record{};
-  EXPECT_EQ(send(mod_info, {}, record.data()), success);
+  EXPECT_EQ(send("RAVN_MGMT_MOD_INFO", {}, record.data()), success);
   const auto* text = reinterpret_cast<const char*>(record.data());
   EXPECT_STREQ(text, "ravn");
   EXPECT_STREQ(text + 32, "1.2.3");

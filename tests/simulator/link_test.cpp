@@ -12,30 +12,29 @@ namespace ravnsim::test {
 namespace {
 
 using testing::ElementsAre;
-using enum DriverCommand;
 using enum DriverStatus;
 
 Words<168> link_of(TestHost& host) {
   Words<168> record{};
-  EXPECT_EQ(host.send(linkinfo, {}, record).status, success);
+  EXPECT_EQ(host.send("RAVN_MGMT_LINKINFO", {}, record).status, success);
   return record;
 }
 
 Words<12> trunk_of(TestHost& host) {
   Words<12> record{};
-  EXPECT_EQ(host.send(get_trunk_info, {.selector = 0x1016}, record).status, success);
+  EXPECT_EQ(host.send("RAVN_MGMT_GET_TRUNK_INFO", {.selector = 0x1016}, record).status, success);
   return record;
 }
 
 std::uint32_t logical_speed(TestHost& host) {
-  const CommandBlock block = host.send(get_logical_link_speed, {});
+  const CommandBlock block = host.send("RAVN_MGMT_GET_LOGICAL_LINK_SPEED", {});
   EXPECT_EQ(block.status, success);
   return block.value;
 }
 
 /** Asks for the nodes that have room in so many bytes. */
 CommandBlock nodes_of(TestHost& host, Words<14336>& table, std::uint32_t room = 14336) {
-  return host.send(nodeinfo, {.request_size = room}, table);
+  return host.send("RAVN_MGMT_NODEINFO", {.request_size = room}, table);
 }
 
 TEST(SimulatedLinkTest, ALinkThatGoesDownTakesSpeedAddressAndNodesAlong) {
@@ -79,7 +78,7 @@ TEST(SimulatedLinkTest, CommandsAndTheirDataAreCounted) {
   counters.add(2048, 0, false);
   counters.add(0, 0, true);
   Words<96> io{};
-  EXPECT_EQ(host.send(ioinfo, {}, io).status, success);
+  EXPECT_EQ(host.send("RAVN_MGMT_IOINFO", {}, io).status, success);
   EXPECT_THAT(std::vector(io.begin() + 5, io.begin() + 12), ElementsAre(2, 1, 1, 1, 5, 2, 2));
 }
 
@@ -97,9 +96,10 @@ TEST(SimulatedLinkTest, ATrunkAddsTheSpeedsOfThePortsThatAreUp) {
 TEST(SimulatedLinkTest, OlderBoardsHaveNeitherTrunkNorLogicalSpeed) {
   TestHost host{sli3_board()};
   Words<12> trunk{};
-  EXPECT_EQ(host.send(get_trunk_info, {.selector = 0x1016}, trunk).status, not_supported);
-  EXPECT_EQ(host.send(get_logical_link_speed, {}).status, not_supported);
-  EXPECT_EQ(host.send(get_trunk_info, {.selector = 1}, trunk).status, not_permitted)
+  EXPECT_EQ(host.send("RAVN_MGMT_GET_TRUNK_INFO", {.selector = 0x1016}, trunk).status,
+            not_supported);
+  EXPECT_EQ(host.send("RAVN_MGMT_GET_LOGICAL_LINK_SPEED", {}).status, not_supported);
+  EXPECT_EQ(host.send("RAVN_MGMT_GET_TRUNK_INFO", {.selector = 1}, trunk).status, not_permitted)
       << "the block has to name the command";
 }
 

@@ -13,16 +13,14 @@ class MailboxTest : public SimulatorTest {
 
   /** Sends a mailbox and gives the driver's status. */
   DriverStatus pass(FirmwareMailbox& mailbox, std::uint32_t size = 256) {
-    return send(DriverCommand::mbox, {.request_size = size}, &extension, &mailbox, &data);
+    return send("RAVN_MGMT_MBOX", {.request_size = size}, &extension, &mailbox, &data);
   }
 
-  DriverStatus ask_for_extended_sli_config() {
-    return send(DriverCommand::mbox_sli_cfg_ext_sup, {});
-  }
+  DriverStatus ask_for_extended_sli_config() { return send("RAVN_MGMT_MBOX_SLI_CFG_EXT_SUP", {}); }
 
   /** Reads (1) or writes (2) an SLI_CONFIG mailbox with its external data. */
   DriverStatus transfer(std::uint32_t direction, std::uint32_t size) {
-    return send(DriverCommand::mbox_sli_cfg_ext, {.request_size = size, .selector = direction},
+    return send("RAVN_MGMT_MBOX_SLI_CFG_EXT", {.request_size = size, .selector = direction},
                 &extended);
   }
 

@@ -10,7 +10,6 @@ namespace ravnsim::test {
 
 namespace {
 
-using enum DriverCommand;
 using enum DriverStatus;
 
 std::string npiv_board() {
@@ -27,7 +26,7 @@ constexpr Wwn own_port{{0x10, 0, 2, 0, 0, 0, 0, 1}};
 constexpr Wwn second_vport{{0x10, 0, 2, 0x28, 0, 0, 0, 2}};
 constexpr Wwn unknown_port{{0x10, 0, 2, 0, 0, 0, 0, 9}};
 
-std::uint32_t readiness(TestHost& host) { return host.send(npiv_ready, {}).value; }
+std::uint32_t readiness(TestHost& host) { return host.send("RAVN_MGMT_NPIV_READY", {}).value; }
 
 class NpivTest : public testing::Test {
  protected:
@@ -49,17 +48,18 @@ TEST_F(NpivTest, ABoardIsReadyWhenItCanAndItsLinkAndItsStateLetIt) {
 
 TEST_F(NpivTest, ResourcesCountThePortsAndTheLoginsOfEachWithEachNode) {
   Words<16> resources{};
-  EXPECT_EQ(host.send(vport_get_resrc, {}, resources).status, success);
+  EXPECT_EQ(host.send("RAVN_MGMT_VPORT_GET_RESRC", {}, resources).status, success);
   EXPECT_EQ(resources, (Words<16>{8, 2, 100, 3 * 2}));
-  EXPECT_EQ(without.send(vport_get_resrc, {}, resources).status, not_supported);
+  EXPECT_EQ(without.send("RAVN_MGMT_VPORT_GET_RESRC", {}, resources).status, not_supported);
 }
 
 TEST_F(NpivTest, AListThatDoesNotFitTellsOnlyHowManyThereAre) {
   auto list = std::make_unique<Words<81924>>();
-  EXPECT_EQ(host.send(vport_get_list, {.request_size = 1}, *list).status, list_does_not_fit);
+  EXPECT_EQ(host.send("RAVN_MGMT_VPORT_GET_LIST", {.request_size = 1}, *list).status,
+            list_does_not_fit);
   EXPECT_EQ((*list)[0], 2U);
   EXPECT_EQ((*list)[1], 0U);
-  EXPECT_EQ(host.send(vport_get_list, {.request_size = 2}, *list).status, success);
+  EXPECT_EQ(host.send("RAVN_MGMT_VPORT_GET_LIST", {.request_size = 2}, *list).status, success);
   EXPECT_EQ((*list)[1], 0x28020010U) << "the first bytes of the name";
   EXPECT_EQ((*list)[5], 0x010204U);
   EXPECT_EQ((*list)[10], 0x010205U);
@@ -69,7 +69,7 @@ TEST_F(NpivTest, AttributesAreThoseOfTheNamedPortAndAnUnknownNameIsTheOnlyFailur
   std::array<std::uint8_t, 340> attributes{};
   const auto ask = [&](TestHost& asked, const Wwn& name) {
     const ovk::WwnRequest request{.port_wwn = name};
-    return asked.send(vport_get_attrib, {}, request, attributes);
+    return asked.send("RAVN_MGMT_VPORT_GET_ATTRIB", {}, request, attributes);
   };
   EXPECT_EQ(ask(host, second_vport).status, success);
   EXPECT_EQ(attributes[7], 2);
@@ -84,7 +84,8 @@ TEST_F(NpivTest, EachPortOfTheBoardIsLoggedInWithTheDiscoveredPorts) {
   auto list = std::make_unique<Words<157700>>();
   const auto ask = [&](const Wwn& name, std::uint32_t room) {
     const ovk::WwnRequest request{.port_wwn = name};
-    return host.send(vport_get_node_info, {.request_size = room}, request, *list).status;
+    return host.send("RAVN_MGMT_VPORT_GET_NODE_INFO", {.request_size = room}, request, *list)
+        .status;
   };
   constexpr std::size_t record_words = 308 / 4;
   for (const Wwn& local : {own_port, second_vport}) {

@@ -11,7 +11,7 @@ TEST(PortsTest, IndicesCountTheDiscoveredPortsAndByIndexTheOwnPortBeforeThem) {
   TestHost host;
   const std::uint32_t tag = refresh(host);
   const auto by_index = [&](std::uint32_t index) {
-    return ask_for_port(host, DriverCommand::hba_indexportattributes, tag, index);
+    return ask_for_port(host, "RAVN_MGMT_HBA_INDEXPORTATTRIBUTES", tag, index);
   };
   EXPECT_EQ(discovered(host, tag, 0), PortAnswer(success, 2));
   EXPECT_EQ(discovered(host, tag, 1), PortAnswer(success, 3));
@@ -28,7 +28,7 @@ TEST(PortsTest, ATagThatIsNotTheListsIsStaleWhateverTheIndex) {
   const std::uint32_t tag = refresh(host);
   EXPECT_EQ(discovered(host, tag + 1, 0), stale);
   EXPECT_EQ(discovered(host, tag + 1, 99), stale);
-  EXPECT_EQ(ask_for_port(host, DriverCommand::hba_indexportattributes, tag - 1, 0), stale);
+  EXPECT_EQ(ask_for_port(host, "RAVN_MGMT_HBA_INDEXPORTATTRIBUTES", tag - 1, 0), stale);
   EXPECT_EQ(refresh(host), tag) << "a refresh that finds nothing new moves nobody's list";
 }
 

@@ -9,7 +9,6 @@ namespace ravnsim::test {
 
 namespace {
 
-using enum DriverCommand;
 using enum DriverStatus;
 using testing::ElementsAre;
 
@@ -60,8 +59,8 @@ class RegionsTest : public SimulatorTest {
   Dump dump(std::uint32_t region, std::uint32_t length) {
     Dump dump{};
     std::array<std::uint32_t, 3> request{2, region, 0};
-    dump.status = send(hba_issue_dmp_mbx, {.request_size = length}, &request, &dump.bytes,
-                       &dump.mailbox_status);
+    dump.status = send("RAVN_MGMT_HBA_ISSUE_DMP_MBX", {.request_size = length}, &request,
+                       &dump.bytes, &dump.mailbox_status);
     dump.count = answer.reply_size;
     return dump;
   }
@@ -71,21 +70,22 @@ class RegionsTest : public SimulatorTest {
     std::array<std::uint8_t, 4096> data{};
     std::fill_n(data.begin(), std::min<std::size_t>(length, data.size()), byte);
     std::uint32_t mailbox_status = 0xEEEE;
-    EXPECT_EQ(
-        send(hba_issue_upd_mbx, {.request_size = length, .value = region}, &data, &mailbox_status),
-        success);
+    EXPECT_EQ(send("RAVN_MGMT_HBA_ISSUE_UPD_MBX", {.request_size = length, .value = region}, &data,
+                   &mailbox_status),
+              success);
     return mailbox_status;
   }
 
   void pass(Mailbox& mailbox) {
     std::array<std::uint8_t, 4096> extension{};
-    EXPECT_EQ(send(mbox, {.request_size = 128}, &extension, &mailbox.words, &mailbox.data),
-              success);
+    EXPECT_EQ(
+        send("RAVN_MGMT_MBOX", {.request_size = 128}, &extension, &mailbox.words, &mailbox.data),
+        success);
   }
 
   Fcf read_fcf(std::uint32_t index) {
     Fcf fcf{};
-    fcf.status = send(hba_get_fcf_list, {.index = index}, &fcf.record);
+    fcf.status = send("RAVN_MGMT_HBA_GET_FCF_LIST", {.index = index}, &fcf.record);
     fcf.next = answer.value;
     return fcf;
   }

@@ -5,7 +5,6 @@ namespace ravnsim::test {
 
 namespace {
 
-using enum DriverCommand;
 using enum DriverStatus;
 using Reply = std::array<std::uint8_t, 64>;
 
@@ -15,7 +14,7 @@ constexpr Wwn known_port{{0x10, 0, 2, 0, 0, 0, 0, 3}};
 
 CommandBlock ask(TestHost& host, std::uint32_t kind, const ovk::WwnRequest& request, Reply& reply,
                  std::uint32_t room = 64) {
-  return host.send(hba_rnid, {.request_size = room, .code = kind}, request, reply);
+  return host.send("RAVN_MGMT_HBA_RNID", {.request_size = room, .code = kind}, request, reply);
 }
 
 TEST(RnidTest, APortAcceptsWithItsGeneralTopologyDataInWireOrder) {
@@ -48,7 +47,7 @@ TEST(RnidTest, ThePortIsFoundByTheKindOfNameOnly) {
 TEST(RnidTest, TheBoardsOwnInformationIsThatOfAHostWithThePortsName) {
   TestHost host;
   std::array<std::uint32_t, 11> record{};
-  EXPECT_EQ(host.send(hba_getmgmtinfo, {}, record).status, success);
+  EXPECT_EQ(host.send("RAVN_MGMT_HBA_GETMGMTINFO", {}, record).status, success);
   EXPECT_EQ(record[0], 0x00020010U);
   EXPECT_EQ(record[1], 0x01000000U);
   EXPECT_EQ(record[2], 0x0AU);

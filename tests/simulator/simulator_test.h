@@ -5,8 +5,7 @@
 #pragma once
 
 #include "driver_abi/vmkmgmt.h"
-#include "simulator/call/command_block.h"
-#include "simulator/call/driver_commands.h"
+#include "simulator/call/command_id.h"
 
 #include <algorithm>
 #include <array>
@@ -42,14 +41,14 @@ class Channel {
 
   /** Invokes a command and gives the channel's own result. */
   template <typename... Payloads>
-  int invoke(DriverCommand command, CommandBlock& block, Payloads*... payloads) const {
-    return vmk_MgmtUserCallbackInvokeInt(channel_, 0, static_cast<std::uint64_t>(command),
-                                         1 + sizeof...(Payloads), &block, payloads...);
+  int invoke(CommandId command, CommandBlock& block, Payloads*... payloads) const {
+    return vmk_MgmtUserCallbackInvokeInt(channel_, 0, command.number, 1 + sizeof...(Payloads),
+                                         &block, payloads...);
   }
 
   /** Invokes a command, which must be delivered, and gives the driver's status. */
   template <typename... Payloads>
-  DriverStatus send(DriverCommand command, CommandBlock& block, Payloads*... payloads) const {
+  DriverStatus send(CommandId command, CommandBlock& block, Payloads*... payloads) const {
     EXPECT_EQ(invoke(command, block, payloads...), 0) << name_of(command);
     return block.status;
   }
@@ -79,7 +78,7 @@ class SimulatorTest : public testing::Test {
   /** Sends a command to board 3 through the test's channel, which the first command opens, and
       gives the driver's status. The Command block is in `answer` then. */
   template <typename... Payloads>
-  DriverStatus send(DriverCommand command, const CommandBlock& block, Payloads*... payloads) {
+  DriverStatus send(CommandId command, const CommandBlock& block, Payloads*... payloads) {
     if (!channel_) {
       channel_.emplace();
     }

@@ -134,12 +134,12 @@ TEST_F(SimulatorTest, AStateFolderThatCannotBeMadeFailsTheOpening) {
 TEST_F(SimulatorTest, DiscoveryShowsWhetherABoardIsReadyAndOneThatDoesNotGetUpNeverIs) {
   // The state that a sub-command of RAVN_MGMT_SETDIAG leaves, or its status.
   const auto set = [this](std::uint32_t sub_command) {
-    const DriverStatus status = send(DriverCommand::setdiag, {.selector = sub_command});
+    const DriverStatus status = send("RAVN_MGMT_SETDIAG", {.selector = sub_command});
     return status == success ? DriverStatus{answer.value} : status;
   };
   const auto is_ready = [this] {
     std::array<std::int32_t, 21> discovery{};
-    EXPECT_EQ(send(DriverCommand::initbrds, {}, &discovery), success);
+    EXPECT_EQ(send("RAVN_MGMT_INITBRDS", {}, &discovery), success);
     return discovery[5] >= 0;
   };
   use_topology(one_board);

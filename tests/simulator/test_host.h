@@ -4,8 +4,8 @@
  */
 #pragma once
 
+#include "simulator/call/handler_table.h"
 #include "simulator/call/request.h"
-#include "simulator/commands/handlers.h"
 #include "simulator/host/host.h"
 #include "simulator/topology/json_reader.h"
 #include "tests/simulator/simulator_test.h"
@@ -37,7 +37,7 @@ class TestHost {
   /** Sends a command to the board; a const payload is what the caller gives, another what it gets.
       Gives the Command block as the driver leaves it. */
   template <typename... Payloads>
-  CommandBlock send(DriverCommand command, CommandBlock block, Payloads&... payloads) {
+  CommandBlock send(CommandId command, CommandBlock block, Payloads&... payloads) {
     block.driver_board = 3;
     const std::vector<void*> caller{&block,
                                     const_cast<std::remove_const_t<Payloads>*>(&payloads)...};
@@ -61,7 +61,7 @@ using Words = std::array<std::uint32_t, bytes / 4>;
 /** What the driver gives for a port: its status and the port's FC id. */
 using PortAnswer = std::pair<DriverStatus, std::uint32_t>;
 
-inline PortAnswer ask_for_port(TestHost& host, DriverCommand command, std::uint32_t tag,
+inline PortAnswer ask_for_port(TestHost& host, CommandId command, std::uint32_t tag,
                                std::uint32_t index) {
   std::array<std::uint8_t, 490> record{};
   const CommandBlock block = host.send(command, {.index = index, .value = tag}, record);
@@ -71,11 +71,11 @@ inline PortAnswer ask_for_port(TestHost& host, DriverCommand command, std::uint3
 }
 
 inline PortAnswer discovered(TestHost& host, std::uint32_t tag, std::uint32_t index) {
-  return ask_for_port(host, DriverCommand::hba_discportattributes, tag, index);
+  return ask_for_port(host, "RAVN_MGMT_HBA_DISCPORTATTRIBUTES", tag, index);
 }
 
 inline std::uint32_t refresh(TestHost& host) {
-  const CommandBlock block = host.send(DriverCommand::hba_refreshinfo, {});
+  const CommandBlock block = host.send("RAVN_MGMT_HBA_REFRESHINFO", {});
   EXPECT_EQ(block.status, DriverStatus::success);
   return block.value;
 }

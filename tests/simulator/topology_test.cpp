@@ -137,7 +137,7 @@ TEST_F(SimulatorTest, ATextThatDoesNotFitTheDriversFieldIsRefusedAndOneThatFills
 
   use_topology(with(one_board, "\"S1\"", '"' + std::string(64, 's') + '"'));
   std::array<char, 2192> attributes{};
-  ASSERT_EQ(send(DriverCommand::hba_adapterattributes, {}, &attributes), DriverStatus::success);
+  ASSERT_EQ(send("RAVN_MGMT_HBA_ADAPTERATTRIBUTES", {}, &attributes), DriverStatus::success);
   EXPECT_EQ(std::string(&attributes[64], &attributes[129]), std::string(64, 's') + 'M');
 }
 
@@ -156,7 +156,7 @@ TEST_F(SimulatorTest, ThePortRecordHasTheCodesOfFcHbaAndTheFc4MapOfFcGs) {
     std::memcpy(&value, &record.at(offset), sizeof value);
     return value;
   };
-  ASSERT_EQ(send(DriverCommand::hba_portattributes, {}, &record), DriverStatus::success);
+  ASSERT_EQ(send("RAVN_MGMT_HBA_PORTATTRIBUTES", {}, &record), DriverStatus::success);
   EXPECT_EQ(record[3], 0x01);
   EXPECT_EQ(record[15], 0x01);
   EXPECT_EQ(word(16), 0x010203U);

@@ -1,0 +1,45 @@
+/**
+ * @file
+ * What several subsystems ask of a board before they answer.
+ */
+#pragma once
+
+#include "simulator/board/adapter.h"
+#include "simulator/board/board_state.h"
+#include "simulator/board/link.h"
+#include "simulator/call/handler_table.h"
+#include "simulator/call/request.h"
+
+namespace ravnsim {
+
+inline constexpr Guard is_sli4{
+    [](Adapter& adapter, const Request&) { return adapter.topology().sli_mode >= sli4; },
+    DriverStatus::not_supported};
+
+inline constexpr Guard takes_extended_sli_config{
+    [](Adapter& adapter, const Request&) { return adapter.topology().extended_sli_config; },
+    DriverStatus::not_supported};
+
+inline constexpr Guard is_ready{[](Adapter& adapter, const Request&) {
+                                  return adapter.state<BoardState>().mode() != BoardMode::not_ready;
+                                },
+                                DriverStatus::not_ready};
+
+inline constexpr Guard can_change{
+    [](Adapter& adapter, const Request&) { return adapter.state<BoardState>().can_change(); },
+    DriverStatus::not_ready};
+
+/** The board works, and its link is up. */
+inline constexpr Guard is_on_fabric{[](Adapter& adapter, const Request&) {
+                                      return adapter.state<BoardState>().mode() ==
+                                                 BoardMode::normal &&
+                                             adapter.state<Link>().is_up();
+                                    },
+                                    DriverStatus::not_ready};
+
+/** Whether the Command block names its own command in the selector word, as some have to. */
+inline bool repeats_its_id(Adapter& /*adapter*/, const Request& request) {
+  return request.block().selector == request.command().number;
+}
+
+}  // namespace ravnsim
