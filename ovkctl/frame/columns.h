@@ -12,7 +12,11 @@
 
 #include "ovkctl/frame/cell.h"
 
+#include <cstdint>
 #include <functional>
+#include <iterator>
+#include <type_traits>
+#include <vector>
 
 namespace ovkctl {
 
@@ -34,5 +38,28 @@ struct Column {
 /** A member of a row as it stands, or what a function makes of the row. */
 template <auto member_or_function>
 inline constexpr auto field = [](const auto& row) { return std::invoke(member_or_function, row); };
+
+/** A row with its number, for tables whose first column counts from 0. */
+template <typename Row>
+struct Numbered {
+  std::uint32_t number;
+  Row row;
+};
+
+template <typename Rows>
+auto numbered(const Rows& rows) {
+  using Row = std::remove_cvref_t<decltype(*std::begin(rows))>;
+  std::vector<Numbered<Row>> all;
+  for (const Row& row : rows) {
+    all.push_back({static_cast<std::uint32_t>(all.size()), row});
+  }
+  return all;
+}
+
+/** The number of a numbered row, and a member of the row itself or what a function makes of it. */
+inline constexpr auto number_of = [](const auto& numbered) { return numbered.number; };
+template <auto member_or_function>
+inline constexpr auto of_row =
+    [](const auto& numbered) { return std::invoke(member_or_function, numbered.row); };
 
 }  // namespace ovkctl
