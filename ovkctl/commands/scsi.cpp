@@ -1,23 +1,186 @@
 #include "ovkctl/frame/command.h"
-#include "ovkctl/frame/errors.h"
 #include "ovkctl/frame/files.h"
-#include "ovkctl/frame/session.h"
-#include "ovkctl/frame/terminal.h"
 #include "ovkctl/subjects/scsi_access.h"
 
 #include <ovk/fabric.h>
+#include <ovk/hbaapi.h>
 
 #include <algorithm>
+#include <fmt/core.h>
 #include <limits>
+#include <optional>
+#include <span>
+#include <string>
+#include <utility>
+#include <vector>
 
 namespace ovkctl {
 namespace {
 
+constexpr Word<Wwn> target_word{"TARGET", "port WWN of the target", "10:00:02:0a:54:00:00:01"};
+constexpr Word<std::uint32_t> lun_word{"LUN", "logical unit number", "0", {0, largest_lun}};
+
+/** A report whose text does not repeat which logical unit was asked. */
+Report unit_report(const LogicalUnit& unit) {
+  Report report = unit.board.listing();
+  report.field("target", "", unit.target).field("lun", "", unit.lun);
+  return report;
+}
+
+// ---- inquiry --------------------------------------------------------------------------------
+
+constexpr std::uint8_t supported_pages = 0x00;
+constexpr std::uint8_t serial_number_page = 0x80;
+constexpr std::uint8_t identification_page = 0x83;
+constexpr std::size_t page_header = 4;
+constexpr unsigned qualifier_shift = 5;
+
+constexpr Option<std::uint8_t> page_option{
+    "--page", "NUMBER", "a page of vital product data instead of the standard data"};
+
+/** The inquiry data of a logical unit: the standard data, or a page. */
+ByteVector read_inquiry(const LogicalUnit& unit, std::optional<std::uint8_t> page) {
+  constexpr std::uint32_t most = 255;  // the length in the CDB has one byte
+  ByteVector data(most);
+  std::uint32_t length = most;
+  Sense sense;
+  const std::uint32_t result =
+      SendScsiInquiry(unit.board, &unit.target, unit.word0(), unit.word1(), page ? 1 : 0,
+                      page.value_or(0), data.data(), &length, sense.bytes.data(), &sense.length);
+  check_scsi(result, sense, unit.board, "The inquiry");
+  data.resize(std::min(length, most));
+  return data;
+}
+
+void add_standard(Report& report, const ByteVector& data) {
+  report.field("type", "Type", device_type_text(data.empty() ? 0x1F : data[0]))
+      .field("vendor", "Vendor", ascii_text(data, 8, 8))
+      .field("product", "Product", ascii_text(data, 16, 16))
+      .field("revision", "Revision", ascii_text(data, 32, 4))
+      .field("spc_version", "SPC version", big_endian(data, 2, 1));
+  if (big_endian(data, 0, 1) >> qualifier_shift != 0) {
+    report.note("The target has no logical unit of this number, or none is connected.");
+  }
+}
+
+constexpr Column<Designator> designator_columns[] = {
+    {"association", "OF", field<&Designator::association>},
+    {"type", "TYPE", field<&Designator::type>},
+    {"value", "IDENTIFIER", field<&Designator::value>},
+};
+
+void add_page(Report& report, std::uint8_t page, const ByteVector& data) {
+  const std::size_t length = big_endian(data, 2, 2);
+  report.field("page", "Page", Hex{page, 2});
+  if (page == supported_pages) {
+    List pages;
+    for (std::size_t i = page_header; i < data.size() && i < page_header + length; ++i) {
+      pages.push_back(hex_text(data[i], 2));
+    }
+    report.field("supported_pages", "Supported pages", pages);
+  } else if (page == serial_number_page) {
+    report.field("serial_number", "Serial number", ascii_text(data, page_header, length));
+  } else if (page == identification_page) {
+    report.table("designators", "", designator_columns, decode_identification_page(data),
+                 "The logical unit names no identifier.");
+  } else {
+    report.dump("data", "Data", data);
+  }
+}
+
+Report inquire(const Board& board, const Wwn& target, std::uint32_t lun,
+               std::optional<std::uint8_t> page) {
+  const LogicalUnit unit{board, target, lun};
+  const ByteVector data = read_inquiry(unit, page);
+  Report report = unit_report(unit);
+  if (page) {
+    add_page(report, *page, data);
+  } else {
+    add_standard(report, data);
+  }
+  report.payload("", "", data);
+  return report;
+}
+
+// ---- capacity -------------------------------------------------------------------------------
+
+/** What READ CAPACITY(10) gives as the last block of a logical unit that has more. */
+constexpr std::uint32_t beyond_ten_byte_commands = 0xFFFFFFFF;
+
+Report show_capacity(const Board& board, const Wwn& target, std::uint32_t lun) {
+  const LogicalUnit unit{board, target, lun};
+  std::uint32_t length = 8;
+  ByteVector data(length);
+  Sense sense;
+  const std::uint32_t result =
+      SendReadCapacity(board, &target, unit.word0(), unit.word1(), data.data(), &length,
+                       sense.bytes.data(), &sense.length);
+  check_scsi(result, sense, board, "Reading the capacity");
+
+  const std::uint32_t last_block = big_endian(data, 0, 4);
+  const std::uint32_t block_size = big_endian(data, 4, 4);
+  const std::uint64_t blocks = std::uint64_t{last_block} + 1;
+  Report report = unit_report(unit);
+  report.field("blocks", "Blocks", blocks)
+      .field("block_size", "Block size", Size{block_size})
+      .field("size", "Size", LargeSize{blocks * block_size})
+      .payload("", "", data);
+  if (last_block == beyond_ten_byte_commands) {
+    report.note("The logical unit has more blocks than READ CAPACITY(10) can tell.");
+  }
+  return report;
+}
+
+// ---- luns -----------------------------------------------------------------------------------
+
+constexpr std::size_t lun_size = 8;
+
+ByteVector report_luns(const Board& board, const Wwn& target) {
+  ByteVector data(OVK_SCSI_MAX_TRANSFER);
+  auto length = static_cast<std::uint32_t>(data.size());
+  Sense sense;
+  const std::uint32_t result =
+      SendReportLUNs(board, &target, data.data(), &length, sense.bytes.data(), &sense.length);
+  check_scsi(result, sense, board, "Reading the list of logical units");
+  data.resize(std::min<std::size_t>(length, data.size()));
+  return data;
+}
+
+using LunBytes = std::span<const std::uint8_t>;
+
+constexpr Column<LunBytes> lun_columns[] = {
+    {"lun", "LUN", field<lun_text>},
+    {"fcp_lun", "FCP LUN", field<hex_digits>},
+};
+
+Report list_luns(const Board& board, const Wwn& target) {
+  const ByteVector data = report_luns(board, target);
+  const std::size_t end =
+      std::min<std::size_t>(data.size(), lun_size + std::size_t{big_endian(data, 0, 4)});
+  std::vector<LunBytes> luns;
+  for (std::size_t at = lun_size; at + lun_size <= end; at += lun_size) {
+    luns.push_back(LunBytes{data}.subspan(at, lun_size));
+  }
+  Report report = board.listing();
+  report.field("target", "", target)
+      .table("luns", "", lun_columns, luns, "The target has no logical unit.")
+      .payload("", "", data);
+  return report;
+}
+
+// ---- scsi read and write --------------------------------------------------------------------
+
 /** Half of what one command may transfer. */
-constexpr std::uint32_t kChunk = OVK_SCSI_MAX_TRANSFER / 2;
-constexpr std::uint32_t kMostBytes = 0x40000000;
+constexpr std::uint32_t chunk_size = OVK_SCSI_MAX_TRANSFER / 2;
+constexpr std::uint32_t most_bytes = 0x40000000;
 
 using Transfer = decltype(SendScsiRead);
+
+constexpr Setting<std::uint32_t> lba_setting{"--lba", "NUMBER", "first block", "0"};
+constexpr Setting<std::uint32_t> blocks_setting{
+    "--blocks", "NUMBER", "blocks of 512 bytes", "1", "64", {1, most_bytes / OVK_SCSI_BLOCK_SIZE}};
+constexpr Word<std::string> file_word{"FILE", "what to write, whole blocks of 512 bytes",
+                                      "blocks.bin"};
 
 struct Place {
   LogicalUnit unit;
@@ -30,7 +193,7 @@ void transfer_all(Transfer* transfer, const Place& place, std::span<std::uint8_t
   Progress progress(operation, data.size());
   for (std::size_t done = 0; done < data.size();) {
     const auto wanted =
-        static_cast<std::uint32_t>(std::min<std::size_t>(kChunk, data.size() - done));
+        static_cast<std::uint32_t>(std::min<std::size_t>(chunk_size, data.size() - done));
     const auto lba = place.lba + static_cast<std::uint32_t>(done / OVK_SCSI_BLOCK_SIZE);
     std::uint32_t length = wanted;
     Sense sense;
@@ -38,11 +201,11 @@ void transfer_all(Transfer* transfer, const Place& place, std::span<std::uint8_t
     const std::uint32_t result =
         transfer(unit.board, &unit.target, unit.word0(), unit.word1(), lba, data.data() + done,
                  &length, sense.bytes.data(), &sense.length);
-    const std::string where = operation + " block " + std::to_string(lba);
+    const std::string where = fmt::format("{} block {}", operation, lba);
     check_scsi(result, sense, unit.board, where);
     if (length != wanted) {
-      throw OperationFailed(where + " failed: the target transferred " + std::to_string(length) +
-                            " of " + std::to_string(wanted) + " bytes.");
+      throw OperationFailed(
+          fmt::format("{} failed: the target transferred {} of {} bytes.", where, length, wanted));
     }
     done += wanted;
     progress.update(done);
@@ -52,83 +215,79 @@ void transfer_all(Transfer* transfer, const Place& place, std::span<std::uint8_t
 void refuse_beyond_last_lba(std::uint32_t lba, std::size_t bytes) {
   const std::uint64_t end = std::uint64_t{lba} + bytes / OVK_SCSI_BLOCK_SIZE;
   if (end > std::uint64_t{std::numeric_limits<std::uint32_t>::max()} + 1) {
-    throw UsageError("the blocks go beyond the largest block number");
+    throw UsageError("The blocks go beyond the largest block number.");
   }
 }
 
-Report transfer_report(const Place& place, std::size_t bytes, const std::string& file) {
-  Report report;
-  report.field("board", "Board", place.unit.board)
-      .field("target", "Target", place.unit.target)
+Report transfer_report(const Place& place, std::size_t bytes) {
+  Report report = place.unit.board.report();
+  report.field("target", "Target", place.unit.target)
       .field("lun", "LUN", place.unit.lun)
       .field("lba", "First block", place.lba)
       .field("blocks", "Blocks", static_cast<std::uint32_t>(bytes / OVK_SCSI_BLOCK_SIZE))
-      .field("bytes", "Transferred", Size{bytes})
-      .field("file", "File", file);
+      .field("bytes", "Transferred", Size{bytes});
   return report;
 }
 
-void add_read(Command scsi) {
-  const Command read = scsi.subcommand("read", "Read blocks of a logical unit into a file");
-  read.example("ovkctl scsi read 0 10:00:02:0a:54:00:00:01 0 --blocks 64 -o blocks.bin");
-  const auto board = read.board();
-  const auto target = read.argument<Wwn>("TARGET", "port WWN of the target");
-  const auto lun =
-      read.argument<std::uint32_t>("LUN", "logical unit number", between(0, kLargestLun));
-  const auto lba = read.option<std::uint32_t>("--lba", "NUMBER", "first block");
-  const auto blocks = read.option<std::uint32_t>("--blocks", "NUMBER", "blocks of 512 bytes", 1,
-                                                 between(1, kMostBytes / OVK_SCSI_BLOCK_SIZE));
-  const auto output = read.output_file();
-  read.action([=](const Context& context) {
-    const Session session;
-    const Place place{{session.board(*board), *target, *lun}, *lba};
-    ByteVector data(std::size_t{*blocks} * OVK_SCSI_BLOCK_SIZE);
-    refuse_beyond_last_lba(*lba, data.size());
-    transfer_all(SendScsiRead, place, data, "Reading");
-    if (output.present()) {
-      write_file(*output, data);
-      context.print(transfer_report(place, data.size(), *output));
-      return;
-    }
-    Report report;
-    report.field("lba", "", place.lba).dump("data", "", data);
-    context.print(report);
-  });
+Report read(const Board& board, const Wwn& target, std::uint32_t lun, std::uint32_t lba,
+            std::uint32_t blocks) {
+  const Place place{{board, target, lun}, lba};
+  ByteVector data(std::size_t{blocks} * OVK_SCSI_BLOCK_SIZE);
+  refuse_beyond_last_lba(lba, data.size());
+  transfer_all(SendScsiRead, place, data, "Reading");
+  Report report;
+  if (board.has_output_file()) {
+    report = transfer_report(place, data.size());
+  } else {
+    report.field("lba", "", lba);
+  }
+  report.payload("data", "", std::move(data));
+  return report;
 }
 
-void add_write(Command scsi) {
-  const Command write = scsi.subcommand("write", "Write a file to blocks of a logical unit");
-  write.example("ovkctl scsi write 0 10:00:02:0a:54:00:00:01 0 blocks.bin --lba 64 --yes");
-  const auto board = write.board();
-  const auto target = write.argument<Wwn>("TARGET", "port WWN of the target");
-  const auto lun =
-      write.argument<std::uint32_t>("LUN", "logical unit number", between(0, kLargestLun));
-  const auto file = write.argument<std::string>("FILE", "what to write, whole blocks of 512 bytes");
-  const auto lba = write.option<std::uint32_t>("--lba", "NUMBER", "first block");
-  const auto yes = write.yes();
-  write.action([=](const Context& context) {
-    ByteVector data = read_file(*file, kMostBytes);
-    if (data.empty() || data.size() % OVK_SCSI_BLOCK_SIZE != 0) {
-      throw UsageError(*file + " has " + std::to_string(data.size()) +
-                       " bytes; whole blocks of 512 bytes are needed");
-    }
-    refuse_beyond_last_lba(*lba, data.size());
-    const Session session;
-    const Place place{{session.board(*board), *target, *lun}, *lba};
-    confirm(*yes, "This overwrites " + std::to_string(data.size() / OVK_SCSI_BLOCK_SIZE) +
-                      " blocks of LUN " + std::to_string(*lun) + " of " + wwn_text(*target) +
-                      " from block " + std::to_string(*lba) + " on.");
-    transfer_all(SendScsiWrite, place, data, "Writing");
-    context.print(transfer_report(place, data.size(), *file));
-  });
+Report write(const Board& board, const Wwn& target, std::uint32_t lun, const std::string& file,
+             std::uint32_t lba) {
+  ByteVector data = read_file(file, most_bytes);
+  if (data.empty() || data.size() % OVK_SCSI_BLOCK_SIZE != 0) {
+    throw UsageError(fmt::format("\"{}\" has {} bytes; whole blocks of 512 bytes are needed.", file,
+                                 data.size()));
+  }
+  refuse_beyond_last_lba(lba, data.size());
+  board.ask(fmt::format("This overwrites {} blocks of LUN {} of {} from block {} on.",
+                        data.size() / OVK_SCSI_BLOCK_SIZE, lun, wwn_text(target), lba));
+  const Place place{{board, target, lun}, lba};
+  transfer_all(SendScsiWrite, place, data, "Writing");
+  Report report = transfer_report(place, data.size());
+  report.field("file", "File", file);
+  return report;
 }
 
 }  // namespace
 
 void add_scsi(Command root) {
-  const Command scsi = root.subcommand("scsi", "Read and write the blocks of a logical unit");
-  add_read(scsi);
-  add_write(scsi);
+  root.command("inquiry", "Ask a logical unit what it is (INQUIRY)")
+      .takes(target_word, lun_word, page_option)
+      .example("0 10:00:02:0a:54:00:00:01 0 --page 0x83")
+      .saves()
+      .shows(inquire);
+  root.command("capacity", "Ask a logical unit for its size (READ CAPACITY)")
+      .takes(target_word, lun_word)
+      .saves()
+      .shows(show_capacity);
+  root.command("luns", "Ask a target for its logical units (REPORT LUNS)")
+      .takes(target_word)
+      .saves()
+      .shows(list_luns);
+
+  const Command scsi = root.noun("scsi", "Read and write the blocks of a logical unit");
+  scsi.command("read", "Read blocks of a logical unit into a file")
+      .takes(target_word, lun_word, lba_setting, blocks_setting)
+      .saves()
+      .shows(read);
+  scsi.command("write", "Write a file to blocks of a logical unit")
+      .takes(target_word, lun_word, file_word, lba_setting)
+      .asks_itself()
+      .shows(write);
 }
 
 }  // namespace ovkctl

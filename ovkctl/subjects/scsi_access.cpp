@@ -1,49 +1,49 @@
 #include "ovkctl/subjects/scsi_access.h"
 
-#include "ovkctl/frame/errors.h"
 #include "ovkctl/frame/values.h"
-
-#include <ovk/hbaapi.h>
+#include "ovkctl/frame/words.h"
 
 #include <algorithm>
 #include <cstring>
+#include <fmt/core.h>
 
 namespace ovkctl {
 namespace {
 
-constexpr std::uint32_t kPeripheralLimit = 0x100;
-constexpr std::uint32_t kFlatSpace = 0x4000;
+constexpr std::uint32_t peripheral_limit = 0x100;
+constexpr std::uint32_t flat_space = 0x4000;
 
-constexpr const char* kSenseKeys[] = {
+constexpr const char* sense_keys[] = {
     "NO SENSE",       "RECOVERED ERROR", "NOT READY",      "MEDIUM ERROR",
     "HARDWARE ERROR", "ILLEGAL REQUEST", "UNIT ATTENTION", "DATA PROTECT",
     "BLANK CHECK",    "VENDOR SPECIFIC", "COPY ABORTED",   "ABORTED COMMAND",
     "reserved",       "VOLUME OVERFLOW", "MISCOMPARE",     "COMPLETED"};
 
-struct AdditionalSense {
-  std::uint32_t code;
-  const char* meaning;
-};
-
 /** The additional sense codes that operators meet. */
-constexpr AdditionalSense kAdditionalSenses[] = {
-    {0x0400, "not ready, cause not reportable"},
-    {0x0C00, "write error"},
-    {0x1100, "unrecovered read error"},
-    {0x2000, "invalid command operation code"},
-    {0x2100, "logical block address out of range"},
-    {0x2400, "invalid field in CDB"},
-    {0x2500, "logical unit not supported"},
-    {0x2700, "write protected"},
-    {0x2900, "power on, reset, or bus device reset occurred"},
-    {0x3A00, "medium not present"},
-    {0x3F0E, "reported LUNs data has changed"},
-    {0x4B00, "data phase error"},
-};
+constexpr auto additional_senses =
+    words<std::uint32_t>({{0x0400, "not ready, cause not reportable"},
+                          {0x0C00, "write error"},
+                          {0x1100, "unrecovered read error"},
+                          {0x2000, "invalid command operation code"},
+                          {0x2100, "logical block address out of range"},
+                          {0x2400, "invalid field in CDB"},
+                          {0x2500, "logical unit not supported"},
+                          {0x2700, "write protected"},
+                          {0x2900, "power on, reset, or bus device reset occurred"},
+                          {0x3A00, "medium not present"},
+                          {0x3F0E, "reported LUNs data has changed"},
+                          {0x4B00, "data phase error"}});
 
-constexpr const char* kAssociations[] = {"logical unit", "target port", "target device",
-                                         "reserved"};
-constexpr const char* kDesignatorTypes[] = {"vendor specific",
+constexpr auto device_types = words<std::uint8_t>({{0x00, "disk"},
+                                                   {0x01, "tape"},
+                                                   {0x05, "CD/DVD"},
+                                                   {0x08, "medium changer"},
+                                                   {0x0C, "storage array controller"},
+                                                   {0x0D, "enclosure"},
+                                                   {0x1F, "no device"}});
+
+constexpr const char* associations[] = {"logical unit", "target port", "target device", "reserved"};
+constexpr const char* designator_types[] = {"vendor specific",
                                             "T10 vendor ID",
                                             "EUI-64",
                                             "NAA",
@@ -53,13 +53,19 @@ constexpr const char* kDesignatorTypes[] = {"vendor specific",
                                             "MD5",
                                             "SCSI name string"};
 
-constexpr std::uint8_t kAsciiCodeSet = 2;
-constexpr std::uint8_t kUtf8CodeSet = 3;
-constexpr std::size_t kDescriptorHeader = 4;
+constexpr std::uint8_t ascii_code_set = 2;
+constexpr std::uint8_t utf8_code_set = 3;
+constexpr std::size_t descriptor_header = 4;
 
-std::string additional_sense_text(std::uint32_t code) {
-  const auto* found = std::ranges::find(kAdditionalSenses, code, &AdditionalSense::code);
-  return found != std::end(kAdditionalSenses) ? std::string(found->meaning) + " " : "";
+/** Sense data in words, such as "ILLEGAL REQUEST, invalid field in CDB (5/24/00)". */
+std::string sense_text(const Sense& sense) {
+  constexpr std::uint8_t descriptor_format = 0x72;
+  const bool is_fixed = (sense.bytes[0] & 0x7F) < descriptor_format;
+  const std::uint8_t key = sense.bytes[is_fixed ? 2 : 1] & 0x0F;
+  const std::uint32_t code = big_endian(sense.bytes, is_fixed ? 12 : 2, 2);
+  const auto meaning = find_word(WordList<std::uint32_t>{additional_senses}, code);
+  return fmt::format("{}, {}({:x}/{:02x}/{:02x})", sense_keys[key], meaning ? *meaning + " " : "",
+                     key, code >> 8, code & 0xFF);
 }
 
 }  // namespace
@@ -89,7 +95,7 @@ std::string ascii_text(std::span<const std::uint8_t> bytes, std::size_t offset, 
 }
 
 std::uint32_t LogicalUnit::word0() const {
-  const std::uint32_t address = lun < kPeripheralLimit ? lun : kFlatSpace | lun;
+  const std::uint32_t address = lun < peripheral_limit ? lun : flat_space | lun;
   const std::array<std::uint8_t, 4> bytes{static_cast<std::uint8_t>(address >> 8),
                                           static_cast<std::uint8_t>(address)};
   std::uint32_t word = 0;
@@ -101,96 +107,57 @@ std::string lun_text(std::span<const std::uint8_t> fcp_lun) {
   const std::uint32_t address = big_endian(fcp_lun, 0, 2);
   const bool is_single_level =
       std::ranges::all_of(fcp_lun.subspan(2), [](auto b) { return b == 0; });
-  if (is_single_level && address < kPeripheralLimit) {
+  if (is_single_level && address < peripheral_limit) {
     return std::to_string(address);
   }
-  if (is_single_level && (address & ~kLargestLun) == kFlatSpace) {
-    return std::to_string(address & kLargestLun);
+  if (is_single_level && (address & ~largest_lun) == flat_space) {
+    return std::to_string(address & largest_lun);
   }
   return hex_digits(fcp_lun);
 }
 
-std::string sense_text(const Sense& sense) {
-  constexpr std::uint8_t descriptor_format = 0x72;
-  const bool is_fixed = (sense.bytes[0] & 0x7F) < descriptor_format;
-  const std::uint8_t key = sense.bytes[is_fixed ? 2 : 1] & 0x0F;
-  const std::uint32_t code = big_endian(sense.bytes, is_fixed ? 12 : 2, 2);
-  return std::string(kSenseKeys[key]) + ", " + additional_sense_text(code) + "(" +
-         hex_text(key, 1).substr(2) + "/" + hex_text(code >> 8, 2).substr(2) + "/" +
-         hex_text(code & 0xFF, 2).substr(2) + ")";
-}
-
-void check_scsi(std::uint32_t result, const Sense& sense, std::uint32_t board,
+void check_scsi(std::uint32_t result, const Sense& sense, const Board& board,
                 const std::string& operation) {
   static constexpr ResultText results[] = {
       {OVK_FAILED, "the target was not reached or the driver refused the command",
        "See with \"ovkctl ports\" whether the board sees the target port."},
   };
-  check_board(result, board, operation, results);
+  board.check(result, operation, results);
   if (sense.length != 0) {
-    throw OperationFailed(
-        operation + " failed: the target answers CHECK CONDITION, " + sense_text(sense) + ".",
-        "See with \"ovkctl luns\" which logical units the target has.");
+    throw OperationFailed(fmt::format("{} failed: the target answers CHECK CONDITION, {}.",
+                                      operation, sense_text(sense)),
+                          "See with \"ovkctl luns\" which logical units the target has.");
   }
-}
-
-ByteVector read_inquiry(const LogicalUnit& unit, bool evpd, std::uint8_t page) {
-  constexpr std::uint32_t most = 255;  // the length in the CDB has one byte
-  ByteVector data(most);
-  std::uint32_t length = most;
-  Sense sense;
-  const std::uint32_t result =
-      SendScsiInquiry(unit.board, &unit.target, unit.word0(), unit.word1(), evpd ? 1 : 0, page,
-                      data.data(), &length, sense.bytes.data(), &sense.length);
-  check_scsi(result, sense, unit.board, "The inquiry");
-  data.resize(std::min(length, most));
-  return data;
 }
 
 std::string device_type_text(std::uint8_t first_inquiry_byte) {
-  constexpr std::uint8_t type_mask = 0x1F;
-  switch (first_inquiry_byte & type_mask) {
-    case 0x00:
-      return "disk";
-    case 0x01:
-      return "tape";
-    case 0x05:
-      return "CD/DVD";
-    case 0x08:
-      return "medium changer";
-    case 0x0C:
-      return "storage array controller";
-    case 0x0D:
-      return "enclosure";
-    case 0x1F:
-      return "no device";
-    default:
-      return "type " + hex_text(first_inquiry_byte & type_mask, 2);
-  }
+  const std::uint8_t type = first_inquiry_byte & 0x1F;
+  return find_word(WordList<std::uint8_t>{device_types}, type)
+      .value_or("type " + hex_text(type, 2));
 }
 
 Designator decode_designator(std::span<const std::uint8_t> descriptor) {
-  if (descriptor.size() < kDescriptorHeader) {
+  if (descriptor.size() < descriptor_header) {
     return {};
   }
   const std::size_t type = descriptor[1] & 0x0F;
   const std::uint8_t code_set = descriptor[0] & 0x0F;
   const std::size_t length =
-      std::min<std::size_t>(descriptor[3], descriptor.size() - kDescriptorHeader);
-  const auto value = descriptor.subspan(kDescriptorHeader, length);
-  const bool is_text = code_set == kAsciiCodeSet || code_set == kUtf8CodeSet;
-  return {type < std::size(kDesignatorTypes) ? kDesignatorTypes[type] : "reserved",
-          kAssociations[descriptor[1] >> 4 & 3],
+      std::min<std::size_t>(descriptor[3], descriptor.size() - descriptor_header);
+  const auto value = descriptor.subspan(descriptor_header, length);
+  const bool is_text = code_set == ascii_code_set || code_set == utf8_code_set;
+  return {type < std::size(designator_types) ? designator_types[type] : "reserved",
+          associations[descriptor[1] >> 4 & 3],
           is_text ? ascii_text(value, 0, value.size()) : hex_digits(value)};
 }
 
 std::vector<Designator> decode_identification_page(std::span<const std::uint8_t> page) {
   std::vector<Designator> designators;
-  auto rest = page.subspan(std::min(kDescriptorHeader, page.size()));
+  auto rest = page.subspan(std::min(descriptor_header, page.size()));
   rest = rest.first(std::min<std::size_t>(rest.size(), big_endian(page, 2, 2)));
-  while (rest.size() >= kDescriptorHeader) {
+  while (rest.size() >= descriptor_header) {
     designators.push_back(decode_designator(rest));
-    rest = rest.subspan(std::min<std::size_t>(rest.size(), kDescriptorHeader + rest[3]));
+    rest = rest.subspan(std::min<std::size_t>(rest.size(), descriptor_header + rest[3]));
   }
   return designators;
 }

@@ -2,8 +2,9 @@
  * @file
  * What the commands that speak to logical units share: addressing, sense data, identifiers.
  */
-#ifndef OVKCTL_SCSI_ACCESS_H
-#define OVKCTL_SCSI_ACCESS_H
+#pragma once
+
+#include "ovkctl/frame/board.h"
 
 #include <ovk/fabric.h>
 #include <ovk/types.h>
@@ -19,7 +20,7 @@ namespace ovkctl {
 using ByteVector = std::vector<std::uint8_t>;
 
 /** The largest number of a logical unit. */
-inline constexpr std::uint32_t kLargestLun = 0x3FFF;
+inline constexpr std::uint32_t largest_lun = 0x3FFF;
 
 /** A big-endian number of up to four bytes; 0 for bytes that are not there. */
 std::uint32_t big_endian(std::span<const std::uint8_t> bytes, std::size_t offset, std::size_t size);
@@ -32,13 +33,13 @@ std::string ascii_text(std::span<const std::uint8_t> bytes, std::size_t offset, 
 
 /** A logical unit behind a board. */
 struct LogicalUnit {
-  std::uint32_t board = 0;
+  Board board;
   Wwn target{};
   std::uint32_t lun = 0;
 
   /** FCP_LUN's words as they stand in memory. */
-  std::uint32_t word0() const;
-  std::uint32_t word1() const { return 0; }
+  [[nodiscard]] std::uint32_t word0() const;
+  [[nodiscard]] std::uint32_t word1() const { return 0; }
 };
 
 /** The number that an FCP_LUN stands for, or its 16 hex digits when that is no plain number. */
@@ -50,15 +51,9 @@ struct Sense {
   std::uint32_t length = 0;
 };
 
-/** Sense data in words, such as "ILLEGAL REQUEST, invalid field in CDB (5/24/00)". */
-std::string sense_text(const Sense& sense);
-
 /** Throws OperationFailed unless the command was delivered and the target executed it. */
-void check_scsi(std::uint32_t result, const Sense& sense, std::uint32_t board,
+void check_scsi(std::uint32_t result, const Sense& sense, const Board& board,
                 const std::string& operation);
-
-/** The inquiry data of a logical unit: the standard data, or with evpd a page. */
-ByteVector read_inquiry(const LogicalUnit& unit, bool evpd, std::uint8_t page);
 
 /** A peripheral device type, such as "disk". */
 std::string device_type_text(std::uint8_t first_inquiry_byte);
@@ -77,5 +72,3 @@ Designator decode_designator(std::span<const std::uint8_t> descriptor);
 std::vector<Designator> decode_identification_page(std::span<const std::uint8_t> page);
 
 }  // namespace ovkctl
-
-#endif
