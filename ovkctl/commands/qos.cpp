@@ -1,14 +1,14 @@
-#include "ovkctl/frame/board_command.h"
-#include "ovkctl/frame/errors.h"
+#include "ovkctl/frame/command.h"
 #include "ovkctl/frame/files.h"
-#include "ovkctl/frame/session.h"
-#include "ovkctl/frame/terminal.h"
 
 #include <ovk/features.h>
 
 #include <algorithm>
+#include <fmt/core.h>
 #include <iterator>
 #include <memory>
+#include <optional>
+#include <span>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -16,37 +16,37 @@
 namespace ovkctl {
 namespace {
 
-constexpr std::size_t kLongestFile = 1024 * 1024;
-constexpr const char* kWildcard = "*";
+constexpr std::size_t longest_file = 1024 * 1024;
+constexpr const char* wildcard = "*";
 
-constexpr ResultText kListResults[] = {
+constexpr ResultText list_results[] = {
     {OVK_MORE_DATA, "the driver has more rules than a table can have",
      "Look in the driver's log for the reason."},
 };
 
-constexpr ResultText kSetResults[] = {
+constexpr ResultText set_results[] = {
     {OVK_FAILED, "the command was not delivered or the driver refused the rules",
      "The driver may take fewer rules; look in its log for the reason. The old rules are in "
      "force."},
 };
 
 std::string field_text(const FcpPriorityMatch& field) {
-  const bool wildcard =
+  const bool matches_all =
       std::ranges::all_of(field.bytes, [](std::uint8_t byte) { return byte == 0xFF; });
   Wwn digits;
   std::ranges::copy(field.bytes, digits.bytes);
-  return wildcard ? kWildcard : wwn_text(digits);
+  return matches_all ? wildcard : wwn_text(digits);
 }
 
 FcpPriorityMatch parse_field(const std::string& text) {
   FcpPriorityMatch field;
   std::ranges::fill(field.bytes, std::uint8_t{0xFF});
-  if (text != kWildcard) {
+  if (text != wildcard) {
     Wwn digits;
     try {
       parse_value(text, digits);
     } catch (const UsageError&) {
-      throw UsageError("\"" + text + "\" is neither 16 hex digits nor *");
+      throw UsageError(fmt::format("\"{}\" is neither 16 hex digits nor *.", text));
     }
     std::ranges::copy(digits.bytes, field.bytes);
   }
@@ -57,7 +57,7 @@ FcpPriorityEntry parse_rule(const std::vector<std::string>& words) {
   FcpPriorityEntry rule{};
   constexpr std::size_t fields = std::size(FcpPriorityEntry{}.match);
   if (words.size() != fields + 1) {
-    throw UsageError("a rule is four fields and a priority");
+    throw UsageError("A rule is four fields and a priority.");
   }
   std::transform(words.begin(), words.end() - 1, rule.match, parse_field);
   parse_value(words.back(), rule.priority);
@@ -72,13 +72,13 @@ void add_line(FcpPriorityList& list, const std::string& line) {
     return;
   }
   if (list.count == OVK_FCP_PRIORITY_MAX_ENTRIES) {
-    throw UsageError("a table has at most " + std::to_string(list.count) + " rules");
+    throw UsageError(fmt::format("A table has at most {} rules.", list.count));
   }
   list.entries[list.count++] = parse_rule(words);
 }
 
 std::unique_ptr<FcpPriorityList> read_rules(const std::string& path) {
-  const std::vector<std::uint8_t> bytes = read_file(path, kLongestFile);
+  const std::vector<std::uint8_t> bytes = read_file(path, longest_file);
   std::istringstream text(std::string(bytes.begin(), bytes.end()));
   auto list = std::make_unique<FcpPriorityList>();
   std::string line;
@@ -86,111 +86,96 @@ std::unique_ptr<FcpPriorityList> read_rules(const std::string& path) {
     try {
       add_line(*list, line);
     } catch (const UsageError& error) {
-      throw UsageError(path + ":" + std::to_string(number) + ": " + error.what());
+      throw UsageError(fmt::format("{}:{}: {}", path, number, error.what()));
     }
   }
   return list;
 }
 
-std::uint32_t read_flag(std::uint32_t board) {
-  std::uint32_t flag = 0;
-  check_board(OVK_QoSGetGlobalFlag(board, &flag), board, "Reading the FCP priority flag");
-  return flag;
+/** A rule and its place in the order in which the rules apply. */
+struct OrderedRule {
+  std::uint32_t order;
+  FcpPriorityEntry rule;
+};
+
+template <std::size_t number>
+constexpr auto match_text =
+    [](const OrderedRule& row) { return field_text(row.rule.match[number]); };
+
+constexpr Column<OrderedRule> rule_columns[] = {
+    {"order", "ORDER", field<&OrderedRule::order>},
+    {"field1", "FIELD 1", match_text<0>},
+    {"field2", "FIELD 2", match_text<1>},
+    {"field3", "FIELD 3", match_text<2>},
+    {"field4", "FIELD 4", match_text<3>},
+    {"priority", "PRIORITY", [](const OrderedRule& row) { return row.rule.priority; }},
+};
+
+bool read_flag(const Board& board) {
+  return board.read(OVK_QoSGetGlobalFlag, "Reading the FCP priority flag") != 0;
 }
 
-/** The rules in the order in which they apply. */
-void add_rules(Report& report, const FcpPriorityList& list) {
-  Table& table = report.table("rules", "",
-                              {{"order", "ORDER"},
-                               {"field1", "FIELD 1"},
-                               {"field2", "FIELD 2"},
-                               {"field3", "FIELD 3"},
-                               {"field4", "FIELD 4"},
-                               {"priority", "PRIORITY"}},
-                              "The board has no FCP priority rules.");
-  for (std::uint32_t i = 0; i < std::min<std::uint32_t>(list.count, std::size(list.entries)); ++i) {
-    const FcpPriorityEntry& rule = list.entries[i];
-    table.row({i + 1, field_text(rule.match[0]), field_text(rule.match[1]),
-               field_text(rule.match[2]), field_text(rule.match[3]), rule.priority});
+Report rules_report(const Board& board, const FcpPriorityList& list) {
+  std::vector<OrderedRule> rows;
+  for (const FcpPriorityEntry& rule :
+       std::span{list.entries}.first(std::min<std::size_t>(list.count, std::size(list.entries)))) {
+    rows.push_back({static_cast<std::uint32_t>(rows.size() + 1), rule});
   }
-}
-
-Report rules_report(std::uint32_t board, const FcpPriorityList& list) {
-  Report report;
-  report.field("board", "Board", board)
-      .field("applied", "Rules are applied", read_flag(board) != 0)
-      .field("count", "Rules", list.count);
-  add_rules(report, list);
+  Report report = board.report();
+  report.field("applied", "Rules are applied", read_flag(board))
+      .field("count", "Rules", list.count)
+      .table("rules", "", rule_columns, rows, "The board has no FCP priority rules.");
   return report;
 }
 
-Report list_report(std::uint32_t board) {
-  auto list = std::make_unique<FcpPriorityList>();
+Report list_rules(const Board& board) {
+  const auto list = std::make_unique<FcpPriorityList>();
   list->count = OVK_FCP_PRIORITY_MAX_ENTRIES;
-  check_board(OVK_QoSGetConfig(board, list.get()), board, "Reading the FCP priority rules",
-              kListResults);
+  board.check(OVK_QoSGetConfig(board, list.get()), "Reading the FCP priority rules", list_results);
   return rules_report(board, *list);
 }
 
-Report flag_report(std::uint32_t board) {
-  Report report;
-  report.field("board", "Board", board)
-      .field("applied", "Rules are applied", read_flag(board) != 0);
+constexpr Word<std::string> file_word{
+    "FILE", "rules, one a line: four fields (16 hex digits, or * for any) and a priority",
+    "rules.txt"};
+
+Report set_rules(const Board& board, const std::string& file) {
+  const auto list = read_rules(file);
+  board.ask(fmt::format("This replaces all FCP priority rules of {}.", board.name()));
+  board.check(OVK_QoSSetConfig(board, list.get()), "Setting the FCP priority rules", set_results);
+  return rules_report(board, *list);
+}
+
+constexpr auto switch_words = words<bool>({{true, "on"}, {false, "off"}});
+constexpr OptionalWord<std::string> state_word{"STATE", "on or off; without it, the state is shown",
+                                               "on"};
+
+Report show_or_set_flag(const Board& board, const std::optional<std::string>& state) {
+  if (state) {
+    const bool on = code_of(WordList<bool>{switch_words}, *state);
+    board.ask(fmt::format("This {} the FCP priority rules of {}.",
+                          on ? "begins to apply" : "no longer applies", board.name()));
+    board.check(OVK_QoSSetGlobalFlag(board, on ? 1 : 0), "Setting the FCP priority flag");
+  }
+  Report report = board.report();
+  report.field("applied", "Rules are applied", read_flag(board));
   return report;
-}
-
-void add_list(const Command& qos) {
-  add_board_report(qos, "list", "Show the rules in the order in which they apply",
-                   "ovkctl qos list 0", list_report);
-}
-
-void add_set(const Command& qos) {
-  const Command set = qos.subcommand("set", "Replace the rules by those of a file");
-  set.example("ovkctl qos set 0 rules.txt");
-  const auto board = set.board();
-  const auto file = set.argument<std::string>(
-      "FILE", "rules, one a line: four fields (16 hex digits, or * for any) and a priority");
-  const auto yes = set.yes();
-  set.action([=](const Context& context) {
-    const auto list = read_rules(*file);
-    const Session session;
-    const std::uint32_t index = session.board(*board);
-    confirm(*yes, "This replaces all FCP priority rules of board " + std::to_string(index) + ".");
-    check_board(OVK_QoSSetConfig(index, list.get()), index, "Setting the FCP priority rules",
-                kSetResults);
-    context.print(rules_report(index, *list));
-  });
-}
-
-void add_flag(const Command& qos) {
-  const Command flag = qos.subcommand("flag", "Show or change whether the rules are applied");
-  flag.example("ovkctl qos flag 0");
-  flag.example("ovkctl qos flag 0 on");
-  const auto board = flag.board();
-  const auto wanted = flag.optional_argument<std::string>(
-      "STATE", "on or off; without it, the state is shown", {}, [](const std::string& word) {
-        if (word != "on" && word != "off") {
-          throw UsageError("\"" + word + "\" is neither on nor off");
-        }
-      });
-  flag.action([=](const Context& context) {
-    const Session session;
-    const std::uint32_t index = session.board(*board);
-    if (wanted.present()) {
-      check_board(OVK_QoSSetGlobalFlag(index, *wanted == "on" ? 1 : 0), index,
-                  "Setting the FCP priority flag");
-    }
-    context.print(flag_report(index));
-  });
 }
 
 }  // namespace
 
 void add_qos(Command root) {
-  const Command qos = root.subcommand("qos", "Show and change the FCP priority (QoS) rules");
-  add_list(qos);
-  add_set(qos);
-  add_flag(qos);
+  const Command qos = root.noun("qos", "Show and change the FCP priority (QoS) rules");
+  qos.command("list", "Show the rules in the order in which they apply").shows(list_rules);
+  qos.command("set", "Replace the rules by those of a file")
+      .takes(file_word)
+      .asks_itself()
+      .shows(set_rules);
+  qos.command("flag", "Show or change whether the rules are applied")
+      .takes(state_word)
+      .asks_itself()
+      .example("0")
+      .shows(show_or_set_flag);
 }
 
 }  // namespace ovkctl

@@ -1,35 +1,64 @@
 #include "ovkctl/frame/command.h"
-#include "ovkctl/frame/errors.h"
-#include "ovkctl/frame/files.h"
-#include "ovkctl/frame/session.h"
 #include "ovkctl/subjects/driver_records.h"
 
 #include <ovk/features.h>
 
 #include <algorithm>
 #include <array>
-#include <iterator>
+#include <fmt/core.h>
 #include <memory>
+#include <optional>
+#include <span>
 #include <string>
 
 namespace ovkctl {
 namespace {
 
+// ---- qfpa -----------------------------------------------------------------------------------
+
+constexpr ResultText qfpa_results[] = {
+    {OVK_VMID_DOES_NOT_FIT, "the fabric gave more ranges than the driver can hand out",
+     "Look in the driver's log."},
+    {OVK_VMID_NOT_SUPPORTED, "the driver or the fabric does not offer priorities",
+     "See with \"ovkctl show\" which adapter this is, and check the switch."},
+};
+
+constexpr Column<QfpaRange> range_columns[] = {
+    {"low", "LOW", field<&QfpaRange::low>},
+    {"high", "HIGH", field<&QfpaRange::high>},
+    {"qos_priority", "QOS PRIORITY", field<&QfpaRange::qos_priority>},
+    {"ve_id_usage", "VE ID USAGE", field<&QfpaRange::ve_id_usage>},
+};
+
+Report show_ranges(const Board& board) {
+  const auto list =
+      board.read(OVK_GetQFPAPriorityList, "Reading the priority ranges", qfpa_results);
+  const auto record = record_cast<QfpaRecord>(list);
+  const std::size_t count = std::min<std::size_t>(record.count, record.ranges.size());
+  Report report = board.report();
+  report.table("ranges", "", range_columns, std::span{record.ranges}.first(count),
+               "The fabric gave no priority range.");
+  report.payload("", "", {std::begin(list.bytes), std::end(list.bytes)});
+  return report;
+}
+
+// ---- vmid -----------------------------------------------------------------------------------
+
 using Uuid = std::array<std::uint8_t, 16>;
 
-constexpr ResultText kVmidResults[] = {
+constexpr ResultText vmid_results[] = {
     {OVK_VMID_DOES_NOT_FIT, "no identifier is free",
      "Remove a machine, or see with \"ovkctl qfpa\" how many identifiers the fabric gives."},
     {OVK_VMID_NOT_SUPPORTED, "the driver or the fabric does not offer identifiers",
      "See with \"ovkctl show\" which adapter this is, and check the switch."},
 };
 
-constexpr ResultText kUpdateResults[] = {
+constexpr ResultText update_results[] = {
     {OVK_FAILED, "the command was not delivered or the driver refused the change",
      "See with \"ovkctl vmid list\" which machines and identifiers there are. Nothing was "
      "changed."},
-    kVmidResults[0],
-    kVmidResults[1],
+    vmid_results[0],
+    vmid_results[1],
 };
 
 std::string uuid_text(const Uuid& uuid) {
@@ -42,7 +71,7 @@ std::string uuid_text(const Uuid& uuid) {
 }
 
 Uuid parse_uuid(std::string text) {
-  const std::string mistake = "\"" + text + "\" is no UUID of 32 hex digits";
+  const std::string mistake = fmt::format("\"{}\" is no UUID of 32 hex digits.", text);
   std::erase(text, '-');
   HexBytes hex;
   try {
@@ -58,86 +87,68 @@ Uuid parse_uuid(std::string text) {
   return uuid;
 }
 
-std::unique_ptr<VMidMapping> read_mapping(std::uint32_t board) {
-  auto mapping = std::make_unique<VMidMapping>();
-  check_board(OVK_GetVMidMapping(board, mapping.get()), board, "Reading the VMID mapping",
-              kVmidResults);
-  return mapping;
-}
+constexpr Column<VmidMachine> machine_columns[] = {
+    {"identifier", "ID", field<&VmidMachine::identifier>},
+    {"qos_priority", "QOS PRIORITY", field<&VmidMachine::qos_priority>},
+    {"uuid", "UUID", [](const VmidMachine& machine) { return uuid_text(machine.uuid); }},
+    {"name", "NAME", [](const VmidMachine& machine) { return fixed_text(machine.name); }},
+};
 
-Report mapping_report(std::uint32_t board, const VMidMapping& mapping) {
-  const auto record = std::make_unique<VmidRecord>(record_cast<VmidRecord>(mapping));
-  Report report;
-  report.field("board", "Board", board);
-  Table& table = report.table(
-      "machines", "",
-      {{"identifier", "ID"}, {"qos_priority", "QOS PRIORITY"}, {"uuid", "UUID"}, {"name", "NAME"}},
-      "No virtual machine has an identifier.");
+Report list_machines(const Board& board) {
+  const auto mapping = std::make_unique<VMidMapping>();
+  board.check(OVK_GetVMidMapping(board, mapping.get()), "Reading the VMID mapping", vmid_results);
+  const auto record = std::make_unique<VmidRecord>(record_cast<VmidRecord>(*mapping));
   const std::size_t count = std::min<std::size_t>(record->count, record->machines.size());
-  for (std::size_t i = 0; i < count; ++i) {
-    const VmidMachine& machine = record->machines[i];
-    table.row({machine.identifier, machine.qos_priority, uuid_text(machine.uuid),
-               fixed_text(machine.name)});
-  }
+  Report report = board.report();
+  report.table("machines", "", machine_columns, std::span{record->machines}.first(count),
+               "No virtual machine has an identifier.");
+  report.payload("", "", {std::begin(mapping->bytes), std::end(mapping->bytes)});
   return report;
 }
 
-void update(std::uint32_t board, const VmidMachine& machine) {
+constexpr Word<std::string> uuid_word{"UUID", "the machine's UUID",
+                                      "422e1f6a-98d1-4c6e-b0c2-5f1d3a7e9b10"};
+constexpr Setting<std::string> name_setting{"--name", "TEXT", "the machine's name", "", "web-3"};
+constexpr Setting<std::uint32_t> identifier_setting{
+    "--id", "NUMBER", "the wanted identifier; else the driver chooses", "0"};
+constexpr Flag remove_flag{"--remove", "remove the machine"};
+
+Report update_machine(const Board& board, const std::string& uuid, const std::string& name,
+                      std::uint32_t identifier, bool remove) {
   const auto record = std::make_unique<VmidRecord>();
   record->count = 1;
-  record->machines[0] = machine;
+  VmidMachine& machine = record->machines[0];
+  machine = {.uuid = parse_uuid(uuid),
+             .identifier = identifier,
+             .action = remove ? kRemoveMachine : kAddMachine};
+  if (name.size() > machine.name.size()) {
+    throw UsageError(fmt::format("--name: at most {} bytes fit.", machine.name.size()));
+  }
+  std::ranges::copy(name, machine.name.begin());
+  board.ask(fmt::format("This {} the identifier of virtual machine {} on {}.",
+                        remove ? "removes" : "sets", uuid, board.name()));
   const auto mapping = std::make_unique<VMidMapping>(record_cast<VMidMapping>(*record));
-  check_board(OVK_UpdateVMidMapping(board, mapping.get()), board, "Changing the VMID mapping",
-              kUpdateResults);
-}
-
-void add_list(const Command& vmid) {
-  const Command list = vmid.subcommand("list", "Show which virtual machine has which identifier");
-  list.example("ovkctl vmid list 0");
-  const auto board = list.board();
-  const auto output = list.output_file();
-  list.action([=](const Context& context) {
-    const Session session;
-    const std::uint32_t index = session.board(*board);
-    const auto mapping = read_mapping(index);
-    if (output.present()) {
-      write_file(*output, mapping->bytes);
-    }
-    context.print(mapping_report(index, *mapping));
-  });
-}
-
-void add_update(const Command& vmid) {
-  const Command change = vmid.subcommand("update", "Add or remove a virtual machine");
-  change.example("ovkctl vmid update 0 422e1f6a-98d1-4c6e-b0c2-5f1d3a7e9b10 --name web-3");
-  change.example("ovkctl vmid update 0 422e1f6a-98d1-4c6e-b0c2-5f1d3a7e9b10 --remove");
-  const auto board = change.board();
-  const auto uuid = change.argument<std::string>("UUID", "the machine's UUID");
-  const auto name = change.option<std::string>("--name", "TEXT", "the machine's name");
-  const auto identifier = change.option<std::uint32_t>(
-      "--id", "NUMBER", "the wanted identifier; else the driver chooses");
-  const auto remove = change.flag("--remove", "remove the machine");
-  change.action([=](const Context& context) {
-    VmidMachine machine{.uuid = parse_uuid(*uuid),
-                        .identifier = *identifier,
-                        .action = *remove ? kRemoveMachine : kAddMachine};
-    if (name->size() > machine.name.size()) {
-      throw UsageError("--name: at most " + std::to_string(machine.name.size()) + " bytes fit");
-    }
-    std::ranges::copy(*name, machine.name.begin());
-    const Session session;
-    const std::uint32_t index = session.board(*board);
-    update(index, machine);
-    context.print(mapping_report(index, *read_mapping(index)));
-  });
+  board.check(OVK_UpdateVMidMapping(board, mapping.get()), "Changing the VMID mapping",
+              update_results);
+  return list_machines(board);
 }
 
 }  // namespace
 
 void add_vmid(Command root) {
-  const Command vmid = root.subcommand("vmid", "Show and change virtual machine identifiers");
-  add_list(vmid);
-  add_update(vmid);
+  root.command("qfpa", "Show the priority ranges that the fabric gives (QFPA)")
+      .saves()
+      .shows(show_ranges);
+
+  const Command vmid = root.noun("vmid", "Show and change virtual machine identifiers");
+  vmid.command("list", "Show which virtual machine has which identifier")
+      .saves()
+      .shows(list_machines);
+  vmid.command("update", "Add or remove a virtual machine")
+      .takes(uuid_word, name_setting, identifier_setting, remove_flag)
+      .asks_itself()
+      .example("0 422e1f6a-98d1-4c6e-b0c2-5f1d3a7e9b10 --remove --yes")
+      .shows(update_machine);
 }
 
 }  // namespace ovkctl
