@@ -1,0 +1,109 @@
+#include "ovkctl/frame/command.h"
+
+#include <ovk/npiv.h>
+
+#include <cstring>
+#include <fmt/core.h>
+#include <iterator>
+#include <memory>
+#include <span>
+
+namespace ovkctl {
+namespace {
+
+constexpr ResultText no_vport_results[] = {
+    {OVK_ILLEGAL_WWN, "the board has no virtual port with this name",
+     "See with \"ovkctl vports list\" which virtual ports the board has."},
+};
+
+constexpr ResultText no_npiv_results[] = {
+    {OVK_FAILED, "the command was not delivered, or the board has no virtual ports at all",
+     "See with \"ovkctl vports ready\" whether the board can host virtual ports."},
+};
+
+/** The two names of which a virtual port's identity consists. */
+struct Identity {
+  Wwn port_wwn;
+  Wwn node_wwn;
+};
+
+Identity identity_of(const VportEntry& entry) {
+  Identity identity;
+  static_assert(sizeof identity == sizeof entry.identity);
+  std::memcpy(&identity, entry.identity, sizeof identity);
+  return identity;
+}
+
+constexpr Column<VportEntry> vport_columns[] = {
+    {"port_wwn", "PORT WWN", [](const VportEntry& entry) { return identity_of(entry).port_wwn; }},
+    {"node_wwn", "NODE WWN", [](const VportEntry& entry) { return identity_of(entry).node_wwn; }},
+    {"driver_word", "DRIVER WORD",
+     [](const VportEntry& entry) {
+       return Hex{entry.word16, 8};
+     }},
+};
+
+Report list(const Board& board) {
+  const auto list = std::make_unique<VportList>();
+  list->count = OVK_MAX_VPORTS;
+  board.check(OVK_VPGetList(board, list.get()), "Listing the virtual ports", no_npiv_results);
+  if (list->count > OVK_MAX_VPORTS) {
+    throw OperationFailed(
+        fmt::format("The driver says that it gave {} virtual ports where {} have room.",
+                    list->count, std::uint32_t{OVK_MAX_VPORTS}));
+  }
+  Report report = board.listing();
+  report.table("virtual_ports", "", vport_columns, std::span{list->vports}.first(list->count),
+               "The board has no virtual port.");
+  return report;
+}
+
+constexpr Word<Wwn> wwn_word{"WWN", "port WWN of the virtual port", "10:00:02:28:54:56:32:01"};
+
+Report show(const Board& board, const Wwn& wwn) {
+  VportAttributes attributes{};
+  board.check(OVK_VPGetAttrib(board, &wwn, &attributes),
+              "Reading the attributes of virtual port " + wwn_text(wwn), no_vport_results);
+  Report report = board.report();
+  report.field("port_wwn", "Port WWN", wwn)
+      .payload("attributes", "Attributes, as the driver gives them",
+               {std::begin(attributes.bytes), std::end(attributes.bytes)});
+  return report;
+}
+
+Report show_resources(const Board& board) {
+  const auto resources =
+      board.read(OVK_VPGetResource, "Reading the virtual-port resources", no_npiv_results);
+  Report report = board.report();
+  Section& section = report.section("resources", "Resources, as the driver gives them");
+  std::size_t number = 0;
+  for (const std::uint32_t word : resources.words) {
+    section.field(fmt::format("word{}", number), fmt::format("Word {}", number), word);
+    ++number;
+  }
+  return report;
+}
+
+Report show_readiness(const Board& board) {
+  const std::uint32_t ready = board.read(OVK_NPIVReadyTest, "Asking for the readiness");
+  Report report = board.report();
+  report.field("ready", "Ready for virtual ports", ready != 0)
+      .field("driver_word", ready > 1 ? "Driver word" : "", Hex{ready, 8});
+  return report;
+}
+
+}  // namespace
+
+void add_virtual_ports(Command root) {
+  const Command vports = root.noun("vports", "Show the virtual ports of a board (NPIV)");
+  vports.command("list", "List the virtual ports").shows(list);
+  vports.command("show", "Show the attributes of a virtual port")
+      .takes(wwn_word)
+      .saves()
+      .shows(show);
+  vports.command("resources", "Show what virtual-port resources are left").shows(show_resources);
+  vports.command("ready", "Show whether the board can host virtual ports now")
+      .shows(show_readiness);
+}
+
+}  // namespace ovkctl
