@@ -7,11 +7,11 @@ namespace ravnsim {
 Adapter::Adapter(const BoardTopology& topology, const DriverTopology& driver, StateStore& store)
     : topology_{topology}, driver_{driver}, store_{store} {}
 
-std::optional<std::vector<std::byte>> Adapter::load(const std::string& name) const {
+std::optional<std::vector<std::uint8_t>> Adapter::load(const std::string& name) const {
   return store_.read(key(name));
 }
 
-void Adapter::save(const std::string& name, std::span<const std::byte> blob) {
+void Adapter::save(const std::string& name, std::span<const std::uint8_t> blob) {
   store_.write(key(name), blob);
 }
 

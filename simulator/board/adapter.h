@@ -7,12 +7,10 @@
 #include "simulator/host/states.h"
 #include "simulator/topology/topology.h"
 
-#include <cstddef>
-#include <cstring>
+#include <cstdint>
 #include <optional>
 #include <span>
 #include <string>
-#include <type_traits>
 #include <vector>
 
 namespace ravnsim {
@@ -40,30 +38,10 @@ class Adapter {
   }
 
   /** What the board keeps under a name such as "region-23"; nothing when it was never saved. */
-  [[nodiscard]] std::optional<std::vector<std::byte>> load(const std::string& name) const;
-
-  /** The same as a record; nothing when what was saved has another size. */
-  template <typename Record>
-  [[nodiscard]] std::optional<Record> load_record(const std::string& name) const {
-    static_assert(std::is_trivially_copyable_v<Record>);
-    const auto blob = load(name);
-    if (!blob || blob->size() != sizeof(Record)) {
-      return std::nullopt;
-    }
-    Record record;
-    std::memcpy(&record, blob->data(), sizeof record);
-    return record;
-  }
+  [[nodiscard]] std::optional<std::vector<std::uint8_t>> load(const std::string& name) const;
 
   /** Keeps something; a crash leaves what was there before or all of it. */
-  void save(const std::string& name, std::span<const std::byte> blob);
-
-  /** Keeps a record. */
-  template <typename Record>
-  void save_record(const std::string& name, const Record& record) {
-    static_assert(std::is_trivially_copyable_v<Record>);
-    save(name, std::as_bytes(std::span{&record, 1}));
-  }
+  void save(const std::string& name, std::span<const std::uint8_t> blob);
 
   /** Forgets something. */
   void forget(const std::string& name);

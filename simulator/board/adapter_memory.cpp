@@ -9,15 +9,14 @@ namespace ravnsim {
 namespace {
 
 constexpr const char* saved_memory = "memory";
-constexpr const char* saved_registers = "control-registers";
 
 // The status register: the firmware runs, and takes commands.
 constexpr std::uint32_t firmware_running = 0x80000000;
 constexpr std::uint32_t takes_commands = 0x40000000;
 
-std::vector<std::byte> initial_memory(const BoardTopology& board) {
-  std::vector<std::byte> bytes(board.hardware.memory_size);
-  const auto version = std::as_bytes(std::span{board.firmware_version});
+std::vector<std::uint8_t> initial_memory(const BoardTopology& board) {
+  std::vector<std::uint8_t> bytes(board.hardware.memory_size);
+  const std::string& version = board.firmware_version;
   std::copy_n(version.begin(), std::min(version.size(), bytes.size()), bytes.begin());
   return bytes;
 }
@@ -32,15 +31,15 @@ AdapterMemory::AdapterMemory(Adapter& adapter)
   }
 }
 
-std::optional<std::span<const std::byte>> AdapterMemory::range(std::size_t offset,
-                                                               std::size_t count) const {
+std::optional<std::span<const std::uint8_t>> AdapterMemory::range(std::size_t offset,
+                                                                  std::size_t count) const {
   if (offset > bytes_.size() || count > bytes_.size() - offset) {
     return std::nullopt;
   }
   return std::span{bytes_}.subspan(offset, count);
 }
 
-bool AdapterMemory::write(std::size_t offset, std::span<const std::byte> data) {
+bool AdapterMemory::write(std::size_t offset, std::span<const std::uint8_t> data) {
   if (!range(offset, data.size())) {
     return false;
   }
@@ -50,7 +49,7 @@ bool AdapterMemory::write(std::size_t offset, std::span<const std::byte> data) {
 }
 
 ControlRegisters::ControlRegisters(Adapter& adapter)
-    : adapter_{adapter}, values_{adapter.load_record<Values>(saved_registers).value_or(Values{})} {}
+    : adapter_{adapter}, values_{adapter, "control-registers"} {}
 
 std::uint32_t ControlRegisters::status() const {
   const bool normal = adapter_.state<BoardState>().mode() == BoardMode::normal;
@@ -60,32 +59,33 @@ std::uint32_t ControlRegisters::status() const {
 std::optional<std::uint32_t> ControlRegisters::read(ControlRegister place) const {
   switch (place) {
     case ControlRegister::attention:
-      return values_.attention;
+      return values_.get().attention;
     case ControlRegister::doorbell:
       return 0;
     case ControlRegister::status:
       return status();
     case ControlRegister::control:
-      return values_.control;
+      return values_.get().control;
   }
   return std::nullopt;
 }
 
 bool ControlRegisters::write(ControlRegister place, std::uint32_t value) {
+  Values values = values_.get();
   switch (place) {
     case ControlRegister::attention:
-      values_.attention &= ~value;
+      values.attention &= ~value;
       break;
     case ControlRegister::doorbell:
-      values_.attention |= value;
+      values.attention |= value;
       break;
     case ControlRegister::control:
-      values_.control = value;
+      values.control = value;
       break;
     default:
       return false;
   }
-  adapter_.save_record(saved_registers, values_);
+  values_.set(values);
   return true;
 }
 

@@ -4,7 +4,7 @@
  */
 #pragma once
 
-#include "simulator/board/adapter.h"
+#include "simulator/board/saved.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -21,15 +21,15 @@ class AdapterMemory {
   explicit AdapterMemory(Adapter& adapter);
 
   /** `count` bytes at an offset; nothing when the memory ends before. */
-  [[nodiscard]] std::optional<std::span<const std::byte>> range(std::size_t offset,
-                                                                std::size_t count) const;
+  [[nodiscard]] std::optional<std::span<const std::uint8_t>> range(std::size_t offset,
+                                                                   std::size_t count) const;
 
   /** Writes at an offset; false, and nothing is written, when the memory ends before. */
-  bool write(std::size_t offset, std::span<const std::byte> data);
+  bool write(std::size_t offset, std::span<const std::uint8_t> data);
 
  private:
   Adapter& adapter_;
-  std::vector<std::byte> bytes_;
+  std::vector<std::uint8_t> bytes_;
 };
 
 /** The control registers, by their byte offsets. */
@@ -59,7 +59,7 @@ class ControlRegisters {
   [[nodiscard]] std::uint32_t status() const;
 
   Adapter& adapter_;
-  Values values_;
+  Saved<Values> values_;
 };
 
 }  // namespace ravnsim

@@ -4,7 +4,7 @@
  */
 #pragma once
 
-#include "simulator/board/adapter.h"
+#include "simulator/board/saved.h"
 
 #include <chrono>
 #include <cstdint>
@@ -29,7 +29,7 @@ class BoardState {
   /** Whether the board can be put into a mode at all. */
   [[nodiscard]] bool can_change() const;
 
-  void set_mode(BoardMode mode);
+  void set_mode(BoardMode mode) { mode_.set(mode); }
 
   /** Takes the board through a reset: for a while it is not ready, then it is in normal mode. */
   void reset();
@@ -37,11 +37,11 @@ class BoardState {
  private:
   using Clock = std::chrono::system_clock;  // the one that goes on between processes
 
-  [[nodiscard]] bool is_resetting() const { return Clock::now() < reset_end_; }
+  [[nodiscard]] bool is_resetting() const { return Clock::now() < reset_end_.get(); }
 
-  Adapter& adapter_;
-  BoardMode mode_;
-  Clock::time_point reset_end_;
+  const BoardTopology& topology_;
+  Saved<BoardMode> mode_;
+  Saved<Clock::time_point> reset_end_;
 };
 
 }  // namespace ravnsim

@@ -1,17 +1,15 @@
 #include "simulator/board/driver_parameters.h"
 
-#include <cstring>
+#include <algorithm>
 
 namespace ravnsim {
 
 namespace {
 
-constexpr const char* saved_name = "parameters";
-
 using enum TakesEffect;
 
 // New parameters go to the end: a parameter's place is its number.
-constexpr ParameterDefinition definitions[] = {
+constexpr ParameterDefinition definitions[parameter_count] = {
     {"log_events", 0, 0xFFFFFFFF, 0x1, at_once, "Mask of the events that the driver logs"},
     {"lun_queue_depth", 1, 512, 64, at_once, "Commands outstanding on one LUN"},
     {"target_queue_depth", 10, 65535, 65535, at_once, "Commands outstanding on one target"},
@@ -30,29 +28,14 @@ constexpr ParameterDefinition definitions[] = {
     {"interface_revision", 4, 4, 4, never_set, "Management interface that the driver serves"},
 };
 
-std::vector<std::uint32_t> initial_values() {
-  std::vector<std::uint32_t> values;
-  for (const ParameterDefinition& definition : definitions) {
-    values.push_back(definition.initial);
-  }
-  return values;
-}
-
 }  // namespace
 
 std::span<const ParameterDefinition> parameter_definitions() { return definitions; }
 
-ParameterValues::ParameterValues(Adapter& adapter) : adapter_{adapter}, values_{initial_values()} {
-  const auto saved = adapter.load(saved_name);
-  const std::span<std::byte> bytes = std::as_writable_bytes(std::span{values_});
-  if (saved && saved->size() == bytes.size()) {
-    std::memcpy(bytes.data(), saved->data(), bytes.size());
-  }
-}
-
-void ParameterValues::set(std::size_t index, std::uint32_t value) {
-  values_.at(index) = value;
-  adapter_.save(saved_name, std::as_bytes(std::span{values_}));
+ParameterValues::Values ParameterValues::initial() {
+  Values values;
+  std::ranges::transform(definitions, values.begin(), &ParameterDefinition::initial);
+  return values;
 }
 
 }  // namespace ravnsim

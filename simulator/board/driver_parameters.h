@@ -4,12 +4,12 @@
  */
 #pragma once
 
-#include "simulator/board/adapter.h"
+#include "simulator/board/saved.h"
 
+#include <array>
 #include <cstdint>
 #include <span>
 #include <string_view>
-#include <vector>
 
 namespace ravnsim {
 
@@ -31,21 +31,28 @@ struct ParameterDefinition {
   std::string_view description;
 };
 
+inline constexpr std::size_t parameter_count = 16;
+
 /** The parameters in the order of their numbers. */
 std::span<const ParameterDefinition> parameter_definitions();
 
 /** The values that a board has them at. They are kept without power. */
 class ParameterValues {
  public:
-  explicit ParameterValues(Adapter& adapter);
+  explicit ParameterValues(Adapter& adapter) : values_{adapter, "parameters", initial()} {}
 
-  [[nodiscard]] std::uint32_t value(std::size_t index) const { return values_.at(index); }
+  [[nodiscard]] std::uint32_t value(std::size_t index) const { return values_.get().at(index); }
 
-  void set(std::size_t index, std::uint32_t value);
+  void set(std::size_t index, std::uint32_t value) {
+    values_.change([&](Values& values) { values.at(index) = value; });
+  }
 
  private:
-  Adapter& adapter_;
-  std::vector<std::uint32_t> values_;
+  using Values = std::array<std::uint32_t, parameter_count>;
+
+  static Values initial();
+
+  Saved<Values> values_;
 };
 
 }  // namespace ravnsim

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 #include <span>
+#include <utility>
 
 namespace ravnsim {
 
@@ -49,21 +50,19 @@ std::uint32_t EventQueue::take_missed() {
 }
 
 /** What was saved: the missed events, then the queue. Another length is of nobody's making. */
-void EventQueue::load(const std::vector<std::byte>& blob) {
+void EventQueue::load(const std::vector<std::uint8_t>& blob) {
   if (blob.size() < sizeof missed_ || (blob.size() - sizeof missed_) % sizeof(EventRecord) != 0) {
     return;
   }
   std::memcpy(&missed_, blob.data(), sizeof missed_);
   events_.resize((blob.size() - sizeof missed_) / sizeof(EventRecord));
-  const std::span<EventRecord> events{events_};
-  std::ranges::copy(std::span{blob}.subspan(sizeof missed_),
-                    std::as_writable_bytes(events).begin());
+  std::memcpy(events_.data(), blob.data() + sizeof missed_, blob.size() - sizeof missed_);
 }
 
 void EventQueue::save() {
-  const auto missed = std::as_bytes(std::span{&missed_, 1});
-  const auto events = std::as_bytes(std::span{events_});
-  std::vector<std::byte> blob{missed.begin(), missed.end()};
+  const auto missed = bytes_of(std::span{&std::as_const(missed_), 1});
+  const auto events = bytes_of(std::span{std::as_const(events_)});
+  std::vector<std::uint8_t> blob{missed.begin(), missed.end()};
   blob.insert(blob.end(), events.begin(), events.end());
   adapter_.save(saved_name, blob);
 }

@@ -4,7 +4,7 @@
  */
 #pragma once
 
-#include "simulator/board/adapter.h"
+#include "simulator/board/saved.h"
 
 #include <array>
 #include <cstddef>
@@ -49,7 +49,7 @@ class EventQueue {
   std::uint32_t take_missed();
 
  private:
-  void load(const std::vector<std::byte>& blob);
+  void load(const std::vector<std::uint8_t>& blob);
   void save();
 
   Adapter& adapter_;

@@ -4,7 +4,7 @@
  */
 #pragma once
 
-#include "simulator/board/adapter.h"
+#include "simulator/board/saved.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -23,20 +23,15 @@ class IoCounters {
     std::uint64_t bytes_written;
   };
 
-  explicit IoCounters(Adapter& adapter);
-  IoCounters(const IoCounters&) = delete;
-  IoCounters& operator=(const IoCounters&) = delete;
-  ~IoCounters();
+  explicit IoCounters(Adapter& adapter) : values_{adapter, "io-counters"} {}
 
   /** Counts one command with the data that it moved, and whether its target took it well. */
   void add(std::size_t bytes_written, std::size_t bytes_read, bool good);
 
-  [[nodiscard]] const Values& values() const { return values_; }
+  [[nodiscard]] const Values& values() const { return values_.get(); }
 
  private:
-  Adapter& adapter_;
-  Values values_;
-  bool changed_ = false;
+  SavedAtEnd<Values> values_;
 };
 
 }  // namespace ravnsim

@@ -4,7 +4,7 @@
  */
 #pragma once
 
-#include "simulator/board/adapter.h"
+#include "simulator/board/saved.h"
 
 #include <cstdint>
 
@@ -21,27 +21,20 @@ enum class LoopbackMode : std::uint32_t {
 class LoopbackState {
  public:
   explicit LoopbackState(Adapter& adapter)
-      : adapter_{adapter},
-        mode_{adapter.load_record<LoopbackMode>(saved_name).value_or(LoopbackMode::none)} {}
+      : has_plug_{adapter.topology().loopback_plug}, mode_{adapter, "loopback"} {}
 
-  [[nodiscard]] LoopbackMode mode() const { return mode_; }
+  [[nodiscard]] LoopbackMode mode() const { return mode_.get(); }
 
   /** Whether a frame that is sent comes back. */
   [[nodiscard]] bool echoes() const {
-    return mode_ == LoopbackMode::internal ||
-           (mode_ == LoopbackMode::external && adapter_.topology().loopback_plug);
+    return mode() == LoopbackMode::internal || (mode() == LoopbackMode::external && has_plug_);
   }
 
-  void set_mode(LoopbackMode mode) {
-    mode_ = mode;
-    adapter_.save_record(saved_name, mode);
-  }
+  void set_mode(LoopbackMode mode) { mode_.set(mode); }
 
  private:
-  static constexpr const char* saved_name = "loopback";
-
-  Adapter& adapter_;
-  LoopbackMode mode_;
+  bool has_plug_;
+  Saved<LoopbackMode> mode_;
 };
 
 }  // namespace ravnsim

@@ -32,7 +32,7 @@ struct [[gnu::packed]] MailboxData {
   std::uint32_t in_bytes;   ///< how much of `bytes` the caller gives
   std::uint32_t out_bytes;  ///< how much the caller has room for
   std::uint8_t flag;
-  std::byte bytes[2048];
+  std::uint8_t bytes[2048];
 };
 
 static_assert(sizeof(MailboxData) == 2057);
@@ -41,7 +41,7 @@ static_assert(offsetof(MailboxData, bytes) == 9);
 /** One mailbox and what comes with it. */
 struct MailboxCall {
   FirmwareMailbox& mailbox;
-  std::span<std::byte> extension;  ///< what the mailbox's addresses name, moved both ways
+  std::span<std::uint8_t> extension;  ///< what the mailbox's addresses name, moved both ways
   MailboxData& data;
 };
 

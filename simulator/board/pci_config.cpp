@@ -8,8 +8,6 @@ namespace ravnsim {
 
 namespace {
 
-constexpr const char* saved_name = "pci-config";
-
 /** A dword of the space: its value at first, and what writing does to it. */
 struct Register {
   std::uint16_t offset;
@@ -57,7 +55,7 @@ constexpr Register registers[] = {
     {0x140, 0x00010003},
 };
 
-using Space = std::array<std::byte, PciConfig::size>;
+using Space = std::array<std::uint8_t, PciConfig::size>;
 
 void put_dword(Space& space, std::size_t offset, std::uint32_t value) {
   std::memcpy(space.data() + offset, &value, sizeof value);
@@ -77,7 +75,7 @@ void put_serial_number(Space& space, const Wwn& port_wwn) {
   const auto& name = port_wwn.bytes;
   const std::array<std::uint8_t, 8> eui64{name[2], name[3], name[4], 0xFF,
                                           0xFE,    name[5], name[6], name[7]};
-  std::ranges::reverse_copy(std::as_bytes(std::span{eui64}), space.begin() + 0x144);
+  std::ranges::reverse_copy(eui64, space.begin() + 0x144);
 }
 
 void put_link_speed(Space& space, std::uint32_t sli_mode) {
@@ -104,8 +102,8 @@ Space space_of(const BoardTopology& board) {
 
 /** The bits of a byte of the space that writes reach. */
 struct ByteAccess {
-  std::byte writable{};
-  std::byte cleared_by_ones{};
+  std::uint8_t writable{};
+  std::uint8_t cleared_by_ones{};
 };
 
 ByteAccess access_to(std::size_t offset) {
@@ -115,28 +113,24 @@ ByteAccess access_to(std::size_t offset) {
     return {};
   }
   const std::size_t shift = offset % 4 * 8;
-  return {static_cast<std::byte>(entry->writable >> shift),
-          static_cast<std::byte>(entry->cleared_by_ones >> shift)};
+  return {static_cast<std::uint8_t>(entry->writable >> shift),
+          static_cast<std::uint8_t>(entry->cleared_by_ones >> shift)};
 }
 
 }  // namespace
 
 PciConfig::PciConfig(Adapter& adapter)
-    : adapter_{adapter},
-      bytes_{adapter.load_record<Space>(saved_name).value_or(space_of(adapter.topology()))} {}
+    : bytes_{adapter, "pci-config", space_of(adapter.topology())} {}
 
-void PciConfig::write(std::size_t offset, std::span<const std::byte> data) {
-  for (const std::byte given : data) {
-    if (offset >= size) {
-      break;
+void PciConfig::write(std::size_t offset, std::span<const std::uint8_t> data) {
+  bytes_.change([&](Space& bytes) {
+    for (const std::uint8_t given : data.first(std::min(data.size(), size - offset))) {
+      const ByteAccess access = access_to(offset);
+      std::uint8_t& byte = bytes.at(offset++);
+      byte = static_cast<std::uint8_t>((byte & ~access.writable) | (given & access.writable));
+      byte = static_cast<std::uint8_t>(byte & ~(given & access.cleared_by_ones));
     }
-    const ByteAccess access = access_to(offset);
-    std::byte& byte = bytes_.at(offset);
-    byte = (byte & ~access.writable) | (given & access.writable);
-    byte &= ~(given & access.cleared_by_ones);
-    ++offset;
-  }
-  adapter_.save_record(saved_name, bytes_);
+  });
 }
 
 }  // namespace ravnsim

@@ -4,7 +4,7 @@
  */
 #pragma once
 
-#include "simulator/board/adapter.h"
+#include "simulator/board/saved.h"
 
 #include <array>
 #include <cstddef>
@@ -26,14 +26,13 @@ class PciConfig {
 
   explicit PciConfig(Adapter& adapter);
 
-  [[nodiscard]] std::span<const std::byte> bytes() const { return bytes_; }
+  [[nodiscard]] std::span<const std::uint8_t> bytes() const { return bytes_.get(); }
 
-  /** Writes at an offset; what is beyond the end of the space is left out. */
-  void write(std::size_t offset, std::span<const std::byte> data);
+  /** Writes at an offset within the space; what is beyond the end of the space is left out. */
+  void write(std::size_t offset, std::span<const std::uint8_t> data);
 
  private:
-  Adapter& adapter_;
-  std::array<std::byte, size> bytes_;
+  Saved<std::array<std::uint8_t, size>> bytes_;
 };
 
 }  // namespace ravnsim

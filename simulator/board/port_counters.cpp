@@ -1,16 +1,12 @@
 #include "simulator/board/port_counters.h"
 
-#include "simulator/call/report.h"
-
 #include <algorithm>
-#include <exception>
 #include <limits>
 
 namespace ravnsim {
 
 namespace {
 
-constexpr const char* saved_name = "counters";
 constexpr std::uint64_t not_counted = std::numeric_limits<std::uint64_t>::max();
 constexpr std::uint64_t milliseconds_per_second = 1000;
 
@@ -20,21 +16,10 @@ constexpr std::size_t smallest_frame_data = 256;
 
 }  // namespace
 
-PortCounters::PortCounters(Adapter& adapter, Time now) : adapter_{adapter} {
-  if (const auto saved = adapter.load_record<Saved>(saved_name)) {
-    saved_ = *saved;
-  } else {
-    saved_ = {.loaded_at = now.time_since_epoch().count()};
-    adapter.save_record(saved_name, saved_);
-  }
-}
-
-PortCounters::~PortCounters() {
-  try {
-    adapter_.save_record(saved_name, saved_);
-  } catch (const std::exception& error) {
-    report(error.what());
-  }
+PortCounters::PortCounters(Adapter& adapter, Time now)
+    : topology_{adapter.topology()},
+      kept_{adapter, "counters", {.loaded_at = now.time_since_epoch().count()}} {
+  static_cast<void>(kept_.change());  // a driver that was loaded stays so
 }
 
 PortCounters::Time PortCounters::current_time() {
@@ -42,7 +27,7 @@ PortCounters::Time PortCounters::current_time() {
 }
 
 CounterValues PortCounters::read(Time now) const {
-  const Time loaded{std::chrono::milliseconds{saved_.loaded_at}};
+  const Time loaded{std::chrono::milliseconds{kept_.get().loaded_at}};
   const auto up = std::max(now - loaded, std::chrono::milliseconds{});  // clocks are set back
   const auto stopped =
       stopped_before_ + (stopped_ ? now - stopped_at_ : std::chrono::milliseconds{});
@@ -50,12 +35,12 @@ CounterValues PortCounters::read(Time now) const {
 
   CounterValues values = read_at_load();
   for (std::size_t i = 0; i < values.size(); ++i) {
-    const CounterTopology& topology = adapter_.topology().statistics[i];
+    const CounterTopology& topology = topology_.statistics[i];
     const auto time = i == index_of(Counter::seconds) ? up : with_traffic;
     if (topology.counted) {
-      values[i] += saved_.counted[i] + topology.per_second *
-                                           static_cast<std::uint64_t>(time.count()) /
-                                           milliseconds_per_second;
+      values[i] += kept_.get().counted[i] + topology.per_second *
+                                                static_cast<std::uint64_t>(time.count()) /
+                                                milliseconds_per_second;
     }
   }
   return values;
@@ -63,14 +48,14 @@ CounterValues PortCounters::read(Time now) const {
 
 CounterValues PortCounters::read_at_load() const {
   CounterValues values;
-  std::ranges::transform(
-      adapter_.topology().statistics, values.begin(),
-      [](const CounterTopology& counter) { return counter.counted ? counter.start : not_counted; });
+  std::ranges::transform(topology_.statistics, values.begin(), [](const CounterTopology& counter) {
+    return counter.counted ? counter.start : not_counted;
+  });
   return values;
 }
 
 void PortCounters::add(Counter counter, std::uint64_t count) {
-  saved_.counted[index_of(counter)] += count;
+  kept_.change().counted[index_of(counter)] += count;
 }
 
 void PortCounters::add_exchange(std::size_t sent_bytes, std::size_t received_bytes) {
@@ -80,7 +65,7 @@ void PortCounters::add_exchange(std::size_t sent_bytes, std::size_t received_byt
 
 void PortCounters::add_frames(Counter frames, Counter words, std::size_t bytes) {
   const std::size_t data =
-      std::max<std::size_t>(adapter_.topology().port.max_frame_size, smallest_frame_data);
+      std::max<std::size_t>(topology_.port.max_frame_size, smallest_frame_data);
   const std::size_t count = 1 + (bytes + data - 1) / data;
   add(frames, count);
   add(words, (count * frame_overhead + bytes + word_size - 1) / word_size);

@@ -4,7 +4,7 @@
  */
 #pragma once
 
-#include "simulator/board/adapter.h"
+#include "simulator/board/saved.h"
 
 #include <array>
 #include <chrono>
@@ -25,9 +25,6 @@ class PortCounters {
   using Time = std::chrono::sys_time<std::chrono::milliseconds>;
 
   explicit PortCounters(Adapter& adapter, Time now = current_time());
-  PortCounters(const PortCounters&) = delete;
-  PortCounters& operator=(const PortCounters&) = delete;
-  ~PortCounters();
 
   /** What the counters read at a time. */
   [[nodiscard]] CounterValues read(Time now = current_time()) const;
@@ -46,7 +43,7 @@ class PortCounters {
   void resume_traffic(Time now = current_time());
 
  private:
-  struct Saved {
+  struct Kept {
     std::int64_t loaded_at;
     CounterValues counted;
   };
@@ -54,8 +51,8 @@ class PortCounters {
   static Time current_time();
   void add_frames(Counter frames, Counter words, std::size_t bytes);
 
-  Adapter& adapter_;
-  Saved saved_;
+  const BoardTopology& topology_;
+  SavedAtEnd<Kept> kept_;
   bool stopped_ = false;
   Time stopped_at_{};
   std::chrono::milliseconds stopped_before_{};

@@ -20,7 +20,7 @@ std::uint32_t region_length(std::uint32_t region) {
   return found != lengths.end() ? found->second : 0;
 }
 
-RegionStatus Regions::read(std::uint32_t region, std::vector<std::byte>& contents) const {
+RegionStatus Regions::read(std::uint32_t region, std::vector<std::uint8_t>& contents) const {
   const std::uint32_t length = region_length(region);
   if (length == 0) {
     return RegionStatus::unknown;
@@ -37,7 +37,7 @@ RegionStatus Regions::read(std::uint32_t region, std::vector<std::byte>& content
   return RegionStatus::completed;
 }
 
-RegionStatus Regions::write(std::uint32_t region, std::span<const std::byte> bytes) {
+RegionStatus Regions::write(std::uint32_t region, std::span<const std::uint8_t> bytes) {
   const std::uint32_t length = region_length(region);
   if (length == 0) {
     return RegionStatus::unknown;
@@ -48,7 +48,7 @@ RegionStatus Regions::write(std::uint32_t region, std::span<const std::byte> byt
   if (const RegionTopology* given = initial(region); given != nullptr && given->locked) {
     return RegionStatus::locked;
   }
-  std::vector<std::byte> contents{bytes.begin(), bytes.end()};
+  std::vector<std::uint8_t> contents{bytes.begin(), bytes.end()};
   contents.resize(length);
   adapter_.save(saved_name(region), contents);
   return RegionStatus::completed;

@@ -32,10 +32,10 @@ class Regions {
   explicit Regions(Adapter& adapter) : adapter_{adapter} {}
 
   /** Reads a whole region. */
-  RegionStatus read(std::uint32_t region, std::vector<std::byte>& contents) const;
+  RegionStatus read(std::uint32_t region, std::vector<std::uint8_t>& contents) const;
 
   /** Writes a region: the bytes, and zeros behind them. */
-  RegionStatus write(std::uint32_t region, std::span<const std::byte> bytes);
+  RegionStatus write(std::uint32_t region, std::span<const std::uint8_t> bytes);
 
  private:
   [[nodiscard]] const RegionTopology* initial(std::uint32_t region) const;

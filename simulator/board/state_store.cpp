@@ -48,7 +48,8 @@ void sync(const FileDescriptor& file, const fs::path& path) {
   }
 }
 
-void write_all(const FileDescriptor& file, std::span<const std::byte> bytes, const fs::path& path) {
+void write_all(const FileDescriptor& file, std::span<const std::uint8_t> bytes,
+               const fs::path& path) {
   while (!bytes.empty()) {
     const ssize_t written = ::write(file.get(), bytes.data(), bytes.size());
     if (written < 0 && errno != EINTR) {
@@ -58,8 +59,8 @@ void write_all(const FileDescriptor& file, std::span<const std::byte> bytes, con
   }
 }
 
-std::vector<std::byte> read_all(const FileDescriptor& file, const fs::path& path) {
-  std::vector<std::byte> contents;
+std::vector<std::uint8_t> read_all(const FileDescriptor& file, const fs::path& path) {
+  std::vector<std::uint8_t> contents;
   constexpr std::size_t step = 65536;
   while (true) {
     const std::size_t filled = contents.size();
@@ -111,7 +112,7 @@ StateStore::StateStore(fs::path folder) : folder_{std::move(folder)} {
   lock_ = lock_folder(*folder_);
 }
 
-std::optional<std::vector<std::byte>> StateStore::read(const std::string& key) const {
+std::optional<std::vector<std::uint8_t>> StateStore::read(const std::string& key) const {
   if (!folder_) {
     const auto found = memory_.find(key);
     return found != memory_.end() ? std::optional{found->second} : std::nullopt;
@@ -123,7 +124,7 @@ std::optional<std::vector<std::byte>> StateStore::read(const std::string& key) c
   return read_all(open_file(path, O_RDONLY), path);
 }
 
-void StateStore::write(const std::string& key, std::span<const std::byte> blob) {
+void StateStore::write(const std::string& key, std::span<const std::uint8_t> blob) {
   if (!folder_) {
     memory_[key].assign(blob.begin(), blob.end());
     return;

@@ -58,10 +58,10 @@ class StateStore {
   explicit StateStore(std::filesystem::path folder);
 
   /** A blob, or nothing when it was never written. */
-  [[nodiscard]] std::optional<std::vector<std::byte>> read(const std::string& key) const;
+  [[nodiscard]] std::optional<std::vector<std::uint8_t>> read(const std::string& key) const;
 
   /** Writes a blob; it is on the disk when the function returns. */
-  void write(const std::string& key, std::span<const std::byte> blob);
+  void write(const std::string& key, std::span<const std::uint8_t> blob);
 
   /** Forgets a blob. */
   void remove(const std::string& key);
@@ -69,7 +69,7 @@ class StateStore {
  private:
   std::optional<std::filesystem::path> folder_;
   FileDescriptor lock_;
-  std::map<std::string, std::vector<std::byte>> memory_;
+  std::map<std::string, std::vector<std::uint8_t>> memory_;
 };
 
 }  // namespace ravnsim

@@ -20,7 +20,7 @@ Parameter::Parameter(const DeclaredParameter& declared, void* caller)
     : direction_{declared.direction},
       size_{size_of_copy(declared)},
       caller_{caller},
-      copy_{std::make_unique<std::byte[]>(size_)} {
+      copy_{std::make_unique<std::uint8_t[]>(size_)} {
   if (caller_ == nullptr) {
     throw Refusal{ChannelError::missing_parameter};
   }

@@ -22,7 +22,7 @@ class Parameter {
   [[nodiscard]] Direction direction() const { return direction_; }
 
   /** The copy; of a data descriptor, the descriptor itself. Aligned for every record. */
-  [[nodiscard]] std::span<std::byte> bytes() const { return {copy_.get(), size_}; }
+  [[nodiscard]] std::span<std::uint8_t> bytes() const { return {copy_.get(), size_}; }
 
   /** Copies back what is declared as output. */
   void copy_back() const;
@@ -31,7 +31,7 @@ class Parameter {
   Direction direction_;
   std::size_t size_;
   void* caller_;
-  std::unique_ptr<std::byte[]> copy_;
+  std::unique_ptr<std::uint8_t[]> copy_;
 };
 
 /** Copies all parameters of a call in; throws a Refusal when they are not what was declared. */

@@ -28,13 +28,13 @@ const Parameter& Request::parameter(std::size_t number) const {
 
 CommandBlock& Request::block() const { return output<CommandBlock>(0); }
 
-std::span<const std::byte> Request::input_bytes(std::size_t number) const {
+std::span<const std::uint8_t> Request::input_bytes(std::size_t number) const {
   const Parameter& found = parameter(number);
   require(found.direction() == Direction::input || found.direction() == Direction::in_out, number);
   return found.bytes();
 }
 
-std::span<std::byte> Request::output_bytes(std::size_t number) const {
+std::span<std::uint8_t> Request::output_bytes(std::size_t number) const {
   const Parameter& found = parameter(number);
   require(found.direction() == Direction::output || found.direction() == Direction::in_out, number);
   return found.bytes();
@@ -50,7 +50,7 @@ vmk_MgmtDataDescriptor Request::descriptor(std::size_t number) const {
 
 std::size_t Request::room_behind(std::size_t number) const { return descriptor(number).length; }
 
-std::size_t Request::write_behind(std::size_t number, std::span<const std::byte> bytes) const {
+std::size_t Request::write_behind(std::size_t number, std::span<const std::uint8_t> bytes) const {
   const vmk_MgmtDataDescriptor target = descriptor(number);
   const std::size_t length = std::min<std::size_t>(target.length, bytes.size());
   if (length == 0) {

@@ -47,16 +47,16 @@ class Request {
   }
 
   /** All bytes that the caller gives in a parameter. */
-  [[nodiscard]] std::span<const std::byte> input_bytes(std::size_t parameter) const;
+  [[nodiscard]] std::span<const std::uint8_t> input_bytes(std::size_t parameter) const;
 
   /** All bytes that the caller gets in a parameter. */
-  [[nodiscard]] std::span<std::byte> output_bytes(std::size_t parameter) const;
+  [[nodiscard]] std::span<std::uint8_t> output_bytes(std::size_t parameter) const;
 
   /** How many bytes there are where a data descriptor points. */
   [[nodiscard]] std::size_t room_behind(std::size_t descriptor) const;
 
   /** Writes where a data descriptor points, as much as has room there; returns how much that is. */
-  std::size_t write_behind(std::size_t descriptor, std::span<const std::byte> bytes) const;
+  std::size_t write_behind(std::size_t descriptor, std::span<const std::uint8_t> bytes) const;
 
   /** When the fault file has this effect on this call: the value that goes with it, 0 by default.
       The command's handler table entry lists the effects that it asks for. */

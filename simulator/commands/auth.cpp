@@ -1,6 +1,6 @@
 #include "simulator/board/adapter.h"
 #include "simulator/board/port_list.h"
-#include "simulator/board/record_blob.h"
+#include "simulator/board/saved.h"
 #include "simulator/call/handler_table.h"
 #include "simulator/call/request.h"
 
@@ -97,8 +97,8 @@ constexpr std::uint8_t next_entry = 1;        // the flag of a read that walks t
 template <typename Record>
 class PairTable {
  public:
-  PairTable(const Adapter& adapter, const char* name)
-      : records_{load_records<Record>(adapter, name)} {}
+  PairTable(Adapter& adapter, const char* name)
+      : saved_{adapter, name}, records_{saved_.records()} {}
 
   [[nodiscard]] const std::vector<Record>& records() const { return records_; }
 
@@ -126,6 +126,16 @@ class PairTable {
 
   void clear() { records_.clear(); }
 
+  void persist() {
+    saved_.change([this](std::vector<Record>& records) { records = records_; });
+  }
+
+  /** Forgets what was persisted, too. */
+  void erase() {
+    clear();
+    saved_.forget();
+  }
+
  private:
   static PortPair ports_of(const Record& record) { return record.ports; }
 
@@ -133,54 +143,27 @@ class PairTable {
     return std::ranges::lower_bound(records_, ports, {}, ports_of);
   }
 
+  SavedList<Record> saved_;
   std::vector<Record> records_;
 };
 
 /** What is in force. It lasts as long as the driver unless it is persisted. */
-class AuthTables {
- public:
+struct AuthTables {
   explicit AuthTables(Adapter& adapter)
-      : configs{adapter, configs_name},
-        passwords{adapter, passwords_name},
-        statuses{adapter, statuses_name},
-        adapter_{adapter} {}
+      : configs{adapter, "auth-configs"},
+        passwords{adapter, "auth-passwords"},
+        statuses{adapter, "auth-statuses"} {}
 
-  void persist() {
-    save_records(adapter_, configs_name, configs.records());
-    save_records(adapter_, passwords_name, passwords.records());
-    save_records(adapter_, statuses_name, statuses.records());
-  }
-
-  void remove(const PortPair& ports) {
-    configs.remove(ports);
-    passwords.remove(ports);
-    statuses.remove(ports);
-  }
-
-  void clear() {
-    configs.clear();
-    passwords.clear();
-    statuses.clear();
-  }
-
-  /** Forgets what was persisted, too. */
-  void erase() {
-    clear();
-    for (const char* name : {configs_name, passwords_name, statuses_name}) {
-      adapter_.forget(name);
-    }
+  template <typename Work>
+  void for_each(Work work) {
+    work(configs);
+    work(passwords);
+    work(statuses);
   }
 
   PairTable<ConfigRecord> configs;
   PairTable<PasswordRecord> passwords;
   PairTable<StatusRecord> statuses;
-
- private:
-  static constexpr const char* configs_name = "auth-configs";
-  static constexpr const char* passwords_name = "auth-passwords";
-  static constexpr const char* statuses_name = "auth-statuses";
-
-  Adapter& adapter_;
 };
 
 constexpr Guard offers_auth{
@@ -234,23 +217,23 @@ DriverStatus delete_config(Adapter& adapter, Request& request) {
   auto& tables = adapter.state<AuthTables>();
   const PortPair ports = request.input<ConfigRecord>(1).ports;
   if (request.input<std::uint8_t>(2) != 0) {
-    tables.clear();
+    tables.for_each([](auto& table) { table.clear(); });
     return DriverStatus::success;
   }
   if (tables.configs.find(ports) == nullptr) {
     return DriverStatus::not_found;
   }
-  tables.remove(ports);
+  tables.for_each([&](auto& table) { table.remove(ports); });
   return DriverStatus::success;
 }
 
 DriverStatus persist(Adapter& adapter, Request& /*request*/) {
-  adapter.state<AuthTables>().persist();
+  adapter.state<AuthTables>().for_each([](auto& table) { table.persist(); });
   return DriverStatus::success;
 }
 
 DriverStatus delete_object(Adapter& adapter, Request& /*request*/) {
-  adapter.state<AuthTables>().erase();
+  adapter.state<AuthTables>().for_each([](auto& table) { table.erase(); });
   return DriverStatus::success;
 }
 

@@ -28,7 +28,7 @@ static_assert(offsetof(ElsDestination, fc_id) == 8);
 /** The part of a parameter that the caller says it filled; nothing when it holds less. */
 std::optional<std::span<const std::uint8_t>> payload(const Request& request, std::size_t number,
                                                      std::uint32_t size) {
-  const auto bytes = wire_bytes(request.input_bytes(number));
+  const auto bytes = request.input_bytes(number);
   return size <= bytes.size() ? std::optional{bytes.first(size)} : std::nullopt;
 }
 
@@ -37,7 +37,7 @@ DriverStatus give(Adapter& adapter, const Request& request, std::size_t number,
                   const ByteVector& answer) {
   CommandBlock& block = request.block();
   const std::uint32_t room = block.reply_size;
-  const auto output = wire_bytes(request.output_bytes(number));
+  const auto output = request.output_bytes(number);
   block.reply_size = static_cast<std::uint32_t>(answer.size());
   adapter.state<PortCounters>().add_exchange(block.request_size, answer.size());
   if (answer.size() > std::min<std::size_t>(room, output.size())) {
@@ -84,7 +84,7 @@ DriverStatus send_management_command(Adapter& adapter, Request& request) {
 /** Takes what looks like a CT_IU; nobody waits for it. */
 DriverStatus send_management_response(Adapter& /*adapter*/, Request& request) {
   constexpr std::uint8_t newest_revision = 3;
-  const std::uint8_t revision = wire_bytes(request.input_bytes(1)).front();
+  const std::uint8_t revision = request.input_bytes(1).front();
   return revision == 0 || revision > newest_revision ? DriverStatus::not_permitted
                                                      : DriverStatus::success;
 }

@@ -1,5 +1,5 @@
 #include "simulator/board/adapter.h"
-#include "simulator/board/record_blob.h"
+#include "simulator/board/saved.h"
 #include "simulator/call/handler_table.h"
 #include "simulator/call/report.h"
 #include "simulator/call/request.h"
@@ -30,33 +30,12 @@ static_assert(sizeof(Rule) == 36);
 static_assert(sizeof(RuleTable) == 35932);
 
 /** The rules and whether they apply; the driver remembers both. */
-class FcpPriorityState {
- public:
+struct FcpPriorityState {
   explicit FcpPriorityState(Adapter& adapter)
-      : adapter_{adapter},
-        rules_{load_records<Rule>(adapter, rules_name)},
-        flag_{adapter.load_record<std::uint32_t>(flag_name).value_or(0)} {}
+      : rules{adapter, "fcp-priority-rules"}, flag{adapter, "fcp-priority-flag"} {}
 
-  [[nodiscard]] const std::vector<Rule>& rules() const { return rules_; }
-  [[nodiscard]] std::uint32_t flag() const { return flag_; }
-
-  void set_rules(std::vector<Rule> rules) {
-    rules_ = std::move(rules);
-    save_records(adapter_, rules_name, rules_);
-  }
-
-  void set_flag(std::uint32_t flag) {
-    flag_ = flag;
-    adapter_.save_record(flag_name, flag);
-  }
-
- private:
-  static constexpr const char* rules_name = "fcp-priority-rules";
-  static constexpr const char* flag_name = "fcp-priority-flag";
-
-  Adapter& adapter_;
-  std::vector<Rule> rules_;
-  std::uint32_t flag_;
+  SavedList<Rule> rules;
+  Saved<std::uint32_t> flag;
 };
 
 /** The fields before a rule's first wildcard. */
@@ -72,7 +51,7 @@ bool is_ordered(const std::vector<Rule>& rules) {
 }
 
 DriverStatus get_rules(Adapter& adapter, Request& request) {
-  const auto& rules = adapter.state<FcpPriorityState>().rules();
+  const auto& rules = adapter.state<FcpPriorityState>().rules.records();
   auto& table = request.output<RuleTable>(1);
   const std::size_t room = std::min<std::size_t>(request.block().request_size, table.rules.size());
   table.count = static_cast<std::uint32_t>(rules.size());
@@ -86,17 +65,17 @@ DriverStatus set_rules(Adapter& adapter, Request& request) {
       table.count > adapter.topology().offers.fcp_priority.limit) {
     return DriverStatus::does_not_fit;
   }
-  std::vector<Rule> rules(table.rules.begin(), table.rules.begin() + table.count);
+  const std::vector<Rule> rules(table.rules.begin(), table.rules.begin() + table.count);
   if (!is_ordered(rules)) {
     report("RAVN_MGMT_SET_FCP_PRIORITY: a general rule stands before a more specific one");
     return DriverStatus::not_permitted;
   }
-  adapter.state<FcpPriorityState>().set_rules(std::move(rules));
+  adapter.state<FcpPriorityState>().rules.change([&](std::vector<Rule>& known) { known = rules; });
   return DriverStatus::success;
 }
 
 DriverStatus get_flag(Adapter& adapter, Request& request) {
-  request.block().code = adapter.state<FcpPriorityState>().flag();
+  request.block().code = adapter.state<FcpPriorityState>().flag.get();
   return DriverStatus::success;
 }
 
@@ -105,7 +84,7 @@ DriverStatus set_flag(Adapter& adapter, Request& request) {
   if (flag > 1) {
     return DriverStatus::not_permitted;
   }
-  adapter.state<FcpPriorityState>().set_flag(flag);
+  adapter.state<FcpPriorityState>().flag.set(flag);
   return DriverStatus::success;
 }
 

@@ -45,7 +45,7 @@ DriverStatus run_loopback(Adapter& adapter, Request& request) {
   }
   std::ranges::copy(sent.first(size), received.begin());
   if (const auto place = request.effect("corrupt")) {
-    received[*place % size] ^= std::byte{0xFF};
+    received[*place % size] ^= std::uint8_t{0xFF};
   }
   return DriverStatus::success;
 }

@@ -53,7 +53,7 @@ DriverStatus pass_mailbox(Adapter& adapter, Request& request) {
 /** An SLI_CONFIG mailbox that the driver takes together with its external data. */
 struct ExtendedMailbox {
   FirmwareMailbox mailbox;
-  std::byte data[4096 - sizeof(FirmwareMailbox)];
+  std::uint8_t data[4096 - sizeof(FirmwareMailbox)];
 };
 
 static_assert(sizeof(ExtendedMailbox) == 4096);
@@ -62,14 +62,14 @@ enum class Transfer : std::uint32_t { read = 1, write = 2 };
 
 constexpr const char* saved_object = "sli-config-data";
 
-std::uint16_t transfer(Adapter& adapter, Transfer direction, std::span<std::byte> data) {
+std::uint16_t transfer(Adapter& adapter, Transfer direction, std::span<std::uint8_t> data) {
   if (direction == Transfer::write) {
     adapter.save(saved_object, data);
     return mailbox_completed;
   }
-  const auto object = adapter.load(saved_object).value_or(std::vector<std::byte>{});
+  const auto object = adapter.load(saved_object).value_or(std::vector<std::uint8_t>{});
   const std::size_t size = std::min(object.size(), data.size());
-  std::ranges::fill(data, std::byte{0});
+  std::ranges::fill(data, std::uint8_t{0});
   std::copy_n(object.begin(), size, data.begin());
   return mailbox_completed;
 }

@@ -1,6 +1,6 @@
 #include "simulator/board/adapter.h"
 #include "simulator/board/port_list.h"
-#include "simulator/board/record_blob.h"
+#include "simulator/board/saved.h"
 #include "simulator/call/handler_table.h"
 #include "simulator/call/request.h"
 #include "simulator/commands/guards.h"
@@ -54,48 +54,44 @@ struct Rule {
 
 class OasState {
  public:
-  explicit OasState(Adapter& adapter)
-      : adapter_{adapter}, rules_{load_records<Rule>(adapter, saved_name)} {}
+  explicit OasState(Adapter& adapter) : rules_{adapter, "oas-rules"} {}
 
-  [[nodiscard]] const std::vector<Rule>& rules() const { return rules_; }
+  [[nodiscard]] const std::vector<Rule>& rules() const { return rules_.records(); }
 
   /** Sets a rule, or changes its priority. */
   DriverStatus set(const Rule& rule, std::uint32_t limit) {
     const auto known = find(rule);
-    if (known != rules_.end()) {
-      if (known->priority == rule.priority && known->has_priority == rule.has_priority) {
-        return DriverStatus::oas_rule_already_set;
-      }
-      *known = rule;
-    } else if (rules_.size() >= limit) {
-      return DriverStatus::oas_rule_table_full;
-    } else {
-      rules_.push_back(rule);
+    if (known != rules().end() && known->priority == rule.priority &&
+        known->has_priority == rule.has_priority) {
+      return DriverStatus::oas_rule_already_set;
     }
-    save_records(adapter_, saved_name, rules_);
+    if (known == rules().end() && rules().size() >= limit) {
+      return DriverStatus::oas_rule_table_full;
+    }
+    const auto place = known - rules().begin();
+    rules_.change([&](std::vector<Rule>& rules) {
+      rules.resize(std::max(rules.size(), static_cast<std::size_t>(place + 1)));
+      rules.at(static_cast<std::size_t>(place)) = rule;
+    });
     return DriverStatus::success;
   }
 
   DriverStatus clear(const Rule& rule) {
     const auto known = find(rule);
-    if (known == rules_.end()) {
+    if (known == rules().end()) {
       return DriverStatus::not_found;
     }
-    rules_.erase(known);
-    save_records(adapter_, saved_name, rules_);
+    rules_.change([&](std::vector<Rule>& rules) { rules.erase(known); });
     return DriverStatus::success;
   }
 
  private:
-  static constexpr const char* saved_name = "oas-rules";
-
-  std::vector<Rule>::iterator find(const Rule& rule) {
-    return std::ranges::find_if(rules_,
+  [[nodiscard]] std::vector<Rule>::const_iterator find(const Rule& rule) const {
+    return std::ranges::find_if(rules(),
                                 [&](const Rule& other) { return other.names_the_same(rule); });
   }
 
-  Adapter& adapter_;
-  std::vector<Rule> rules_;
+  SavedList<Rule> rules_;
 };
 
 /** Takes hex numbers of a fixed length off a text. */
@@ -139,7 +135,7 @@ std::optional<Rule> parse_rule(std::string_view text, std::int32_t version) {
   return reader.at_end() ? std::optional{rule} : std::nullopt;
 }
 
-std::string_view text_of(std::span<const std::byte> bytes) {
+std::string_view text_of(std::span<const std::uint8_t> bytes) {
   const std::string_view text{reinterpret_cast<const char*>(bytes.data()), bytes.size()};
   return text.substr(0, text.find('\0'));
 }

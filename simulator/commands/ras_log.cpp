@@ -1,4 +1,4 @@
-#include "simulator/board/adapter.h"
+#include "simulator/board/saved.h"
 #include "simulator/call/handler_table.h"
 #include "simulator/call/request.h"
 
@@ -66,48 +66,43 @@ std::array<char, line_length> line(std::uint64_t number) {
 class RasLog {
  public:
   explicit RasLog(Adapter& adapter)
-      : adapter_{adapter},
-        size_{adapter.topology().offers.ras_log->buffer_units * buffer_unit},
-        state_{adapter.load_record<State>(saved_name).value_or(State{})} {}
+      : topology_{*adapter.topology().offers.ras_log},
+        size_{topology_.buffer_units * buffer_unit},
+        state_{adapter, "ras-log"} {}
 
-  [[nodiscard]] bool active() const { return state_.active != 0; }
-  [[nodiscard]] std::uint8_t level() const { return static_cast<std::uint8_t>(state_.level); }
+  [[nodiscard]] bool active() const { return state_.get().active != 0; }
+  [[nodiscard]] std::uint8_t level() const { return static_cast<std::uint8_t>(state_.get().level); }
 
-  void start(std::uint8_t level) {
-    state_ = {.active = 1, .level = level, .written = 0};
-    save();
-  }
+  void start(std::uint8_t level) { state_.set({.active = 1, .level = level, .written = 0}); }
 
   void stop() {
-    state_.active = 0;
-    save();
+    state_.change([](State& state) { state.active = 0; });
   }
 
   void grow() {
     if (active()) {
-      const std::uint32_t bytes = adapter_.topology().offers.ras_log->bytes_per_command;
-      state_.written += bytes - bytes % line_length;
-      save();
+      const std::uint32_t bytes = topology_.bytes_per_command;
+      state_.change([&](State& state) { state.written += bytes - bytes % line_length; });
     }
   }
 
   [[nodiscard]] std::uint32_t available() const {
-    return static_cast<std::uint32_t>(std::min<std::uint64_t>(state_.written, size_));
+    return static_cast<std::uint32_t>(std::min<std::uint64_t>(state_.get().written, size_));
   }
 
   [[nodiscard]] std::uint32_t oldest() const {
-    return state_.written > size_ ? static_cast<std::uint32_t>(state_.written % size_) : 0;
+    return state_.get().written > size_ ? static_cast<std::uint32_t>(state_.get().written % size_)
+                                        : 0;
   }
 
   /** The bytes of the ring from an offset on. */
-  [[nodiscard]] std::vector<std::byte> read(std::uint32_t offset, std::size_t size) const {
-    std::vector<std::byte> bytes;
+  [[nodiscard]] std::vector<std::uint8_t> read(std::uint32_t offset, std::size_t size) const {
+    std::vector<std::uint8_t> bytes;
     bytes.reserve(size + line_length);
     const std::size_t skipped = offset % line_length;
     for (std::uint64_t at = offset - skipped; bytes.size() < skipped + size; at += line_length) {
       const auto text = line(line_at(at));
-      std::ranges::transform(text, std::back_inserter(bytes),
-                             [](char character) { return static_cast<std::byte>(character); });
+      bytes.insert(bytes.end(), text.begin(), text.end());
     }
     return {bytes.begin() + static_cast<std::ptrdiff_t>(skipped),
             bytes.begin() + static_cast<std::ptrdiff_t>(skipped + size)};
@@ -120,19 +115,15 @@ class RasLog {
     std::uint64_t written = 0;
   };
 
-  static constexpr const char* saved_name = "ras-log";
-
   /** The number of the last line that was written at that place of the ring. */
   [[nodiscard]] std::uint64_t line_at(std::uint64_t at) const {
-    const std::uint64_t rounds = (state_.written - at - 1) / size_;
+    const std::uint64_t rounds = (state_.get().written - at - 1) / size_;
     return (at + rounds * size_) / line_length;
   }
 
-  void save() { adapter_.save_record(saved_name, state_); }
-
-  Adapter& adapter_;
+  const RasLogTopology& topology_;
   std::uint64_t size_;
-  State state_;
+  Saved<State> state_;
 };
 
 constexpr Guard offers_ras_log{

@@ -13,7 +13,7 @@ namespace {
 
 /** The bytes of one transfer. */
 struct Transfer {
-  std::byte bytes[4096];
+  std::uint8_t bytes[4096];
 };
 
 /** Whether a range of so many bytes lies within one transfer and within `size`. */

@@ -35,7 +35,7 @@ DriverStatus dump_region(Adapter& adapter, Request& request) {
   if (block.request_size > room.size()) {
     return DriverStatus::does_not_fit;
   }
-  std::vector<std::byte> contents;
+  std::vector<std::uint8_t> contents;
   auto& status = request.output<std::uint32_t>(3);
   status = mailbox_status(request, [&] {
     return adapter.state<Regions>().read(request.input<DumpRequest>(1).region, contents);

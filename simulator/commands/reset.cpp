@@ -4,6 +4,7 @@
 #include "simulator/board/board_state.h"
 #include "simulator/board/link.h"
 #include "simulator/board/loopback_state.h"
+#include "simulator/board/saved.h"
 #include "simulator/call/handler_table.h"
 #include "simulator/call/request.h"
 #include "simulator/commands/guards.h"
@@ -57,24 +58,15 @@ DriverStatus reset(Adapter& adapter, Request& request) {
 }
 
 /** The dumps that a board has made. */
-class DumpState {
- public:
-  explicit DumpState(Adapter& adapter)
-      : adapter_{adapter}, count_{adapter.load_record<std::uint32_t>(saved_name).value_or(0)} {}
+struct DumpState {
+  explicit DumpState(Adapter& adapter) : count{adapter, "dumps"} {}
 
-  [[nodiscard]] std::uint32_t count() const { return count_; }
-  void take() { adapter_.save_record(saved_name, ++count_); }
-
- private:
-  static constexpr const char* saved_name = "dumps";
-
-  Adapter& adapter_;
-  std::uint32_t count_;
+  Saved<std::uint32_t> count;
 };
 
 /** The firmware writes its memory out and starts anew. */
 DriverStatus induce_dump(Adapter& adapter, Request& /*request*/) {
-  adapter.state<DumpState>().take();
+  adapter.state<DumpState>().count.change([](std::uint32_t& count) { ++count; });
   reset_board(adapter);
   return DriverStatus::success;
 }
@@ -105,7 +97,7 @@ DriverStatus describe_dump_region(Adapter& adapter, Request& request) {
   request.output<DumpRegion>(1) = {
       .address = first_address + std::uint64_t{adapter.topology().driver_number} * size,
       .size = size,
-      .dumps = adapter.state<DumpState>().count()};
+      .dumps = adapter.state<DumpState>().count.get()};
   block.reply_size = std::min<std::uint32_t>(block.request_size, sizeof(DumpRegion));
   return DriverStatus::success;
 }

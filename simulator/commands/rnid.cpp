@@ -2,6 +2,7 @@
 #include "simulator/board/adapter.h"
 #include "simulator/board/port_counters.h"
 #include "simulator/board/port_list.h"
+#include "simulator/board/saved.h"
 #include "simulator/call/handler_table.h"
 #include "simulator/call/request.h"
 
@@ -12,8 +13,6 @@
 namespace ravnsim {
 
 namespace {
-
-constexpr const char* saved_name = "rnid";
 
 /** A board's own RNID management information. */
 struct ManagementRecord {
@@ -141,14 +140,20 @@ ManagementRecord usual_record(const PortTopology& port) {
           .topology_flags = port.rnid.topology_flags};
 }
 
+struct ManagementState {
+  explicit ManagementState(Adapter& adapter)
+      : record{adapter, "rnid", usual_record(adapter.topology().port)} {}
+
+  Saved<ManagementRecord> record;
+};
+
 DriverStatus get_management_info(Adapter& adapter, Request& request) {
-  request.output<ManagementRecord>(1) = adapter.load_record<ManagementRecord>(saved_name)
-                                            .value_or(usual_record(adapter.topology().port));
+  request.output<ManagementRecord>(1) = adapter.state<ManagementState>().record.get();
   return DriverStatus::success;
 }
 
 DriverStatus set_management_info(Adapter& adapter, Request& request) {
-  adapter.save_record(saved_name, request.input<ManagementRecord>(1));
+  adapter.state<ManagementState>().record.set(request.input<ManagementRecord>(1));
   return DriverStatus::success;
 }
 

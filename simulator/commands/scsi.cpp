@@ -49,7 +49,7 @@ DriverStatus execute(Adapter& adapter, Request& request, const Wwn& target,
     return DriverStatus::no_response;
   }
   CommandBlock& block = request.block();
-  const auto buffer = wire_bytes(request.output_bytes(2));
+  const auto buffer = request.output_bytes(2);
   const std::uint32_t data_length = get_number(command.data_length, 0, 4);
   const auto room = std::min<std::size_t>({buffer.size(), block.request_size, data_length});
   if (const auto code = request.effect("sense")) {

@@ -1,5 +1,5 @@
 #include "simulator/board/adapter.h"
-#include "simulator/board/record_blob.h"
+#include "simulator/board/saved.h"
 #include "simulator/call/handler_table.h"
 #include "simulator/call/request.h"
 
@@ -52,23 +52,10 @@ static_assert(sizeof(MachineTable) == 76808);
 constexpr std::uint32_t action_add = 1;
 constexpr std::uint32_t action_remove = 2;
 
-class VmidState {
- public:
-  explicit VmidState(Adapter& adapter)
-      : adapter_{adapter}, machines_{load_records<Machine>(adapter, saved_name)} {}
+struct VmidState {
+  explicit VmidState(Adapter& adapter) : machines{adapter, "vmid"} {}
 
-  [[nodiscard]] const std::vector<Machine>& machines() const { return machines_; }
-
-  void replace(std::vector<Machine> machines) {
-    machines_ = std::move(machines);
-    save_records(adapter_, saved_name, machines_);
-  }
-
- private:
-  static constexpr const char* saved_name = "vmid";
-
-  Adapter& adapter_;
-  std::vector<Machine> machines_;
+  SavedList<Machine> machines;
 };
 
 /** The table as an update is going to leave it. */
@@ -144,7 +131,7 @@ DriverStatus get_qfpa(Adapter& adapter, Request& request) {
 }
 
 DriverStatus get_mapping(Adapter& adapter, Request& request) {
-  const auto& machines = adapter.state<VmidState>().machines();
+  const auto& machines = adapter.state<VmidState>().machines.records();
   auto& table = request.output<MachineTable>(1);
   table = {};
   table.count = static_cast<std::uint32_t>(machines.size());
@@ -159,15 +146,15 @@ DriverStatus update_mapping(Adapter& adapter, Request& request) {
   if (table.count > table.machines.size()) {
     return DriverStatus::not_permitted;
   }
-  auto& state = adapter.state<VmidState>();
-  Update update{state.machines(), *vmid};
+  auto& machines = adapter.state<VmidState>().machines;
+  Update update{machines.records(), *vmid};
   for (std::size_t i = 0; i < table.count; ++i) {
     if (const DriverStatus status = update.apply(table.machines[i]);
         status != DriverStatus::success) {
       return status;
     }
   }
-  state.replace(update.take());
+  machines.change([&](std::vector<Machine>& known) { known = update.take(); });
   return DriverStatus::success;
 }
 

@@ -46,12 +46,4 @@ inline void put_text(ByteVector& bytes, std::string_view text, std::size_t size,
   }
 }
 
-/** A parameter of a command as such bytes. */
-inline std::span<const std::uint8_t> wire_bytes(std::span<const std::byte> bytes) {
-  return {reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()};
-}
-inline std::span<std::uint8_t> wire_bytes(std::span<std::byte> bytes) {
-  return {reinterpret_cast<std::uint8_t*>(bytes.data()), bytes.size()};
-}
-
 }  // namespace ravnsim

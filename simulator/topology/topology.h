@@ -175,8 +175,8 @@ struct NpivTopology {
 /** A region of a board's non-volatile configuration. */
 struct RegionTopology {
   std::uint32_t number = 0;
-  std::vector<std::byte> contents;  ///< until it is written; none: it is empty
-  bool locked = false;              ///< whether it refuses to be written
+  std::vector<std::uint8_t> contents;  ///< until it is written; none: it is empty
+  bool locked = false;                 ///< whether it refuses to be written
 };
 
 /** A Fibre Channel Forwarder that an FCoE board discovered. */

@@ -24,8 +24,8 @@ std::optional<unsigned> digit_of(char digit) {
 }
 
 /** Bytes as hex digits, with or without blanks between them. */
-std::vector<std::byte> read_bytes(const JsonValue& value, std::size_t most) {
-  std::vector<std::byte> bytes;
+std::vector<std::uint8_t> read_bytes(const JsonValue& value, std::size_t most) {
+  std::vector<std::uint8_t> bytes;
   std::optional<unsigned> upper;
   for (const char character : value.text(3 * most, "")) {
     if (character == ' ') {
@@ -36,7 +36,7 @@ std::vector<std::byte> read_bytes(const JsonValue& value, std::size_t most) {
       value.refuse("bytes are written as hex digits");
     }
     if (upper) {
-      bytes.push_back(std::byte(*upper << 4 | *digit));
+      bytes.push_back(std::uint8_t(*upper << 4 | *digit));
       upper.reset();
     } else {
       upper = digit;

@@ -1,4 +1,5 @@
 #include "driver_abi/wwn_request.h"
+#include "simulator/board/saved.h"
 #include "simulator/call/channel_error.h"
 #include "simulator/call/parameters.h"
 #include "simulator/call/request.h"
@@ -179,7 +180,7 @@ TEST_F(ChannelTest, ThreadsMayCallAtOnceThroughChannelsOfTheirOwnOrOfOneAnother)
 TEST_F(ChannelTest, WritesBehindADescriptorNoMoreThanItAdmits) {
   auto memory = filled<16>(0xEE);
   CommandBlock block{};
-  const auto bytes = std::as_bytes(std::span{"0123456789"});
+  const auto bytes = bytes_of(std::span{"0123456789"});
   const auto write = [&](vmk_MgmtDataDescriptor descriptor) {
     void* const caller[] = {&block, &descriptor};
     const DeclaredParameter declared[] = {{sizeof block, Direction::in_out},

@@ -119,7 +119,7 @@ TEST_F(RegionsTest, EmptyLockedAndUnknownRegionsAndWrongLengthsHaveTheirStatuses
 TEST_F(RegionsTest, MailboxesReachTheSameRegionsInSteps) {
   Mailbox write{0x1B, 23, 300, 300};
   write.data.in_bytes = 300;
-  std::fill_n(write.data.bytes, 300, std::byte{0x42});
+  std::fill_n(write.data.bytes, 300, std::uint8_t{0x42});
   pass(write);
   EXPECT_EQ(write.words.status, 0U);
   EXPECT_EQ(dump(23, 1024).bytes[299], 0x42);
@@ -133,8 +133,8 @@ TEST_F(RegionsTest, MailboxesReachTheSameRegionsInSteps) {
   Mailbox middle = read(23, 256);
   EXPECT_EQ(middle.words.status, 0U);
   EXPECT_EQ(middle.words.word(4), 128U);
-  EXPECT_EQ(middle.data.bytes[43], std::byte{0x42});
-  EXPECT_EQ(middle.data.bytes[44], std::byte{0});
+  EXPECT_EQ(middle.data.bytes[43], std::uint8_t{0x42});
+  EXPECT_EQ(middle.data.bytes[44], std::uint8_t{0});
   EXPECT_EQ(read(23, 1000).words.word(4), 24U) << "what is left";
   EXPECT_EQ(read(23, 1024).words.word(4), 0U) << "nothing is left";
   EXPECT_EQ(read(14, 0).words.status, 0xFFFDU);

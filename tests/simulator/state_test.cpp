@@ -17,11 +17,11 @@ namespace ravnsim::test {
 namespace {
 
 using enum DriverStatus;
-using Blob = std::vector<std::byte>;
+using Blob = std::vector<std::uint8_t>;
 
 constexpr std::size_t blob_size = 65536;
 
-Blob blob_of(unsigned byte) { return Blob(blob_size, std::byte(byte)); }
+Blob blob_of(unsigned byte) { return Blob(blob_size, std::uint8_t(byte)); }
 
 /** Runs something in a process of its own. */
 pid_t start_child(const std::function<void()>& body) {

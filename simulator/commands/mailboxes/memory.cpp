@@ -13,7 +13,7 @@ namespace {
 /** The memory that the firmware lends to whoever tests it; lost with the power. */
 struct FirmwareMemory {
   explicit FirmwareMemory(Adapter& /*adapter*/) {}
-  std::array<std::byte, 4096> bytes{};
+  std::array<std::uint8_t, 4096> bytes{};
 };
 
 /** The length that a word holds in its low 24 bits. */

@@ -44,7 +44,7 @@ std::uint16_t dump_memory(Adapter& adapter, MailboxCall& call) {
   if (mailbox.length > call.data.out_bytes) {
     return mailbox_bad_length;
   }
-  std::vector<std::byte> contents;
+  std::vector<std::uint8_t> contents;
   const RegionStatus status = adapter.state<Regions>().read(mailbox.region, contents);
   const std::size_t offset = std::min<std::size_t>(mailbox.offset, contents.size());
   const std::size_t count = std::min<std::size_t>(mailbox.length, contents.size() - offset);
