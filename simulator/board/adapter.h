@@ -4,7 +4,7 @@
  */
 #pragma once
 
-#include "simulator/host/states.h"
+#include "simulator/board/states.h"
 #include "simulator/topology/topology.h"
 
 #include <cstdint>

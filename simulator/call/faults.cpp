@@ -12,8 +12,8 @@ namespace ravnsim {
 namespace {
 
 constexpr std::size_t longest_word = 64;
-constexpr Range<std::uint32_t> errors{1, 4095};
-constexpr Range<std::uint32_t> statuses{1, 0xFFFFFFFF};
+constexpr Range errors{1, 4095};
+constexpr Range statuses{1, 0xFFFFFFFF};
 
 CommandId read_command(const JsonValue& place) {
   const std::string name = place.text(longest_word);
@@ -27,13 +27,17 @@ CommandId read_command(const JsonValue& place) {
 }  // namespace
 
 Fault::Fault(const JsonValue& place, const Topology& topology, const HandlerTable& handlers) {
+  static constexpr Word<std::uint32_t> unlimited[] = {{"always", always}};
   read_object(place, [&](JsonObject& members) {
-    command_ = read_command(members.at("command"));
+    members.required("command", command_, read_command);
     read_board(members.at("board"), topology, handlers);
     const JsonValue times = members.at("times");
-    left_ = times.is_text() ? times.word<std::uint32_t>({{"always", always}})
-                            : times.number<std::uint32_t>({1, always - 1}, 1);
-    skip_ = members.at("skip").number<std::uint32_t>({}, 0);
+    if (times.is_text()) {
+      times.read(left_, unlimited);
+    } else {
+      members.optional("times", left_, Range{1, always - 1});
+    }
+    members.optional("skip", skip_);
     read_kind(members, handlers);
   });
   description_ = place.where() + ": the fault of " + name_of(command_);
@@ -67,16 +71,18 @@ void Fault::read_kind(JsonObject& members, const HandlerTable& handlers) {
   }
 
   if (status.present()) {
-    kind_ = static_cast<DriverStatus>(status.number(statuses));
+    kind_ = static_cast<DriverStatus>(status.number<std::uint32_t>(statuses));
   } else if (error.present()) {
-    kind_ = DeliveryFault{static_cast<int>(error.number(errors))};
+    kind_ = DeliveryFault{error.number<std::uint16_t>(errors)};
   } else {
     const std::string word = effect.text(longest_word);
     if (const auto known = handlers.effects_of(command_);
         std::ranges::find(known, word) == known.end()) {
       effect.refuse("\"" + word + "\" is no effect of " + name_of(command_));
     }
-    kind_ = EffectFault{word, value.number<std::uint32_t>({}, 0)};
+    EffectFault fault{word, 0};
+    members.optional("value", fault.value);
+    kind_ = fault;
   }
 }
 

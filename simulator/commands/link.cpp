@@ -4,10 +4,10 @@
 #include "simulator/board/io_counters.h"
 #include "simulator/board/port_counters.h"
 #include "simulator/board/port_list.h"
-#include "simulator/board/port_speed.h"
 #include "simulator/call/handler_table.h"
 #include "simulator/call/request.h"
 #include "simulator/commands/guards.h"
+#include "simulator/topology/port_speed.h"
 
 #include <algorithm>
 #include <bit>
@@ -164,11 +164,6 @@ struct NodeTable {
 
 static_assert(sizeof(NodeTable) == 14336);
 
-bool is_fcp_target(const PortTopology& port) {
-  constexpr std::size_t fcp_byte = 2;  // type 0x08, in the first of the map's big-endian words
-  return (port.fc4_types_active.at(fcp_byte) & 1) != 0;
-}
-
 DriverStatus list_nodes(Adapter& adapter, Request& request) {
   CommandBlock& block = request.block();
   auto& table = request.output<NodeTable>(1);
@@ -177,7 +172,7 @@ DriverStatus list_nodes(Adapter& adapter, Request& request) {
   const std::size_t count = std::min(room / sizeof(NodeRecord), ports.size());
   std::uint32_t targets = 0;
   for (std::size_t i = 0; i < count; ++i) {
-    const bool target = is_fcp_target(ports[i]);
+    const bool target = has_fc4_type(ports[i].fc4_types_active, fc4_fcp);
     table.entries[i] = {
         .handle = static_cast<std::uint16_t>(i + 1),
         .state = target ? NodeState::mapped : NodeState::logged_in,

@@ -120,7 +120,7 @@ class HexReader {
 };
 
 /** A rule is a kind, two port names, a LUN and, of kind 1, a priority. */
-std::optional<Rule> parse_rule(std::string_view text, std::int32_t version) {
+std::optional<Rule> parse_rule(std::string_view text, std::uint32_t version) {
   HexReader reader{text};
   Rule rule{};
   std::uint8_t kind = 0;
@@ -169,7 +169,7 @@ constexpr Guard is_enabled{
     DriverStatus::feature_disabled};
 
 DriverStatus get_version(Adapter& adapter, Request& request) {
-  request.block().value = static_cast<std::uint32_t>(adapter.topology().offers.oas->version);
+  request.block().value = adapter.topology().offers.oas->version;
   return DriverStatus::success;
 }
 

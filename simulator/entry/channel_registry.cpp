@@ -5,6 +5,7 @@
 #include "simulator/call/report.h"
 #include "simulator/call/request.h"
 #include "simulator/call/signature.h"
+#include "simulator/entry/environment.h"
 #include "simulator/host/host.h"
 #include "simulator/topology/json_reader.h"
 
@@ -56,7 +57,7 @@ ChannelRegistry::~ChannelRegistry() = default;
 std::shared_ptr<Host> ChannelRegistry::host() {
   std::shared_ptr<Host> host = host_.lock();
   if (host == nullptr) {
-    host = Host::from_environment();
+    host = host_of_environment();
     host_ = host;
   }
   return host;

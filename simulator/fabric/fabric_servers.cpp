@@ -51,12 +51,6 @@ std::vector<PortTopology> registered(Adapter& adapter) {
   return ports;
 }
 
-bool has_fc4_type(const PortTopology& port, std::uint32_t type) {
-  // The map is of big-endian words, the type's bit counted from the word's least significant.
-  const std::size_t byte = type / 32 * 4 + (3 - type % 32 / 8);
-  return (port.fc4_types_supported.at(byte) >> type % 8 & 1) != 0;
-}
-
 std::uint8_t name_server_type(PortType type) {
   switch (type) {
     case PortType::n_port:
@@ -135,7 +129,7 @@ CtAnswer of_fc4_type(Adapter& adapter, Bytes request, Describe describe) {
   ByteVector answer;
   std::size_t last = 0;
   for (const PortTopology& port : registered(adapter)) {
-    if (has_fc4_type(port, request[3])) {
+    if (has_fc4_type(port.fc4_types_supported, request[3])) {
       last = answer.size();
       answer.push_back(0);
       put_number(answer, port.fc_id, id_size);

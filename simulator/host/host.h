@@ -6,14 +6,14 @@
 
 #include "simulator/board/adapter.h"
 #include "simulator/board/state_store.h"
+#include "simulator/board/states.h"
 #include "simulator/call/faults.h"
 #include "simulator/call/handler_table.h"
-#include "simulator/host/states.h"
 #include "simulator/topology/topology.h"
 
 #include <cstdint>
 #include <map>
-#include <memory>
+#include <string>
 
 namespace ravnsim {
 
@@ -21,12 +21,6 @@ class Request;
 
 class Host {
  public:
-  /**
-   * The host that the environment names: RAVNSIM_TOPOLOGY its topology file, RAVNSIM_STATE its
-   * state folder, RAVNSIM_FAULTS its fault file. Throws a ConfigurationError or a StateError.
-   */
-  static std::shared_ptr<Host> from_environment();
-
   Host(Topology topology, StateStore store, HandlerTable handlers);
   Host(const Host&) = delete;
   Host& operator=(const Host&) = delete;
@@ -45,11 +39,13 @@ class Host {
     return states_.of<State>(*this);
   }
 
+  /** Has calls fail as a fault file says; throws a ConfigurationError. */
+  void read_faults(const std::string& path);
+
   /** Runs a command and sets its status; throws a Refusal when the callback cannot run. */
   void run(Request& request);
 
  private:
-  void read_faults(const std::string& path);
   [[nodiscard]] DriverStatus answer(const Handler* handler, Request& request);
   [[nodiscard]] Adapter& adapter(std::uint32_t driver_number);
 

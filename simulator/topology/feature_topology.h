@@ -5,7 +5,7 @@
  */
 #pragma once
 
-#include "simulator/fabric/wwn.h"
+#include "simulator/topology/wwn.h"
 
 #include <cstdint>
 #include <optional>
@@ -18,14 +18,16 @@ class JsonObject;
 
 /** FCP priority rules. */
 struct FcpPriorityTopology {
-  std::uint32_t limit = 0;  ///< the most rules that the driver takes
+  static constexpr std::uint32_t most = 998;
+
+  std::uint32_t limit = most;  ///< the most rules that the driver takes
 };
 
 /** Optimized access storage. */
 struct OasTopology {
   bool enabled = true;
-  std::int32_t version = 1;  ///< from 1 on, rules can have a priority
-  std::uint32_t limit = 0;   ///< the most rules
+  std::uint32_t version = 1;  ///< from 1 on, rules can have a priority
+  std::uint32_t limit = 64;   ///< the most rules
 };
 
 /** A range of priorities that the fabric gives to virtual machines. */
@@ -44,8 +46,8 @@ struct VmidTopology {
 /** The firmware log. */
 struct RasLogTopology {
   bool enabled = true;
-  std::uint32_t buffer_units = 1;       ///< in 256 KiB
-  std::uint32_t bytes_per_command = 0;  ///< what the firmware adds between two commands
+  std::uint32_t buffer_units = 1;          ///< in 256 KiB
+  std::uint32_t bytes_per_command = 4096;  ///< what the firmware adds between two commands
 };
 
 /** A port with which the board can authenticate. */
@@ -70,6 +72,6 @@ struct FeatureTopology {
 };
 
 /** Reads the members of a board that describe these. */
-FeatureTopology read_feature_topology(JsonObject& board);
+void read_members(JsonObject& board, FeatureTopology& features);
 
 }  // namespace ravnsim

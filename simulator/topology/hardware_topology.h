@@ -16,7 +16,7 @@ struct BoardTopology;
 /** Where a function is on the PCI bus. */
 struct PciLocation {
   std::uint32_t segment = 0;
-  std::uint32_t bus = 0;
+  std::uint32_t bus = 0;  ///< in a file, by default the driver number + 1
   std::uint32_t device = 0;
   std::uint32_t function = 0;
 };
@@ -24,8 +24,8 @@ struct PciLocation {
 /** What the vital product data say beyond the board's other texts. */
 struct VpdTopology {
   bool present = true;
-  std::string part_number;
-  std::string engineering_change;
+  std::string part_number;         ///< in a file, by default from the model
+  std::string engineering_change;  ///< in a file, the hardware version by default
   std::string manufacture_id;
   std::string asset_tag;
 };
@@ -40,10 +40,10 @@ struct HardwareTopology {
   PciLocation pci;
   VpdTopology vpd;
   TrunkTopology trunk;
-  std::uint32_t memory_size = 0;  ///< bytes
+  std::uint32_t memory_size = 0x4000;  ///< bytes
 };
 
 /** Reads the hardware's members of a board, whose other members are there already. */
-HardwareTopology read_hardware(const BoardTopology& board, JsonObject& members);
+void read_hardware(JsonObject& in, BoardTopology& board);
 
 }  // namespace ravnsim

@@ -131,9 +131,10 @@ std::optional<std::uint64_t> whole_number(const nlohmann::json& value) {
   return value.is_string() ? parse_hex(value.get_ref<const std::string&>()) : std::nullopt;
 }
 
-std::string joined(const std::vector<std::string>& names) {
+template <typename Names>
+std::string joined(const Names& names) {
   std::string text;
-  for (const std::string& name : names) {
+  for (const auto& name : names) {
     text.append(text.empty() ? "" : ", ").append(name);
   }
   return text;
@@ -156,11 +157,11 @@ const nlohmann::json& JsonValue::value() const {
 
 bool JsonValue::is_text() const { return present() && json_->is_string(); }
 
-bool JsonValue::flag() const {
-  if (!value().is_boolean()) {
-    refuse("true or false is wanted here, not " + shown(value()));
+void JsonValue::read(bool& value) const {
+  if (!this->value().is_boolean()) {
+    refuse("true or false is wanted here, not " + shown(*json_));
   }
-  return value().get<bool>();
+  value = json_->get<bool>();
 }
 
 std::uint64_t JsonValue::number_between(std::uint64_t least, std::uint64_t most) const {
@@ -188,14 +189,28 @@ std::string JsonValue::text(std::size_t longest) const {
   return text;
 }
 
-Wwn JsonValue::wwn() const {
+void JsonValue::read(Wwn& value) const {
   constexpr std::size_t longest_wwn = 64;
   const std::string given = text(longest_wwn);
   const auto wwn = parse_wwn(given);
   if (!wwn) {
     refuse("\"" + given + "\" is no world-wide name such as \"10:00:02:00:00:00:00:01\"");
   }
-  return *wwn;
+  value = *wwn;
+}
+
+std::size_t JsonValue::index_of_word(std::span<const std::string_view> words) const {
+  constexpr std::size_t longest_word = 64;
+  const std::string given = text(longest_word);
+  const auto found = std::ranges::find(words, given);
+  if (found == words.end()) {
+    refuse("\"" + given + "\" is none of " + joined(words));
+  }
+  return static_cast<std::size_t>(found - words.begin());
+}
+
+std::size_t JsonValue::index() const {
+  return std::stoul(pointer_.substr(pointer_.rfind('/') + 1));
 }
 
 std::vector<JsonValue> JsonValue::elements() const {

@@ -1,33 +1,25 @@
-#include "simulator/topology/topology_parts.h"
+#include "simulator/topology/lun_topology.h"
+
+#include "simulator/topology/json_reader.h"
 
 #include <algorithm>
 #include <filesystem>
-#include <string>
-#include <string_view>
 #include <system_error>
 
 namespace ravnsim {
 
 namespace {
 
-constexpr std::size_t device_name_length = 256;
-constexpr std::size_t scsi_vendor_length = 8;
-constexpr std::size_t scsi_product_length = 16;
-constexpr std::size_t scsi_revision_length = 4;
-constexpr std::size_t scsi_serial_length = 64;
-constexpr std::size_t longest_path = 4096;
-
 constexpr std::uint32_t largest_lun = 0x3FFF;
 constexpr std::uint32_t most_blocks = 0xFFFFFFFE;  // more do not fit into READ CAPACITY(10)
-constexpr std::size_t most_bindings = 4096;
+
+constexpr Word<DeviceType> device_types[] = {{"disk", DeviceType::disk},
+                                             {"tape", DeviceType::tape}};
 
 /** An NAA identifier: 8 bytes of the formats 2, 3 and 5, or 16 of format 6. */
 std::vector<std::uint8_t> read_naa(const JsonValue& value) {
   constexpr std::size_t short_digits = 16;
   constexpr std::size_t long_digits = 32;
-  if (!value.present()) {
-    return {};
-  }
   std::string digits = value.text(3 * long_digits / 2);
   std::erase(digits, ':');
   const bool has_format =
@@ -61,76 +53,40 @@ std::uint32_t blocks_of_file(const JsonValue& place, const std::string& path) {
   return static_cast<std::uint32_t>(size / block_size);
 }
 
-void read_medium(LunTopology& unit, JsonObject& members) {
-  const JsonValue blocks = members.at("blocks");
-  const JsonValue file = members.at("file");
-  unit.read_only = members.at("read_only").flag(false);
+void read_medium(JsonObject& in, LunTopology& unit) {
+  const JsonValue blocks = in.at("blocks");
+  const JsonValue file = in.at("file");
+  in.optional("read_only", unit.read_only);
   if (unit.type != DeviceType::disk) {
     if (blocks.present() || file.present()) {
-      members.place().refuse("only a disk has blocks");
+      in.place().refuse("only a disk has blocks");
     }
     return;
   }
   if (blocks.present() == file.present()) {
-    members.place().refuse("a disk has either blocks or a file");
+    in.place().refuse("a disk has either blocks or a file");
   }
   if (file.present()) {
-    unit.file = file.text(longest_path);
+    file.read(unit.file, Longest{4096});
     unit.blocks = blocks_of_file(file, unit.file);
   } else {
-    unit.blocks = blocks.number<std::uint32_t>({1, most_blocks});
+    blocks.read(unit.blocks, Range{1, most_blocks});
   }
-}
-
-LunTopology read_lun(const JsonValue& value) {
-  LunTopology unit;
-  read_object(value, [&](JsonObject& members) {
-    unit.number = members.at("lun").number<std::uint32_t>({0, largest_lun});
-    unit.type = members.at("type").word<DeviceType>(
-        {{"disk", DeviceType::disk}, {"tape", DeviceType::tape}}, DeviceType::disk);
-    unit.vendor = members.at("vendor").text(scsi_vendor_length, "RAVNSIM");
-    unit.product = members.at("product").text(scsi_product_length, "Logical unit");
-    unit.revision = members.at("revision").text(scsi_revision_length, "1.0");
-    unit.serial_number = members.at("serial_number").text(scsi_serial_length);
-    unit.naa = read_naa(members.at("naa"));
-    const JsonValue eui64 = members.at("eui64");
-    if (eui64.present()) {
-      unit.eui64 = eui64.wwn();
-    }
-    unit.os_device_name = members.at("os_device_name").text(device_name_length, "");
-    read_medium(unit, members);
-  });
-  return unit;
 }
 
 }  // namespace
 
-std::vector<LunTopology> read_luns(const JsonValue& list) {
-  std::vector<LunTopology> luns;
-  for (const JsonValue& place : list.elements_or_none()) {
-    const LunTopology unit = read_lun(place);
-    if (std::ranges::find(luns, unit.number, &LunTopology::number) != luns.end()) {
-      place.refuse("the port has another logical unit with the lun " + std::to_string(unit.number));
-    }
-    luns.push_back(unit);
-  }
-  std::ranges::sort(luns, {}, &LunTopology::number);
-  return luns;
-}
-
-std::vector<BindingTopology> read_bindings(const JsonValue& list) {
-  std::vector<BindingTopology> bindings;
-  for (const JsonValue& place : list.elements_or_none()) {
-    read_object(place, [&](JsonObject& members) {
-      bindings.push_back({.port_wwn = members.at("port_wwn").wwn(),
-                          .bus = members.at("bus").number<std::uint32_t>({}, 0),
-                          .target = members.at("target").number<std::uint32_t>()});
-    });
-  }
-  if (bindings.size() > most_bindings) {
-    list.refuse("a board has at most " + std::to_string(most_bindings) + " bindings");
-  }
-  return bindings;
+void read_members(JsonObject& in, LunTopology& unit) {
+  in.required("lun", unit.number, Range{0, largest_lun});
+  in.optional("type", unit.type, device_types);
+  in.optional("vendor", unit.vendor, Longest{8});
+  in.optional("product", unit.product, Longest{16});
+  in.optional("revision", unit.revision, Longest{4});
+  in.required("serial_number", unit.serial_number, Longest{64});
+  in.optional("naa", unit.naa, read_naa);
+  in.optional("eui64", unit.eui64);
+  in.optional("os_device_name", unit.os_device_name, Longest{256});
+  read_medium(in, unit);
 }
 
 }  // namespace ravnsim

@@ -1,7 +1,7 @@
 // The fabric behind a board: servers, link services and SCSI targets.
 
 #include "simulator/fabric/wire.h"
-#include "simulator/fabric/wwn.h"
+#include "simulator/topology/wwn.h"
 #include "tests/simulator/simulator_test.h"
 
 #include <algorithm>

@@ -1,4 +1,4 @@
-#include "simulator/fabric/wwn.h"
+#include "simulator/topology/wwn.h"
 
 #include <array>
 #include <charconv>

@@ -1,4 +1,4 @@
-#include "simulator/board/port_speed.h"
+#include "simulator/topology/port_speed.h"
 
 #include <algorithm>
 #include <iterator>
