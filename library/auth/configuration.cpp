@@ -7,27 +7,21 @@
 using ovk::Command;
 
 std::uint32_t OVK_SetAuthConfigV2(std::uint32_t board, AuthConfig* config) {
-  if (const std::uint32_t refused = ovk::require_authentication(board); refused != OVK_OK) {
-    return refused;
-  }
+  if (const auto refused = ovk::authentication_gate(board)) return *refused;
   Command command{board};
   return command.invoke<"RAVN_MGMT_SET_AUTH_CONFIG_V2">(config).raw();
 }
 
 std::uint32_t OVK_GetAuthConfigV2(std::uint32_t board, Wwn wwn, AuthConfig* config,
                                   std::uint8_t flag) {
-  if (const std::uint32_t refused = ovk::require_authentication(board); refused != OVK_OK) {
-    return refused;
-  }
+  if (const auto refused = ovk::authentication_gate(board)) return *refused;
   Command command{board};
   return command.invoke<"RAVN_MGMT_GET_AUTH_CONFIG_V2">(&wwn, config, &flag).raw();
 }
 
 std::uint32_t OVK_DeleteAuthConfigV2(std::uint32_t board, AuthConfig* config,
                                      std::uint8_t delete_all) {
-  if (const std::uint32_t refused = ovk::require_authentication(board); refused != OVK_OK) {
-    return refused;
-  }
+  if (const auto refused = ovk::authentication_gate(board)) return *refused;
   Command command{board};
   if (delete_all == 0) {
     return command.invoke<"RAVN_MGMT_DEL_AUTH_CONFIG_V2">(config, &delete_all).raw();
@@ -42,17 +36,13 @@ std::uint32_t OVK_DeleteAuthConfigV2(std::uint32_t board, AuthConfig* config,
 }
 
 std::uint32_t OVK_PersistAuthConfig(std::uint32_t board) {
-  if (const std::uint32_t refused = ovk::require_authentication(board); refused != OVK_OK) {
-    return refused;
-  }
+  if (const auto refused = ovk::authentication_gate(board)) return *refused;
   Command command{board};
   return command.invoke<"RAVN_MGMT_PERSIST_AUTH_CONFIG">().raw();
 }
 
 std::uint32_t OVK_DeleteAuthConfigObject(std::uint32_t board) {
-  if (const std::uint32_t refused = ovk::require_authentication(board); refused != OVK_OK) {
-    return refused;
-  }
+  if (const auto refused = ovk::authentication_gate(board)) return *refused;
   Command command{board};
   return command.invoke<"RAVN_MGMT_DEL_AUTH_CONFIG_OBJ">().raw();
 }

@@ -1,6 +1,6 @@
 /**
  * @file
- * What every authentication call asks first.
+ * The gate of the authentication calls, and the driver statuses that they hand out.
  */
 #pragma once
 
@@ -10,12 +10,13 @@
 #include <ovk/auth.h>
 
 #include <cstdint>
+#include <optional>
 
 namespace ovk {
 
-/** OVK_OK on a board that can authenticate; else the result of the call. Nothing is logged. */
-inline std::uint32_t require_authentication(std::uint32_t board) {
-  return require_sli4(board, OVK_AUTH_NOT_SUPPORTED);
+/** Nothing on a board that can authenticate; else the result of the call. */
+inline std::optional<std::uint32_t> authentication_gate(std::uint32_t board) {
+  return sli4_gate(board, OVK_AUTH_NOT_SUPPORTED);
 }
 
 /** Whether the interface's name for a driver status has the driver's value. */

@@ -132,20 +132,20 @@ std::uint32_t support_persist_link_disable(std::uint32_t board, std::uint8_t* su
 
 namespace ovk {
 
-std::uint32_t require_sli4(std::uint32_t board, std::uint32_t otherwise) {
+std::optional<std::uint32_t> sli4_gate(std::uint32_t board, std::uint32_t otherwise) {
   std::uint32_t mode = 0;
   if (get_sli_mode(board, &mode) != OVK_OK) {
     return OVK_FAILED;
   }
-  return mode >= OVK_SLI4 ? std::uint32_t{OVK_OK} : otherwise;
+  return mode >= OVK_SLI4 ? std::nullopt : std::optional{otherwise};
 }
 
-std::uint32_t require_sli3(std::uint32_t board, std::uint32_t otherwise) {
+std::optional<std::uint32_t> sli3_gate(std::uint32_t board, std::uint32_t otherwise) {
   std::uint32_t mode = 0;
   if (get_sli_mode(board, &mode) != OVK_OK) {
     return OVK_FAILED;
   }
-  return mode < OVK_SLI4 ? std::uint32_t{OVK_OK} : otherwise;
+  return mode < OVK_SLI4 ? std::nullopt : std::optional{otherwise};
 }
 
 }  // namespace ovk

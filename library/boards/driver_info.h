@@ -7,6 +7,7 @@
 #include <ovk/core.h>
 
 #include <cstdint>
+#include <optional>
 
 extern "C" {
 
@@ -41,13 +42,20 @@ OVK_API uint32_t support_persist_link_disable(uint32_t board, uint8_t* supported
 namespace ovk {
 
 /**
- * The gate of the calls that exist on one kind of host interface only.
+ * The gate of a call that exists on SLI-4 host interfaces only:
+ *
+ *     if (const auto refused = ovk::sli4_gate(board)) return *refused;
  *
  * @param board      library board index
- * @param otherwise  the result on the other kind
- * @return OVK_OK on the right kind; OVK_FAILED when the mode cannot be read; else `otherwise`
+ * @param otherwise  the call's result below SLI-4
+ * @return nothing on an SLI-4 board; else the call's result: OVK_FAILED when the SLI mode cannot be
+ *         read, `otherwise` below SLI-4
  */
-std::uint32_t require_sli4(std::uint32_t board, std::uint32_t otherwise = OVK_NOT_SUPPORTED);
-std::uint32_t require_sli3(std::uint32_t board, std::uint32_t otherwise = OVK_NOT_SUPPORTED);
+std::optional<std::uint32_t> sli4_gate(std::uint32_t board,
+                                       std::uint32_t otherwise = OVK_NOT_SUPPORTED);
+
+/** The gate of a call that exists below SLI-4 only; `otherwise` is its result on SLI-4 boards. */
+std::optional<std::uint32_t> sli3_gate(std::uint32_t board,
+                                       std::uint32_t otherwise = OVK_NOT_SUPPORTED);
 
 }  // namespace ovk

@@ -71,9 +71,7 @@ std::uint32_t query_log(std::uint32_t board, FwLogConfig& cfg, ovk::LogPlace pla
 }  // namespace
 
 std::uint32_t OVK_GetRasConfig(std::uint32_t board, RasConfig* config) {
-  if (const std::uint32_t refused = ovk::require_sli4(board); refused != OVK_OK) {
-    return refused;
-  }
+  if (const auto refused = ovk::sli4_gate(board)) return *refused;
   Command command{board};
   return command.invoke<"RAVN_MGMT_GET_RAS_CONFIG">(config).result_if_delivered(
       {{DriverStatus::not_supported, OVK_NOT_SUPPORTED},
@@ -81,9 +79,7 @@ std::uint32_t OVK_GetRasConfig(std::uint32_t board, RasConfig* config) {
 }
 
 std::uint32_t OVK_SetRasConfig(std::uint32_t board, const RasSetting* config) {
-  if (const std::uint32_t refused = ovk::require_sli4(board); refused != OVK_OK) {
-    return refused;
-  }
+  if (const auto refused = ovk::sli4_gate(board)) return *refused;
   Command command{board};
   return command.invoke<"RAVN_MGMT_SET_RAS_CONFIG">(config).result_if_delivered(
       {{DriverStatus::ras_already_active, OVK_RAS_ALREADY_ACTIVE},
@@ -108,9 +104,7 @@ std::uint32_t OVK_FwLogConfig(std::uint32_t board, FwLogConfig* cfg) {
 }
 
 std::uint32_t OVK_GetRasLog(std::uint32_t board, RasLogRequest* request, std::uint8_t mode) {
-  if (const std::uint32_t refused = ovk::require_sli4(board); refused != OVK_OK) {
-    return refused;
-  }
+  if (const auto refused = ovk::sli4_gate(board)) return *refused;
   if (ovk::log_enabled(OVK_LOG_ERROR)) {  // intended: though it is no error
     ovk::write_log_line(ovk::here(), "readOffset : x%x readSize : x%x\n", request->offset,
                         request->size);

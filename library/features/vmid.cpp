@@ -17,25 +17,19 @@ std::uint32_t vmid_result(const Outcome& outcome) {
 }  // namespace
 
 std::uint32_t OVK_GetQFPAPriorityList(std::uint32_t board, QfpaPriorityList* list) {
-  if (const std::uint32_t refused = ovk::require_sli4(board); refused != OVK_OK) {
-    return refused;
-  }
+  if (const auto refused = ovk::sli4_gate(board)) return *refused;
   Command command{board};
   return vmid_result(command.invoke<"RAVN_MGMT_VMID_GET_QFPA">(list));
 }
 
 std::uint32_t OVK_GetVMidMapping(std::uint32_t board, VMidMapping* mapping) {
-  if (const std::uint32_t refused = ovk::require_sli4(board); refused != OVK_OK) {
-    return refused;
-  }
+  if (const auto refused = ovk::sli4_gate(board)) return *refused;
   Command command{board};
   return vmid_result(command.invoke<"RAVN_MGMT_VMID_GET_ID_MAPPING">(mapping));
 }
 
 std::uint32_t OVK_UpdateVMidMapping(std::uint32_t board, const VMidMapping* mapping) {
-  if (const std::uint32_t refused = ovk::require_sli4(board); refused != OVK_OK) {
-    return refused;
-  }
+  if (const auto refused = ovk::sli4_gate(board)) return *refused;
   Command command{board};
   return vmid_result(command.invoke<"RAVN_MGMT_VMID_UPDATE_MAPPING">(mapping));
 }

@@ -67,10 +67,7 @@ std::uint32_t ReadMem(std::uint32_t board, void* buffer, std::uint32_t offset,
   if (!transfer) {
     return OVK_NO_MEMORY;
   }
-  if (const std::uint32_t result = ovk::require_sli3(board, OVK_NO_MEMORY_ACCESS);
-      result != OVK_OK) {
-    return result;
-  }
+  if (const auto refused = ovk::sli3_gate(board, OVK_NO_MEMORY_ACCESS)) return *refused;
   Command command{board, {.index = offset, .request_size = count}};
   const Outcome outcome = command.invoke<"RAVN_MGMT_READ_MEM">(transfer.get());
   if (outcome.succeeded()) {
@@ -85,10 +82,7 @@ std::uint32_t WriteMem(std::uint32_t board, const void* buffer, std::uint32_t of
   if (!transfer) {
     return OVK_NO_MEMORY;
   }
-  if (const std::uint32_t result = ovk::require_sli3(board, OVK_NO_MEMORY_ACCESS);
-      result != OVK_OK) {
-    return result;
-  }
+  if (const auto refused = ovk::sli3_gate(board, OVK_NO_MEMORY_ACCESS)) return *refused;
   transfer.copy_in(buffer, count);
   Command command{board, {.index = offset, .request_size = count}};
   return command.invoke<"RAVN_MGMT_WRITE_MEM">(transfer.get()).result({}, OVK_RAW_ACCESS_FAILED);
@@ -96,9 +90,7 @@ std::uint32_t WriteMem(std::uint32_t board, const void* buffer, std::uint32_t of
 
 // Intended: on SLI-4 the registers answer with another result than the memory does.
 std::uint32_t ReadCtlReg(std::uint32_t board, std::uint32_t* value, std::uint32_t register_offset) {
-  if (const std::uint32_t result = ovk::require_sli3(board); result != OVK_OK) {
-    return result;
-  }
+  if (const auto refused = ovk::sli3_gate(board)) return *refused;
   Command command{board, {.index = register_offset}};
   const Outcome outcome = command.invoke<"RAVN_MGMT_READ_CTLREG">();
   if (outcome.succeeded()) {
@@ -109,9 +101,7 @@ std::uint32_t ReadCtlReg(std::uint32_t board, std::uint32_t* value, std::uint32_
 
 std::uint32_t WriteCtlReg(std::uint32_t board, const std::uint32_t* value,
                           std::uint32_t register_offset) {
-  if (const std::uint32_t result = ovk::require_sli3(board); result != OVK_OK) {
-    return result;
-  }
+  if (const auto refused = ovk::sli3_gate(board)) return *refused;
   Command command{board, {.index = register_offset, .value = *value}};
   return command.invoke<"RAVN_MGMT_WRITE_CTLREG">().result({}, OVK_RAW_ACCESS_FAILED);
 }

@@ -19,9 +19,7 @@ std::int32_t GetVPDInfo(std::uint32_t board, VpdInfo* record) {
 }
 
 std::uint32_t OVK_GetQoSLinkSpeed(std::uint32_t board, std::uint16_t* speed) {
-  if (const std::uint32_t result = ovk::require_sli4(board); result != OVK_OK) {
-    return result;
-  }
+  if (const auto refused = ovk::sli4_gate(board)) return *refused;
   Command command{board};
   const Outcome outcome = command.invoke<"RAVN_MGMT_GET_LOGICAL_LINK_SPEED">();
   if (outcome.succeeded()) {

@@ -49,9 +49,7 @@ std::uint32_t OVK_GetDriverDumpRegion(std::uint32_t board, std::uint32_t selecto
   if (!descriptor) {
     return OVK_NO_MEMORY;
   }
-  if (const std::uint32_t refusal = ovk::require_sli3(board); refusal != OVK_OK) {
-    return refusal;
-  }
+  if (const auto refused = ovk::sli3_gate(board)) return *refused;
   Command command{board, {.request_size = *length, .selector = selector}};
   const Outcome outcome = command.invoke<"RAVN_MGMT_GET_DUMPREGION">(descriptor.get());
   *length = command.block.reply_size;

@@ -23,9 +23,7 @@ std::uint32_t IssueExtendedSLIConfig(std::uint32_t board, Mailbox* mb, std::uint
   if (!buffer) {
     return OVK_NO_MEMORY;
   }
-  if (const std::uint32_t refusal = ovk::require_sli4(board); refusal != OVK_OK) {
-    return refusal;
-  }
+  if (const auto refused = ovk::sli4_gate(board)) return *refused;
   constexpr std::uint32_t word_size = sizeof(std::uint32_t);
   const std::uint32_t told = words * word_size;
   const std::size_t moved =

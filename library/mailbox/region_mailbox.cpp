@@ -88,9 +88,7 @@ std::optional<std::uint32_t> region_result(std::uint32_t mailbox_status) {
 std::uint32_t OVK_IssueDumpMBox(std::uint32_t board, std::uint32_t type, std::uint32_t arg,
                                 std::uint32_t region, std::uint32_t offset, std::uint8_t* dest,
                                 std::uint32_t* size) {
-  if (const std::uint32_t refusal = ovk::require_sli4(board); refusal != OVK_OK) {
-    return refusal;
-  }
+  if (const auto refused = ovk::sli4_gate(board)) return *refused;
   if (type < 1 || type > 4) {
     return OVK_NOT_SUPPORTED;
   }
@@ -132,9 +130,7 @@ std::int32_t OVK_IssueUpdateCfgMBox(std::uint32_t board, std::uint8_t type, std:
   if (type != OVK_REGION_REQUEST_TYPE) {
     return OVK_NOT_SUPPORTED;
   }
-  if (const std::uint32_t refusal = ovk::require_sli4(board); refusal != OVK_OK) {
-    return static_cast<std::int32_t>(refusal);
-  }
+  if (const auto refused = ovk::sli4_gate(board)) return static_cast<std::int32_t>(*refused);
   const std::uint32_t region_length = valid_region(region);
   if (region_length == 0) {
     return unknown_region;

@@ -124,9 +124,7 @@ ExtendedWay choose_way(MailboxBytes mailbox) {
 std::uint32_t OVK_IssueMboxWithRetry(std::uint32_t board, Mailbox* mb, std::uint32_t inWords,
                                      std::uint32_t outBytes, std::uint32_t retries,
                                      std::uint32_t delayMs) {
-  if (const std::uint32_t refusal = ovk::require_sli3(board, wrong_kind); refusal != OVK_OK) {
-    return refusal;
-  }
+  if (const auto refused = ovk::sli3_gate(board, wrong_kind)) return *refused;
   if (retries == 0) {
     return OVK_OK;
   }

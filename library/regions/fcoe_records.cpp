@@ -27,9 +27,7 @@ constexpr std::uint32_t wrong_length = 7;
  */
 template <typename Use>
 std::uint32_t with_record(std::uint32_t board, RecordType type, std::uint32_t not_found, Use use) {
-  if (const std::uint32_t refusal = ovk::require_sli4(board); refusal != OVK_OK) {
-    return refusal;
-  }
+  if (const auto refused = ovk::sli4_gate(board)) return *refused;
   const Region23 region{board, OVK_SLI4};
   if (region.read_result() != OVK_OK) {
     return region.read_result();
