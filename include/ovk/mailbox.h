@@ -45,6 +45,13 @@ enum OvkMailboxStatus {
 /** The result of the mailbox calls while the adapter is not ready for mailboxes. */
 #define OVK_MAILBOX_NOT_READY 3
 
+/** The results of the retry calls beside those of their attempts. */
+enum OvkMailboxRetryResult {
+  OVK_MAILBOX_SEE_STATUS = 2,     /**< the mailbox holds a status that tells the failure */
+  OVK_MAILBOX_TOO_MANY_WORDS = 2, /**< more extended data than OVK_MAILBOX_EXTENDED_WORDS */
+  OVK_MAILBOX_WRONG_KIND = 4      /**< the call is not for such a board, or such a mailbox */
+};
+
 /** The most bytes that a command may read or write through addresses in its mailbox. */
 #define OVK_MAILBOX_EXTENSION_SIZE 4096
 
@@ -93,8 +100,8 @@ OVK_API uint32_t IssueMboxEx(uint32_t board, Mailbox* mb, uint32_t* ext, uint8_t
  * @param retries   attempts; 0 sends nothing, leaves mb alone and gives OVK_OK
  * @param delayMs   the wait in milliseconds
  * @return OVK_OK; 1 when the SLI mode cannot be read or the firmware gave neither success nor a
- *         status; 2 when the mailbox holds a status that tells the failure, also after the last
- *         busy attempt; OVK_MAILBOX_NOT_READY; 4 on SLI-4 adapters; OVK_NO_MEMORY
+ *         status; OVK_MAILBOX_SEE_STATUS, also after the last busy attempt; OVK_MAILBOX_NOT_READY;
+ *         OVK_MAILBOX_WRONG_KIND on SLI-4 adapters; OVK_NO_MEMORY
  */
 OVK_API uint32_t OVK_IssueMboxWithRetry(uint32_t board, Mailbox* mb, uint32_t inWords,
                                         uint32_t outBytes, uint32_t retries, uint32_t delayMs);
@@ -114,8 +121,8 @@ OVK_API uint32_t OVK_IssueMboxWithRetry(uint32_t board, Mailbox* mb, uint32_t in
  * @param outExtWords  words of ext to receive, at most OVK_MAILBOX_EXTENDED_WORDS
  * @param retries      attempts; 0 sends nothing, leaves mb and ext alone and gives OVK_OK
  * @param delayMs      the wait in milliseconds
- * @return OVK_OK; 2 for too many words, or when the mailbox holds a status that tells the failure,
- *         also after the last busy attempt; OVK_NO_MEMORY
+ * @return OVK_OK; OVK_MAILBOX_TOO_MANY_WORDS; OVK_MAILBOX_SEE_STATUS, also after the last busy
+ *         attempt; OVK_NO_MEMORY
  */
 OVK_API uint32_t OVK_IssueMboxWithRetryEx(uint32_t board, Mailbox* mb, uint32_t* ext, uint32_t flag,
                                           uint32_t inExtWords, uint32_t outExtWords,
@@ -133,8 +140,8 @@ OVK_API uint32_t OVK_IssueMboxWithRetryEx(uint32_t board, Mailbox* mb, uint32_t*
  * @param words    OVK_MAILBOX_WORDS; on the extended way up to 1024
  * @param retries  attempts; 0 counts as 1
  * @param delayMs  the wait in milliseconds
- * @return OVK_OK; 1 when the SLI mode cannot be read or the extended command failed; 2 when the
- *         mailbox holds a status that tells the failure; 4 below SLI-4 or for another number of
+ * @return OVK_OK; 1 when the SLI mode cannot be read or the extended command failed;
+ *         OVK_MAILBOX_SEE_STATUS; OVK_MAILBOX_WRONG_KIND below SLI-4 or for another number of
  *         words; OVK_NO_MEMORY
  */
 OVK_API uint32_t OVK_IssueMboxWithRetryV2(uint32_t board, Mailbox* mb, uint32_t words,
@@ -231,6 +238,14 @@ OVK_API int32_t OVK_IssueUpdateCfgMBox(uint32_t board, uint8_t type, uint32_t re
 /** The value with which OVK_ConfigLoopbackV2 is OVK_ConfigLoopback. */
 #define OVK_LOOPBACK_NO_VALUE 0xFFFFFFFFU
 
+/** The results of the loopback calls beside those of all calls. */
+enum OvkLoopbackResult {
+  OVK_LOOPBACK_NOT_PERMITTED = 2,   /**< the driver does not permit the change of the mode */
+  OVK_LOOPBACK_NO_SUCH_MODE = 3,    /**< of OVK_ConfigLoopback and OVK_ConfigLoopbackV2 */
+  OVK_LOOPBACK_PORT_BUSY = 3,       /**< of OVK_RunLoopbackTest */
+  OVK_LOOPBACK_NOTHING_RECEIVED = 6 /**< of OVK_RunLoopbackTest: nothing came back */
+};
+
 /** What a loopback test sends and where it puts what came back. */
 typedef struct LoopbackRequest {
   uint32_t bufSize;     /**< bytes to send, at most OVK_LOOPBACK_MAX_SIZE */
@@ -247,7 +262,7 @@ OVK_ASSERT_OFFSET(LoopbackRequest, receive, 2 * sizeof(void*));
  * @param board  library board index
  * @param mode   1 or 2
  * @param arg    passed on to the driver
- * @return OVK_OK; OVK_FAILED; 2 when the driver does not permit it; 3 for another mode
+ * @return OVK_OK; OVK_FAILED; OVK_LOOPBACK_NOT_PERMITTED; OVK_LOOPBACK_NO_SUCH_MODE
  */
 OVK_API uint32_t OVK_ConfigLoopback(uint32_t board, uint32_t mode, uint32_t arg);
 
@@ -258,7 +273,7 @@ OVK_API uint32_t OVK_ConfigLoopback(uint32_t board, uint32_t mode, uint32_t arg)
  * @param value  passed on to the driver; with OVK_LOOPBACK_NO_VALUE this is OVK_ConfigLoopback
  * @param mode   0, 1 or 2
  * @param arg    passed on to the driver
- * @return OVK_OK; OVK_FAILED; 2 when the driver does not permit it; 3 for another mode
+ * @return OVK_OK; OVK_FAILED; OVK_LOOPBACK_NOT_PERMITTED; OVK_LOOPBACK_NO_SUCH_MODE
  */
 OVK_API uint32_t OVK_ConfigLoopbackV2(uint32_t board, uint32_t value, uint32_t mode, uint32_t arg);
 
@@ -269,7 +284,7 @@ OVK_API uint32_t OVK_ConfigLoopbackV2(uint32_t board, uint32_t value, uint32_t m
  *
  * @param board  library board index
  * @param req    the buffers; the receive buffer is written on success only
- * @return OVK_OK; OVK_FAILED; 3 when the port is busy; 6 when nothing came back; OVK_NO_MEMORY
+ * @return OVK_OK; OVK_FAILED; OVK_LOOPBACK_PORT_BUSY; OVK_LOOPBACK_NOTHING_RECEIVED; OVK_NO_MEMORY
  */
 OVK_API uint32_t OVK_RunLoopbackTest(uint32_t board, const LoopbackRequest* req);
 
@@ -277,17 +292,21 @@ OVK_API uint32_t OVK_RunLoopbackTest(uint32_t board, const LoopbackRequest* req)
  * Takes a port out of the loopback mode.
  *
  * @param board  library board index
- * @return OVK_OK; OVK_FAILED, also when the SLI mode cannot be read; 2 when the driver of an SLI-4
- *         adapter does not permit it
+ * @return OVK_OK; OVK_FAILED, also when the SLI mode cannot be read; OVK_LOOPBACK_NOT_PERMITTED
+ *         when the driver of an SLI-4 adapter does not permit it
  */
 OVK_API uint32_t OVK_EndLoopback(uint32_t board);
+
+/** The result of OVK_ResetAdapter for a mode that it or the driver does not have. */
+#define OVK_RESET_NO_SUCH_MODE 4
 
 /**
  * Resets an adapter. It does not wait for the adapter to come back.
  *
  * @param board  library board index
  * @param mode   1 or 2; 3 where the driver has it
- * @return OVK_OK; OVK_FAILED, also when the driver does not give its revision; 4 for another mode
+ * @return OVK_OK; OVK_FAILED, also when the driver does not give its revision;
+ * OVK_RESET_NO_SUCH_MODE
  */
 OVK_API uint32_t OVK_ResetAdapter(uint32_t board, uint32_t mode);
 
@@ -295,6 +314,19 @@ OVK_API uint32_t OVK_ResetAdapter(uint32_t board, uint32_t mode);
 
 /** The mode of OVK_SetDumpEnv that induces a firmware dump. */
 #define OVK_DUMP_INDUCE 4
+
+/** The results of OVK_SetDumpEnv that are no board state. */
+enum OvkDumpEnvResult {
+  OVK_DUMP_NOTHING_DONE = 0, /**< the driver refused, or an adapter of SLI mode 4 needs no state */
+  OVK_DUMP_INDUCED = 4
+};
+
+/** The results of OVK_GetDriverDumpRegion beside those of all calls. */
+enum OvkDumpRegionResult {
+  OVK_DUMP_REGION_MISSING = 2,  /**< the adapter has no dump region, as those of SLI-4 */
+  OVK_DUMP_REGION_NOT_READ = 3, /**< the driver could not get it from the adapter */
+  OVK_DUMP_REGION_UNKNOWN = 4   /**< there is none of this selector */
+};
 
 /** The bytes of a dump region's descriptor. */
 #define OVK_DUMP_DESCRIPTOR_SIZE 16
@@ -305,9 +337,9 @@ OVK_API uint32_t OVK_ResetAdapter(uint32_t board, uint32_t mode);
  *
  * @param board  library board index
  * @param mode   OVK_DUMP_INDUCE; 2 for the state of SetBrdEnv's mode 5; else a mode of SetBrdEnv
- * @return 1 when the SLI mode cannot be read; OVK_DUMP_INDUCE: 4 on success, 0 on failure; other
- *         modes: 0 on SLI mode 4, else the board's new state, 2 for the states 4 and 5, 0 on
- *         failure
+ * @return OVK_FAILED when the SLI mode cannot be read; for OVK_DUMP_INDUCE OVK_DUMP_INDUCED, or
+ *         OVK_DUMP_NOTHING_DONE on failure; for other modes OVK_DUMP_NOTHING_DONE on SLI mode 4 and
+ *         on failure, else the board's new state, 2 for the states 4 and 5
  */
 OVK_API uint32_t OVK_SetDumpEnv(uint32_t board, uint32_t mode);
 
@@ -319,8 +351,8 @@ OVK_API uint32_t OVK_SetDumpEnv(uint32_t board, uint32_t mode);
  * @param dest      room for OVK_DUMP_DESCRIPTOR_SIZE bytes; written on success only
  * @param length    in: the bytes asked for; out: the length that the driver reports, also when the
  *                  command failed
- * @return OVK_OK; OVK_FAILED, also when the SLI mode cannot be read; 2 on SLI-4 adapters and where
- *         there is no dump region; 3, 4 when the driver could not get it; OVK_NO_MEMORY
+ * @return OVK_OK; OVK_FAILED, also when the SLI mode cannot be read; an OvkDumpRegionResult;
+ *         OVK_NO_MEMORY
  */
 OVK_API uint32_t OVK_GetDriverDumpRegion(uint32_t board, uint32_t selector, void* dest,
                                          uint32_t* length);

@@ -18,11 +18,6 @@ using ovk::Outcome;
 
 namespace {
 
-constexpr std::uint32_t not_permitted = 2;
-constexpr std::uint32_t no_such_mode = 3;
-constexpr std::uint32_t port_busy = 3;
-constexpr std::uint32_t nothing_came_back = 6;
-
 /** The driver's codes for the modes of the calls. */
 enum LoopbackCode : std::uint32_t { code_of_mode0 = 0, code_of_mode1 = 1, code_of_mode2 = 4 };
 
@@ -43,7 +38,7 @@ std::uint32_t set_mode(std::uint32_t board, std::uint32_t value, LoopbackCode co
                        std::uint32_t arg, LogPlace place) {
   Command command{board, {.code = code, .option = arg}, place};
   return command.invoke<"RAVN_MGMT_LOOPBACK_MODE">(&value).result(
-      {{DriverStatus::not_permitted, not_permitted}});
+      {{DriverStatus::not_permitted, OVK_LOOPBACK_NOT_PERMITTED}});
 }
 
 std::uint32_t reinitialise_link(std::uint32_t board) {
@@ -55,7 +50,7 @@ std::uint32_t end_diagnostic_mode(std::uint32_t board) {
   constexpr std::uint32_t end_option = 15;
   Command command{board, {.option = end_option}, here("ovk_EndLoopback_sli4")};
   return command.invoke<"RAVN_MGMT_DIAG_MODE_END">().result(
-      {{DriverStatus::not_permitted, not_permitted}});
+      {{DriverStatus::not_permitted, OVK_LOOPBACK_NOT_PERMITTED}});
 }
 
 }  // namespace
@@ -63,7 +58,7 @@ std::uint32_t end_diagnostic_mode(std::uint32_t board) {
 std::uint32_t OVK_ConfigLoopback(std::uint32_t board, std::uint32_t mode, std::uint32_t arg) {
   const std::optional<LoopbackCode> code = loopback_code(mode);
   if (!code || *code == code_of_mode0) {
-    return no_such_mode;
+    return OVK_LOOPBACK_NO_SUCH_MODE;
   }
   return set_mode(board, OVK_LOOPBACK_NO_VALUE, *code, arg, here());
 }
@@ -74,7 +69,8 @@ std::uint32_t OVK_ConfigLoopbackV2(std::uint32_t board, std::uint32_t value, std
     return OVK_ConfigLoopback(board, mode, arg);
   }
   const std::optional<LoopbackCode> code = loopback_code(mode);
-  return code ? set_mode(board, value, *code, arg, here()) : no_such_mode;
+  return code ? set_mode(board, value, *code, arg, here())
+              : std::uint32_t{OVK_LOOPBACK_NO_SUCH_MODE};
 }
 
 std::uint32_t OVK_RunLoopbackTest(std::uint32_t board, const LoopbackRequest* req) {
@@ -95,8 +91,8 @@ std::uint32_t OVK_RunLoopbackTest(std::uint32_t board, const LoopbackRequest* re
   if (outcome.succeeded()) {
     received.copy_out(req->receive, req->bufSize);
   }
-  return outcome.result(
-      {{DriverStatus::no_response, nothing_came_back}, {DriverStatus::busy, port_busy}});
+  return outcome.result({{DriverStatus::no_response, OVK_LOOPBACK_NOTHING_RECEIVED},
+                         {DriverStatus::busy, OVK_LOOPBACK_PORT_BUSY}});
 }
 
 std::uint32_t OVK_EndLoopback(std::uint32_t board) {

@@ -8,8 +8,6 @@ using ovk::Command;
 
 namespace {
 
-constexpr std::uint32_t no_such_mode = 4;
-
 /** What the driver says about itself. */
 struct DriverRevision {
   std::uint32_t words0[2];
@@ -33,7 +31,7 @@ std::uint32_t OVK_ResetAdapter(std::uint32_t board, std::uint32_t mode) {
     return OVK_FAILED;
   }
   if (!has_mode(revision, mode)) {
-    return no_such_mode;
+    return OVK_RESET_NO_SUCH_MODE;
   }
   Command reset{board, {.selector = mode}};
   return reset.invoke<"RAVN_MGMT_RESET">().result();

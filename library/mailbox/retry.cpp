@@ -10,11 +10,6 @@ namespace {
 constexpr std::size_t word_size = sizeof(std::uint32_t);
 constexpr std::uint32_t ms_per_second = 1000;
 
-/** The results of the retry calls beside those of their attempts. */
-constexpr std::uint32_t mailbox_failed = 2;
-constexpr std::uint32_t too_long = 2;
-constexpr std::uint32_t wrong_kind = 4;
-
 /** Sleeps whole seconds, the delay rounded up. */
 void sleep_seconds(std::uint32_t delay_ms) {
   sleep(delay_ms / ms_per_second + (delay_ms % ms_per_second != 0 ? 1 : 0));
@@ -37,7 +32,7 @@ bool was_busy(std::uint32_t result, const Mailbox& mailbox) {
 
 /** What a retry call gives for its last attempt. */
 std::uint32_t conclude(std::uint32_t result, const Mailbox& mailbox) {
-  return result == OVK_OK || mailbox.status == 0 ? result : mailbox_failed;
+  return result == OVK_OK || mailbox.status == 0 ? result : std::uint32_t{OVK_MAILBOX_SEE_STATUS};
 }
 
 /** Attempts until the firmware is not busy; each busy attempt is followed by its wait. */
@@ -124,7 +119,7 @@ ExtendedWay choose_way(MailboxBytes mailbox) {
 std::uint32_t OVK_IssueMboxWithRetry(std::uint32_t board, Mailbox* mb, std::uint32_t inWords,
                                      std::uint32_t outBytes, std::uint32_t retries,
                                      std::uint32_t delayMs) {
-  if (const auto refused = ovk::sli3_gate(board, wrong_kind)) return *refused;
+  if (const auto refused = ovk::sli3_gate(board, OVK_MAILBOX_WRONG_KIND)) return *refused;
   if (retries == 0) {
     return OVK_OK;
   }
@@ -147,7 +142,7 @@ std::uint32_t OVK_IssueMboxWithRetryEx(std::uint32_t board, Mailbox* mb, std::ui
                                        std::uint32_t outExtWords, std::uint32_t retries,
                                        std::uint32_t delayMs) {
   if (inExtWords > OVK_MAILBOX_EXTENDED_WORDS || outExtWords > OVK_MAILBOX_EXTENDED_WORDS) {
-    return too_long;
+    return OVK_MAILBOX_TOO_MANY_WORDS;
   }
   if (retries == 0) {
     return OVK_OK;
@@ -179,12 +174,12 @@ std::uint32_t OVK_IssueMboxWithRetryV2(std::uint32_t board, Mailbox* mb, std::ui
     return OVK_FAILED;
   }
   if (mode < OVK_SLI4) {
-    return wrong_kind;
+    return OVK_MAILBOX_WRONG_KIND;
   }
   const ExtendedWay way = choose_way({mb, words});
   const bool extended = way.kind != ordinary_way.kind;
   if (!extended && words != OVK_MAILBOX_WORDS) {
-    return wrong_kind;
+    return OVK_MAILBOX_WRONG_KIND;
   }
   while (true) {
     mb->status = 0;

@@ -13,11 +13,11 @@ namespace {
 
 void induce(std::uint32_t board) {
   const std::uint32_t result = OVK_SetDumpEnv(board, OVK_DUMP_INDUCE);
-  if (result != OVK_DUMP_INDUCE) {
-    // Here another result than 4 is the failure, and 0 the one of the driver.
+  if (result != OVK_DUMP_INDUCED) {
     throw OperationFailed(
         "Inducing a dump of board " + std::to_string(board) + " failed: " +
-            (result == 0 ? "the driver refused it." : "the SLI mode of the board cannot be read."),
+            (result == OVK_DUMP_NOTHING_DONE ? "the driver refused it."
+                                             : "the SLI mode of the board cannot be read."),
         "See with \"ovkctl state show\" whether the board is ready.", result);
   }
 }
@@ -41,11 +41,12 @@ void add_induce(Command noun) {
 }
 
 constexpr ResultText kRegionResults[] = {
-    {2, "the board has no dump region for the host",
+    {OVK_DUMP_REGION_MISSING, "the board has no dump region for the host",
      "Boards with an SLI-4 interface keep their dumps themselves."},
-    {3, "the driver could not get it from the board",
+    {OVK_DUMP_REGION_NOT_READ, "the driver could not get it from the board",
      "See with \"ovkctl state show\" whether the board is ready."},
-    {4, "there is no dump region of this selector", "Try another --selector."},
+    {OVK_DUMP_REGION_UNKNOWN, "there is no dump region of this selector",
+     "Try another --selector."},
 };
 
 void show_region(std::uint32_t board, std::uint32_t selector, const Given<std::string>& output,

@@ -54,19 +54,18 @@ struct Tally {
 };
 
 constexpr ResultText kModeResults[] = {
-    {2, "the driver does not permit loopback now",
+    {OVK_LOOPBACK_NOT_PERMITTED, "the driver does not permit loopback now",
      "A board below SLI-4 takes no --value; another test may be running."},
 };
 
 constexpr ResultText kEndResults[] = {
-    {2, "the driver does not permit it", "The port may not be in loopback."},
+    {OVK_LOOPBACK_NOT_PERMITTED, "the driver does not permit it",
+     "The port may not be in loopback."},
 };
 
-constexpr std::uint32_t kPortBusy = 3;
-constexpr std::uint32_t kNothingCameBack = 6;
-
 constexpr ResultText kFrameResults[] = {
-    {kPortBusy, "the port is busy", "Wait for the port to become idle and run the test again."},
+    {OVK_LOOPBACK_PORT_BUSY, "the port is busy",
+     "Wait for the port to become idle and run the test again."},
 };
 
 std::atomic<bool> interrupted = false;
@@ -161,7 +160,7 @@ void exchange(std::uint32_t board, const Frame& frame, Tally& tally) {
                                 received.data()};
   const std::uint32_t result = OVK_RunLoopbackTest(board, &request);
   ++tally.sent;
-  if (result == kNothingCameBack) {
+  if (result == OVK_LOOPBACK_NOTHING_RECEIVED) {
     ++tally.lost;
     return;
   }

@@ -192,7 +192,7 @@ constexpr const char* kSeeState =
 constexpr ResultText kSendResults[] = {
     {OVK_FAILED, "the command was not delivered or the driver refused it", kSeeState},
     {OVK_MAILBOX_NOT_READY, "the board takes no mailboxes now", kSeeState},
-    {4, "mailboxes of this length are not for this board",
+    {OVK_MAILBOX_WRONG_KIND, "mailboxes of this length are not for this board",
      "An SLI-4 board takes 64 words, or more of them for SLI_CONFIG."},
 };
 
@@ -207,11 +207,10 @@ const char* status_advice(std::uint16_t status) {
   }
 }
 
-/** The result 2 says that the status tells more. */
+/** Looks at the mailbox status where the result says that it tells more. */
 void check_sent(std::uint32_t result, std::uint32_t board, const Mailbox& mailbox) {
-  constexpr std::uint32_t see_status = 2;
   const std::string operation = "Sending a mailbox to board " + std::to_string(board);
-  if (result != see_status) {
+  if (result != OVK_MAILBOX_SEE_STATUS) {
     check(result, operation, kSendResults);
     return;
   }

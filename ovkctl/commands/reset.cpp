@@ -17,7 +17,7 @@ constexpr std::uint32_t kLongestWait = 3600;
 constexpr ResultText kResetResults[] = {
     {OVK_FAILED, "the driver does not reset it now",
      "A board that is being reset takes no other: see \"ovkctl state show\"."},
-    {4, "the driver does not have this mode", "Use --mode 1 or --mode 2."},
+    {OVK_RESET_NO_SUCH_MODE, "the driver does not have this mode", "Use --mode 1 or --mode 2."},
 };
 
 /** Waits until the driver reports the board as normal; whether it did in time. */
