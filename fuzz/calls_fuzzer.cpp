@@ -32,6 +32,9 @@ struct ScsiBuffers {
 constexpr std::uint32_t least_words = 7;
 constexpr std::uint32_t sli3_words = 32;
 
+/** The words in which OVK_IssueMboxWithRetryV2 finds all that it looks at. */
+constexpr std::uint32_t most_room = OVK_MAILBOX_ROOM / sizeof(std::uint32_t);
+
 /** A mailbox of so many words. What it names of the caller's memory is there. */
 Mailbox* mailbox(Caller& caller, std::uint32_t words) {
   auto* const mb = caller.record<Mailbox>(std::max(words, least_words) * sizeof(std::uint32_t));
@@ -133,7 +136,12 @@ constexpr std::initializer_list<Call> calls = {
     },
     [](Caller& caller, std::uint32_t board) {
       const std::uint32_t words = caller.number(0, 1025);
-      OVK_IssueMboxWithRetryV2(board, mailbox(caller, words), words, caller.number(0, 3), 1);
+      const std::uint32_t room = std::max(words, caller.number(OVK_MAILBOX_WORDS, most_room));
+      Mailbox* const mb = mailbox(caller, room);
+      if (room < most_room) {
+        mb->words4[0] |= 1;  // an SLI_CONFIG that is not embedded needs more
+      }
+      OVK_IssueMboxWithRetryV2(board, mb, words, caller.number(0, 3), 1);
     },
     [](Caller& caller, std::uint32_t board) {
       const std::uint32_t words = caller.number(0, 1024);

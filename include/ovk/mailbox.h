@@ -21,7 +21,7 @@ OVK_BEGIN_DECLS
 
 /**
  * A firmware mailbox. Calls that take a number of words accept a shorter or a longer one, but read
- * the first seven words in any case.
+ * the first seven words in any case; OVK_IssueMboxWithRetryV2 reads more.
  */
 typedef struct Mailbox {
   uint8_t byte0;
@@ -34,6 +34,9 @@ OVK_ASSERT_SIZE(Mailbox, 256);
 OVK_ASSERT_OFFSET(Mailbox, command, 1);
 OVK_ASSERT_OFFSET(Mailbox, status, 2);
 OVK_ASSERT_OFFSET(Mailbox, words4, 4);
+
+/** The bytes in which OVK_IssueMboxWithRetryV2 finds all that it looks at in any mailbox. */
+#define OVK_MAILBOX_ROOM 260
 
 /** What the library writes to Mailbox.status when the driver did not hand the command over. */
 enum OvkMailboxStatus {
@@ -132,12 +135,16 @@ OVK_API uint32_t OVK_IssueMboxWithRetryEx(uint32_t board, Mailbox* mb, uint32_t*
  * Passes a mailbox to the firmware of an SLI-4 adapter, and again while the firmware is busy.
  *
  * An SLI_CONFIG mailbox (command 0x9B) whose data does not fit in it goes the extended way of
- * IssueExtendedSLIConfig, and the words that hold addresses are cleared in mb. Between attempts it
- * sleeps delayMs rounded up to whole seconds.
+ * IssueExtendedSLIConfig, and the words that hold addresses are cleared in mb; words has
+ * no say in either. The lengths, addresses and data by which an ordinary mailbox moves memory of
+ * the caller are taken once; further attempts pass the mailbox as the driver returned it, with that
+ * memory. Between attempts it sleeps delayMs rounded up to whole seconds.
  *
  * @param board    library board index
- * @param mb       the mailbox, words long; returned as the firmware completed it
- * @param words    OVK_MAILBOX_WORDS; on the extended way up to 1024
+ * @param mb       the mailbox, words long, with room for at least 260 bytes (OVK_MAILBOX_ROOM) in
+ * the non-embedded form of SLI_CONFIG and for 256 in any other, whatever words says; returned as
+ * the firmware completed it
+ * @param words    words to pass: OVK_MAILBOX_WORDS; on the extended way up to 1024
  * @param retries  attempts; 0 counts as 1
  * @param delayMs  the wait in milliseconds
  * @return OVK_OK; 1 when the SLI mode cannot be read or the extended command failed;

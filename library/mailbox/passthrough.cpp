@@ -10,6 +10,7 @@
 #include <cstring>
 
 using ovk::Bytes;
+using ovk::CallerMemory;
 using ovk::Command;
 using ovk::DriverStatus;
 using ovk::HeapBuffer;
@@ -22,7 +23,7 @@ constexpr std::size_t word_size = sizeof(std::uint32_t);
 /** The words of an SLI-3 mailbox. */
 constexpr std::uint32_t sli3_words = 32;
 
-/** How long a mailbox may be. The longer ones are those of SLI mode 4 exactly. */
+/** The longest mailbox that is passed. SLI mode 4 has the longer limits, a later mode has not. */
 struct Limits {
   std::uint32_t in_words;
   std::uint32_t out_bytes;
@@ -31,7 +32,7 @@ struct Limits {
 constexpr Limits sli3_limits{.in_words = sli3_words, .out_bytes = 128};
 constexpr Limits sli4_limits{.in_words = 512, .out_bytes = 2048};
 
-using Extension = HeapBuffer<Bytes<OVK_MAILBOX_EXTENSION_SIZE>>;
+using ExtensionBuffer = HeapBuffer<Bytes<OVK_MAILBOX_EXTENSION_SIZE>>;
 
 /** Extended data on its way to the driver and back. */
 struct [[gnu::packed]] ExtendedData {
@@ -51,12 +52,6 @@ std::size_t bytes_within(std::uint32_t words, std::size_t buffer) {
   return std::min<std::size_t>(words, buffer / word_size) * word_size;
 }
 
-/** Memory of the caller that a mailbox names. */
-struct CallerMemory {
-  std::uint32_t size;
-  void* address;
-};
-
 /** Memory whose size and address stand in two words of the mailbox. */
 CallerMemory memory_at(const Mailbox& mb, std::size_t size_word, std::size_t address_word) {
   constexpr std::uint32_t size_mask = 0xFFFFFF;
@@ -64,7 +59,7 @@ CallerMemory memory_at(const Mailbox& mb, std::size_t size_word, std::size_t add
   return {word(size_word) & size_mask, std::bit_cast<void*>(word(address_word))};
 }
 
-/** What a mailbox moves besides itself. */
+/** The caller's memory that a mailbox moves besides itself. */
 struct ExtensionUse {
   CallerMemory read;
   CallerMemory write;
@@ -81,11 +76,6 @@ ExtensionUse extension_use(const Mailbox& mb) {
     default:
       return {};
   }
-}
-
-void check(const ExtensionUse& use) {
-  ovk::assert_that(use.write.size <= OVK_MAILBOX_EXTENSION_SIZE, "write_size <= 4096");
-  ovk::assert_that(use.read.size <= OVK_MAILBOX_EXTENSION_SIZE, "read_size <= 4096");
 }
 
 /** The mailbox status and the result for a command that did not reach the firmware. */
@@ -116,56 +106,80 @@ std::uint32_t conclude(const Outcome& outcome, const Mailbox& returned, Mailbox&
 
 }  // namespace
 
-std::uint32_t _IssueMbox(std::uint32_t board, Mailbox* mb, std::uint32_t inWords,
-                         std::uint32_t outBytes, std::uint32_t sliMode) {
-  const Limits& limits = sliMode == OVK_SLI4 ? sli4_limits : sli3_limits;
-  if (inWords > limits.in_words || outBytes > limits.out_bytes) {
+namespace ovk {
+
+void MailboxExtension::take_once(const Mailbox& mb) {
+  if (taken_) {
+    return;
+  }
+  taken_ = true;
+  const ExtensionUse use = extension_use(mb);
+  assert_that(use.write.size <= OVK_MAILBOX_EXTENSION_SIZE, "write_size <= 4096");
+  assert_that(use.read.size <= OVK_MAILBOX_EXTENSION_SIZE, "read_size <= 4096");
+  if (use.write.address != nullptr) {
+    write_size_ = use.write.size;
+    std::memcpy(write_data_, use.write.address, write_size_);
+  }
+  read_ = use.read;
+}
+
+std::uint32_t issue_mailbox(std::uint32_t board, Mailbox* mb, std::uint32_t in_words,
+                            std::uint32_t out_bytes, std::uint32_t sli_mode,
+                            MailboxExtension& extension) {
+  const Limits& limits = sli_mode == OVK_SLI4 ? sli4_limits : sli3_limits;
+  if (in_words > limits.in_words || out_bytes > limits.out_bytes) {
     mb->status = OVK_MAILBOX_NOT_ISSUED;
     return OVK_FAILED;
   }
-  Extension extension;
-  if (!extension) {
+  ExtensionBuffer buffer;
+  if (!buffer) {
     return OVK_NO_MEMORY;
   }
-  const ExtensionUse use = extension_use(*mb);
-  check(use);
-  if (use.write.address != nullptr) {
-    extension.copy_in(use.write.address, use.write.size);
-  }
+  extension.take_once(*mb);
+  buffer.copy_in(extension.write_data(), extension.write_size());
 
   mb->status = 0;
   Mailbox mailbox{};
-  const std::size_t mailbox_bytes = bytes_within(inWords, sizeof mailbox);
+  const std::size_t mailbox_bytes = bytes_within(in_words, sizeof mailbox);
   std::memcpy(&mailbox, mb, mailbox_bytes);
   ExtendedData no_data{};
-  Command command{board, {.request_size = inWords * word_size, .reply_size = outBytes}};
+  Command command{
+      board, {.request_size = in_words * word_size, .reply_size = out_bytes}, here("_IssueMbox")};
   // Intended: the result lines of this call name another command.
-  const Outcome outcome = command.invoke<"RAVN_MGMT_MBOX", "RAVN_MGMT_INDUCE_DUMP">(
-      extension.get(), &mailbox, &no_data);
+  const Outcome outcome =
+      command.invoke<"RAVN_MGMT_MBOX", "RAVN_MGMT_INDUCE_DUMP">(buffer.get(), &mailbox, &no_data);
   std::memcpy(mb, &mailbox, mailbox_bytes);
 
   const std::uint32_t result = conclude(outcome, mailbox, *mb);
-  if (result == OVK_OK && use.read.address != nullptr) {
-    extension.copy_out(use.read.address, use.read.size);
+  if (result == OVK_OK && extension.read().address != nullptr) {
+    buffer.copy_out(extension.read().address, extension.read().size);
   }
   return result;
 }
 
+}  // namespace ovk
+
+std::uint32_t _IssueMbox(std::uint32_t board, Mailbox* mb, std::uint32_t inWords,
+                         std::uint32_t outBytes, std::uint32_t sliMode) {
+  ovk::MailboxExtension extension;
+  return ovk::issue_mailbox(board, mb, inWords, outBytes, sliMode, extension);
+}
+
 std::uint32_t IssueMbox(std::uint32_t board, Mailbox* mb, std::uint32_t inWords,
                         std::uint32_t outBytes) {
-  constexpr std::uint32_t not_on_sli4 = 3;
   std::uint32_t mode = 0;
   if (get_sli_mode(board, &mode) != OVK_OK) {
     return OVK_FAILED;
   }
-  return mode >= OVK_SLI4 ? not_on_sli4 : _IssueMbox(board, mb, inWords, outBytes, mode);
+  return mode >= OVK_SLI4 ? std::uint32_t{OVK_MAILBOX_NOT_READY}
+                          : _IssueMbox(board, mb, inWords, outBytes, mode);
 }
 
 std::uint32_t IssueMboxEx(std::uint32_t board, Mailbox* mb, std::uint32_t* ext, std::uint8_t flag,
                           std::uint32_t inExtWords, std::uint32_t outExtWords) {
   constexpr std::size_t mailbox_bytes = sli3_words * word_size;
   mb->status = 0;
-  const Extension extension;
+  const ExtensionBuffer extension;
   if (!extension) {
     return OVK_NO_MEMORY;
   }

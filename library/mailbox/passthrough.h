@@ -24,3 +24,42 @@ extern "C" {
 OVK_API uint32_t _IssueMbox(uint32_t board, Mailbox* mb, uint32_t inWords, uint32_t outBytes,
                             uint32_t sliMode);
 }
+
+namespace ovk {
+
+/** Memory of the caller that a mailbox names. */
+struct CallerMemory {
+  std::uint32_t size = 0;
+  void* address = nullptr;
+};
+
+/**
+ * The data that a mailbox moves besides itself. It is taken before the first attempt and serves all
+ * of them, because the driver may rewrite the words of a mailbox that it returns as busy.
+ */
+class MailboxExtension {
+ public:
+  /** Takes what the mailbox names, unless an earlier attempt did. A length that is too long aborts.
+   */
+  void take_once(const Mailbox& mb);
+
+  /** The data to write, `write_size` bytes. */
+  [[nodiscard]] const std::uint8_t* write_data() const { return write_data_; }
+  [[nodiscard]] std::uint32_t write_size() const { return write_size_; }
+
+  /** The place for the data that is read; without an address when nothing is. */
+  [[nodiscard]] const CallerMemory& read() const { return read_; }
+
+ private:
+  bool taken_ = false;
+  std::uint32_t write_size_ = 0;
+  CallerMemory read_;
+  std::uint8_t write_data_[OVK_MAILBOX_EXTENSION_SIZE];  // its first write_size_ bytes are set
+};
+
+/** Passes a mailbox as _IssueMbox does, with the data that the first of several attempts took. */
+std::uint32_t issue_mailbox(std::uint32_t board, Mailbox* mb, std::uint32_t in_words,
+                            std::uint32_t out_bytes, std::uint32_t sli_mode,
+                            MailboxExtension& extension);
+
+}  // namespace ovk

@@ -30,7 +30,7 @@ bool was_busy(std::uint32_t result, const Mailbox& mailbox) {
   return result != OVK_OK && mailbox.status == OVK_MAILBOX_BUSY;
 }
 
-/** What a retry call gives for its last attempt. */
+/** The result of a retry call whose last attempt gave `result`. */
 std::uint32_t conclude(std::uint32_t result, const Mailbox& mailbox) {
   return result == OVK_OK || mailbox.status == 0 ? result : std::uint32_t{OVK_MAILBOX_SEE_STATUS};
 }
@@ -50,34 +50,13 @@ std::uint32_t attempt_while_busy(std::uint32_t attempts, const Mailbox& mailbox,
   return result;
 }
 
-/** The bytes of a mailbox that is as long as its caller said; the others are not there. */
-class MailboxBytes {
- public:
-  MailboxBytes(Mailbox* mb, std::uint32_t words)
-      : bytes_{static_cast<std::uint8_t*>(static_cast<void*>(mb))}, words_{words} {}
+bool word_set(const std::uint8_t* word) {
+  return std::any_of(word, word + word_size, [](std::uint8_t byte) { return byte != 0; });
+}
 
-  /** A byte; 0 where there is none. */
-  [[nodiscard]] std::uint8_t at(std::size_t offset) const {
-    return offset / word_size < words_ ? bytes_[offset] : std::uint8_t{0};
-  }
+void clear_word(std::uint8_t* word) { std::memset(word, 0, word_size); }
 
-  /** Whether any byte of the word at an offset is set. */
-  [[nodiscard]] bool word_set(std::size_t offset) const {
-    return (at(offset) | at(offset + 1) | at(offset + 2) | at(offset + 3)) != 0;
-  }
-
-  void clear_word(std::size_t offset) {
-    if (offset / word_size < words_) {
-      std::memset(bytes_ + offset, 0, word_size);
-    }
-  }
-
- private:
-  std::uint8_t* bytes_;
-  std::uint32_t words_;
-};
-
-/** How the extended command is told about an SLI_CONFIG mailbox. */
+/** The arguments of the extended command for an SLI_CONFIG mailbox. */
 struct ExtendedWay {
   std::uint32_t sub_code;
   std::uint32_t kind;
@@ -87,30 +66,33 @@ constexpr std::uint32_t reading = 1;
 constexpr std::uint32_t writing = 2;
 constexpr ExtendedWay ordinary_way{};
 
-ExtendedWay non_embedded_way(MailboxBytes& mailbox) {
-  mailbox.clear_word(24);
-  mailbox.clear_word(28);
-  return {.sub_code = mailbox.at(257) == 9 ? reading : writing, .kind = 1};
+ExtendedWay non_embedded_way(std::uint8_t* mailbox) {
+  clear_word(mailbox + 24);
+  clear_word(mailbox + 28);
+  static_assert(OVK_MAILBOX_ROOM > 257);
+  return {.sub_code = mailbox[257] == 9 ? reading : writing, .kind = 1};
 }
 
-ExtendedWay embedded_way(MailboxBytes& mailbox) {
-  const std::uint32_t sub_code = mailbox.at(24) == 0xAC ? reading : writing;
-  mailbox.clear_word(160);
-  mailbox.clear_word(164);
-  return {.sub_code = sub_code, .kind = 2};
+ExtendedWay embedded_way(std::uint8_t* mailbox) {
+  clear_word(mailbox + 160);
+  clear_word(mailbox + 164);
+  return {.sub_code = mailbox[24] == 0xAC ? reading : writing, .kind = 2};
 }
 
-/** Which way a mailbox goes. One that goes the extended way loses the addresses it held. */
-ExtendedWay choose_way(MailboxBytes mailbox) {
+/**
+ * Chooses the way of a mailbox. One that goes the extended way loses the addresses it held. Callers
+ * rely on that for an SLI_CONFIG mailbox of any length, for its whole room is there.
+ */
+ExtendedWay choose_way(std::uint8_t* mailbox) {
   constexpr std::uint8_t sli_config = 0x9B;
-  if (mailbox.at(1) != sli_config) {
+  if (mailbox[offsetof(Mailbox, command)] != sli_config) {
     return ordinary_way;
   }
-  const bool embedded = (mailbox.at(4) & 1) != 0;
+  const bool embedded = (mailbox[4] & 1) != 0;
   if (!embedded) {
     return non_embedded_way(mailbox);
   }
-  const bool has_external_data = mailbox.at(25) == 1 && mailbox.word_set(152);
+  const bool has_external_data = mailbox[25] == 1 && word_set(mailbox + 152);
   return has_external_data ? embedded_way(mailbox) : ordinary_way;
 }
 
@@ -176,16 +158,17 @@ std::uint32_t OVK_IssueMboxWithRetryV2(std::uint32_t board, Mailbox* mb, std::ui
   if (mode < OVK_SLI4) {
     return OVK_MAILBOX_WRONG_KIND;
   }
-  const ExtendedWay way = choose_way({mb, words});
+  const ExtendedWay way = choose_way(static_cast<std::uint8_t*>(static_cast<void*>(mb)));
   const bool extended = way.kind != ordinary_way.kind;
   if (!extended && words != OVK_MAILBOX_WORDS) {
     return OVK_MAILBOX_WRONG_KIND;
   }
+  ovk::MailboxExtension extension;
   while (true) {
     mb->status = 0;
     const std::uint32_t result =
         extended ? IssueExtendedSLIConfig(board, mb, way.sub_code, way.kind, words)
-                 : _IssueMbox(board, mb, words, words * word_size, mode);
+                 : ovk::issue_mailbox(board, mb, words, words * word_size, mode, extension);
     if (!was_busy(result, *mb) || retries <= 1) {
       return conclude(result, *mb);
     }

@@ -150,6 +150,17 @@ bool is_sli4(std::uint32_t board) {
   return driver.sli_mode >= OVK_SLI4;
 }
 
+/** Sends a mailbox as long as it is, in the room that the call looks at. */
+std::uint32_t send_sli4(std::uint32_t board, const Arguments& arguments, Bytes& mailbox) {
+  const std::size_t size = mailbox.size();
+  mailbox.resize(std::max<std::size_t>(size, OVK_MAILBOX_ROOM));
+  const std::uint32_t result = OVK_IssueMboxWithRetryV2(
+      board, as_mailbox(mailbox), static_cast<std::uint32_t>(size / kWordSize), *arguments.attempts,
+      *arguments.delay);
+  mailbox.resize(size);
+  return result;
+}
+
 /** Sends the mailbox the way that the board and its data need. */
 std::uint32_t send(std::uint32_t board, const Arguments& arguments, Parcel& parcel) {
   Mailbox* const mailbox = as_mailbox(parcel.mailbox);
@@ -161,8 +172,7 @@ std::uint32_t send(std::uint32_t board, const Arguments& arguments, Parcel& parc
   }
   const auto size = static_cast<std::uint32_t>(parcel.mailbox.size());
   if (is_sli4(board)) {
-    return OVK_IssueMboxWithRetryV2(board, mailbox, size / kWordSize, *arguments.attempts,
-                                    *arguments.delay);
+    return send_sli4(board, arguments, parcel.mailbox);
   }
   if (size > sizeof(Mailbox)) {
     throw UsageError("A mailbox of this board has at most 64 words.");

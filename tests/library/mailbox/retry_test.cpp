@@ -185,9 +185,12 @@ class RetryV2Test : public MailboxTest {
     return OVK_IssueMboxWithRetryV2(0, &mailbox, words, retries, longest_delay);
   }
   static std::uint32_t issue(ByteVector& mailbox, std::uint32_t retries = 1) {
-    void* bytes = mailbox.data();
-    return issue(*static_cast<Mailbox*>(bytes), static_cast<std::uint32_t>(mailbox.size() / 4),
-                 retries);
+    return issue(as_mailbox(mailbox), static_cast<std::uint32_t>(mailbox.size() / 4), retries);
+  }
+
+  static Mailbox& as_mailbox(ByteVector& bytes) {
+    void* start = bytes.data();
+    return *static_cast<Mailbox*>(start);
   }
 
   Exchange& expect_extended_command(const ByteVector& sent, std::uint32_t sub_code) {
@@ -267,11 +270,62 @@ TEST_F(RetryV2Test, SliConfigWithExternalDataGoesTheExtendedWayWithoutItsAddress
   expect_extended(embedded, {160, 164}, 1);
 }
 
-TEST_F(RetryV2Test, LooksAtNoByteBehindTheWordsItWasGiven) {
-  expect_extended(sli_config(28, false, 7), {24}, 2);
-  expect_extended({7, 0x9B, 7, 7}, {}, 2);
-  expect_extended(sli_config(256, false, 7), {24, 28}, 2);
-  expect_extended(sli_config(164, true, 0x0157), {160}, 2);
+TEST_F(RetryV2Test, LooksAtSliConfigInItsWholeRoomWhateverNumberOfWordsItPasses) {
+  ByteVector outside = sli_config(OVK_MAILBOX_ROOM, false, 7);
+  outside[257] = 9;
+  struct {
+    ByteVector mailbox;
+    std::initializer_list<std::size_t> addresses;
+  } const cases[] = {{outside, {24, 28}}, {sli_config(256, true, 0x01AC), {160, 164}}};
+  for (const auto& [mailbox, addresses] : cases) {
+    for (const std::uint32_t words : {0U, 6U, 41U, 63U}) {
+      SCOPED_TRACE(words);
+      ByteVector memory = mailbox;
+      ByteVector expected = cleared(mailbox, addresses);
+      const ByteVector reply = counted_bytes(words * 4);
+      expect_extended_command({expected.data(), expected.data() + words * 4}, 1).replies(1, reply);
+      EXPECT_EQ(issue(as_mailbox(memory), words), OVK_OK);
+      std::ranges::copy(reply, expected.begin());
+      EXPECT_THAT(memory, SameBytes(expected));
+    }
+  }
+}
+
+TEST_F(RetryV2Test, ABusyMailboxThatTheDriverRewroteKeepsTheMemoryThatItsCallerNamed) {
+  const ByteVector written{1, 2, 3, 4};
+  const ByteVector answer{9, 8, 7, 6};
+  ByteVector read(4);
+  const std::initializer_list<std::pair<std::size_t, std::uint32_t>> nowhere = {
+      {2, 0xFFFFFF}, {3, 1}, {4, 1}, {5, 0xFFFFFF}, {6, 1}};
+  const Mailbox moves = mailbox_of(
+      0x84, {{2, 4}, {3, address_of(written.data())}, {5, 4}, {6, address_of(read.data())}});
+  struct {
+    Mailbox mailbox;
+    std::uint8_t rewritten;
+    ByteVector sent;
+    ByteVector received;
+  } const cases[] = {{moves, 0x84, written, answer},
+                     {moves, 0x8D, written, answer},
+                     {moves, 0x05, written, answer},
+                     {mailbox_of(0x05), 0x84, {}, ByteVector(4)}};
+  for (const auto& [caller, command, sent, received] : cases) {
+    SCOPED_TRACE(testing::Message() << std::hex << +caller.command << ", " << +command);
+    std::ranges::fill(read, std::uint8_t{0});
+    Mailbox mailbox = caller;
+    Mailbox rewritten = mailbox_of(command, nowhere);
+    rewritten.status = OVK_MAILBOX_BUSY;
+    expect_sli_mode(board0, 4);
+    expect_mailbox(caller, 64, 256)
+        .sends(1, sent)
+        .replies(1, ByteVector(4096, 0xEE))
+        .replies(2, rewritten);
+    expect_mailbox(rewritten, 64, 256)
+        .sends(1, sent)
+        .replies(1, answer)
+        .replies(2, returned_mailbox(0));
+    EXPECT_EQ(issue(mailbox, 64, 2), OVK_OK);
+    EXPECT_THAT(read, SameBytes(received));
+  }
 }
 
 TEST_F(RetryV2Test, SliConfigWithoutExternalDataIsAnOrdinaryMailbox) {
