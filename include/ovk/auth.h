@@ -85,7 +85,7 @@ OVK_API uint32_t OVK_GetAuthConfigV2(uint32_t board, Wwn wwn, AuthConfig* config
 OVK_API uint32_t OVK_DeleteAuthConfigV2(uint32_t board, AuthConfig* config, uint8_t delete_all);
 
 /**
- * Has the driver keep the configuration over a restart.
+ * Makes the driver keep its configuration over a restart.
  *
  * @param board  library board index
  * @return see above
@@ -93,7 +93,7 @@ OVK_API uint32_t OVK_DeleteAuthConfigV2(uint32_t board, AuthConfig* config, uint
 OVK_API uint32_t OVK_PersistAuthConfig(uint32_t board);
 
 /**
- * Has the driver delete its whole configuration object.
+ * Makes the driver delete its whole configuration object.
  *
  * @param board  library board index
  * @return see above
@@ -146,24 +146,52 @@ OVK_API uint32_t OVK_GetAuthStatus(uint32_t board, AuthStatus* status_record);
  */
 
 /**
- * The calls of the first generation do nothing.
+ * Does nothing, like all calls of the first generation.
  *
  * @return OVK_NOT_SUPPORTED, whatever the arguments
  */
 OVK_API uint32_t OVK_GetAuthConfig(uint32_t board, Wwn local, Wwn remote, void* config);
-/** As OVK_GetAuthConfig. */
+/**
+ * Does nothing, like all calls of the first generation.
+ *
+ * @return OVK_NOT_SUPPORTED, whatever the arguments
+ */
 OVK_API uint32_t OVK_SetAuthConfig(uint32_t board, Wwn local, Wwn remote, const void* config);
-/** As OVK_GetAuthConfig. */
+/**
+ * Does nothing, like all calls of the first generation.
+ *
+ * @return OVK_NOT_SUPPORTED, whatever the arguments
+ */
 OVK_API uint32_t OVK_DeleteAuthConfig(uint32_t board, Wwn local, Wwn remote);
-/** As OVK_GetAuthConfig. */
+/**
+ * Does nothing, like all calls of the first generation.
+ *
+ * @return OVK_NOT_SUPPORTED, whatever the arguments
+ */
 OVK_API uint32_t OVK_GetAuthConfigList(uint32_t board, Wwn local, void* list);
-/** As OVK_GetAuthConfig. */
+/**
+ * Does nothing, like all calls of the first generation.
+ *
+ * @return OVK_NOT_SUPPORTED, whatever the arguments
+ */
 OVK_API uint32_t OVK_GetAuthPassword(uint32_t board, Wwn local, Wwn remote, void* password);
-/** As OVK_GetAuthConfig. */
+/**
+ * Does nothing, like all calls of the first generation.
+ *
+ * @return OVK_NOT_SUPPORTED, whatever the arguments
+ */
 OVK_API uint32_t OVK_SetAuthPassword(uint32_t board, Wwn local, Wwn remote, const void* password);
-/** As OVK_GetAuthConfig. */
+/**
+ * Does nothing, like all calls of the first generation.
+ *
+ * @return OVK_NOT_SUPPORTED, whatever the arguments
+ */
 OVK_API uint32_t OVK_EnableAuthentication(uint32_t board);
-/** As OVK_GetAuthConfig. */
+/**
+ * Does nothing, like all calls of the first generation.
+ *
+ * @return OVK_NOT_SUPPORTED, whatever the arguments
+ */
 OVK_API uint32_t OVK_DisableAuthentication(uint32_t board);
 
 OVK_END_DECLS

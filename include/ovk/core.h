@@ -158,7 +158,7 @@ OVK_API uint32_t InitDiagEnv(void* boards);
 OVK_API uint32_t OVK_FreeDiagEnv(void);
 
 /**
- * The same as OVK_FreeDiagEnv, under its older name.
+ * The older name of OVK_FreeDiagEnv, which does the same.
  *
  * @return OVK_OK
  */
@@ -328,7 +328,7 @@ OVK_API uint32_t LogMsg(const LogMessage* message);
 OVK_API uint32_t CallVer(VersionSignature* driver, VersionSignature* library);
 
 /**
- * Has the driver raise a test event.
+ * Makes the driver raise a test event.
  *
  * @param board  library board index
  * @param a      first argument of the event

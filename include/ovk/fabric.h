@@ -218,7 +218,7 @@ OVK_API uint32_t OVK_SendFcpCmd(uint32_t board, const Wwn* target_wwn, const Fcp
                                 void* response, uint32_t* response_length);
 
 /**
- * The same as OVK_SendFcpCmd, under its older name.
+ * The older name of OVK_SendFcpCmd, which does the same.
  *
  * @param board            library board index
  * @param target_wwn       port WWN of the target

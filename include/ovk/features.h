@@ -54,7 +54,7 @@ OVK_ASSERT_OFFSET(FcpPriorityList, entries, 4);
 OVK_API uint32_t OVK_QoSGetGlobalFlag(uint32_t board, uint32_t* flag);
 
 /**
- * Has the driver apply its FCP priority rules, or not.
+ * Switches on or off that the driver applies its FCP priority rules.
  *
  * @param board  library board index
  * @param flag   the flag, as the driver takes it
@@ -190,7 +190,7 @@ OVK_API uint32_t OVK_SetOASLun(uint32_t board, const Wwn* local_port, const Wwn*
                                uint8_t operation);
 
 /**
- * As OVK_SetOASLun, with a priority.
+ * Sets or clears an OAS rule as OVK_SetOASLun does, with a priority.
  *
  * @param board        library board index
  * @param local_port   WWN of the board's port
@@ -211,7 +211,7 @@ typedef struct QfpaPriorityList {
 
 OVK_ASSERT_SIZE(QfpaPriorityList, 514);
 
-/** Which virtual machine has which identifier. The layout is the driver's. */
+/** The identifiers of the virtual machines. The layout is the driver's. */
 typedef struct VMidMapping {
   uint8_t bytes[76808];
 } VMidMapping;

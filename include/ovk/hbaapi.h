@@ -51,8 +51,8 @@ OVK_ASSERT_OFFSET(AdapterAttributes, NumberOfPorts, 1932);
 OVK_ASSERT_OFFSET(AdapterAttributes, DriverName, 1936);
 
 /**
- * Has the driver take a fresh snapshot of what the board sees of the fabric. The snapshot's tag is
- * kept in ovk_refresh_timer, unchanged on failure.
+ * Makes the driver take a fresh snapshot of what the board sees of the fabric. The snapshot's tag
+ * is kept in ovk_refresh_timer, unchanged on failure.
  *
  * @param board  library board index
  * @return OVK_OK; OVK_FAILED
@@ -210,7 +210,7 @@ extern OVK_API PortStatistics ovk_rststatistics[OVK_MAX_BOARDS];
 OVK_API uint32_t GetPortStatistics(uint32_t board, uint32_t port_index, PortStatistics* stats);
 
 /**
- * Has the statistics of a board's port count from now on. The driver's own counters go on; what
+ * Restarts the statistics of a board's port from 0. The driver's own counters go on; what
  * they read now is kept in ovk_rststatistics, unchanged on failure. After it, LIPCount, NOSCount
  * and DumpedFrames still read -1 where the driver does not count them, other counters 0.
  *

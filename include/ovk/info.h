@@ -39,7 +39,7 @@ OVK_ASSERT_OFFSET(LinkInfo, words152, 152);
 OVK_API uint32_t OVK_GetLinkInfo(int board, LinkInfo* record);
 
 /**
- * The same as OVK_GetLinkInfo, under its older name.
+ * The older name of OVK_GetLinkInfo, which does the same.
  *
  * @param board   library board index
  * @param record  receives the record, at any alignment; untouched on failure
@@ -189,7 +189,7 @@ enum OvkRawAccessResult {
 OVK_API uint32_t OVK_ReadPciCfg(uint32_t board, void* buffer, uint32_t offset, uint32_t count);
 
 /**
- * The same as OVK_ReadPciCfg, under its older name.
+ * The older name of OVK_ReadPciCfg, which does the same.
  *
  * @param board   library board index
  * @param buffer  receives count bytes; untouched on failure

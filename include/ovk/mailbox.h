@@ -193,7 +193,7 @@ extern OVK_API uint32_t ovk_sli4_read_fcf_table_cmd_rsp[145];
 /** The request type of all callers of OVK_IssueDumpMBox and OVK_IssueUpdateCfgMBox. */
 #define OVK_REGION_REQUEST_TYPE 2
 
-/** What the region calls give for the firmware's answer about a region. */
+/** The results of the region calls for the firmware's answers about a region. */
 enum OvkRegionResult {
   OVK_REGION_STATUS_FFFD = 4, /**< mailbox status 0xFFFD */
   OVK_REGION_STATUS_FFF7 = 5, /**< mailbox status 0xFFF7 */
@@ -253,7 +253,7 @@ enum OvkLoopbackResult {
   OVK_LOOPBACK_NOTHING_RECEIVED = 6 /**< of OVK_RunLoopbackTest: nothing came back */
 };
 
-/** What a loopback test sends and where it puts what came back. */
+/** The buffers of a loopback test: what it sends, and room for what comes back. */
 typedef struct LoopbackRequest {
   uint32_t bufSize;     /**< bytes to send, at most OVK_LOOPBACK_MAX_SIZE */
   const void* transmit; /**< bufSize bytes */

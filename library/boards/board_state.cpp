@@ -12,7 +12,7 @@ namespace {
 
 constexpr std::int32_t failed = 0;
 
-/** What RAVN_MGMT_SETDIAG is asked to do. */
+/** The sub-commands of RAVN_MGMT_SETDIAG. */
 enum SubCommand : std::uint32_t {
   query_or_mode_0 = 16,
   enter_mode_1 = 17,

@@ -49,7 +49,7 @@ bool is_other_function(std::uint32_t device) {
   return std::ranges::find(others, static_cast<std::uint16_t>(device >> 16)) != std::end(others);
 }
 
-/** Asks the driver for the board with this number. Most numbers have none, and nothing is said. */
+/** Asks the driver for the board with this number. Most numbers have none. */
 std::optional<DiscoveryRecord> discover(std::uint32_t number, ovk::LogPlace place) {
   DiscoveryRecord record{};
   Command command = Command::to_driver_board(number, place);

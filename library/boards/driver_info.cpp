@@ -15,7 +15,7 @@ using ovk::Outcome;
 
 namespace {
 
-/** Every failure of OVK_GetDrvInfo. */
+/** The result of OVK_GetDrvInfo for every failure. */
 constexpr std::uint32_t no_driver_info = 2;
 
 constexpr std::uint8_t drv_info_kind = 21;

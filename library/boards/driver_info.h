@@ -1,6 +1,6 @@
 /**
  * @file
- * What the rest of the library asks about a board before it decides what to do with it.
+ * The driver information by which the library decides what a board can do, and the SLI gates.
  */
 #pragma once
 

@@ -1,6 +1,6 @@
 /**
  * @file
- * What the library adds to the driver's commands: the texts of their log lines.
+ * The texts of the log lines, which the library adds to the driver's list of commands.
  */
 #pragma once
 

@@ -46,7 +46,7 @@ struct [[nodiscard]] Outcome {
     return entry != map.end() ? entry->result : otherwise;
   }
 
-  /** The same, but a command that was not delivered gives `otherwise` whatever its status. */
+  /** As result(), except that an undelivered command gives `otherwise` whatever its status. */
   [[nodiscard]] std::uint32_t result_if_delivered(std::initializer_list<StatusResult> map,
                                                   std::uint32_t otherwise = OVK_FAILED) const {
     return delivered() ? result(map, otherwise) : otherwise;

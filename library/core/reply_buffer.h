@@ -1,6 +1,6 @@
 /**
  * @file
- * Where the driver writes a reply whose caller may have less room than the driver copies.
+ * The place where the driver writes a reply whose caller may have less room than it copies.
  */
 #pragma once
 
@@ -28,7 +28,8 @@ class ReplyBuffer {
   explicit operator bool() const { return !work_ || *work_; }
   Record* get() const { return work_ ? work_->get() : static_cast<Record*>(caller_); }
 
-  /** Hands out up to `count` bytes, as many as the work buffer holds, if they are not there yet. */
+  /** Copies up to `count` bytes, as many as the work buffer holds, to a caller that has less room.
+   */
   void deliver(std::size_t count) const {
     if (work_) {
       work_->copy_out(caller_, count);

@@ -35,7 +35,7 @@ static_assert(offsetof(FcpRequest, response.length) == 56);
 static_assert(offsetof(FcpRequest, response.tail) == 60);
 static_assert(sizeof(FcpRequest::Response) == OVK_FCP_RESPONSE_MAX_LENGTH);
 
-/** The same with sense data only. */
+/** A command on its way to a target, and the sense data that comes back besides the data. */
 struct ScsiRequest {
   Wwn target;
   FcpCmnd command;
@@ -63,7 +63,7 @@ void copy_reported(void* destination, const Record& record, std::uint32_t report
   }
 }
 
-/** READ(10) or WRITE(10). */
+/** The image of READ(10) or WRITE(10). */
 FcpCmnd transfer_image(ovk::ScsiOpcode opcode, ovk::LunWords lun, OvkFcpDirection direction,
                        std::uint32_t lba, std::uint32_t data_length) {
   FcpCmnd image = ovk::fcp_cmnd(opcode, lun, direction, data_length);

@@ -67,7 +67,7 @@ std::uint32_t order_fcp_priority_list(FcpPriorityList* list) {
   copy.copy_in(list->entries, count * sizeof(FcpPriorityEntry));
   const std::span<const FcpPriorityEntry> rules{copy.get(), count};
 
-  // Where the rules of each kind end: the kinds stand from the most specific one down.
+  // The place where the rules of each kind end; the most specific kind stands first.
   std::array<std::uint32_t, match_fields + 1> end{};
   for (const FcpPriorityEntry& rule : rules) {
     ++end[specific_fields(rule)];

@@ -34,7 +34,7 @@ struct OasListPayload {
   OasDriverEntry entries[OVK_OAS_MAX_LUNS];
 };
 
-/** A rule travels as text. */
+/** A rule, which travels as text. */
 struct OasRulePayload {
   char text[6656];
 };
@@ -60,7 +60,7 @@ static_assert(offsetof(TargetNodes, nodes) == offsetof(NodeInformationList, node
 template <ovk::CommandName name>
 constexpr std::uint32_t id_of = name->id;
 
-// The local and the target port's name as hex digits.
+/** The names of the local and the target port as hex digits. */
 using PortPairText = std::array<char, 2 * 2 * sizeof(Wwn) + 1>;
 
 PortPairText port_pair_text(const Wwn& local, const Wwn& target) {
@@ -126,7 +126,7 @@ std::uint32_t send_rule(std::uint32_t board, std::uint32_t operation, const OasR
        {DriverStatus::oas_rule_table_full, OVK_OAS_RULE_REFUSED}});
 }
 
-/** Whether the local port is logged in with the target. */
+/** Looks for the target among the ports that the local port is logged in with. */
 std::uint32_t check_target(std::uint32_t board, const Wwn& local, const Wwn& target) {
   const HeapBuffer<TargetNodes> known;
   if (!known) {

@@ -12,7 +12,7 @@ using ovk::Outcome;
 
 namespace {
 
-/** What RAVN_MGMT_GET_RAS_LOG exchanges beside the log's bytes. */
+/** The numbers that RAVN_MGMT_GET_RAS_LOG exchanges beside the log's bytes. */
 struct RasLogExchange {
   std::uint32_t extent[2];
   std::uint32_t offset;

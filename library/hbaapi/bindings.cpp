@@ -11,7 +11,7 @@ using ovk::Outcome;
 
 namespace {
 
-/** What the driver writes. */
+/** The driver's answer to RAVN_MGMT_LIST_BIND. */
 struct BindListReply {
   std::uint32_t count;
   FcpBinding bindings[OVK_MAX_BINDINGS];
@@ -32,7 +32,7 @@ std::uint32_t GetFcpBindList(std::uint32_t board, FcpBindList* list) {
   if (!buffer) {
     return OVK_NO_MEMORY;
   }
-  // The room in bytes is the driver's own; that in entries is the caller's.
+  // The driver is told the bytes of its own reply, but the entries of the caller's list.
   Command command{board, {.request_size = sizeof(BindListReply), .value = list->count}};
   const Outcome outcome = command.invoke<"RAVN_MGMT_LIST_BIND">(buffer.get());
   if (outcome.succeeded()) {

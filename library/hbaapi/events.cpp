@@ -13,7 +13,7 @@ constinit std::uint32_t EventMissedCount = 0;
 
 namespace {
 
-/** What the driver gives at a time. */
+/** The driver's answer to RAVN_MGMT_HBA_GETEVENT: the most events that it gives at a time. */
 struct EventRecords {
   EventInfo events[OVK_MAX_EVENTS];
 };

@@ -13,8 +13,7 @@ using ovk::Outcome;
 
 namespace {
 
-/** What the driver gives as the FC address when the refresh tag is no longer that of its snapshot.
- */
+/** The FC address by which the driver says that the refresh tag is not its snapshot's any more. */
 constexpr std::uint32_t stale_fc_id = 0xFFFFFFFF;
 
 /** A port as the driver describes it. */
@@ -77,7 +76,7 @@ void reshape(const PortRecord& record, PortAttributes& attrs) {
   attrs.NumberofDiscoveredPorts = record.discovered_ports;
 }
 
-/** Hands the port of a snapshot out, unless the snapshot moved. */
+/** Hands out the port of a snapshot, unless the driver has taken another snapshot since. */
 std::uint32_t deliver_from_snapshot(const PortRecord& record, PortAttributes& attrs) {
   if (record.fc_id == stale_fc_id) {
     return OVK_STALE_DATA;

@@ -14,7 +14,7 @@ namespace {
 
 using RnidReply = ovk::Bytes<OVK_RNID_REPLY_SIZE>;
 
-/** Names the destination by the kind of name; a kind that is not known names none. */
+/** The request for a name of this kind; a request without a name for an unknown kind. */
 ovk::WwnRequest destination(const Wwn* wwn, std::uint32_t wwn_type) {
   switch (wwn_type) {
     case OVK_NODE_WWN:

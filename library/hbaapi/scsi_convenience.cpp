@@ -7,10 +7,10 @@
 
 namespace {
 
-/** Where the GS_TYPE stands in a CT_IU preamble. */
+/** The offset of GS_TYPE in a CT_IU preamble. */
 constexpr std::size_t gs_type_offset = 4;
 
-/** The services of a well-known address of their own, 0xFFFF00 plus their GS_TYPE. */
+/** The services that have a well-known address of their own: 0xFFFF00 plus their GS_TYPE. */
 constexpr std::uint8_t management_service = 0xFA;
 constexpr std::uint8_t directory_service = 0xFC;
 constexpr std::uint8_t fabric_controller = 0xFD;

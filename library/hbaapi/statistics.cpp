@@ -28,7 +28,7 @@ PortStatistics difference(const PortStatistics& now, const PortStatistics& basel
   return std::bit_cast<PortStatistics>(counters);
 }
 
-/** What later readings are compared with. */
+/** The baseline with which later readings are compared. */
 PortStatistics as_baseline(PortStatistics stats) {
   // Intended: only these three go on to read -1 after a reset when the driver does not count them.
   for (std::int64_t* counter : {&stats.LIPCount, &stats.NOSCount, &stats.DumpedFrames}) {

@@ -16,7 +16,7 @@ using ovk::Outcome;
 
 namespace {
 
-/** What the driver writes. */
+/** The driver's answer to RAVN_MGMT_HBA_FCPTARGETMAPPING. */
 struct MappingReply {
   std::uint32_t count;
   FcpScsiEntry entries[OVK_MAX_TARGET_MAPPINGS];
@@ -48,7 +48,7 @@ static_assert(offsetof(IdentificationPage, first.designator) == 8);
 
 constexpr std::uint8_t identification_page_code = 0x83;
 constexpr std::uint32_t identification_page_room = 255;
-/** Given to the inquiry for form: it sends no room, and the driver may fill more. */
+/** The inquiry takes a room for sense data but does not send it, and the driver may fill more. */
 constexpr std::uint32_t stated_sense_room = 64;
 constexpr std::uint8_t association_mask = 0x30;
 constexpr std::uint8_t type_mask = 0x0F;

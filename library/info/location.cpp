@@ -8,7 +8,7 @@ using ovk::Outcome;
 
 namespace {
 
-/** The status decides first, then how the delivery failed. */
+/** The result, which the driver's status decides first and the error of the delivery then. */
 std::uint32_t trunk_result(const Outcome& outcome) {
   constexpr int invalid_argument = 22;  // the host's error number
   if (outcome.status == DriverStatus::success && outcome.invoke_result == invalid_argument) {

@@ -8,6 +8,6 @@
 
 extern "C" {
 
-/** Comes after every read and before every write; the driver's byte order needs no change. */
+/** Swaps the data after a read and before a write: nothing to do in the driver's byte order. */
 OVK_API void SwapPciData(void);
 }

@@ -14,7 +14,8 @@ using ovk::Outcome;
 
 namespace {
 
-/** Moves the board into a state as SetBrdEnv does, under this call's numbers. */
+/** Moves the board into a state with SetBrdEnv; this call has numbers of its own for some states.
+ */
 std::uint32_t set_diagnostic_state(std::uint32_t board, std::uint32_t mode) {
   const std::uint32_t board_mode = mode == 2 ? 5 : mode;
   const std::int32_t state = SetBrdEnv(board, board_mode);

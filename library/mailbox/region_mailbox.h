@@ -41,7 +41,14 @@ OVK_API uint32_t LEG_IssueDumpMBox(uint32_t board, uint8_t* dest, uint32_t regio
  */
 OVK_API uint32_t LegacySetRegion22(uint32_t board, const void* data, uint32_t length);
 
-/** The same for region 23. */
+/**
+ * Writes region 23 of an SLI-3 adapter.
+ *
+ * @param board   library board index
+ * @param data    the bytes to write; whole words of them are sent
+ * @param length  their number, at most 2048
+ * @return the result of OVK_IssueMboxWithRetryEx
+ */
 OVK_API uint32_t LegacySetRegion23(uint32_t board, const void* data, uint32_t length);
 }
 

@@ -8,7 +8,7 @@ using ovk::Command;
 
 namespace {
 
-/** What the driver says about itself. */
+/** The driver's answer to RAVN_MGMT_GET_OVK_REV. */
 struct DriverRevision {
   std::uint32_t words0[2];
   std::uint32_t has_mode3;  ///< not 0 where the driver has the third mode

@@ -15,10 +15,10 @@ using ovk::Outcome;
 
 namespace {
 
-/** Stands for the first FCF when it is asked for, and for none when it is the next one. */
+/** The index that asks for the first FCF, and that the driver gives behind the last one. */
 constexpr std::uint32_t list_end = 0xFFFF;
 
-/** What the driver tells of one FCF. */
+/** The driver's answer to RAVN_MGMT_HBA_GET_FCF_LIST: one FCF. */
 struct FcfRecord {
   std::uint32_t reserved0;
   std::uint32_t word4;
@@ -98,7 +98,7 @@ std::uint32_t OVK_FCoEGetFCFList(std::uint32_t board, FcfList* list) {
   std::uint16_t count = 0;
   std::uint32_t index = list_end;
   std::uint32_t last_value = 0;
-  // A driver whose table never ends is left when the 16-bit count could be full.
+  // The walk leaves a driver whose table never ends when the 16-bit count could be full.
   for (std::uint32_t step = 0; step < std::numeric_limits<std::uint16_t>::max(); ++step) {
     FcfRecord record{};
     Command command{board, {.index = index}};

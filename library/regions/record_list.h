@@ -28,7 +28,7 @@ OVK_API ovk::RecordHeader* searchRegion23(void* image, uint32_t length, uint8_t 
 
 namespace ovk {
 
-/** Why searchRegion23 found nothing. */
+/** The reasons why searchRegion23 found nothing. */
 enum SearchCode : std::uint8_t {
   record_found = 0,
   list_runs_out = 252,  ///< the image ends before the list does

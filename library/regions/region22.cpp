@@ -14,7 +14,7 @@ using ovk::Region22Image;
 
 namespace {
 
-/** How a board's Region 22 is reached. */
+/** A board whose Region 22 is read and written by the calls of its adapter type. */
 struct Region22Access {
   std::uint32_t board;
   std::uint32_t adapter_type;

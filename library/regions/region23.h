@@ -38,7 +38,7 @@ struct FoundRecord {
 
   explicit operator bool() const { return header != nullptr; }
 
-  /** What stands `offset` bytes into the record's data; null where it leaves the image. */
+  /** The data that stands `offset` bytes into the record's; null where it leaves the image. */
   template <typename Data>
   Data* data(std::size_t offset = 0) const {
     if (offset + sizeof(Data) > data_room) {
@@ -57,7 +57,7 @@ class Region23 {
   Region23(const Region23&) = delete;
   Region23& operator=(const Region23&) = delete;
 
-  /** How the read ended; nothing else is to be called after a failed one. */
+  /** The result of the read; after a failed one nothing else is to be called. */
   [[nodiscard]] std::uint32_t read_result() const { return read_result_; }
 
   [[nodiscard]] FoundRecord find(RecordType type) const;

@@ -20,7 +20,7 @@ std::uint8_t* image_bytes(Image& image) {
   return static_cast<std::uint8_t*>(static_cast<void*>(&image));
 }
 
-/** Both images' version. */
+/** The version of a Region 22 and of a Region 23 image. */
 inline constexpr std::uint8_t region_version = 1;
 
 /* ---- Region 22 ------------------------------------------------------------------------------- */

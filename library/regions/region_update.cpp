@@ -8,7 +8,8 @@
 
 namespace {
 
-/** Intended: only the firmware tells of a failure; one of the command itself passes as success. */
+/** Updates a region by the region command. Intended: only the firmware's status tells of a failure;
+    a failure of the command itself passes as success. */
 std::uint32_t update_region(std::uint32_t board, ovk::RegionNumber region, const void* image,
                             std::uint32_t length) {
   std::uint32_t mailbox_status = 0;
@@ -16,7 +17,7 @@ std::uint32_t update_region(std::uint32_t board, ovk::RegionNumber region, const
   return mailbox_status;
 }
 
-/** The same, for the boards that have region commands. */
+/** Updates a region of a board whose adapter type has region commands. */
 std::uint32_t update_region_by_type(std::uint32_t board, ovk::RegionNumber region,
                                     const void* image, std::uint32_t length) {
   std::uint32_t type = 0;
