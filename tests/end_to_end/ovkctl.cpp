@@ -1,30 +1,9 @@
 #include "tests/end_to_end/ovkctl.h"
 
-#include <array>
-#include <cstdio>
-#include <cstdlib>
 #include <fstream>
-#include <iterator>
-#include <regex>
-#include <sstream>
-#include <stdexcept>
-#include <sys/wait.h>
 
 namespace ovk::test {
 namespace {
-
-std::filesystem::path make_folder() {
-  std::string name = std::filesystem::temp_directory_path() / "ovkctl-XXXXXX";
-  if (mkdtemp(name.data()) == nullptr) {
-    throw std::runtime_error("no folder " + name);
-  }
-  return name;
-}
-
-/** A text as one word of a shell's line. */
-std::string quoted(const std::string& text) {
-  return "'" + std::regex_replace(text, std::regex("'"), R"('\'')") + "'";
-}
 
 MATCHER_P(HasMembers, members, "has the members " + members.dump()) {
   for (const auto& [key, value] : members.items()) {
@@ -49,24 +28,12 @@ testing::Matcher<const Outcome&> Exits(int exit_code, const std::string& said) {
 
 testing::Matcher<const json&> Holds(const json& members) { return HasMembers(members); }
 
-OvkctlTest::OvkctlTest() : folder(make_folder()) {}
-
-OvkctlTest::~OvkctlTest() {
-  std::error_code ignored;
-  std::filesystem::remove_all(folder, ignored);
-}
-
 Outcome OvkctlTest::run(const std::string& line, const std::string& input) const {
-  write("stdin", input);
-  std::string command = "cd " + quoted(folder) +
-                        " && exec env -u RAVNSIM_TOPOLOGY -u RAVNSIM_STATE -u RAVNSIM_FAULTS ";
+  std::string command = "exec env -u RAVNSIM_TOPOLOGY -u RAVNSIM_STATE -u RAVNSIM_FAULTS ";
   for (const auto& [name, value] : environment) {
     command += name + "=" + quoted(value) + " ";
   }
-  command += quoted(OVKCTL) + " " + line + " <stdin >stdout 2>stderr";
-  const int status = std::system(command.c_str());
-  return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, contents_of("stdout"),
-          contents_of("stderr")};
+  return run_in(folder, command + quoted(OVKCTL) + " " + line, input);
 }
 
 json OvkctlTest::json_of(const std::string& line) const {
@@ -95,12 +62,11 @@ void OvkctlTest::set_faults(const std::string& faults) {
 }
 
 void OvkctlTest::write(const std::string& name, const std::string& contents) const {
-  std::ofstream(folder / name) << contents;
+  write_file(folder / name, contents);
 }
 
 std::string OvkctlTest::contents_of(const std::string& name) const {
-  std::ifstream file(folder / name, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), {}};
+  return read_file(folder / name);
 }
 
 json described_boards() {
@@ -117,26 +83,6 @@ std::vector<json> column(const json& rows, const std::string& key) {
     cells.push_back(row.at(key));
   }
   return cells;
-}
-
-std::vector<std::string> lines_of(const std::string& text) {
-  std::vector<std::string> lines;
-  std::istringstream stream(text);
-  for (std::string line; std::getline(stream, line);) {
-    lines.push_back(line);
-  }
-  return lines;
-}
-
-std::string output_of(const std::string& command) {
-  FILE* const pipe = popen((command + " 2>&1").c_str(), "r");
-  std::string output;
-  std::array<char, 256> part;
-  while (std::fgets(part.data(), part.size(), pipe) != nullptr) {
-    output += part.data();
-  }
-  EXPECT_EQ(pclose(pipe), 0) << command << "\n" << output;
-  return output;
 }
 
 }  // namespace ovk::test

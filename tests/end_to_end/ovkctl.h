@@ -2,6 +2,8 @@
 #ifndef TESTS_END_TO_END_OVKCTL_H
 #define TESTS_END_TO_END_OVKCTL_H
 
+#include "tests/support/files.h"
+
 #include <filesystem>
 #include <map>
 #include <string>
@@ -14,13 +16,6 @@ namespace ovk::test {
 
 using nlohmann::json;
 
-/** What a run of ovkctl left behind. */
-struct Outcome {
-  int exit_code = -1;  ///< -1 when a signal ended it
-  std::string out;
-  std::string err;
-};
-
 void PrintTo(const Outcome& outcome, std::ostream* stream);
 
 /** Matches a run that ended with this exit code and said this on standard error. */
@@ -32,9 +27,6 @@ testing::Matcher<const json&> Holds(const json& members);
 /** A simulated host, by default the built-in one, that keeps its state from run to run. */
 class OvkctlTest : public testing::Test {
  protected:
-  OvkctlTest();
-  ~OvkctlTest() override;
-
   /** Runs a line of a shell, but for its first word ovkctl, in the test's folder and without a
       terminal. */
   Outcome run(const std::string& line, const std::string& input = "") const;
@@ -52,8 +44,8 @@ class OvkctlTest : public testing::Test {
 
   std::string contents_of(const std::string& name) const;
 
-  /** Gone with the test. */
-  const std::filesystem::path folder;
+  const TemporaryFolder own_folder;
+  const std::filesystem::path& folder = own_folder.path();
 
   /** Besides the variables of the test itself; the simulator's own come only from here. */
   std::map<std::string, std::string> environment{{"RAVNSIM_STATE", folder / "state"}};
@@ -64,11 +56,6 @@ json described_boards();
 
 /** What the rows hold under a key. */
 std::vector<json> column(const json& rows, const std::string& key);
-
-std::vector<std::string> lines_of(const std::string& text);
-
-/** What another program prints; it must not complain. */
-std::string output_of(const std::string& command);
 
 }  // namespace ovk::test
 

@@ -1,11 +1,8 @@
 // Holds the version script, the headers and the binary against each other.
 
-#include <array>
-#include <cstdio>
+#include "tests/support/files.h"
+
 #include <filesystem>
-#include <fstream>
-#include <iterator>
-#include <memory>
 #include <regex>
 #include <set>
 #include <string>
@@ -22,23 +19,6 @@ using testing::HasSubstr;
 using testing::Not;
 
 using Names = std::set<std::string>;
-
-std::string read_file(const std::filesystem::path& path) {
-  std::ifstream file{path};
-  EXPECT_TRUE(file) << path;
-  return {std::istreambuf_iterator<char>{file}, {}};
-}
-
-std::string output_of(const std::string& command) {
-  const std::unique_ptr<FILE, int (*)(FILE*)> pipe{popen(command.c_str(), "r"), pclose};
-  std::string output;
-  std::array<char, 4096> part;
-  while (std::fgets(part.data(), part.size(), pipe.get()) != nullptr) {
-    output += part.data();
-  }
-  EXPECT_FALSE(output.empty()) << command;
-  return output;
-}
 
 Names all_matches(const std::string& text, const std::regex& pattern) {
   Names names;

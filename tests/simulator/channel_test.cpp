@@ -199,14 +199,8 @@ TEST_F(ChannelTest, WritesBehindADescriptorNoMoreThanItAdmits) {
 }
 
 TEST(ChannelLibraryTest, ExportsTheThreeFunctionsOfTheChannelAndNothingElse) {
-  FILE* const names = popen("nm -D --defined-only --format=just-symbols " RAVNSIM_LIBRARY, "r");
-  ASSERT_NE(names, nullptr);
-  std::vector<std::string> exported;
-  std::array<char, 256> line;
-  while (std::fgets(line.data(), line.size(), names) != nullptr) {
-    exported.emplace_back(line.data(), std::strcspn(line.data(), "\n"));
-  }
-  EXPECT_EQ(pclose(names), 0);
+  const std::vector<std::string> exported = ovk::test::lines_of(
+      ovk::test::output_of("nm -D --defined-only --format=just-symbols " RAVNSIM_LIBRARY));
   EXPECT_THAT(exported, testing::UnorderedElementsAre("vmk_MgmtUserInit", "vmk_MgmtUserDestroy",
                                                       "vmk_MgmtUserCallbackInvokeInt"));
 }

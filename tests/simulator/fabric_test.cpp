@@ -209,11 +209,7 @@ std::string decoded_sense(const ByteVector& sense) {
     std::snprintf(digits.data(), digits.size(), " %02x", byte);
     command += digits.data();
   }
-  FILE* const pipe = popen((command + " 2>&1").c_str(), "r");
-  std::array<char, 4096> output{};
-  output[std::fread(output.data(), 1, output.size() - 1, pipe)] = '\0';
-  EXPECT_EQ(pclose(pipe), 0) << output.data();
-  return output.data();
+  return ovk::test::output_of(command);
 }
 
 TEST_F(FabricTest, AForeignDecoderReadsTheSenseDataToItsDetails) {

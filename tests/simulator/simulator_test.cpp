@@ -60,23 +60,18 @@ void Channel::close() {
   }
 }
 
-SimulatorTest::SimulatorTest() {
-  clear_environment();
-  std::string name = testing::TempDir() + "ravnsim-XXXXXX";
-  folder = mkdtemp(name.data());
-}
+SimulatorTest::SimulatorTest() { clear_environment(); }
 
 SimulatorTest::~SimulatorTest() {
   restart();
   clear_environment();
-  std::filesystem::remove_all(folder);
 }
 
 std::string SimulatorTest::use_file(const char* name, const char* variable,
                                     const std::string& text) {
   restart();
   const std::filesystem::path path = folder / name;
-  std::ofstream{path} << text;
+  ovk::test::write_file(path, text);
   setenv(variable, path.c_str(), 1);
   return path.string();
 }

@@ -6,6 +6,7 @@
 
 #include "driver_abi/vmkmgmt.h"
 #include "simulator/call/command_id.h"
+#include "tests/support/files.h"
 
 #include <algorithm>
 #include <array>
@@ -90,7 +91,8 @@ class SimulatorTest : public testing::Test {
   /** Closes the test's channel: the next command starts a new host. */
   void restart() { channel_.reset(); }
 
-  std::filesystem::path folder;
+  const ovk::test::TemporaryFolder own_folder;
+  const std::filesystem::path& folder = own_folder.path();
   CommandBlock answer{};
 
  private:

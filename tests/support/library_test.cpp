@@ -3,10 +3,10 @@
 #include <ovk/core.h>
 #include <ovk/hbaapi.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <fstream>
 #include <iostream>
 #include <iterator>
 #include <regex>
@@ -21,14 +21,6 @@ constexpr std::size_t sli_mode_offset = 96;
 constexpr std::size_t features_offset = 104;
 constexpr std::size_t adapter_type_offset = 112;
 
-std::filesystem::path make_root() {
-  std::string name = (std::filesystem::temp_directory_path() / "ovk-test-XXXXXX").string();
-  if (mkdtemp(name.data()) == nullptr) {
-    throw std::runtime_error("no temporary folder");
-  }
-  return name;
-}
-
 LogLine parse_log_line(const std::string& line) {
   static const std::regex prefix{R"(^\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d  +(\w+): +\d+ (.*)$)"};
   static const std::regex caller{"id\\[" + std::to_string(getpid()) + ":" +
@@ -41,11 +33,8 @@ LogLine parse_log_line(const std::string& line) {
 }
 
 std::vector<LogLine> parse_log(const std::filesystem::path& path) {
-  std::ifstream log{path};
   std::vector<LogLine> lines;
-  for (std::string line; std::getline(log, line);) {
-    lines.push_back(parse_log_line(line));
-  }
+  std::ranges::transform(lines_of(read_file(path)), std::back_inserter(lines), parse_log_line);
   return lines;
 }
 
@@ -67,7 +56,7 @@ std::ostream& operator<<(std::ostream& out, const LogLine& line) {
 }
 
 LibraryTest::LibraryTest() {
-  host() = Host{.root = make_root()};
+  host() = Host{.root = folder_.path()};
   std::memset(ovk_brdno, 0xFF, sizeof ovk_brdno);
   ovk_brdno[0] = static_cast<std::int32_t>(board0);
   ovk_brdno[1] = static_cast<std::int32_t>(board1);
@@ -86,7 +75,6 @@ LibraryTest::~LibraryTest() {
     std::fclose(fLogger);
     fLogger = nullptr;
   }
-  std::filesystem::remove_all(host().root);
 }
 
 void LibraryTest::log_at(std::uint32_t level) {
@@ -99,8 +87,7 @@ std::filesystem::path LibraryTest::log_path() const { return host().root / "log"
 
 std::string LibraryTest::raw_log() {
   std::fflush(fLogger);
-  std::ifstream log{log_path()};
-  return {std::istreambuf_iterator<char>{log}, {}};
+  return read_file(log_path());
 }
 
 std::vector<LogLine> LibraryTest::log_lines() {
@@ -132,7 +119,7 @@ void LibraryTest::expect_adapter_type(std::uint32_t driver_board, std::uint32_t 
 
 void LibraryTest::configure_log(const std::string& text) {
   std::filesystem::create_directories(host().root / "scratch/log");
-  std::ofstream{host().root / "scratch/libovk.conf"} << text;
+  write_file(host().root / "scratch/libovk.conf", text);
 }
 
 std::vector<LogLine> LibraryTest::log_file() {

@@ -6,6 +6,7 @@
 #pragma once
 
 #include "tests/support/allocation.h"
+#include "tests/support/files.h"
 #include "tests/support/host.h"
 #include "tests/support/scripted_channel.h"
 
@@ -90,6 +91,7 @@ class LibraryTest : public testing::Test {
  private:
   [[nodiscard]] std::filesystem::path log_path() const;
 
+  const TemporaryFolder folder_;
   std::array<char, 4096> log_buffer_{};  // or logging would allocate
 };
 
