@@ -97,6 +97,12 @@ class Exchange {
     payloads_.at(payload - 1).expected = bytes_of(record);
     return *this;
   }
+  /** Expects the same of a payload that the driver only writes: what it holds until then. */
+  template <typename Record>
+  Exchange& holds(std::size_t payload, const Record& record) {
+    payloads_.at(payload - 1).written_only = true;
+    return sends(payload, record);
+  }
   /** Expects a null pointer in place of payload 1, 2 or 3. */
   Exchange& lacks(std::size_t payload) {
     payloads_.at(payload - 1).lacking = true;
@@ -143,6 +149,7 @@ class Exchange {
 
   struct Payload {
     std::optional<ByteVector> expected;
+    bool written_only = false;
     bool lacking = false;
     ByteVector reply;
     ByteVector sent;

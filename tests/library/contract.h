@@ -1,0 +1,140 @@
+/**
+ * @file
+ * What a call that passes its arguments on as one command has promised, as a row of a table.
+ */
+#pragma once
+
+#include "library/core/catalogue.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <tuple>
+#include <type_traits>
+#include <utility>
+#include <vector>
+
+namespace ovk::test {
+
+/** A 32-bit value and where it stands; the meaning of the place depends on the list. */
+using Place = std::pair<std::size_t, std::uint32_t>;
+
+/** Where bytes come from or go to: payload 1, 2 or 3, the Command block, or nothing but one value.
+ */
+enum Source : std::size_t { block = 0, zeros = 4, ones = 5 };
+
+/** Bytes that travel between a payload, or a word of the block, and the caller's memory. */
+struct Copy {
+  std::size_t payload;
+  std::size_t at;  ///< the place in the payload
+  std::size_t memory;
+  std::size_t size;
+};
+
+/** The SLI modes of the boards that the command is sent to. */
+struct Gate {
+  std::vector<std::uint32_t> admitted;
+  std::uint32_t refused_mode = 0;  ///< 0: none is refused
+  std::uint32_t refusal = 0;
+};
+
+inline Gate sli4_only(std::uint32_t refusal) { return {{4, 5}, 3, refusal}; }
+inline Gate sli3_only(std::uint32_t refusal) { return {{3, 2}, 4, refusal}; }
+
+/** What a command that was not delivered gives. */
+enum class Undelivered { by_status, otherwise, error };
+
+/** A call, and the bytes of memory that it is given. */
+struct Run {
+  std::uint32_t (*call)(std::uint32_t board, std::uint8_t* memory);
+  std::size_t size;
+};
+
+/** Has a call's arguments, and what they point to, stand in its memory one behind the other, each
+    at a multiple of four. A pointer to no type has `untyped` bytes. */
+template <auto function, std::size_t untyped = 0>
+struct InOrder {
+  template <typename Argument>
+  static constexpr std::size_t size_of() {
+    using Target = std::remove_cv_t<std::remove_pointer_t<Argument>>;
+    if constexpr (std::is_void_v<Target>) {
+      return untyped;
+    } else {
+      return (sizeof(Target) + 3) / 4 * 4;
+    }
+  }
+
+  template <typename Argument>
+  static Argument take(std::uint8_t*& next) {
+    void* const place = next;
+    next += size_of<Argument>();
+    if constexpr (std::is_pointer_v<Argument>) {
+      return static_cast<Argument>(place);
+    } else {
+      return *static_cast<Argument*>(place);
+    }
+  }
+
+  template <typename Result, typename Board, typename... Arguments>
+  static std::uint32_t apply(Result (*called)(Board, Arguments...), std::uint32_t board,
+                             [[maybe_unused]] std::uint8_t* memory) {
+    const std::tuple<Arguments...> arguments{take<Arguments>(memory)...};
+    return static_cast<std::uint32_t>(
+        std::apply([&](auto... argument) { return called(static_cast<Board>(board), argument...); },
+                   arguments));
+  }
+
+  template <typename Result, typename Board, typename... Arguments>
+  static constexpr std::size_t all(Result (* /*called*/)(Board, Arguments...)) {
+    return (std::size_t{0} + ... + size_of<Arguments>());
+  }
+};
+
+template <auto function, std::size_t untyped = 0>
+inline constexpr Run in_order{[](std::uint32_t board, std::uint8_t* memory) {
+                                return InOrder<function, untyped>::apply(function, board, memory);
+                              },
+                              InOrder<function, untyped>::all(function)};
+
+struct Contract {
+  const char* call;
+  const char* command;
+  Run run;
+  const char* variant = "";
+
+  // The way to the driver. A payload has zeros where nothing is copied to.
+  std::vector<Place> given = {};  ///< words of the caller's memory; the other bytes all count up
+  std::vector<Place> words = {};  ///< words of the block, those of `sends` besides
+  std::vector<Copy> sends = {};
+  std::vector<Copy> shares = {};  ///< what the driver reads and writes in the caller's own memory
+
+  // The way back. All words and payloads that the driver writes have other bytes than before.
+  std::vector<Place> answers = {};  ///< words of the block that mean something
+  std::vector<std::pair<std::size_t, Place>> replies = {};  ///< and those of payloads
+  std::vector<Copy> always = {};                            ///< what reaches the caller anyhow
+  std::vector<Copy> gets = {};                              ///< on success
+  std::vector<Copy> refused = {};                           ///< on every other status
+  std::pair<std::uint32_t, std::vector<Copy>> told = {};    ///< on one other status
+
+  // The results.
+  std::uint32_t success = 0;
+  std::vector<std::pair<std::uint32_t, std::uint32_t>> results = {};  ///< of statuses
+  std::uint32_t otherwise = 1;
+  bool passes_status = false;  ///< a status is the result
+  Undelivered undelivered = Undelivered::by_status;
+  Gate gate = {};
+  std::vector<std::uint32_t> no_memory = {};  ///< when the first allocation fails, the second, ...
+  bool allocates_first = false;               ///< before the gate
+  bool sends_anyhow = false;                  ///< with a null pointer, when there is no memory
+  bool of_the_module = false;                 ///< it addresses no board
+
+  // The log, where it differs from the names above.
+  const char* logged_call = call;
+  const char* call_text = command;
+  const char* result_text = command;
+  LoggedLines lines = all_lines;
+};
+
+/** The calls that pass their arguments on. */
+const std::vector<Contract>& contracts();
+
+}  // namespace ovk::test
