@@ -1,5 +1,6 @@
 #include "library/features/fcp_priority.h"
 
+#include "driver_abi/records/fcp_priority.h"
 #include "library/core/command.h"
 #include "library/core/heap_buffer.h"
 #include "library/core/in_out_count.h"
@@ -13,6 +14,7 @@
 #include <span>
 
 using ovk::Command;
+using ovk::FcpPriorityTable;
 using ovk::HeapBuffer;
 using ovk::Outcome;
 
@@ -20,23 +22,19 @@ namespace {
 
 constexpr std::size_t match_fields = std::size(FcpPriorityEntry{}.match);
 
-/** The table as it travels. The driver copies this much; a longer table stands behind it. */
-struct PriorityPayload {
-  std::uint32_t count;
-  FcpPriorityEntry entries[998];
-};
-
-static_assert(sizeof(PriorityPayload) == 35932);
-static_assert(offsetof(PriorityPayload, entries) == 4);
+// The table as it travels begins as the caller's does. The driver copies a whole one; what a longer
+// table has stands behind it.
+static_assert(offsetof(FcpPriorityTable, rules) == offsetof(FcpPriorityList, entries));
+static_assert(sizeof(ovk::FcpPriorityRule) == sizeof(FcpPriorityEntry));
 
 constexpr std::size_t list_size(std::uint32_t count) {
   return offsetof(FcpPriorityList, entries) + count * sizeof(FcpPriorityEntry);
 }
 
 /** A payload that holds a table of this many rules, if a table can have as many. */
-HeapBuffer<PriorityPayload> payload_for(std::uint32_t count) {
-  return HeapBuffer<PriorityPayload>{count > OVK_FCP_PRIORITY_MAX_ENTRIES ? sizeof(PriorityPayload)
-                                                                          : list_size(count)};
+HeapBuffer<FcpPriorityTable> payload_for(std::uint32_t count) {
+  return HeapBuffer<FcpPriorityTable>{
+      count > OVK_FCP_PRIORITY_MAX_ENTRIES ? sizeof(FcpPriorityTable) : list_size(count)};
 }
 
 bool is_wildcard(const FcpPriorityMatch& field) {
@@ -97,7 +95,7 @@ std::uint32_t OVK_QoSSetGlobalFlag(std::uint32_t board, std::uint32_t flag) {
 
 std::uint32_t OVK_QoSGetConfig(std::uint32_t board, FcpPriorityList* list) {
   const std::uint32_t capacity = list->count;
-  const HeapBuffer<PriorityPayload> payload = payload_for(capacity);
+  const HeapBuffer<FcpPriorityTable> payload = payload_for(capacity);
   if (!payload) {
     return OVK_NO_MEMORY;
   }
@@ -115,7 +113,7 @@ std::uint32_t OVK_QoSGetConfig(std::uint32_t board, FcpPriorityList* list) {
 }
 
 std::uint32_t OVK_QoSSetConfig(std::uint32_t board, FcpPriorityList* list) {
-  HeapBuffer<PriorityPayload> payload = payload_for(list->count);
+  HeapBuffer<FcpPriorityTable> payload = payload_for(list->count);
   if (!payload) {
     return OVK_NO_MEMORY;
   }

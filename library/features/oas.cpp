@@ -1,3 +1,5 @@
+#include "driver_abi/records/oas.h"
+
 #include "library/core/command.h"
 #include "library/core/heap_buffer.h"
 #include "library/core/in_out_count.h"
@@ -18,32 +20,19 @@ using ovk::Command;
 using ovk::DriverStatus;
 using ovk::HeapBuffer;
 using ovk::LogPlace;
+using ovk::OasAction;
+using ovk::OasDriverEntry;
+using ovk::OasDriverList;
 using ovk::Outcome;
 
 namespace {
-
-/** A logical unit as the driver lists it. */
-struct OasDriverEntry {
-  Wwn port_wwns[2];
-  std::uint8_t lun[8];
-  std::uint8_t flags;
-  std::uint8_t priority;
-};
-
-struct OasListPayload {
-  OasDriverEntry entries[OVK_OAS_MAX_LUNS];
-};
 
 /** A rule, which travels as text. */
 struct OasRulePayload {
   char text[6656];
 };
 
-static_assert(sizeof(OasDriverEntry) == 26);
-static_assert(offsetof(OasDriverEntry, lun) == 16);
-static_assert(offsetof(OasDriverEntry, flags) == 24);
-static_assert(offsetof(OasDriverEntry, priority) == 25);
-static_assert(sizeof(OasListPayload) == 6656);
+static_assert(sizeof(OasDriverList{}.entries) == OVK_OAS_MAX_LUNS * sizeof(OasDriverEntry));
 
 /** Room for the nodes among which a rule's target is looked for. */
 struct TargetNodes {
@@ -78,7 +67,7 @@ PortPairText port_pair_text(const Wwn& local, const Wwn& target) {
 void convert(const OasDriverEntry& entry, OasLun& lun) {
   constexpr std::size_t levels = 4;
   for (std::size_t level = 0; level < levels; ++level) {
-    std::memcpy(&lun.lun[2 * (levels - 1 - level)], &entry.lun[2 * level], 2);
+    std::memcpy(&lun.lun[2 * (levels - 1 - level)], entry.lun.data() + 2 * level, 2);
   }
   std::uint64_t number = 0;
   for (const std::uint8_t byte : entry.lun) {
@@ -102,21 +91,24 @@ std::optional<std::int32_t> read_version(std::uint32_t board, LogPlace place) {
   return static_cast<std::int32_t>(command.block.value);
 }
 
-/** The driver's word for an OvkOasOperation; 0 when there is none. */
-std::uint32_t driver_operation(std::uint8_t operation) {
+/** The driver's word for an OvkOasOperation. */
+OasAction driver_operation(std::uint8_t operation) {
   switch (operation) {
     case OVK_OAS_SET:
-      return 1;
+      return OasAction::set;
     case OVK_OAS_CLEAR:
-      return 2;
+      return OasAction::clear;
     default:
-      return 0;
+      return OasAction::none;
   }
 }
 
-std::uint32_t send_rule(std::uint32_t board, std::uint32_t operation, const OasRulePayload& rule,
+std::uint32_t send_rule(std::uint32_t board, OasAction action, const OasRulePayload& rule,
                         LogPlace place) {
-  Command command{board, {.code = operation, .selector = id_of<"RAVN_MGMT_OAS_SET">}, place};
+  Command command{
+      board,
+      {.code = static_cast<std::uint32_t>(action), .selector = id_of<"RAVN_MGMT_OAS_SET">},
+      place};
   return command.invoke<"RAVN_MGMT_OAS_SET">(&rule).result_if_delivered(
       {{DriverStatus::oas_rule_already_set, OVK_OK},
        {DriverStatus::no_memory, OVK_OAS_NO_MEMORY},
@@ -147,8 +139,8 @@ std::uint32_t check_target(std::uint32_t board, const Wwn& local, const Wwn& tar
 }
 
 std::uint32_t send_and_check(std::uint32_t board, const Wwn& local, const Wwn& target,
-                             std::uint32_t operation, const OasRulePayload& rule, LogPlace place) {
-  const std::uint32_t result = send_rule(board, operation, rule, place);
+                             OasAction action, const OasRulePayload& rule, LogPlace place) {
+  const std::uint32_t result = send_rule(board, action, rule, place);
   return result == OVK_OK ? check_target(board, local, target) : result;
 }
 
@@ -159,7 +151,7 @@ std::uint32_t OVK_GetOASLunList(std::uint32_t board, const Wwn* local_port, cons
   if (list == nullptr) {
     return OVK_MORE_DATA;
   }
-  const HeapBuffer<OasListPayload> reply;
+  const HeapBuffer<OasDriverList> reply;
   if (!reply) {
     return OVK_NO_MEMORY;
   }
@@ -195,15 +187,15 @@ std::uint32_t OVK_SetOASLun(std::uint32_t board, const Wwn* local_port, const Ww
   if (!rule) {
     return OVK_OAS_NO_MEMORY;
   }
-  const std::uint32_t code = driver_operation(operation);
-  if (code == 0) {
+  const OasAction action = driver_operation(operation);
+  if (action == OasAction::none) {
     return OVK_FAILED;
   }
   // Intended: a version leads the rule only when it is negative.
   const auto lead = static_cast<std::uint32_t>(std::min(*version, 0));
   std::snprintf(rule->text, sizeof rule->text, "%02x%s%08x%08x", lead,
                 port_pair_text(*local_port, *target_port).data(), lun_high, lun_low);
-  return send_and_check(board, *local_port, *target_port, code, *rule, place);
+  return send_and_check(board, *local_port, *target_port, action, *rule, place);
 }
 
 std::uint32_t OVK_SetOASLunV2(std::uint32_t board, const Wwn* local_port, const Wwn* target_port,
@@ -218,8 +210,8 @@ std::uint32_t OVK_SetOASLunV2(std::uint32_t board, const Wwn* local_port, const 
   if (!payload) {
     return OVK_OAS_NO_MEMORY;
   }
-  const std::uint32_t code = driver_operation(rule->operation);
-  if (code == 0 || rule->priority > OVK_OAS_MAX_PRIORITY) {
+  const OasAction action = driver_operation(rule->operation);
+  if (action == OasAction::none || rule->priority > OVK_OAS_MAX_PRIORITY) {
     return OVK_FAILED;
   }
   if (*version < 1) {
@@ -228,5 +220,5 @@ std::uint32_t OVK_SetOASLunV2(std::uint32_t board, const Wwn* local_port, const 
   std::snprintf(payload->text, sizeof payload->text, "%02x%s%016llx%02x", lead,
                 port_pair_text(*local_port, *target_port).data(),
                 static_cast<unsigned long long>(rule->lun), rule->priority);
-  return send_and_check(board, *local_port, *target_port, code, *payload, place);
+  return send_and_check(board, *local_port, *target_port, action, *payload, place);
 }

@@ -1,9 +1,10 @@
+#include "driver_abi/records/ras_log.h"
+
 #include "library/boards/driver_info.h"
 #include "library/core/command.h"
 
 #include <ovk/features.h>
 
-#include <cstddef>
 #include <cstdint>
 
 using ovk::Command;
@@ -11,17 +12,6 @@ using ovk::DriverStatus;
 using ovk::Outcome;
 
 namespace {
-
-/** The numbers that RAVN_MGMT_GET_RAS_LOG exchanges beside the log's bytes. */
-struct RasLogExchange {
-  std::uint32_t extent[2];
-  std::uint32_t offset;
-  std::uint32_t size;
-};
-
-static_assert(sizeof(RasLogExchange) == 16);
-static_assert(offsetof(RasLogExchange, offset) == 8);
-static_assert(offsetof(RasLogExchange, size) == 12);
 
 vmk_MgmtDataDescriptor describe(void* memory, std::uint32_t length) {
   return {.length = length, .address = reinterpret_cast<std::uintptr_t>(memory)};
@@ -110,7 +100,7 @@ std::uint32_t OVK_GetRasLog(std::uint32_t board, RasLogRequest* request, std::ui
                         request->size);
   }
   const bool reads = mode != 0;
-  RasLogExchange exchange{.offset = request->offset, .size = request->size};
+  ovk::RasLogExchange exchange{.offset = request->offset, .size = request->size};
   std::uint8_t scratch = 0;
   const vmk_MgmtDataDescriptor data =
       reads ? describe(request->buffer, request->size) : describe(&scratch, sizeof scratch);
@@ -118,8 +108,8 @@ std::uint32_t OVK_GetRasLog(std::uint32_t board, RasLogRequest* request, std::ui
   Command command{board};
   const Outcome outcome = command.invoke<"RAVN_MGMT_GET_RAS_LOG">(&exchange, &data);
   if (!reads) {  // intended: whatever the outcome
-    request->extent[0] = exchange.extent[0];
-    request->extent[1] = exchange.extent[1];
+    request->extent[0] = exchange.extent.available;
+    request->extent[1] = exchange.extent.oldest;
   }
   return outcome.result_if_delivered({{DriverStatus::not_supported, OVK_NOT_SUPPORTED},
                                       {DriverStatus::feature_disabled, OVK_RAS_LOG_DISABLED},

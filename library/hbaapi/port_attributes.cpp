@@ -1,3 +1,4 @@
+#include "driver_abi/records/port.h"
 #include "driver_abi/wwn_request.h"
 #include "library/core/board_tables.h"
 #include "library/core/command.h"
@@ -10,46 +11,9 @@
 using ovk::Command;
 using ovk::DriverStatus;
 using ovk::Outcome;
+using ovk::PortRecord;
 
 namespace {
-
-/** The FC address by which the driver says that the refresh tag is not its snapshot's any more. */
-constexpr std::uint32_t stale_fc_id = 0xFFFFFFFF;
-
-/** A port as the driver describes it. */
-struct [[gnu::packed]] PortRecord {
-  Wwn node_wwn;
-  Wwn port_wwn;
-  std::uint32_t fc_id;
-  std::uint32_t type;
-  std::uint32_t state;
-  std::uint32_t supported_classes;
-  std::uint8_t fc4_types_supported[32];
-  std::uint8_t fc4_types_active[32];
-  char symbolic_name[256];
-  char os_device_name[114];
-  std::uint32_t supported_speed;
-  std::uint32_t speed;
-  std::uint32_t max_frame_size;
-  Wwn fabric_name;
-  std::uint32_t discovered_ports;
-};
-
-static_assert(sizeof(PortRecord) == 490);
-static_assert(offsetof(PortRecord, port_wwn) == 8);
-static_assert(offsetof(PortRecord, fc_id) == 16);
-static_assert(offsetof(PortRecord, type) == 20);
-static_assert(offsetof(PortRecord, state) == 24);
-static_assert(offsetof(PortRecord, supported_classes) == 28);
-static_assert(offsetof(PortRecord, fc4_types_supported) == 32);
-static_assert(offsetof(PortRecord, fc4_types_active) == 64);
-static_assert(offsetof(PortRecord, symbolic_name) == 96);
-static_assert(offsetof(PortRecord, os_device_name) == 352);
-static_assert(offsetof(PortRecord, supported_speed) == 466);
-static_assert(offsetof(PortRecord, speed) == 470);
-static_assert(offsetof(PortRecord, max_frame_size) == 474);
-static_assert(offsetof(PortRecord, fabric_name) == 478);
-static_assert(offsetof(PortRecord, discovered_ports) == 486);
 
 /** The part of the caller's OSDeviceName that is written: the driver's bytes and two more. */
 constexpr std::size_t os_device_name_written = 116;
@@ -61,15 +25,16 @@ void reshape(const PortRecord& record, PortAttributes& attrs) {
   attrs.PortType = record.type;
   attrs.PortState = record.state;
   attrs.PortSupportedClassofService = record.supported_classes;
-  std::memcpy(attrs.PortFc4TypesSupported, record.fc4_types_supported,
+  std::memcpy(attrs.PortFc4TypesSupported, record.fc4_types_supported.data(),
               sizeof attrs.PortFc4TypesSupported);
-  std::memcpy(attrs.PortFc4TypesActive, record.fc4_types_active, sizeof attrs.PortFc4TypesActive);
+  std::memcpy(attrs.PortFc4TypesActive, record.fc4_types_active.data(),
+              sizeof attrs.PortFc4TypesActive);
   std::memcpy(attrs.PortSymbolicName, record.symbolic_name, sizeof attrs.PortSymbolicName);
   // Intended: the rest of the caller's field stays as it was.
   char name[os_device_name_written]{};
   std::memcpy(name, record.os_device_name, sizeof record.os_device_name);
   std::memcpy(attrs.OSDeviceName, name, sizeof name);
-  attrs.PortSupportedSpeed = record.supported_speed;
+  attrs.PortSupportedSpeed = record.supported_speeds;
   attrs.PortSpeed = record.speed;
   attrs.PortMaxFrameSize = record.max_frame_size;
   attrs.FabricName = record.fabric_name;
@@ -78,7 +43,7 @@ void reshape(const PortRecord& record, PortAttributes& attrs) {
 
 /** Hands out the port of a snapshot, unless the driver has taken another snapshot since. */
 std::uint32_t deliver_from_snapshot(const PortRecord& record, PortAttributes& attrs) {
-  if (record.fc_id == stale_fc_id) {
+  if (record.fc_id == ovk::stale_fc_id) {
     return OVK_STALE_DATA;
   }
   reshape(record, attrs);

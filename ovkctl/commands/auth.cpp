@@ -1,15 +1,17 @@
+#include "driver_abi/records/auth.h"
+
 #include "ovkctl/frame/board_command.h"
 #include "ovkctl/frame/errors.h"
 #include "ovkctl/frame/session.h"
 #include "ovkctl/frame/terminal.h"
 #include "ovkctl/subjects/board_text.h"
-#include "ovkctl/subjects/driver_records.h"
 #include "ovkctl/subjects/secret.h"
 
 #include <ovk/auth.h>
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cstring>
 #include <ctime>
 #include <optional>
@@ -38,8 +40,6 @@ constexpr ResultText kAuthResults[] = {
      "Enable it with \"ovkctl auth config set --mode enabled\"."},
 };
 
-constexpr std::uint8_t kThisEntry = 0;
-constexpr std::uint8_t kNextEntry = 1;
 constexpr std::uint8_t kLengthsOnly = 0;
 
 using WordTable = std::vector<std::string>;
@@ -57,7 +57,10 @@ void check_auth(std::uint32_t result, std::uint32_t board, const std::string& op
   check_board(result, board, operation, kAuthResults);
 }
 
-std::string word_of(const WordTable& words, std::uint32_t code, std::uint32_t first = 0) {
+/** The word of a code, which may be of an enumeration. */
+template <typename Code>
+std::string word_of(const WordTable& words, Code given, std::uint32_t first = 0) {
+  const auto code = static_cast<std::uint32_t>(given);
   return code >= first && code - first < words.size() ? words[code - first] : std::to_string(code);
 }
 
@@ -101,7 +104,7 @@ struct Pair {
       : board(command.board()),
         remote(command.argument<Wwn>("REMOTE", "port WWN of the remote port")) {}
 
-  PortPair ports(std::uint32_t index) const { return {read_own_port(index).PortWWN, *remote}; }
+  ovk::PortPair ports(std::uint32_t index) const { return {read_own_port(index).PortWWN, *remote}; }
 
   Given<BoardIndex> board;
   Given<Wwn> remote;
@@ -118,19 +121,20 @@ void persist(std::uint32_t board) {
 // ---- Reading --------------------------------------------------------------------------------
 
 /** The entry of a pair of ports, or the one after it; nothing when there is none. */
-std::optional<AuthConfigRecord> find_config(std::uint32_t board, const PortPair& ports,
-                                            std::uint8_t flag) {
-  auto config = record_cast<AuthConfig>(AuthConfigRecord{.ports = ports});
-  const std::uint32_t result = OVK_GetAuthConfigV2(board, ports.local, &config, flag);
+std::optional<ovk::AuthConfigRecord> find_config(std::uint32_t board, const ovk::PortPair& ports,
+                                                 ovk::AuthEntry entry) {
+  auto config = std::bit_cast<AuthConfig>(ovk::AuthConfigRecord{.ports = ports});
+  const std::uint32_t result =
+      OVK_GetAuthConfigV2(board, ports.local, &config, static_cast<std::uint8_t>(entry));
   if (result == OVK_AUTH_STATUS_NOT_FOUND) {
     return std::nullopt;
   }
   check_auth(result, board, "Reading the authentication entries");
-  return record_cast<AuthConfigRecord>(config);
+  return std::bit_cast<ovk::AuthConfigRecord>(config);
 }
 
-AuthConfigRecord read_config(std::uint32_t board, const PortPair& ports) {
-  const auto config = find_config(board, ports, kThisEntry);
+ovk::AuthConfigRecord read_config(std::uint32_t board, const ovk::PortPair& ports) {
+  const auto config = find_config(board, ports, ovk::AuthEntry::named);
   if (!config) {
     check_auth(OVK_AUTH_STATUS_NOT_FOUND, board, "Reading the authentication entry");
   }
@@ -143,14 +147,14 @@ struct PasswordLengths {
   std::uint8_t remote = 0;
 };
 
-PasswordLengths read_password_lengths(std::uint32_t board, const PortPair& ports) {
-  auto password = record_cast<AuthPassword>(AuthPasswordRecord{.ports = ports});
+PasswordLengths read_password_lengths(std::uint32_t board, const ovk::PortPair& ports) {
+  auto password = std::bit_cast<AuthPassword>(ovk::AuthPasswordRecord{.ports = ports});
   const std::uint32_t result = OVK_GetAuthPasswordV2(board, &password, kLengthsOnly);
-  auto record = record_cast<AuthPasswordRecord>(password);
+  auto record = std::bit_cast<ovk::AuthPasswordRecord>(password);
   explicit_bzero(&password, sizeof password);
   const PasswordLengths lengths{
-      record.local_type != kNoSecret ? record.local_length : std::uint8_t{0},
-      record.remote_type != kNoSecret ? record.remote_length : std::uint8_t{0}};
+      record.local_type != ovk::SecretType::none ? record.local_length : std::uint8_t{0},
+      record.remote_type != ovk::SecretType::none ? record.remote_length : std::uint8_t{0}};
   explicit_bzero(&record, sizeof record);
   if (result == OVK_AUTH_STATUS_NOT_FOUND) {
     return {};
@@ -159,16 +163,16 @@ PasswordLengths read_password_lengths(std::uint32_t board, const PortPair& ports
   return lengths;
 }
 
-AuthStatusRecord read_status(std::uint32_t board, const PortPair& ports) {
-  auto status = record_cast<AuthStatus>(AuthStatusRecord{.ports = ports});
+ovk::AuthStatusRecord read_status(std::uint32_t board, const ovk::PortPair& ports) {
+  auto status = std::bit_cast<AuthStatus>(ovk::AuthStatusRecord{.ports = ports});
   check_auth(OVK_GetAuthStatus(board, &status), board, "Reading the authentication status");
-  return record_cast<AuthStatusRecord>(status);
+  return std::bit_cast<ovk::AuthStatusRecord>(status);
 }
 
 // ---- Reports --------------------------------------------------------------------------------
 
-Report config_report(std::uint32_t board, const PortPair& ports) {
-  const AuthConfigRecord config = read_config(board, ports);
+Report config_report(std::uint32_t board, const ovk::PortPair& ports) {
+  const ovk::AuthConfigRecord config = read_config(board, ports);
   const PasswordLengths passwords = read_password_lengths(board, ports);
   Report report;
   report.field("board", "Board", board)
@@ -195,10 +199,9 @@ Report configs_report(std::uint32_t board) {
                                {"hashes", "HASHES"},
                                {"groups", "DH GROUPS"}},
                               "The board has no authentication entry.");
-  PortPair ports{.local = read_own_port(board).PortWWN};
-  while (const auto config = find_config(board, ports, kNextEntry)) {
-    if (std::memcmp(&config->ports.remote, &ports.remote, sizeof(Wwn)) <= 0 &&
-        !table.rows().empty()) {
+  ovk::PortPair ports{.local = read_own_port(board).PortWWN};
+  while (const auto config = find_config(board, ports, ovk::AuthEntry::next)) {
+    if (config->ports.remote <= ports.remote && !table.rows().empty()) {
       throw OperationFailed("The driver does not list its entries in order.");
     }
     ports.remote = config->ports.remote;
@@ -217,7 +220,7 @@ std::string time_text(std::uint32_t seconds) {
   return text.data();
 }
 
-Report status_report(std::uint32_t board, const AuthStatusRecord& status) {
+Report status_report(std::uint32_t board, const ovk::AuthStatusRecord& status) {
   const bool tried = status.attempts != 0;
   Report report;
   report.field("board", "Board", board)
@@ -269,16 +272,16 @@ void add_config_set(const Command& config) {
       "--interval", "SECONDS", "after which authentication is repeated; 0: never", 0);
   const auto keep = persist_flag(set);
   set.action([=](const Context& context) {
-    AuthConfigRecord record{.mode = code_of(kModes, *mode, 0),
-                            .bidirectional = static_cast<std::uint8_t>(*bidirectional ? 1 : 0),
-                            .timeout_seconds = static_cast<std::uint16_t>(*timeout),
-                            .interval_seconds = *interval};
+    ovk::AuthConfigRecord record{.mode = ovk::AuthMode{code_of(kModes, *mode, 0)},
+                                 .bidirectional = static_cast<std::uint8_t>(*bidirectional ? 1 : 0),
+                                 .timeout_seconds = static_cast<std::uint16_t>(*timeout),
+                                 .interval_seconds = *interval};
     record.hash_count = parse_codes(kHashes, *hashes, record.hashes);
     record.group_count = parse_codes(kGroups, *groups, record.groups);
     const Session session;
     const std::uint32_t index = session.board(*pair.board);
     record.ports = pair.ports(index);
-    auto sent = record_cast<AuthConfig>(record);
+    auto sent = std::bit_cast<AuthConfig>(record);
     check_auth(OVK_SetAuthConfigV2(index, &sent), index, "Setting the authentication entry");
     if (*keep) {
       persist(index);
@@ -287,10 +290,10 @@ void add_config_set(const Command& config) {
   });
 }
 
-void delete_entries(std::uint32_t board, const std::optional<PortPair>& ports) {
+void delete_entries(std::uint32_t board, const std::optional<ovk::PortPair>& ports) {
   AuthConfig config{};
   if (ports) {
-    config = record_cast<AuthConfig>(AuthConfigRecord{.ports = *ports});
+    config = std::bit_cast<AuthConfig>(ovk::AuthConfigRecord{.ports = *ports});
   }
   check_auth(OVK_DeleteAuthConfigV2(board, &config, ports ? 0 : 1), board,
              "Deleting authentication entries");
@@ -313,8 +316,9 @@ void add_config_delete(const Command& config) {
     const std::uint32_t index = session.board(*board);
     confirm(*yes, "This deletes " + std::string(*all ? "all entries" : "the entry") +
                       " and passwords of board " + std::to_string(index) + ".");
-    delete_entries(index, *all ? std::nullopt
-                               : std::optional(PortPair{read_own_port(index).PortWWN, *remote}));
+    delete_entries(
+        index,
+        *all ? std::nullopt : std::optional(ovk::PortPair{read_own_port(index).PortWWN, *remote}));
     if (*keep) {
       persist(index);
     }
@@ -358,16 +362,17 @@ void take_password(Secret& secret, const Given<std::uint32_t>& descriptor,
   }
 }
 
-void set_password(std::uint32_t board, const PortPair& ports, const Secret& local,
+void set_password(std::uint32_t board, const ovk::PortPair& ports, const Secret& local,
                   const Secret& remote) {
-  AuthPasswordRecord record{.ports = ports,
-                            .local_type = kTextSecret,
-                            .local_length = local.length(),
-                            .remote_type = remote.length() != 0 ? kTextSecret : kNoSecret,
-                            .remote_length = remote.length(),
-                            .local = local.bytes(),
-                            .remote = remote.bytes()};
-  auto sent = record_cast<AuthPassword>(record);
+  ovk::AuthPasswordRecord record{
+      .ports = ports,
+      .local_type = ovk::SecretType::text,
+      .local_length = local.length(),
+      .remote_type = remote.length() != 0 ? ovk::SecretType::text : ovk::SecretType::none,
+      .remote_length = remote.length(),
+      .local = local.bytes(),
+      .remote = remote.bytes()};
+  auto sent = std::bit_cast<AuthPassword>(record);
   const std::uint32_t result = OVK_SetAuthPasswordV2(board, &sent);
   explicit_bzero(&record, sizeof record);
   explicit_bzero(&sent, sizeof sent);
@@ -393,7 +398,7 @@ void add_password(const Command& auth) {
   password.action([=](const Context& context) {
     const Session session;
     const std::uint32_t index = session.board(*pair.board);
-    const PortPair ports = pair.ports(index);
+    const ovk::PortPair ports = pair.ports(index);
     const bool bidirectional = read_config(index, ports).bidirectional != 0;
     Secret local;
     take_password(local, local_fd, "Password of the board");
@@ -418,7 +423,7 @@ void add_start(const Command& auth) {
   start.action([=](const Context& context) {
     const Session session;
     const std::uint32_t index = session.board(*pair.board);
-    const PortPair ports = pair.ports(index);
+    const ovk::PortPair ports = pair.ports(index);
     confirm(*yes, "When authentication fails, board " + std::to_string(index) +
                       " loses its connection to the remote port.");
     check_auth(OVK_InitiateAuthentication(index, ports.local, ports.remote), index,
@@ -426,7 +431,7 @@ void add_start(const Command& auth) {
     if (*keep) {
       persist(index);
     }
-    const AuthStatusRecord status = read_status(index, ports);
+    const ovk::AuthStatusRecord status = read_status(index, ports);
     context.print(status_report(index, status));
   });
 }

@@ -1,12 +1,13 @@
+#include "driver_abi/records/module.h"
 #include "ovkctl/frame/command.h"
 #include "ovkctl/subjects/board_text.h"
-#include "ovkctl/subjects/information_records.h"
 
 #include <ovk/core.h>
 #include <ovk/hbaapi.h>
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cstring>
 #include <fmt/core.h>
 #include <memory>
@@ -163,7 +164,7 @@ std::string revision_text(std::uint32_t revision) {
                      revision & 0xFF);
 }
 
-using ModuleBoard = ModuleRecord::Board;
+using ModuleBoard = ovk::ModuleBoard;
 
 constexpr Column<ModuleBoard> module_columns[] = {
     {"driver_number", "DRIVER", field<&ModuleBoard::driver_number>},
@@ -185,7 +186,7 @@ constexpr Column<ModuleBoard> module_columns[] = {
 Report module_info(const Host& /*host*/) {
   const auto info = std::make_unique<ModuleInfo>();
   check(ModInfo(info.get()), "Reading the driver module");
-  const auto module = record_cast<ModuleRecord>(*info);
+  const auto module = std::bit_cast<ovk::ModuleRecord>(*info);
   Report report;
   report.field("name", "Driver", fixed_text(module.name))
       .field("driver_version", "Version", fixed_text(module.version))

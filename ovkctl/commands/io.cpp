@@ -1,8 +1,10 @@
+#include "driver_abi/records/link.h"
 #include "ovkctl/frame/board_command.h"
 #include "ovkctl/frame/errors.h"
-#include "ovkctl/subjects/information_records.h"
 
 #include <ovk/info.h>
+
+#include <bit>
 
 namespace ovkctl {
 namespace {
@@ -12,7 +14,7 @@ constexpr std::uint64_t kKib = 1024;
 Report io_report(std::uint32_t board) {
   IoInfo info{};
   check_board(GetIOinfo(static_cast<int>(board), &info), board, "Reading the I/O counters");
-  const auto io = record_cast<IoRecord>(info);
+  const auto io = std::bit_cast<ovk::IoRecord>(info);
   Report report;
   report.field("board", "Board", board)
       .field("seconds", "Seconds counted", io.seconds)

@@ -1,11 +1,14 @@
+#include "driver_abi/records/link.h"
+
+#include "driver_abi/records/nodes.h"
 #include "ovkctl/frame/board_command.h"
 #include "ovkctl/frame/errors.h"
 #include "ovkctl/subjects/fc_words.h"
-#include "ovkctl/subjects/information_records.h"
 
 #include <ovk/info.h>
 
 #include <algorithm>
+#include <bit>
 #include <optional>
 #include <vector>
 
@@ -14,13 +17,13 @@ namespace {
 
 constexpr std::uint32_t kMbitPerGbit = 1000;
 
-std::string topology_text(std::uint32_t topology) {
+std::string topology_text(ovk::LinkTopology topology) {
   switch (topology) {
-    case LinkRecord::kNone:
+    case ovk::LinkTopology::none:
       return "none";
-    case LinkRecord::kPointToPoint:
+    case ovk::LinkTopology::point_to_point:
       return "point to point";
-    case LinkRecord::kLoop:
+    case ovk::LinkTopology::loop:
       return "loop";
     default:
       return "unknown";
@@ -33,11 +36,12 @@ Cell count(std::uint32_t counter) {
   return counter != not_counted ? Cell(counter) : Cell();
 }
 
-List loop_positions(const LinkRecord& link) {
+List loop_positions(const ovk::LinkRecord& link) {
   List positions;
-  const std::size_t count = std::min<std::size_t>(link.loop_positions, sizeof link.loop_al_pas);
+  const auto& [places, al_pas] = link.loop_map;
+  const std::size_t count = std::min<std::size_t>(places, sizeof al_pas);
   for (std::size_t i = 0; i < count; ++i) {
-    positions.push_back(hex_text(link.loop_al_pas[i], 2));
+    positions.push_back(hex_text(al_pas[i], 2));
   }
   return positions;
 }
@@ -56,9 +60,9 @@ std::optional<std::uint16_t> logical_speed(std::uint32_t board) {
 void add_link_fields(Section& section, std::uint32_t board) {
   LinkInfo info{};
   check_board(OVK_GetLinkInfo(static_cast<int>(board), &info), board, "Reading the link");
-  const auto link = record_cast<LinkRecord>(info);
-  const bool up = link.state == LinkRecord::kUp;
-  const bool loop = link.topology == LinkRecord::kLoop;
+  const auto link = std::bit_cast<ovk::LinkRecord>(info);
+  const bool up = link.state == ovk::LinkState::up;
+  const bool loop = link.topology == ovk::LinkTopology::loop;
   const Cell nothing;
   section.field("board", "Board", board)
       .field("state", "Link", up ? "up" : "down")
@@ -87,9 +91,9 @@ void add_nodes(Section& section, std::uint32_t board) {
                                 {"target_id", "TARGET"}},
                                "The port is logged in with no node.");
   for (const NodeInfoEntry& entry : entries) {
-    const auto node = record_cast<NodeRecord>(entry);
-    const bool target = node.target_id != NodeRecord::kNoTarget;
-    table.row({node.handle, node.state == NodeRecord::kMapped ? "mapped" : "logged in",
+    const auto node = std::bit_cast<ovk::NodeRecord>(entry);
+    const bool target = node.target_id != ovk::no_target;
+    table.row({node.handle, node.state == ovk::NodeState::mapped ? "mapped" : "logged in",
                FcAddress{node.fc_id}, node.port_wwn, node.node_wwn,
                target ? Cell(node.target_id) : Cell()});
   }

@@ -1,34 +1,35 @@
+#include "driver_abi/records/parameters.h"
 #include "ovkctl/frame/board_command.h"
 #include "ovkctl/frame/errors.h"
 #include "ovkctl/frame/session.h"
 #include "ovkctl/frame/terminal.h"
-#include "ovkctl/subjects/information_records.h"
 
 #include <ovk/info.h>
 
 #include <algorithm>
+#include <bit>
 #include <string>
 #include <vector>
 
 namespace ovkctl {
 namespace {
 
-std::string takes_effect_text(std::uint32_t when) {
+std::string takes_effect_text(ovk::TakesEffect when) {
   switch (when) {
-    case ParameterRecord::kAtOnce:
+    case ovk::TakesEffect::at_once:
       return "at once";
-    case ParameterRecord::kAtLinkUp:
+    case ovk::TakesEffect::at_link_up:
       return "at link up";
-    case ParameterRecord::kAtDriverLoad:
+    case ovk::TakesEffect::at_driver_load:
       return "at driver load";
-    case ParameterRecord::kNeverSet:
+    case ovk::TakesEffect::never_set:
       return "read-only";
     default:
       return "unknown";
   }
 }
 
-std::vector<ParameterRecord> read_parameters(std::uint32_t board) {
+std::vector<ovk::ParameterRecord> read_parameters(std::uint32_t board) {
   std::vector<CfgParam> table(OVK_MAX_CFG_PARAMS);
   const std::uint32_t reported = GetCfgParam(board, table.data());
   if (reported == 0) {
@@ -37,9 +38,9 @@ std::vector<ParameterRecord> read_parameters(std::uint32_t board) {
                           "driver's log for the reason.");
   }
   table.resize(std::min<std::size_t>(reported, table.size()));
-  std::vector<ParameterRecord> parameters;
+  std::vector<ovk::ParameterRecord> parameters;
   for (const CfgParam& entry : table) {
-    parameters.push_back(record_cast<ParameterRecord>(entry));
+    parameters.push_back(std::bit_cast<ovk::ParameterRecord>(entry));
   }
   return parameters;
 }
@@ -58,7 +59,7 @@ Report list_report(std::uint32_t board) {
                                {"description", "DESCRIPTION"}},
                               "The driver has no parameters.");
   std::uint32_t index = 0;
-  for (const ParameterRecord& parameter : read_parameters(board)) {
+  for (const ovk::ParameterRecord& parameter : read_parameters(board)) {
     table.row({index++, fixed_text(parameter.name), parameter.value, parameter.initial,
                parameter.least, parameter.most, takes_effect_text(parameter.takes_effect),
                fixed_text(parameter.description)});
@@ -66,8 +67,9 @@ Report list_report(std::uint32_t board) {
   return report;
 }
 
-std::uint32_t index_of(const std::vector<ParameterRecord>& parameters, const std::string& name) {
-  const auto found = std::ranges::find_if(parameters, [&](const ParameterRecord& parameter) {
+std::uint32_t index_of(const std::vector<ovk::ParameterRecord>& parameters,
+                       const std::string& name) {
+  const auto found = std::ranges::find_if(parameters, [&](const ovk::ParameterRecord& parameter) {
     return fixed_text(parameter.name) == name;
   });
   if (found == parameters.end()) {
@@ -78,8 +80,8 @@ std::uint32_t index_of(const std::vector<ParameterRecord>& parameters, const std
 }
 
 /** What the parameter admits, for the one who just found out that it does not admit everything. */
-std::string limits_text(const ParameterRecord& parameter) {
-  if (parameter.takes_effect == ParameterRecord::kNeverSet) {
+std::string limits_text(const ovk::ParameterRecord& parameter) {
+  if (parameter.takes_effect == ovk::TakesEffect::never_set) {
     return "This parameter cannot be set.";
   }
   return "It takes " + std::to_string(parameter.least) + " to " + std::to_string(parameter.most) +
@@ -87,14 +89,14 @@ std::string limits_text(const ParameterRecord& parameter) {
 }
 
 Report set_report(std::uint32_t board, const std::string& name, std::uint32_t value) {
-  const std::vector<ParameterRecord> before = read_parameters(board);
+  const std::vector<ovk::ParameterRecord> before = read_parameters(board);
   const std::uint32_t index = index_of(before, name);
   const std::string limits = limits_text(before[index]);
   const ResultText results[] = {
       {OVK_FAILED, "the command was not delivered or the driver refused the value", limits.c_str()},
   };
   check_board(SetCfgParam(board, index, value), board, "Setting " + name, results);
-  const ParameterRecord now = read_parameters(board).at(index);
+  const ovk::ParameterRecord now = read_parameters(board).at(index);
   Report report;
   report.field("board", "Board", board)
       .field("name", "Parameter", name)

@@ -1,15 +1,16 @@
+#include "driver_abi/record.h"
+#include "driver_abi/records/hardware.h"
 #include "ovkctl/frame/board_command.h"
 #include "ovkctl/frame/errors.h"
 #include "ovkctl/frame/session.h"
 #include "ovkctl/frame/terminal.h"
-#include "ovkctl/subjects/information_records.h"
 #include "ovkctl/subjects/raw_access.h"
 
 #include <ovk/info.h>
 
 #include <algorithm>
+#include <bit>
 #include <cstdio>
-#include <cstring>
 #include <span>
 #include <vector>
 
@@ -33,21 +34,17 @@ Config read_config(std::uint32_t board) {
 
 template <typename T>
 T at(const Config& config, std::size_t offset) {
-  T value{};
-  if (offset + sizeof value <= config.size()) {
-    std::memcpy(&value, &config[offset], sizeof value);
-  }
-  return value;
+  return ovk::read_record<T>(config, offset).value_or(T{});
 }
 
-PciLocationRecord read_location(std::uint32_t board) {
+ovk::PciLocationRecord read_location(std::uint32_t board) {
   PciIds ids{};
   check_board(OVK_GetPCIIds(board, &ids), board, "Reading the PCI location");
-  return record_cast<PciLocationRecord>(ids);
+  return std::bit_cast<ovk::PciLocationRecord>(ids);
 }
 
 /** A location as all tools write it: "0000:03:00.0". */
-std::string location_text(const PciLocationRecord& location) {
+std::string location_text(const ovk::PciLocationRecord& location) {
   char text[40];
   std::snprintf(text, sizeof text, "%04x:%02x:%02x.%x", location.segment, location.bus,
                 location.device, location.function);
@@ -129,7 +126,8 @@ void add_capabilities(Section& section, const Config& config) {
 }
 
 /** The space as "lspci -F" reads it. */
-void add_lspci_dump(Section& section, const PciLocationRecord& location, const Config& config) {
+void add_lspci_dump(Section& section, const ovk::PciLocationRecord& location,
+                    const Config& config) {
   constexpr std::size_t line_bytes = 16;
   section.note(location_text(location) + " " + class_text(at<std::uint32_t>(config, 0x08) >> 8));
   for (std::size_t place = 0; place < config.size(); place += line_bytes) {
@@ -168,7 +166,7 @@ void add_config_command(const Command& pci) {
 }
 
 Report location_report(std::uint32_t index) {
-  const PciLocationRecord place = read_location(index);
+  const ovk::PciLocationRecord place = read_location(index);
   Report report;
   report.field("board", "Board", index)
       .field("location", "Location", location_text(place))

@@ -1,3 +1,4 @@
+#include "driver_abi/records/ras_log.h"
 #include "ovkctl/frame/command.h"
 #include "ovkctl/frame/files.h"
 
@@ -36,17 +37,11 @@ FwLogConfig query(const Board& board) {
   return config;
 }
 
-/** What can be read of the ring in which the firmware logs. */
-struct Extent {
-  std::uint32_t available;
-  std::uint32_t oldest;
-};
-
-Extent read_extent(const Board& board, const FwLogConfig& config) {
+ovk::RasLogExtent read_extent(const Board& board, const FwLogConfig& config) {
   FwLogRequest request{};
   board.check(OVK_GetFwLog(board, &request), "Asking for the extent of the firmware log",
               log_results);
-  const Extent extent{request.extent[0], request.extent[1]};
+  const ovk::RasLogExtent extent{request.extent[0], request.extent[1]};
   if (extent.available > config.buffer_size || extent.oldest > extent.available) {
     throw OperationFailed("The driver gives an extent that does not fit the size of the log.",
                           "Look in the driver's log, and run the command again.");
@@ -56,7 +51,7 @@ Extent read_extent(const Board& board, const FwLogConfig& config) {
 
 Report status(const Board& board) {
   const FwLogConfig config = query(board);
-  const Extent extent = read_extent(board, config);
+  const ovk::RasLogExtent extent = read_extent(board, config);
   Report report = board.report();
   report.field("logging", "Logging", config.state != 0)
       .field("level", "Level", config.level)
@@ -73,7 +68,7 @@ void read_piece(const Board& board, std::uint32_t offset, std::span<std::uint8_t
 }
 
 /** Reads the whole log, the oldest bytes first: they are the next to be overwritten. */
-std::vector<std::uint8_t> read_log(const Board& board, const Extent& extent) {
+std::vector<std::uint8_t> read_log(const Board& board, const ovk::RasLogExtent& extent) {
   std::vector<std::uint8_t> log(extent.available);
   Progress progress("Reading the firmware log", log.size());
   std::uint32_t offset = extent.oldest;

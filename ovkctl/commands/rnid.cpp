@@ -1,3 +1,5 @@
+#include "driver_abi/records/rnid.h"
+
 #include "ovkctl/frame/command.h"
 
 #include <ovk/hbaapi.h>
@@ -54,15 +56,7 @@ std::string ip_address_text(std::uint16_t version, const IpAddress& address) {
 
 // ---- the general topology discovery data (FC-LS) --------------------------------------------
 
-struct Topology {
-  std::uint32_t unit_type;
-  std::uint32_t physical_port;
-  std::uint32_t attached_nodes;
-  std::uint16_t ip_version;
-  std::uint16_t udp_port;
-  IpAddress ip_address;
-  std::uint16_t flags;
-};
+using Topology = ovk::RnidData;
 
 void add_topology(Section& section, const Topology& topology) {
   section.field("unit_type", "", topology.unit_type)
@@ -77,7 +71,7 @@ void add_topology(Section& section, const Topology& topology) {
                  .value_or(hex_text(topology.ip_version, 4)))
       .field("ip_address", "IP address", ip_address_text(topology.ip_version, topology.ip_address))
       .field("udp_port", "UDP port", topology.udp_port)
-      .field("topology_flags", "Topology flags", Hex{topology.flags, 4});
+      .field("topology_flags", "Topology flags", Hex{topology.topology_flags, 4});
 }
 
 // ---- show and set ---------------------------------------------------------------------------
@@ -90,7 +84,7 @@ Report show(const Board& board) {
                     .ip_version = info.IPVersion,
                     .udp_port = info.UDPPort,
                     .ip_address = {},
-                    .flags = info.TopologyDiscoveryFlags};
+                    .topology_flags = info.TopologyDiscoveryFlags};
   std::ranges::copy(info.IPAddress, topology.ip_address.begin());
   Report report = board.report();
   report.field("wwn", "WWN", info.wwn);
@@ -226,7 +220,7 @@ Topology parse_topology(Cursor& cursor) {
   topology.udp_port = cursor.number<std::uint16_t>();
   topology.ip_address = cursor.bytes<IpAddress>();
   cursor.skip(2);
-  topology.flags = cursor.number<std::uint16_t>();
+  topology.topology_flags = cursor.number<std::uint16_t>();
   return topology;
 }
 

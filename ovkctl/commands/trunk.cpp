@@ -1,9 +1,10 @@
+#include "driver_abi/records/link.h"
 #include "ovkctl/frame/board_command.h"
 #include "ovkctl/frame/errors.h"
-#include "ovkctl/subjects/information_records.h"
 
 #include <ovk/info.h>
 
+#include <bit>
 #include <cstdint>
 
 namespace ovkctl {
@@ -20,7 +21,7 @@ constexpr ResultText kTrunkResults[] = {
 Report trunk_report(std::uint32_t board) {
   TrunkInfo info{};
   check_board(OVK_GetTrunkInfo(board, &info), board, "Reading the trunk", kTrunkResults);
-  const auto trunk = record_cast<TrunkRecord>(info);
+  const auto trunk = std::bit_cast<ovk::TrunkRecord>(info);
   Report report;
   report.field("board", "Board", board)
       .field("trunked", "Trunk", trunk.ports != 0)

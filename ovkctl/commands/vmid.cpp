@@ -1,10 +1,12 @@
+#include "driver_abi/records/vmid.h"
+
 #include "ovkctl/frame/command.h"
-#include "ovkctl/subjects/driver_records.h"
 
 #include <ovk/features.h>
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <fmt/core.h>
 #include <memory>
 #include <optional>
@@ -23,17 +25,17 @@ constexpr ResultText qfpa_results[] = {
      "See with \"ovkctl show\" which adapter this is, and check the switch."},
 };
 
-constexpr Column<QfpaRange> range_columns[] = {
-    {"low", "LOW", field<&QfpaRange::low>},
-    {"high", "HIGH", field<&QfpaRange::high>},
-    {"qos_priority", "QOS PRIORITY", field<&QfpaRange::qos_priority>},
-    {"ve_id_usage", "VE ID USAGE", field<&QfpaRange::ve_id_usage>},
+constexpr Column<ovk::QfpaRange> range_columns[] = {
+    {"low", "LOW", field<&ovk::QfpaRange::low>},
+    {"high", "HIGH", field<&ovk::QfpaRange::high>},
+    {"qos_priority", "QOS PRIORITY", field<&ovk::QfpaRange::qos_priority>},
+    {"ve_id_usage", "VE ID USAGE", field<&ovk::QfpaRange::ve_id_usage>},
 };
 
 Report show_ranges(const Board& board) {
   const auto list =
       board.read(OVK_GetQFPAPriorityList, "Reading the priority ranges", qfpa_results);
-  const auto record = record_cast<QfpaRecord>(list);
+  const auto record = std::bit_cast<ovk::QfpaRecord>(list);
   const std::size_t count = std::min<std::size_t>(record.count, record.ranges.size());
   Report report = board.report();
   report.table("ranges", "", range_columns, std::span{record.ranges}.first(count),
@@ -87,17 +89,17 @@ Uuid parse_uuid(std::string text) {
   return uuid;
 }
 
-constexpr Column<VmidMachine> machine_columns[] = {
-    {"identifier", "ID", field<&VmidMachine::identifier>},
-    {"qos_priority", "QOS PRIORITY", field<&VmidMachine::qos_priority>},
-    {"uuid", "UUID", [](const VmidMachine& machine) { return uuid_text(machine.uuid); }},
-    {"name", "NAME", [](const VmidMachine& machine) { return fixed_text(machine.name); }},
+constexpr Column<ovk::VmidMachine> machine_columns[] = {
+    {"identifier", "ID", field<&ovk::VmidMachine::identifier>},
+    {"qos_priority", "QOS PRIORITY", field<&ovk::VmidMachine::qos_priority>},
+    {"uuid", "UUID", [](const ovk::VmidMachine& machine) { return uuid_text(machine.uuid); }},
+    {"name", "NAME", [](const ovk::VmidMachine& machine) { return fixed_text(machine.name); }},
 };
 
 Report list_machines(const Board& board) {
   const auto mapping = std::make_unique<VMidMapping>();
   board.check(OVK_GetVMidMapping(board, mapping.get()), "Reading the VMID mapping", vmid_results);
-  const auto record = std::make_unique<VmidRecord>(record_cast<VmidRecord>(*mapping));
+  const auto record = std::make_unique<ovk::VmidRecord>(std::bit_cast<ovk::VmidRecord>(*mapping));
   const std::size_t count = std::min<std::size_t>(record->count, record->machines.size());
   Report report = board.report();
   report.table("machines", "", machine_columns, std::span{record->machines}.first(count),
@@ -115,19 +117,19 @@ constexpr Flag remove_flag{"--remove", "remove the machine"};
 
 Report update_machine(const Board& board, const std::string& uuid, const std::string& name,
                       std::uint32_t identifier, bool remove) {
-  const auto record = std::make_unique<VmidRecord>();
+  const auto record = std::make_unique<ovk::VmidRecord>();
   record->count = 1;
-  VmidMachine& machine = record->machines[0];
+  ovk::VmidMachine& machine = record->machines[0];
   machine = {.uuid = parse_uuid(uuid),
              .identifier = identifier,
-             .action = remove ? kRemoveMachine : kAddMachine};
+             .action = remove ? ovk::VmidAction::remove : ovk::VmidAction::add};
   if (name.size() > machine.name.size()) {
     throw UsageError(fmt::format("--name: at most {} bytes fit.", machine.name.size()));
   }
   std::ranges::copy(name, machine.name.begin());
   board.ask(fmt::format("This {} the identifier of virtual machine {} on {}.",
                         remove ? "removes" : "sets", uuid, board.name()));
-  const auto mapping = std::make_unique<VMidMapping>(record_cast<VMidMapping>(*record));
+  const auto mapping = std::make_unique<VMidMapping>(std::bit_cast<VMidMapping>(*record));
   board.check(OVK_UpdateVMidMapping(board, mapping.get()), "Changing the VMID mapping",
               update_results);
   return list_machines(board);

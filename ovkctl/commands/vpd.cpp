@@ -1,13 +1,14 @@
+#include "driver_abi/records/hardware.h"
 #include "ovkctl/frame/command.h"
 #include "ovkctl/frame/errors.h"
 #include "ovkctl/frame/files.h"
 #include "ovkctl/frame/session.h"
-#include "ovkctl/subjects/information_records.h"
 #include "ovkctl/subjects/pci_vpd.h"
 
 #include <ovk/info.h>
 
 #include <algorithm>
+#include <bit>
 #include <span>
 #include <vector>
 
@@ -23,15 +24,15 @@ constexpr ResultText kVpdResults[] = {
      "reason."},
 };
 
-VpdRecord read_vpd(std::uint32_t board) {
+ovk::VpdRecord read_vpd(std::uint32_t board) {
   VpdInfo info{.word0 = kVpdVersion};
   const auto result = static_cast<std::uint32_t>(GetVPDInfo(board, &info));
   check_board(result, board, "Reading the vital product data", kVpdResults);
-  return record_cast<VpdRecord>(info);
+  return std::bit_cast<ovk::VpdRecord>(info);
 }
 
 /** Both parts together, as the adapter has them. */
-std::vector<std::uint8_t> image_of(const VpdRecord& record) {
+std::vector<std::uint8_t> image_of(const ovk::VpdRecord& record) {
   const auto used = [](std::span<const std::uint8_t> part, std::uint32_t size) {
     return part.first(std::min<std::size_t>(size, part.size()));
   };
@@ -42,7 +43,7 @@ std::vector<std::uint8_t> image_of(const VpdRecord& record) {
   return image;
 }
 
-Report vpd_report(std::uint32_t board, const VpdRecord& record) {
+Report vpd_report(std::uint32_t board, const ovk::VpdRecord& record) {
   const std::vector<std::uint8_t> image = image_of(record);
   const Vpd vpd = parse_vpd(image);
   Report report;
@@ -74,7 +75,7 @@ void add_vpd(Command root) {
   vpd.action([board, file](const Context& context) {
     const Session session;
     const std::uint32_t index = session.board(*board);
-    const VpdRecord record = read_vpd(index);
+    const ovk::VpdRecord record = read_vpd(index);
     if (file.present()) {
       write_file(*file, image_of(record));
     }

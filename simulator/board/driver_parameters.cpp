@@ -6,7 +6,7 @@ namespace ravnsim {
 
 namespace {
 
-using enum TakesEffect;
+using enum ovk::TakesEffect;
 
 // New parameters go to the end: a parameter's place is its number.
 constexpr ParameterDefinition definitions[parameter_count] = {

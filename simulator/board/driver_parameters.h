@@ -4,6 +4,7 @@
  */
 #pragma once
 
+#include "driver_abi/records/parameters.h"
 #include "simulator/board/saved.h"
 
 #include <array>
@@ -13,21 +14,13 @@
 
 namespace ravnsim {
 
-/** When a new value comes into force. */
-enum class TakesEffect : std::uint32_t {
-  at_once = 0,
-  at_link_up = 1,      ///< when the link comes up again
-  at_driver_load = 2,  ///< when the driver is loaded again
-  never_set = 3,       ///< the value cannot be changed
-};
-
 /** One parameter that every board has. */
 struct ParameterDefinition {
   std::string_view name;
   std::uint32_t least;
   std::uint32_t most;
   std::uint32_t initial;
-  TakesEffect takes_effect;
+  ovk::TakesEffect takes_effect;
   std::string_view description;
 };
 

@@ -1,3 +1,4 @@
+#include "driver_abi/records/port.h"
 #include "driver_abi/wwn_request.h"
 #include "simulator/board/adapter.h"
 #include "simulator/board/link.h"
@@ -11,6 +12,8 @@
 namespace ravnsim {
 
 namespace {
+
+using ovk::PortRecord;
 
 /** The answer to RAVN_MGMT_HBA_ADAPTERATTRIBUTES. */
 struct AdapterRecord {
@@ -35,42 +38,13 @@ static_assert(offsetof(AdapterRecord, driver_version) == 1160);
 static_assert(offsetof(AdapterRecord, vendor_specific_id) == 1928);
 static_assert(offsetof(AdapterRecord, driver_name) == 1936);
 
-/** A port as the driver describes it. */
-struct [[gnu::packed]] PortRecord {
-  Wwn node_wwn;
-  Wwn port_wwn;
-  std::uint32_t fc_id;
-  PortType type;
-  PortState state;
-  std::uint32_t classes;
-  Fc4Types fc4_types_supported;
-  Fc4Types fc4_types_active;
-  char symbolic_name[256];
-  char os_device_name[114];
-  std::uint32_t supported_speeds;
-  std::uint32_t speed;
-  std::uint32_t max_frame_size;
-  Wwn fabric_name;
-  std::uint32_t discovered_ports;
-};
-
-static_assert(sizeof(PortRecord) == 490);
-static_assert(offsetof(PortRecord, fc_id) == 16);
-static_assert(offsetof(PortRecord, symbolic_name) == 96);
-static_assert(offsetof(PortRecord, supported_speeds) == 466);
-static_assert(offsetof(PortRecord, fabric_name) == 478);
-static_assert(offsetof(PortRecord, discovered_ports) == 486);
-
-/** The FC id that tells a caller that its refresh tag is not that of the list any more. */
-constexpr std::uint32_t stale_fc_id = 0xFFFFFFFF;
-
 void describe(const PortTopology& port, PortRecord& record) {
   record.node_wwn = port.node_wwn;
   record.port_wwn = port.port_wwn;
   record.fc_id = port.fc_id;
-  record.type = port.type;
-  record.state = port.state;
-  record.classes = port.classes;
+  record.type = static_cast<std::uint32_t>(port.type);
+  record.state = static_cast<std::uint32_t>(port.state);
+  record.supported_classes = port.classes;
   record.fc4_types_supported = port.fc4_types_supported;
   record.fc4_types_active = port.fc4_types_active;
   put_text(record.symbolic_name, port.symbolic_name);
@@ -82,9 +56,10 @@ void describe(const PortTopology& port, PortRecord& record) {
 }
 
 void describe_own_port(Adapter& adapter, PortRecord& record) {
-  describe(adapter.topology().port, record);
-  if (record.state == PortState::online && !adapter.state<Link>().is_up()) {
-    record.state = PortState::link_down;
+  const PortTopology& port = adapter.topology().port;
+  describe(port, record);
+  if (port.state == PortState::online && !adapter.state<Link>().is_up()) {
+    record.state = static_cast<std::uint32_t>(PortState::link_down);
     record.speed = 0;
   }
   record.discovered_ports = static_cast<std::uint32_t>(adapter.state<PortList>().ports().size());
@@ -126,7 +101,7 @@ bool is_stale(Adapter& adapter, const Request& request) {
 DriverStatus describe_discovered_port(Adapter& adapter, Request& request) {
   auto& record = request.output<PortRecord>(1);
   if (is_stale(adapter, request)) {
-    record.fc_id = stale_fc_id;
+    record.fc_id = ovk::stale_fc_id;
     return DriverStatus::success;
   }
   const auto& ports = adapter.state<PortList>().ports();
@@ -142,7 +117,7 @@ DriverStatus describe_discovered_port(Adapter& adapter, Request& request) {
 DriverStatus describe_port_by_index(Adapter& adapter, Request& request) {
   auto& record = request.output<PortRecord>(1);
   if (is_stale(adapter, request)) {
-    record.fc_id = stale_fc_id;
+    record.fc_id = ovk::stale_fc_id;
     return DriverStatus::success;
   }
   const auto& ports = adapter.state<PortList>().ports();

@@ -1,3 +1,5 @@
+#include "driver_abi/records/auth.h"
+
 #include "simulator/board/adapter.h"
 #include "simulator/board/port_list.h"
 #include "simulator/board/saved.h"
@@ -16,83 +18,20 @@ namespace ravnsim {
 
 namespace {
 
-/** The two ports with which every record begins. */
-struct PortPair {
-  Wwn local;
-  Wwn remote;
-  auto operator<=>(const PortPair&) const = default;
-};
-
-enum class AuthMode : std::uint8_t { disabled = 0, enabled = 1, passive = 2 };
-
-/** The configuration of a pair of ports. */
-struct ConfigRecord {
-  PortPair ports;
-  AuthMode mode;
-  std::uint8_t bidirectional;
-  std::uint16_t timeout_seconds;
-  std::uint8_t hash_count;
-  std::array<std::uint8_t, 4> hashes;  ///< in the order of preference
-  std::uint8_t group_count;
-  std::array<std::uint8_t, 6> groups;  ///< DH groups, in the order of preference
-  std::uint32_t interval_seconds;      ///< 0: authentication is not repeated
-  std::uint8_t reserved36[744];
-};
-
-static_assert(sizeof(ConfigRecord) == 780);
-static_assert(offsetof(ConfigRecord, hashes) == 21);
-static_assert(offsetof(ConfigRecord, interval_seconds) == 32);
-
-/** One direction's secret. */
-enum class SecretType : std::uint8_t { none = 0, text = 1, binary = 2 };
-
-/** The secrets of a pair of ports. */
-struct PasswordRecord {
-  PortPair ports;
-  SecretType local_type;
-  std::uint8_t local_length;
-  SecretType remote_type;
-  std::uint8_t remote_length;
-  std::array<char, 128> local;
-  std::array<char, 128> remote;
-  std::uint32_t reserved276;
-};
-
-static_assert(sizeof(PasswordRecord) == 280);
-static_assert(offsetof(PasswordRecord, local) == 20);
-static_assert(offsetof(PasswordRecord, remote) == 148);
-
-enum class AuthState : std::uint8_t { never = 0, authenticated = 1, failed = 2 };
-
-enum class FailureReason : std::uint32_t {
-  none = 0,
-  no_password = 1,
-  peer_silent = 2,
-  board_rejected = 3,
-  peer_rejected = 4,
-};
-
-/** What became of the last authentication of a pair of ports. */
-struct StatusRecord {
-  PortPair ports;
-  AuthState state;
-  std::uint8_t bidirectional;
-  std::uint8_t hash;
-  std::uint8_t group;
-  FailureReason reason;
-  std::uint32_t attempts;
-  std::uint32_t time;  ///< of the last attempt, in seconds since 1970
-  std::uint32_t interval_seconds;
-  std::uint32_t reserved36;
-};
-
-static_assert(sizeof(StatusRecord) == 40);
-static_assert(offsetof(StatusRecord, reason) == 20);
+using ovk::AuthConfigRecord;
+using ovk::AuthEntry;
+using ovk::AuthFailure;
+using ovk::AuthGroup;
+using ovk::AuthHash;
+using ovk::AuthMode;
+using ovk::AuthPasswordRecord;
+using ovk::AuthState;
+using ovk::AuthStatusRecord;
+using ovk::PortPair;
+using ovk::SecretType;
 
 constexpr std::size_t most_entries = 64;
 constexpr std::uint8_t shortest_secret = 12;  // FC-SP wants 96 bits at the least
-constexpr std::uint8_t next_entry = 1;        // the flag of a read that walks the entries
-
 /** Records told apart by their ports, in the order of these. */
 template <typename Record>
 class PairTable {
@@ -161,9 +100,9 @@ struct AuthTables {
     work(statuses);
   }
 
-  PairTable<ConfigRecord> configs;
-  PairTable<PasswordRecord> passwords;
-  PairTable<StatusRecord> statuses;
+  PairTable<AuthConfigRecord> configs;
+  PairTable<AuthPasswordRecord> passwords;
+  PairTable<AuthStatusRecord> statuses;
 };
 
 constexpr Guard offers_auth{
@@ -176,16 +115,16 @@ bool lists_known(std::span<const std::uint8_t> list, std::size_t count, std::uin
                              [&](std::uint8_t entry) { return entry >= 1 && entry <= largest; });
 }
 
-bool is_valid(const ConfigRecord& config) {
-  constexpr std::uint8_t hashes = 3;  // MD5, SHA-1, SHA-256
-  constexpr std::uint8_t groups = 6;  // null, 1024, 1280, 1536, 2048, 4096 bits
+bool is_valid(const AuthConfigRecord& config) {
+  constexpr auto last_hash = static_cast<std::uint8_t>(AuthHash::sha256);
+  constexpr auto last_group = static_cast<std::uint8_t>(AuthGroup::bits_4096);
   return config.mode <= AuthMode::passive && config.bidirectional <= 1 &&
-         lists_known(config.hashes, config.hash_count, hashes) &&
-         lists_known(config.groups, config.group_count, groups);
+         lists_known(config.hashes, config.hash_count, last_hash) &&
+         lists_known(config.groups, config.group_count, last_group);
 }
 
 DriverStatus set_config(Adapter& adapter, Request& request) {
-  const auto& config = request.input<ConfigRecord>(1);
+  const auto& config = request.input<AuthConfigRecord>(1);
   if (config.ports.local != adapter.topology().port.port_wwn) {
     return DriverStatus::not_found;
   }
@@ -202,10 +141,10 @@ DriverStatus set_config(Adapter& adapter, Request& request) {
 
 DriverStatus get_config(Adapter& adapter, Request& request) {
   auto& configs = adapter.state<AuthTables>().configs;
-  auto& record = request.output<ConfigRecord>(2);
+  auto& record = request.output<AuthConfigRecord>(2);
   const PortPair ports{request.input<Wwn>(1), record.ports.remote};
-  const bool walks = request.input<std::uint8_t>(3) == next_entry;
-  const ConfigRecord* config = walks ? configs.after(ports) : configs.find(ports);
+  const bool walks = request.input<AuthEntry>(3) == AuthEntry::next;
+  const AuthConfigRecord* config = walks ? configs.after(ports) : configs.find(ports);
   if (config == nullptr) {
     return DriverStatus::not_found;
   }
@@ -215,7 +154,7 @@ DriverStatus get_config(Adapter& adapter, Request& request) {
 
 DriverStatus delete_config(Adapter& adapter, Request& request) {
   auto& tables = adapter.state<AuthTables>();
-  const PortPair ports = request.input<ConfigRecord>(1).ports;
+  const PortPair ports = request.input<AuthConfigRecord>(1).ports;
   if (request.input<std::uint8_t>(2) != 0) {
     tables.for_each([](auto& table) { table.clear(); });
     return DriverStatus::success;
@@ -243,11 +182,11 @@ std::string_view secret(SecretType type, std::uint8_t length, const std::array<c
                                   : std::string_view{bytes.data(), bytes.size()}.substr(0, length);
 }
 
-std::string_view local_secret(const PasswordRecord& record) {
+std::string_view local_secret(const AuthPasswordRecord& record) {
   return secret(record.local_type, record.local_length, record.local);
 }
 
-std::string_view remote_secret(const PasswordRecord& record) {
+std::string_view remote_secret(const AuthPasswordRecord& record) {
   return secret(record.remote_type, record.remote_length, record.remote);
 }
 
@@ -257,7 +196,7 @@ bool is_valid_secret(SecretType type, std::uint8_t length) {
 }
 
 DriverStatus set_password(Adapter& adapter, Request& request) {
-  const auto& record = request.input<PasswordRecord>(1);
+  const auto& record = request.input<AuthPasswordRecord>(1);
   auto& tables = adapter.state<AuthTables>();
   if (tables.configs.find(record.ports) == nullptr) {
     return DriverStatus::not_found;
@@ -275,8 +214,8 @@ DriverStatus set_password(Adapter& adapter, Request& request) {
 
 /** Tells that there are secrets and how long they are, but not the secrets. */
 DriverStatus get_password(Adapter& adapter, Request& request) {
-  auto& record = request.output<PasswordRecord>(1);
-  const PasswordRecord* known = adapter.state<AuthTables>().passwords.find(record.ports);
+  auto& record = request.output<AuthPasswordRecord>(1);
+  const AuthPasswordRecord* known = adapter.state<AuthTables>().passwords.find(record.ports);
   if (known == nullptr) {
     return DriverStatus::not_found;
   }
@@ -286,39 +225,39 @@ DriverStatus get_password(Adapter& adapter, Request& request) {
   return DriverStatus::success;
 }
 
-FailureReason authenticate(Adapter& adapter, const ConfigRecord& config,
-                           const PasswordRecord* password) {
+AuthFailure authenticate(Adapter& adapter, const AuthConfigRecord& config,
+                         const AuthPasswordRecord* password) {
   if (password == nullptr || (config.bidirectional != 0 && remote_secret(*password).empty())) {
-    return FailureReason::no_password;
+    return AuthFailure::no_password;
   }
   const auto& peers = adapter.topology().offers.auth->peers;
   const auto peer = std::ranges::find(peers, config.ports.remote, &AuthPeerTopology::port_wwn);
   if (peer == peers.end()) {
-    return FailureReason::peer_silent;
+    return AuthFailure::peer_silent;
   }
   if (local_secret(*password) != peer->expects) {
-    return FailureReason::board_rejected;
+    return AuthFailure::board_rejected;
   }
   if (config.bidirectional != 0 && remote_secret(*password) != peer->answers_with) {
-    return FailureReason::peer_rejected;
+    return AuthFailure::peer_rejected;
   }
-  return FailureReason::none;
+  return AuthFailure::none;
 }
 
 /** The first name is the local port's. */
 DriverStatus initiate(Adapter& adapter, Request& request) {
   const PortPair ports{request.input<Wwn>(1), request.input<Wwn>(2)};
   auto& tables = adapter.state<AuthTables>();
-  const ConfigRecord* config = tables.configs.find(ports);
+  const AuthConfigRecord* config = tables.configs.find(ports);
   if (config == nullptr || adapter.state<PortList>().find(ports.remote) == nullptr) {
     return DriverStatus::not_found;
   }
   if (config->mode == AuthMode::disabled) {
     return DriverStatus::feature_disabled;
   }
-  const StatusRecord* before = tables.statuses.find(ports);
-  const FailureReason reason = authenticate(adapter, *config, tables.passwords.find(ports));
-  const bool succeeded = reason == FailureReason::none;
+  const AuthStatusRecord* before = tables.statuses.find(ports);
+  const AuthFailure reason = authenticate(adapter, *config, tables.passwords.find(ports));
+  const bool succeeded = reason == AuthFailure::none;
   tables.statuses.put({.ports = ports,
                        .state = succeeded ? AuthState::authenticated : AuthState::failed,
                        .bidirectional = config->bidirectional,
@@ -333,13 +272,13 @@ DriverStatus initiate(Adapter& adapter, Request& request) {
 }
 
 DriverStatus get_status(Adapter& adapter, Request& request) {
-  auto& record = request.output<StatusRecord>(1);
+  auto& record = request.output<AuthStatusRecord>(1);
   auto& tables = adapter.state<AuthTables>();
   if (tables.configs.find(record.ports) == nullptr) {
     return DriverStatus::not_found;
   }
-  const StatusRecord* known = tables.statuses.find(record.ports);
-  record = known != nullptr ? *known : StatusRecord{.ports = PortPair{record.ports}};
+  const AuthStatusRecord* known = tables.statuses.find(record.ports);
+  record = known != nullptr ? *known : AuthStatusRecord{.ports = PortPair{record.ports}};
   return DriverStatus::success;
 }
 

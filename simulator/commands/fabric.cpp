@@ -1,3 +1,4 @@
+#include "driver_abi/records/els.h"
 #include "simulator/board/port_counters.h"
 #include "simulator/call/handler_table.h"
 #include "simulator/call/request.h"
@@ -14,16 +15,6 @@ namespace ravnsim {
 namespace {
 
 constexpr std::uint32_t management_server = 0xFFFFFA;
-
-/** The destination of an ELS request: by name, or by address with a name that is all zero. */
-struct ElsDestination {
-  Wwn port_wwn;
-  std::uint32_t fc_id;
-  std::uint32_t reserved12;
-};
-
-static_assert(sizeof(ElsDestination) == 16);
-static_assert(offsetof(ElsDestination, fc_id) == 8);
 
 /** The part of a parameter that the caller says it filled; nothing when it holds less. */
 std::optional<std::span<const std::uint8_t>> payload(const Request& request, std::size_t number,
@@ -99,7 +90,7 @@ DriverStatus send_els(Adapter& adapter, Request& request) {
     return DriverStatus::not_ready;
   }
   auto& ports = adapter.state<RemotePorts>();
-  const auto& destination = request.input<ElsDestination>(1);
+  const auto& destination = request.input<ovk::ElsDestinationRecord>(1);
   const PortTopology* port = ports.find(destination.port_wwn, destination.fc_id);
   if (port == nullptr || port->state != PortState::online) {
     return DriverStatus::no_response;

@@ -1,3 +1,5 @@
+#include "driver_abi/records/fcp_priority.h"
+
 #include "simulator/board/adapter.h"
 #include "simulator/board/saved.h"
 #include "simulator/call/handler_table.h"
@@ -13,46 +15,33 @@ namespace ravnsim {
 
 namespace {
 
-using MatchField = std::array<std::uint8_t, 8>;
-
-struct Rule {
-  std::array<MatchField, 4> match;
-  std::uint32_t priority;
-};
-
-/** What RAVN_MGMT_GET_FCP_PRIORITY gives and RAVN_MGMT_SET_FCP_PRIORITY takes. */
-struct RuleTable {
-  std::uint32_t count;
-  std::array<Rule, 998> rules;
-};
-
-static_assert(sizeof(Rule) == 36);
-static_assert(sizeof(RuleTable) == 35932);
+using ovk::FcpPriorityRule;
+using ovk::FcpPriorityTable;
 
 /** The rules and whether they apply; the driver remembers both. */
 struct FcpPriorityState {
   explicit FcpPriorityState(Adapter& adapter)
       : rules{adapter, "fcp-priority-rules"}, flag{adapter, "fcp-priority-flag"} {}
 
-  SavedList<Rule> rules;
+  SavedList<FcpPriorityRule> rules;
   Saved<std::uint32_t> flag;
 };
 
 /** The fields before a rule's first wildcard. */
-std::ptrdiff_t specific_fields(const Rule& rule) {
-  MatchField wildcard;
+std::ptrdiff_t specific_fields(const FcpPriorityRule& rule) {
+  ovk::FcpPriorityField wildcard;
   wildcard.fill(0xFF);
   return std::ranges::find(rule.match, wildcard) - rule.match.begin();
 }
 
 /** The driver takes the first rule that matches, so a general one must not hide a specific one. */
-bool is_ordered(const std::vector<Rule>& rules) {
+bool is_ordered(const std::vector<FcpPriorityRule>& rules) {
   return std::ranges::is_sorted(rules, std::ranges::greater{}, specific_fields);
 }
 
 DriverStatus get_rules(Adapter& adapter, Request& request) {
   const auto& rules = adapter.state<FcpPriorityState>().rules.records();
-  auto& table = request.output<RuleTable>(1);
+  auto& table = request.output<FcpPriorityTable>(1);
   const std::size_t room = std::min<std::size_t>(request.block().request_size, table.rules.size());
   table.count = static_cast<std::uint32_t>(rules.size());
   std::copy_n(rules.begin(), std::min(room, rules.size()), table.rules.begin());
@@ -60,17 +49,18 @@ DriverStatus get_rules(Adapter& adapter, Request& request) {
 }
 
 DriverStatus set_rules(Adapter& adapter, Request& request) {
-  const auto& table = request.input<RuleTable>(1);
+  const auto& table = request.input<FcpPriorityTable>(1);
   if (table.count != request.block().request_size ||
       table.count > adapter.topology().offers.fcp_priority.limit) {
     return DriverStatus::does_not_fit;
   }
-  const std::vector<Rule> rules(table.rules.begin(), table.rules.begin() + table.count);
+  const std::vector<FcpPriorityRule> rules(table.rules.begin(), table.rules.begin() + table.count);
   if (!is_ordered(rules)) {
     report("RAVN_MGMT_SET_FCP_PRIORITY: a general rule stands before a more specific one");
     return DriverStatus::not_permitted;
   }
-  adapter.state<FcpPriorityState>().rules.change([&](std::vector<Rule>& known) { known = rules; });
+  adapter.state<FcpPriorityState>().rules.change(
+      [&](std::vector<FcpPriorityRule>& known) { known = rules; });
   return DriverStatus::success;
 }
 

@@ -1,3 +1,5 @@
+#include "driver_abi/records/hardware.h"
+
 #include "simulator/board/adapter.h"
 #include "simulator/board/text_field.h"
 #include "simulator/board/vpd.h"
@@ -5,27 +7,13 @@
 #include "simulator/call/request.h"
 
 #include <algorithm>
-#include <cstddef>
 
 namespace ravnsim {
 
 namespace {
 
-/** The answer to RAVN_MGMT_GET_VPD. */
-struct VpdRecord {
-  std::uint32_t version;
-  std::uint8_t read_only[part_size];
-  char product[80];
-  std::uint8_t read_write[part_size];
-  std::uint32_t read_only_size;   ///< bytes
-  std::uint32_t read_write_size;  ///< bytes
-  std::uint32_t reserved604[3];
-};
-
-static_assert(sizeof(VpdRecord) == 616);
-static_assert(offsetof(VpdRecord, product) == 260);
-static_assert(offsetof(VpdRecord, read_write) == 340);
-static_assert(offsetof(VpdRecord, read_only_size) == 596);
+static_assert(part_size == sizeof ovk::VpdRecord{}.read_only);
+static_assert(part_size == sizeof ovk::VpdRecord{}.read_write);
 
 constexpr std::uint32_t any_vpd_version = 0;
 constexpr std::uint32_t vpd_version = 1;
@@ -40,7 +28,7 @@ DriverStatus read_vpd(Adapter& adapter, Request& request) {
     return DriverStatus::no_vpd;
   }
   const VpdImage image = vpd_of(board);
-  auto& record = request.output<VpdRecord>(1);
+  auto& record = request.output<ovk::VpdRecord>(1);
   record.version = vpd_version;
   std::ranges::copy(image.read_only, record.read_only);
   put_text(record.product, board.model);
@@ -50,16 +38,10 @@ DriverStatus read_vpd(Adapter& adapter, Request& request) {
   return DriverStatus::success;
 }
 
-/** The answer to RAVN_MGMT_GET_PCI_SBDF. */
-struct LocationRecord {
-  PciLocation location;
-  std::uint32_t reserved16[2];
-};
-
-static_assert(sizeof(LocationRecord) == 24);
-
 DriverStatus locate(Adapter& adapter, Request& request) {
-  request.output<LocationRecord>(1).location = adapter.topology().hardware.pci;
+  const PciLocation& pci = adapter.topology().hardware.pci;
+  request.output<ovk::PciLocationRecord>(1) = {
+      .segment = pci.segment, .bus = pci.bus, .device = pci.device, .function = pci.function};
   return DriverStatus::success;
 }
 

@@ -1,5 +1,7 @@
 #include "simulator/board/link.h"
 
+#include "driver_abi/records/link.h"
+#include "driver_abi/records/nodes.h"
 #include "simulator/board/adapter.h"
 #include "simulator/board/io_counters.h"
 #include "simulator/board/port_counters.h"
@@ -11,45 +13,22 @@
 
 #include <algorithm>
 #include <bit>
-#include <cstddef>
 
 namespace ravnsim {
 
 namespace {
 
+using ovk::LinkRecord;
+using ovk::LinkState;
+using ovk::LinkTopology;
+using ovk::LoopMap;
+using ovk::no_target;
+using ovk::NodeRecord;
+using ovk::NodeState;
+
 constexpr std::uint32_t megabit = 1000;  // per gigabit
 constexpr std::uint64_t bytes_per_kib = 1024;
 constexpr std::uint64_t bytes_per_word = 4;
-
-enum class LinkState : std::uint32_t { down = 1, up = 2 };
-enum class LinkTopology : std::uint32_t { none = 0, point_to_point = 1, loop = 2 };
-
-/** The positions on a loop (FC-AL): how many, then the AL_PA of each. */
-struct LoopMap {
-  std::uint8_t count;
-  std::uint8_t al_pas[127];
-};
-
-/** The answer to RAVN_MGMT_LINKINFO. */
-struct LinkRecord {
-  LinkState state;
-  LinkTopology topology;
-  std::uint32_t speed;  ///< Mbit/s
-  std::uint32_t fc_id;
-  std::uint32_t on_fabric;
-  std::uint8_t al_pa;
-  std::uint8_t reserved21[3];
-  LoopMap loop_map;
-  std::uint32_t link_failures;
-  std::uint32_t losses_of_sync;
-  std::uint32_t losses_of_signal;
-  std::uint32_t lips;
-};
-
-static_assert(sizeof(LinkRecord) == 168);
-static_assert(offsetof(LinkRecord, al_pa) == 20);
-static_assert(offsetof(LinkRecord, loop_map) == 24);
-static_assert(offsetof(LinkRecord, link_failures) == 152);
 
 std::uint8_t al_pa_of(const PortTopology& port) { return static_cast<std::uint8_t>(port.fc_id); }
 
@@ -77,7 +56,7 @@ DriverStatus describe_link(Adapter& adapter, Request& request) {
     const bool loop = port.type == PortType::nl_port || port.type == PortType::l_port;
     record.state = LinkState::up;
     record.topology = loop ? LinkTopology::loop : LinkTopology::point_to_point;
-    record.speed = gbit_of(port.speed) * megabit;
+    record.speed_mbit = gbit_of(port.speed) * megabit;
     record.fc_id = port.fc_id;
     record.on_fabric = port.fabric_name != Wwn{} ? 1 : 0;
     if (loop) {
@@ -92,29 +71,6 @@ DriverStatus describe_link(Adapter& adapter, Request& request) {
   return DriverStatus::success;
 }
 
-/** The answer to RAVN_MGMT_IOINFO. Every counter wraps at 32 bits. */
-struct IoRecord {
-  std::uint32_t seconds;
-  std::uint32_t tx_frames;
-  std::uint32_t rx_frames;
-  std::uint32_t tx_kib;
-  std::uint32_t rx_kib;
-  std::uint32_t reads;
-  std::uint32_t writes;
-  std::uint32_t without_data;
-  std::uint32_t failed;
-  std::uint32_t read_kib;
-  std::uint32_t written_kib;
-  std::uint32_t nodes;
-  std::uint32_t error_frames;
-  std::uint32_t dumped_frames;
-  std::uint32_t reserved56[10];
-};
-
-static_assert(sizeof(IoRecord) == 96);
-static_assert(offsetof(IoRecord, reads) == 20);
-static_assert(offsetof(IoRecord, dumped_frames) == 52);
-
 std::uint32_t kib_of_words(const CounterValues& counters, Counter words) {
   return static_cast<std::uint32_t>(counters.at(index_of(words)) * bytes_per_word / bytes_per_kib);
 }
@@ -122,7 +78,7 @@ std::uint32_t kib_of_words(const CounterValues& counters, Counter words) {
 DriverStatus count_io(Adapter& adapter, Request& request) {
   const CounterValues counters = adapter.state<PortCounters>().read();
   const IoCounters::Values& io = adapter.state<IoCounters>().values();
-  request.output<IoRecord>(1) = {
+  request.output<ovk::IoRecord>(1) = {
       .seconds = word_of(counters, Counter::seconds),
       .tx_frames = word_of(counters, Counter::tx_frames),
       .rx_frames = word_of(counters, Counter::rx_frames),
@@ -141,32 +97,9 @@ DriverStatus count_io(Adapter& adapter, Request& request) {
   return DriverStatus::success;
 }
 
-enum class NodeState : std::uint16_t { logged_in = 1, mapped = 2 };
-
-/** One entry of the answer to RAVN_MGMT_NODEINFO. */
-struct NodeRecord {
-  std::uint16_t handle;
-  NodeState state;
-  std::uint32_t fc_id;
-  Wwn port_wwn;
-  Wwn node_wwn;
-  std::uint32_t target_id;
-};
-
-static_assert(sizeof(NodeRecord) == 28);
-static_assert(offsetof(NodeRecord, target_id) == 24);
-
-constexpr std::uint32_t no_target = 0xFFFFFFFF;
-
-struct NodeTable {
-  NodeRecord entries[512];
-};
-
-static_assert(sizeof(NodeTable) == 14336);
-
 DriverStatus list_nodes(Adapter& adapter, Request& request) {
   CommandBlock& block = request.block();
-  auto& table = request.output<NodeTable>(1);
+  auto& table = request.output<ovk::NodeTable>(1);
   const auto& ports = adapter.state<PortList>().ports();
   const std::size_t room = std::min<std::size_t>(block.request_size, sizeof table);
   const std::size_t count = std::min(room / sizeof(NodeRecord), ports.size());
@@ -202,24 +135,15 @@ DriverStatus give_logical_speed(Adapter& adapter, Request& request) {
   return DriverStatus::success;
 }
 
-/** The answer to RAVN_MGMT_GET_TRUNK_INFO. */
-struct TrunkRecord {
-  std::uint32_t ports;
-  std::uint32_t ports_up;
-  std::uint32_t port_speed;  ///< Mbit/s
-};
-
-static_assert(sizeof(TrunkRecord) == 12);
-
 constexpr Guard names_itself{repeats_its_id, DriverStatus::not_permitted};
 
 DriverStatus describe_trunk(Adapter& adapter, Request& request) {
   const TrunkTopology& trunk = adapter.topology().hardware.trunk;
   const bool up = adapter.state<Link>().is_up();
-  request.output<TrunkRecord>(1) = {
+  request.output<ovk::TrunkRecord>(1) = {
       .ports = trunk.ports,
       .ports_up = up ? trunk.ports_up : 0,
-      .port_speed = gbit_of(adapter.topology().port.speed) * megabit,
+      .port_speed_mbit = gbit_of(adapter.topology().port.speed) * megabit,
   };
   return DriverStatus::success;
 }

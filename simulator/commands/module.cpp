@@ -1,3 +1,5 @@
+#include "driver_abi/records/module.h"
+
 #include "simulator/board/adapter.h"
 #include "simulator/board/event_queue.h"
 #include "simulator/board/text_field.h"
@@ -16,45 +18,13 @@ namespace ravnsim {
 
 namespace {
 
-/** One board in the answer to RAVN_MGMT_MOD_INFO. */
-struct ModuleBoard {
-  std::uint32_t driver_number;
-  std::uint32_t device;
-  std::uint32_t subsystem;
-  std::uint32_t sli_mode;
-  char model[64];
-  char serial_number[32];
-  char firmware_version[32];
-  char os_device_name[32];
-  Wwn port_wwn;
-  std::uint32_t reserved184[2];
-};
-
-static_assert(sizeof(ModuleBoard) == 192);
-static_assert(offsetof(ModuleBoard, model) == 16);
-static_assert(offsetof(ModuleBoard, port_wwn) == 176);
-
-/** The answer to RAVN_MGMT_MOD_INFO. */
-struct ModuleRecord {
-  char name[32];
-  char version[32];
-  std::uint32_t interface_revision;
-  std::uint32_t board_count;
-  std::uint32_t logged_messages;
-  std::uint32_t reserved76[14];
-  ModuleBoard boards[max_boards];
-};
-
-static_assert(sizeof(ModuleRecord) == 6276);
-static_assert(offsetof(ModuleRecord, boards) == 132);
-
 /** What the module does for itself. */
 struct ModuleState {
   explicit ModuleState(Host& /*host*/) {}
   std::uint32_t logged_messages = 0;
 };
 
-void describe(const BoardTopology& topology, ModuleBoard& board) {
+void describe(const BoardTopology& topology, ovk::ModuleBoard& board) {
   board.driver_number = topology.driver_number;
   board.device = topology.device;
   board.subsystem = topology.subsystem;
@@ -67,7 +37,7 @@ void describe(const BoardTopology& topology, ModuleBoard& board) {
 }
 
 DriverStatus describe_module(Host& host, Request& request) {
-  auto& record = request.output<ModuleRecord>(1);
+  auto& record = request.output<ovk::ModuleRecord>(1);
   put_text(record.name, host.topology().driver.name);
   put_text(record.version, host.topology().driver.version);
   record.interface_revision = ovk::interface_version;

@@ -1,3 +1,4 @@
+#include "driver_abi/records/virtual_ports.h"
 #include "driver_abi/wwn_request.h"
 #include "simulator/board/adapter.h"
 #include "simulator/board/board_state.h"
@@ -15,78 +16,12 @@ namespace ravnsim {
 
 namespace {
 
-/** The answer to RAVN_MGMT_VPORT_GET_RESRC. */
-struct ResourceRecord {
-  std::uint32_t port_limit;
-  std::uint32_t ports;
-  std::uint32_t login_limit;
-  std::uint32_t logins;
-};
-
-static_assert(sizeof(ResourceRecord) == 16);
-
-struct VirtualPortEntry {
-  Wwn port_wwn;
-  Wwn node_wwn;
-  std::uint32_t fc_id;
-};
-
-static_assert(sizeof(VirtualPortEntry) == 20);
-
-/** The answer to RAVN_MGMT_VPORT_GET_LIST. */
-struct VirtualPortList {
-  std::uint32_t count;
-  VirtualPortEntry entries[4096];
-};
-
-static_assert(sizeof(VirtualPortList) == 81924);
-
-/** The answer to RAVN_MGMT_VPORT_GET_ATTRIB. */
-struct VirtualPortRecord {
-  Wwn port_wwn;
-  Wwn node_wwn;
-  std::uint32_t fc_id;
-  PortType type;
-  PortState state;
-  std::uint32_t classes;
-  Fc4Types fc4_types_active;
-  char symbolic_name[256];
-  Wwn fabric_name;
-  std::uint32_t max_frame_size;
-  std::uint32_t reserved332[2];
-};
-
-static_assert(sizeof(VirtualPortRecord) == 340);
-static_assert(offsetof(VirtualPortRecord, symbolic_name) == 64);
-static_assert(offsetof(VirtualPortRecord, max_frame_size) == 328);
-
-struct NodeRecord {
-  std::uint32_t fc_id;
-  char symbolic_name[256];
-  Wwn node_wwn;
-  PortType type;
-  PortState state;
-  std::uint32_t classes;
-  std::uint32_t speed;
-  Wwn port_wwn;
-  std::uint32_t max_frame_size;
-  std::uint32_t supported_speeds;
-  std::uint32_t reserved300;
-  std::uint32_t list_tag;
-};
-
-static_assert(sizeof(NodeRecord) == 308);
-static_assert(offsetof(NodeRecord, node_wwn) == 260);
-static_assert(offsetof(NodeRecord, port_wwn) == 284);
-static_assert(offsetof(NodeRecord, list_tag) == 304);
-
-/** The answer to RAVN_MGMT_VPORT_GET_NODE_INFO. */
-struct NodeList {
-  std::uint32_t count;
-  NodeRecord nodes[512];
-};
-
-static_assert(sizeof(NodeList) == 157700);
+using ovk::VportListEntry;
+using ovk::VportListRecord;
+using ovk::VportNodeList;
+using ovk::VportNodeRecord;
+using ovk::VportRecord;
+using ovk::VportResourceRecord;
 
 /** What tells that a failure of RAVN_MGMT_VPORT_GET_ATTRIB is not that of an unknown name. */
 constexpr std::uint32_t other_failure = 1;
@@ -113,33 +48,33 @@ DriverStatus tell_resources(Adapter& adapter, Request& request) {
   const auto& npiv = adapter.topology().npiv;
   const std::size_t ports = virtual_ports(adapter).size();
   const std::size_t logins = (1 + ports) * adapter.state<PortList>().ports().size();
-  request.output<ResourceRecord>(1) = {.port_limit = npiv->port_limit,
-                                       .ports = static_cast<std::uint32_t>(ports),
-                                       .login_limit = npiv->login_limit,
-                                       .logins = static_cast<std::uint32_t>(logins)};
+  request.output<VportResourceRecord>(1) = {.port_limit = npiv->port_limit,
+                                            .ports = static_cast<std::uint32_t>(ports),
+                                            .login_limit = npiv->login_limit,
+                                            .logins = static_cast<std::uint32_t>(logins)};
   return DriverStatus::success;
 }
 
 DriverStatus list_virtual_ports(Adapter& adapter, Request& request) {
-  auto& list = request.output<VirtualPortList>(1);
+  auto& list = request.output<VportListRecord>(1);
   const auto ports = virtual_ports(adapter);
   list.count = static_cast<std::uint32_t>(ports.size());
   if (list.count > request.block().request_size) {
     return DriverStatus::list_does_not_fit;
   }
   std::ranges::transform(ports, list.entries, [](const PortTopology& port) {
-    return VirtualPortEntry{port.port_wwn, port.node_wwn, port.fc_id};
+    return VportListEntry{port.port_wwn, port.node_wwn, port.fc_id};
   });
   list.count = request.effect("count").value_or(list.count);
   return DriverStatus::success;
 }
 
-void describe(const PortTopology& port, VirtualPortRecord& record) {
+void describe(const PortTopology& port, VportRecord& record) {
   record.port_wwn = port.port_wwn;
   record.node_wwn = port.node_wwn;
   record.fc_id = port.fc_id;
-  record.type = port.type;
-  record.state = port.state;
+  record.type = static_cast<std::uint32_t>(port.type);
+  record.state = static_cast<std::uint32_t>(port.state);
   record.classes = port.classes;
   record.fc4_types_active = port.fc4_types_active;
   put_text(record.symbolic_name, port.symbolic_name);
@@ -158,21 +93,21 @@ DriverStatus describe_virtual_port(Adapter& adapter, Request& request) {
   if (found == ports.end()) {
     return DriverStatus::not_found;
   }
-  describe(*found, request.output<VirtualPortRecord>(2));
+  describe(*found, request.output<VportRecord>(2));
   return DriverStatus::success;
 }
 
-NodeRecord node_record(const PortTopology& port, std::uint32_t tag) {
-  NodeRecord record{.fc_id = port.fc_id,
-                    .node_wwn = port.node_wwn,
-                    .type = port.type,
-                    .state = port.state,
-                    .classes = port.classes,
-                    .speed = port.speed,
-                    .port_wwn = port.port_wwn,
-                    .max_frame_size = port.max_frame_size,
-                    .supported_speeds = port.supported_speeds,
-                    .list_tag = tag};
+VportNodeRecord node_record(const PortTopology& port, std::uint32_t tag) {
+  VportNodeRecord record{.fc_id = port.fc_id,
+                         .node_wwn = port.node_wwn,
+                         .type = static_cast<std::uint32_t>(port.type),
+                         .state = static_cast<std::uint32_t>(port.state),
+                         .classes = port.classes,
+                         .speed = port.speed,
+                         .port_wwn = port.port_wwn,
+                         .max_frame_size = port.max_frame_size,
+                         .supported_speeds = port.supported_speeds,
+                         .list_tag = tag};
   put_text(record.symbolic_name, port.symbolic_name);
   return record;
 }
@@ -185,7 +120,7 @@ DriverStatus list_nodes(Adapter& adapter, Request& request) {
       std::ranges::find(ports, local, &PortTopology::port_wwn) == ports.end()) {
     return DriverStatus::not_found;
   }
-  auto& list = request.output<NodeList>(2);
+  auto& list = request.output<VportNodeList>(2);
   const auto& discovered = adapter.state<PortList>();
   const auto& nodes = discovered.ports();
   list.count = static_cast<std::uint32_t>(nodes.size());

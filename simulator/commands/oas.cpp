@@ -1,3 +1,5 @@
+#include "driver_abi/records/oas.h"
+
 #include "simulator/board/adapter.h"
 #include "simulator/board/port_list.h"
 #include "simulator/board/saved.h"
@@ -17,28 +19,7 @@ namespace ravnsim {
 
 namespace {
 
-/** A logical unit as RAVN_MGMT_OAS_GET lists it. */
-struct ListEntry {
-  Wwn local_port;
-  Wwn target_port;
-  std::array<std::uint8_t, 8> lun;
-  std::uint8_t flags;
-  std::uint8_t priority;
-};
-
-struct List {
-  std::array<ListEntry, 256> entries;
-};
-
-static_assert(sizeof(ListEntry) == 26);
-static_assert(offsetof(ListEntry, flags) == 24);
-static_assert(sizeof(List) == 6656);
-
-constexpr std::uint8_t flag_active = 1;    // the target is logged in
-constexpr std::uint8_t flag_priority = 2;  // the rule has a priority of its own
-
-constexpr std::uint32_t operation_set = 1;
-constexpr std::uint32_t operation_clear = 2;
+using ovk::OasAction;
 
 struct Rule {
   Wwn local_port;
@@ -180,10 +161,10 @@ DriverStatus set_rule(Adapter& adapter, Request& request) {
     return DriverStatus::oas_bad_rule;
   }
   auto& state = adapter.state<OasState>();
-  switch (request.block().code) {
-    case operation_set:
+  switch (OasAction{request.block().code}) {
+    case OasAction::set:
       return state.set(*rule, oas.limit);
-    case operation_clear:
+    case OasAction::clear:
       return state.clear(*rule);
     default:
       return DriverStatus::not_permitted;
@@ -197,16 +178,19 @@ DriverStatus list_rules(Adapter& adapter, Request& request) {
     return DriverStatus::oas_no_such_port;
   }
   const bool logged_in = adapter.state<PortList>().find(target_port) != nullptr;
-  auto& list = request.output<List>(3);
+  auto& list = request.output<ovk::OasDriverList>(3);
   std::uint32_t count = 0;
   for (const Rule& rule : adapter.state<OasState>().rules()) {
     if (rule.local_port != local_port || rule.target_port != target_port) {
       continue;
     }
     if (count < list.entries.size()) {
-      const int flags = (logged_in ? flag_active : 0) | (rule.has_priority ? flag_priority : 0);
-      list.entries[count] = {rule.local_port, rule.target_port, scsi_lun(rule.lun),
-                             static_cast<std::uint8_t>(flags), rule.priority};
+      const int flags =
+          (logged_in ? ovk::oas_active : 0) | (rule.has_priority ? ovk::oas_has_priority : 0);
+      list.entries[count] = {{rule.local_port, rule.target_port},
+                             scsi_lun(rule.lun),
+                             static_cast<std::uint8_t>(flags),
+                             rule.priority};
     }
     ++count;
   }

@@ -1,3 +1,5 @@
+#include "driver_abi/records/parameters.h"
+
 #include "simulator/board/adapter.h"
 #include "simulator/board/driver_parameters.h"
 #include "simulator/board/text_field.h"
@@ -11,30 +13,11 @@ namespace ravnsim {
 
 namespace {
 
-/** One entry of the answer to RAVN_MGMT_GETCFG. */
-struct ParameterRecord {
-  char name[32];
-  std::uint32_t least;
-  std::uint32_t most;
-  std::uint32_t initial;
-  std::uint32_t value;
-  TakesEffect takes_effect;
-  char description[80];
-};
-
-static_assert(sizeof(ParameterRecord) == 132);
-static_assert(offsetof(ParameterRecord, least) == 32);
-static_assert(offsetof(ParameterRecord, takes_effect) == 48);
-
-struct ParameterTable {
-  ParameterRecord entries[80];
-};
-
-static_assert(sizeof(ParameterTable) == 10560);
+using ovk::ParameterRecord;
 
 DriverStatus list_parameters(Adapter& adapter, Request& request) {
   CommandBlock& block = request.block();
-  auto& table = request.output<ParameterTable>(1);
+  auto& table = request.output<ovk::ParameterTable>(1);
   const auto definitions = parameter_definitions();
   const auto& values = adapter.state<ParameterValues>();
   const std::size_t room = std::min<std::size_t>(block.request_size, sizeof table);
@@ -60,7 +43,7 @@ DriverStatus set_parameter(Adapter& adapter, Request& request) {
     return DriverStatus::not_found;
   }
   const ParameterDefinition& definition = parameter_definitions()[block.index];
-  if (definition.takes_effect == TakesEffect::never_set) {
+  if (definition.takes_effect == ovk::TakesEffect::never_set) {
     return DriverStatus::not_permitted;
   }
   if (block.value < definition.least || block.value > definition.most) {

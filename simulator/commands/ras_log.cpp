@@ -1,3 +1,5 @@
+#include "driver_abi/records/ras_log.h"
+
 #include "simulator/board/saved.h"
 #include "simulator/call/handler_table.h"
 #include "simulator/call/request.h"
@@ -26,16 +28,7 @@ struct SettingRecord {
   std::uint8_t level;
 };
 
-/** What RAVN_MGMT_GET_RAS_LOG exchanges beside the log's bytes. */
-struct LogExchange {
-  std::uint32_t available;  ///< out: bytes of the log that can be read
-  std::uint32_t oldest;     ///< out: where among them the oldest one stands
-  std::uint32_t offset;
-  std::uint32_t size;
-};
-
 static_assert(sizeof(ConfigRecord) == 6);
-static_assert(sizeof(LogExchange) == 16);
 
 constexpr std::uint8_t highest_level = 4;
 constexpr std::uint32_t buffer_unit = 262144;
@@ -167,14 +160,14 @@ DriverStatus set_config(Adapter& adapter, Request& request) {
 DriverStatus get_log(Adapter& adapter, Request& request) {
   auto& log = adapter.state<RasLog>();
   log.grow();
-  auto& exchange = request.output<LogExchange>(1);
-  exchange.available = log.available();
-  exchange.oldest = log.oldest();
-  if (exchange.offset > exchange.available) {
+  auto& exchange = request.output<ovk::RasLogExchange>(1);
+  exchange.extent.available = log.available();
+  exchange.extent.oldest = log.oldest();
+  if (exchange.offset > exchange.extent.available) {
     return DriverStatus::does_not_fit;
   }
   const std::size_t size = std::min<std::size_t>(
-      {exchange.size, request.room_behind(2), exchange.available - exchange.offset});
+      {exchange.size, request.room_behind(2), exchange.extent.available - exchange.offset});
   request.write_behind(2, log.read(exchange.offset, size));
   return DriverStatus::success;
 }

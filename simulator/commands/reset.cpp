@@ -1,5 +1,6 @@
 // Reset, and the dumps that come with one.
 
+#include "driver_abi/records/hardware.h"
 #include "simulator/board/adapter.h"
 #include "simulator/board/board_state.h"
 #include "simulator/board/link.h"
@@ -71,15 +72,6 @@ DriverStatus induce_dump(Adapter& adapter, Request& /*request*/) {
   return DriverStatus::success;
 }
 
-/** Where the host finds a board's dump. */
-struct DumpRegion {
-  std::uint64_t address;
-  std::uint32_t size;
-  std::uint32_t dumps;
-};
-
-static_assert(sizeof(DumpRegion) == 16);
-
 DriverStatus describe_dump_region(Adapter& adapter, Request& request) {
   CommandBlock& block = request.block();
   block.reply_size = 0;
@@ -94,11 +86,11 @@ DriverStatus describe_dump_region(Adapter& adapter, Request& request) {
   }
   constexpr std::uint64_t first_address = 0x3F0000000;
   const std::uint32_t size = adapter.topology().dump_region_size;
-  request.output<DumpRegion>(1) = {
+  request.output<ovk::DumpRegionRecord>(1) = {
       .address = first_address + std::uint64_t{adapter.topology().driver_number} * size,
       .size = size,
       .dumps = adapter.state<DumpState>().count.get()};
-  block.reply_size = std::min<std::uint32_t>(block.request_size, sizeof(DumpRegion));
+  block.reply_size = std::min<std::uint32_t>(block.request_size, sizeof(ovk::DumpRegionRecord));
   return DriverStatus::success;
 }
 

@@ -1,3 +1,5 @@
+#include "driver_abi/records/rnid.h"
+
 #include "driver_abi/wwn_request.h"
 #include "simulator/board/adapter.h"
 #include "simulator/board/port_counters.h"
@@ -14,23 +16,7 @@ namespace ravnsim {
 
 namespace {
 
-/** A board's own RNID management information. */
-struct ManagementRecord {
-  Wwn wwn;
-  std::uint32_t unit_type;
-  std::uint32_t physical_port;
-  std::uint32_t attached_nodes;
-  std::uint16_t ip_version;
-  std::uint16_t udp_port;
-  std::array<std::uint8_t, 16> ip_address;
-  std::uint16_t reserved;
-  std::uint16_t topology_flags;
-};
-
-static_assert(sizeof(ManagementRecord) == 44);
-static_assert(offsetof(ManagementRecord, unit_type) == 8);
-static_assert(offsetof(ManagementRecord, ip_address) == 24);
-static_assert(offsetof(ManagementRecord, topology_flags) == 42);
+using ovk::RnidManagementRecord;
 
 /** How the driver is told which port to ask. */
 enum class NameKind : std::uint32_t { node = 0, port = 1 };
@@ -128,32 +114,25 @@ DriverStatus send_rnid(Adapter& adapter, Request& request) {
   return DriverStatus::success;
 }
 
-ManagementRecord usual_record(const PortTopology& port) {
+RnidManagementRecord usual_record(const PortTopology& port) {
   return {.wwn = port.port_wwn,
-          .unit_type = port.rnid.unit_type,
-          .physical_port = port.rnid.physical_port,
-          .attached_nodes = port.rnid.attached_nodes,
-          .ip_version = port.rnid.ip_version,
-          .udp_port = port.rnid.udp_port,
-          .ip_address = port.rnid.ip_address,
-          .reserved = 0,
-          .topology_flags = port.rnid.topology_flags};
+          .data = {.unit_type = port.rnid.unit_type,
+                   .physical_port = port.rnid.physical_port,
+                   .attached_nodes = port.rnid.attached_nodes,
+                   .ip_version = port.rnid.ip_version,
+                   .udp_port = port.rnid.udp_port,
+                   .ip_address = port.rnid.ip_address,
+                   .reserved32 = 0,
+                   .topology_flags = port.rnid.topology_flags}};
 }
 
-struct ManagementState {
-  explicit ManagementState(Adapter& adapter)
-      : record{adapter, "rnid", usual_record(adapter.topology().port)} {}
-
-  Saved<ManagementRecord> record;
-};
-
 DriverStatus get_management_info(Adapter& adapter, Request& request) {
-  request.output<ManagementRecord>(1) = adapter.state<ManagementState>().record.get();
+  request.output<RnidManagementRecord>(1) = adapter.state<ManagementState>().record.get();
   return DriverStatus::success;
 }
 
 DriverStatus set_management_info(Adapter& adapter, Request& request) {
-  adapter.state<ManagementState>().record.set(request.input<ManagementRecord>(1));
+  adapter.state<ManagementState>().record.set(request.input<RnidManagementRecord>(1));
   return DriverStatus::success;
 }
 

@@ -1,3 +1,4 @@
+#include "driver_abi/records/bindings.h"
 #include "simulator/board/port_list.h"
 #include "simulator/board/text_field.h"
 #include "simulator/call/handler_table.h"
@@ -34,25 +35,6 @@ struct MappingRecord {
 };
 
 static_assert(sizeof(MappingRecord) == 303108);
-
-struct BindingEntry {
-  std::uint32_t bus;
-  std::uint32_t target;
-  std::uint32_t fc_id;
-  std::uint32_t reserved12;
-  Wwn node_wwn;
-  Wwn port_wwn;
-};
-
-static_assert(sizeof(BindingEntry) == 32);
-
-/** The answer to RAVN_MGMT_LIST_BIND. */
-struct BindingRecord {
-  std::uint32_t count;
-  BindingEntry entries[4096];
-};
-
-static_assert(sizeof(BindingRecord) == 131076);
 
 /** The SCSI address of a target port: the bound one, else the next one on bus 0. */
 BindingTopology address_of(const BoardTopology& board, const PortTopology& port,
@@ -100,7 +82,7 @@ DriverStatus map_targets(Adapter& adapter, Request& request) {
 
 DriverStatus list_bindings(Adapter& adapter, Request& request) {
   CommandBlock& block = request.block();
-  auto& record = request.output<BindingRecord>(1);
+  auto& record = request.output<ovk::BindingRecord>(1);
   const auto& bindings = adapter.topology().bindings;
   const auto count = static_cast<std::uint32_t>(bindings.size());
   if (count > block.value) {
@@ -109,7 +91,7 @@ DriverStatus list_bindings(Adapter& adapter, Request& request) {
   }
   record.count = count;
   for (std::uint32_t i = 0; i < count; ++i) {
-    BindingEntry& entry = record.entries[i];
+    ovk::BindingEntry& entry = record.entries[i];
     entry.bus = bindings[i].bus;
     entry.target = bindings[i].target;
     entry.port_wwn = bindings[i].port_wwn;

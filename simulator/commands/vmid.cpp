@@ -1,3 +1,5 @@
+#include "driver_abi/records/vmid.h"
+
 #include "simulator/board/adapter.h"
 #include "simulator/board/saved.h"
 #include "simulator/call/handler_table.h"
@@ -12,74 +14,39 @@ namespace ravnsim {
 
 namespace {
 
-struct RangeEntry {
-  std::uint8_t low;
-  std::uint8_t high;
-  std::uint8_t qos_priority;
-  std::uint8_t ve_id_usage;
-  std::uint8_t reserved4[4];
-};
-
-/** The answer to RAVN_MGMT_VMID_GET_QFPA. */
-struct [[gnu::packed]] QfpaRecord {
-  std::uint16_t count;
-  std::array<RangeEntry, 64> ranges;
-};
-
-static_assert(sizeof(QfpaRecord) == 514);
-
-/** A virtual machine and the identifier of its frames. */
-struct Machine {
-  std::array<std::uint8_t, 16> uuid;
-  std::array<char, 256> name;  ///< NUL-padded
-  std::uint32_t identifier;    ///< 0 in an update: the driver chooses
-  std::uint32_t action;        ///< of an update; 1 in the driver's answer
-  std::uint32_t qos_priority;  ///< that of the identifier's range
-  std::uint8_t reserved284[16];
-};
-
-/** What RAVN_MGMT_VMID_GET_ID_MAPPING gives and RAVN_MGMT_VMID_UPDATE_MAPPING takes. */
-struct MachineTable {
-  std::uint32_t count;
-  std::uint32_t reserved4;
-  std::array<Machine, 256> machines;
-};
-
-static_assert(sizeof(Machine) == 300);
-static_assert(offsetof(Machine, identifier) == 272);
-static_assert(sizeof(MachineTable) == 76808);
-
-constexpr std::uint32_t action_add = 1;
-constexpr std::uint32_t action_remove = 2;
+using ovk::QfpaRecord;
+using ovk::VmidAction;
+using ovk::VmidMachine;
+using ovk::VmidRecord;
 
 struct VmidState {
   explicit VmidState(Adapter& adapter) : machines{adapter, "vmid"} {}
 
-  SavedList<Machine> machines;
+  SavedList<VmidMachine> machines;
 };
 
 /** The table as an update is going to leave it. */
 class Update {
  public:
-  Update(std::vector<Machine> machines, const VmidTopology& vmid)
+  Update(std::vector<VmidMachine> machines, const VmidTopology& vmid)
       : machines_{std::move(machines)}, vmid_{vmid} {}
 
-  DriverStatus apply(const Machine& machine) {
+  DriverStatus apply(const VmidMachine& machine) {
     switch (machine.action) {
-      case action_add:
+      case VmidAction::add:
         return add(machine);
-      case action_remove:
+      case VmidAction::remove:
         return remove(machine);
       default:
         return DriverStatus::not_permitted;
     }
   }
 
-  [[nodiscard]] std::vector<Machine> take() { return std::move(machines_); }
+  [[nodiscard]] std::vector<VmidMachine> take() { return std::move(machines_); }
 
  private:
-  DriverStatus add(Machine machine) {
-    if (std::ranges::find(machines_, machine.uuid, &Machine::uuid) != machines_.end()) {
+  DriverStatus add(VmidMachine machine) {
+    if (std::ranges::find(machines_, machine.uuid, &VmidMachine::uuid) != machines_.end()) {
       return DriverStatus::not_permitted;
     }
     for (const QfpaRange& range : vmid_.ranges) {
@@ -96,18 +63,18 @@ class Update {
     return machine.identifier == 0 ? DriverStatus::does_not_fit : DriverStatus::not_permitted;
   }
 
-  DriverStatus remove(const Machine& machine) {
+  DriverStatus remove(const VmidMachine& machine) {
     return std::erase_if(machines_,
-                         [&](const Machine& known) { return known.uuid == machine.uuid; }) > 0
+                         [&](const VmidMachine& known) { return known.uuid == machine.uuid; }) > 0
                ? DriverStatus::success
                : DriverStatus::not_found;
   }
 
   [[nodiscard]] bool is_free(std::uint32_t identifier) const {
-    return std::ranges::find(machines_, identifier, &Machine::identifier) == machines_.end();
+    return std::ranges::find(machines_, identifier, &VmidMachine::identifier) == machines_.end();
   }
 
-  std::vector<Machine> machines_;
+  std::vector<VmidMachine> machines_;
   const VmidTopology& vmid_;
 };
 
@@ -120,11 +87,11 @@ DriverStatus get_qfpa(Adapter& adapter, Request& request) {
   QfpaRecord record{};
   record.count = static_cast<std::uint16_t>(vmid->ranges.size());
   std::ranges::transform(vmid->ranges, record.ranges.begin(), [](const QfpaRange& range) {
-    return RangeEntry{.low = range.low,
-                      .high = range.high,
-                      .qos_priority = range.qos_priority,
-                      .ve_id_usage = range.ve_id_usage,
-                      .reserved4 = {}};
+    return ovk::QfpaRange{.low = range.low,
+                          .high = range.high,
+                          .qos_priority = range.qos_priority,
+                          .ve_id_usage = range.ve_id_usage,
+                          .reserved4 = {}};
   });
   request.output<QfpaRecord>(1) = record;
   return DriverStatus::success;
@@ -132,7 +99,7 @@ DriverStatus get_qfpa(Adapter& adapter, Request& request) {
 
 DriverStatus get_mapping(Adapter& adapter, Request& request) {
   const auto& machines = adapter.state<VmidState>().machines.records();
-  auto& table = request.output<MachineTable>(1);
+  auto& table = request.output<VmidRecord>(1);
   table = {};
   table.count = static_cast<std::uint32_t>(machines.size());
   std::ranges::copy(machines, table.machines.begin());
@@ -142,7 +109,7 @@ DriverStatus get_mapping(Adapter& adapter, Request& request) {
 /** Takes all of an update or nothing. */
 DriverStatus update_mapping(Adapter& adapter, Request& request) {
   const auto& vmid = adapter.topology().offers.vmid;
-  const auto& table = request.input<MachineTable>(1);
+  const auto& table = request.input<VmidRecord>(1);
   if (table.count > table.machines.size()) {
     return DriverStatus::not_permitted;
   }
@@ -154,7 +121,7 @@ DriverStatus update_mapping(Adapter& adapter, Request& request) {
       return status;
     }
   }
-  machines.change([&](std::vector<Machine>& known) { known = update.take(); });
+  machines.change([&](std::vector<VmidMachine>& known) { known = update.take(); });
   return DriverStatus::success;
 }
 

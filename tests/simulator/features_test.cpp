@@ -1,3 +1,4 @@
+#include "driver_abi/records/vmid.h"
 #include "tests/simulator/simulator_test.h"
 
 #include <algorithm>
@@ -155,38 +156,32 @@ TEST_F(OasTest, ADriverWithoutItOrAnAdapterThatHasItOffSaysSo) {
 
 class VmidTest : public FeatureTest {
  protected:
-  struct Machine {
-    std::uint8_t uuid[16];
-    char name[256];
-    std::uint32_t identifier, action, qos_priority;
-    std::uint8_t reserved[16];
-  };
-  struct Table {
-    std::uint32_t count, reserved;
-    Machine machines[256];
-  };
-
   VmidTest() {
     offer(R"("vmid": {"ranges": [{"low": 5, "high": 6, "qos_priority": 2},
                                   {"low": 9, "high": 9}]})");
   }
-  static Machine machine(std::uint8_t uuid, std::uint32_t action, std::uint32_t identifier = 0) {
-    return {.uuid = {uuid}, .name = "vm", .identifier = identifier, .action = action};
+  static ovk::VmidMachine machine(std::uint8_t uuid, std::uint32_t action,
+                                  std::uint32_t identifier = 0) {
+    return {.uuid = {uuid},
+            .name = {"vm"},
+            .identifier = identifier,
+            .action = ovk::VmidAction{action}};
   }
-  DriverStatus update(const std::vector<Machine>& machines) {
+  DriverStatus update(const std::vector<ovk::VmidMachine>& machines) {
     table = {.count = static_cast<std::uint32_t>(machines.size())};
-    std::ranges::copy(machines, table.machines);
+    std::ranges::copy(machines, table.machines.begin());
     return send("RAVN_MGMT_VMID_UPDATE_MAPPING", {}, &table);
   }
   std::vector<std::uint32_t> identifiers() {
     EXPECT_EQ(send("RAVN_MGMT_VMID_GET_ID_MAPPING", {}, &table), success);
     std::vector<std::uint32_t> result;
-    std::transform(table.machines, table.machines + table.count, std::back_inserter(result),
-                   [](const Machine& entry) { return entry.identifier; });
+    std::transform(table.machines.begin(), table.machines.begin() + table.count,
+                   std::back_inserter(result),
+                   [](const ovk::VmidMachine& entry) { return entry.identifier; });
     return result;
   }
 
-  Table table{};
+  ovk::VmidRecord table{};
 };
 
 TEST_F(VmidTest, IdentifiersComeFromTheFabricsRangesAndAreGivenOnce) {

@@ -1,3 +1,6 @@
+#include "driver_abi/records/hardware.h"
+
+#include "driver_abi/records/parameters.h"
 #include "tests/simulator/simulator_test.h"
 
 #include <algorithm>
@@ -12,6 +15,8 @@ namespace ravnsim::test {
 namespace {
 
 using enum DriverStatus;
+using ovk::ParameterRecord;
+using ovk::VpdRecord;
 
 constexpr std::uint32_t transfer_size = 4096;
 using Transfer = std::array<std::uint8_t, transfer_size>;
@@ -125,17 +130,6 @@ TEST_F(HardwareTest, MemoryAndRegistersAreThoseOfOlderBoards) {
   EXPECT_EQ(send("RAVN_MGMT_WRITE_CTLREG", {.index = 0}), not_supported);
 }
 
-/** The record that RAVN_MGMT_GET_VPD answers with. */
-struct VpdRecord {
-  std::uint32_t version;
-  std::uint8_t read_only[256];
-  char product[80];
-  std::uint8_t read_write[256];
-  std::uint32_t read_only_size;
-  std::uint32_t read_write_size;
-  std::uint32_t rest[3];
-};
-
 class VpdImageTest : public SimulatorTest {
  protected:
   DriverStatus read(VpdRecord& record, std::uint32_t version = 1) {
@@ -193,17 +187,6 @@ TEST_F(VpdImageTest, CanBeAbsentAndHasOneVersion) {
   EXPECT_EQ(read(record), no_vpd);
 }
 
-/** An entry of the table that RAVN_MGMT_GETCFG answers with. */
-struct ParameterRecord {
-  char name[32];
-  std::uint32_t least;
-  std::uint32_t most;
-  std::uint32_t initial;
-  std::uint32_t value;
-  std::uint32_t takes_effect;
-  char description[80];
-};
-
 class DriverParametersTest : public SimulatorTest {
  protected:
   DriverParametersTest() { use_topology(one_board); }
@@ -228,7 +211,7 @@ TEST_F(DriverParametersTest, EveryParameterTakesItsLimitsAndNothingBeyond) {
     const ParameterRecord& parameter = table[i];
     EXPECT_NE(parameter.name[0], '\0');
     EXPECT_EQ(parameter.value, parameter.initial);
-    if (parameter.takes_effect == 3) {
+    if (parameter.takes_effect == ovk::TakesEffect::never_set) {
       EXPECT_EQ(set(i, parameter.value), not_permitted) << parameter.name;
       continue;
     }
