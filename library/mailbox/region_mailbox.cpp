@@ -1,5 +1,6 @@
 #include "library/mailbox/region_mailbox.h"
 
+#include "driver_abi/regions.h"
 #include "library/boards/driver_info.h"
 #include "library/core/assertion.h"
 #include "library/core/command.h"
@@ -20,31 +21,6 @@ constexpr std::uint32_t unknown_region = 3;
 constexpr std::uint32_t no_destination = 4;
 constexpr std::uint32_t no_room = 7;
 
-struct RegionLength {
-  std::uint32_t region;
-  std::uint32_t length;
-};
-
-constexpr RegionLength region_lengths[] = {
-    {0, 60},   {4, 120},   {5, 200},   {6, 200},  {7, 200},    {8, 60},
-    {9, 256},  {10, 256},  {14, 1000}, {17, 100}, {19, 2028},  {21, 200},
-    {22, 512}, {23, 1024}, {30, 12},   {32, 8},   {160, 4096}, {162, 4096},
-};
-
-static_assert(std::ranges::max(region_lengths, {}, &RegionLength::length).length ==
-              max_region_length);
-
-/** Which region the driver is to read. */
-struct DumpRequest {
-  std::uint32_t type;
-  std::uint32_t region;
-  std::uint32_t argument;
-};
-
-static_assert(sizeof(DumpRequest) == 12);
-static_assert(offsetof(DumpRequest, region) == 4);
-static_assert(offsetof(DumpRequest, argument) == 8);
-
 using RegionBuffer = HeapBuffer<Bytes<max_region_length>>;
 
 /** Delivers what lies behind `offset` of the `available` bytes, and says how much that is. */
@@ -58,9 +34,8 @@ void deliver(const RegionBuffer& image, std::uint32_t available, std::uint32_t o
 }  // namespace
 
 std::uint32_t valid_region(std::uint32_t region) {
-  const auto* entry = std::ranges::find(region_lengths, region, &RegionLength::region);
-  if (entry != std::ranges::end(region_lengths)) {
-    return entry->length;
+  if (const std::uint32_t length = ovk::region_length(region); length != 0) {
+    return length;
   }
   if (ovk::log_enabled(OVK_LOG_ERROR)) {
     ovk::write_log_line(ovk::here(), "ERROR: Invalid region %d\n\n", region);
@@ -72,11 +47,11 @@ namespace ovk {
 
 std::optional<std::uint32_t> region_result(std::uint32_t mailbox_status) {
   switch (mailbox_status) {
-    case 0xFFFD:
+    case static_cast<std::uint32_t>(RegionStatus::empty):
       return OVK_REGION_STATUS_FFFD;
-    case 0xFFF7:
+    case static_cast<std::uint32_t>(RegionStatus::locked):
       return OVK_REGION_STATUS_FFF7;
-    case 0xFFF6:
+    case static_cast<std::uint32_t>(RegionStatus::unknown):
       return OVK_REGION_STATUS_FFF6;
     default:
       return std::nullopt;
@@ -108,7 +83,7 @@ std::uint32_t OVK_IssueDumpMBox(std::uint32_t board, std::uint32_t type, std::ui
   if (!image) {
     return OVK_NO_MEMORY;
   }
-  const DumpRequest request{.type = type, .region = region, .argument = arg};
+  const ovk::RegionReadRequest request{.type = type, .region = region, .argument = arg};
   std::uint32_t mailbox_status = 0;
   Command command{board, {.index = offset, .request_size = region_length}};
   const Outcome outcome =

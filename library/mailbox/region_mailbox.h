@@ -54,9 +54,6 @@ OVK_API uint32_t LegacySetRegion23(uint32_t board, const void* data, uint32_t le
 
 namespace ovk {
 
-/** The length of the longest region in bytes. */
-inline constexpr std::uint32_t max_region_length = 4096;
-
 /** The result of a region call for a mailbox status, if the status has one of its own. */
 std::optional<std::uint32_t> region_result(std::uint32_t mailbox_status);
 

@@ -3,6 +3,7 @@
 #include "library/regions/region23.h"
 
 #include <ovk/core.h>
+#include <ovk/regions.h>
 
 #include <algorithm>
 
@@ -15,6 +16,8 @@ using ovk::RecordType;
 using ovk::Region23;
 
 namespace {
+
+static_assert(sizeof(FcfConnectionsData) == OVK_FCF_CONNECT_ENTRIES * sizeof(FcfConnectionData));
 
 /** The record, or the list that is to go into it, has the wrong length. */
 constexpr std::uint32_t wrong_length = 7;

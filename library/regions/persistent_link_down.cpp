@@ -1,6 +1,8 @@
 #include "library/boards/driver_info.h"
 #include "library/regions/region23.h"
 
+#include <ovk/regions.h>
+
 #include <algorithm>
 
 using ovk::FoundRecord;

@@ -5,7 +5,7 @@
  */
 #pragma once
 
-#include "library/regions/region_image.h"
+#include "driver_abi/regions.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -27,6 +27,12 @@ OVK_API ovk::RecordHeader* searchRegion23(void* image, uint32_t length, uint8_t 
 }
 
 namespace ovk {
+
+/** An image as the bytes that are read into it. */
+template <typename Image>
+std::uint8_t* image_bytes(Image& image) {
+  return static_cast<std::uint8_t*>(static_cast<void*>(&image));
+}
 
 /** The reasons why searchRegion23 found nothing. */
 enum SearchCode : std::uint8_t {

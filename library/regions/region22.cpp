@@ -1,11 +1,14 @@
 #include "library/boards/driver_info.h"
 #include "library/core/heap_buffer.h"
 #include "library/mailbox/region_mailbox.h"
+#include "library/regions/record_list.h"
 #include "library/regions/region_update.h"
 
 #include <ovk/mailbox.h>
+#include <ovk/regions.h>
 
 #include <algorithm>
+#include <bit>
 #include <cstring>
 
 using ovk::HeapBuffer;
@@ -13,6 +16,8 @@ using ovk::region22;
 using ovk::Region22Image;
 
 namespace {
+
+static_assert(sizeof(Region22Image{}.entries) == OVK_REGION22_ENTRIES * sizeof(Region22Entry));
 
 /** A board whose Region 22 is read and written by the calls of its adapter type. */
 struct Region22Access {
@@ -89,7 +94,9 @@ std::uint32_t OVK_GetRegion22(std::uint32_t board, Region22Entry* entries, std::
     return OVK_INVALID_REGION;
   }
   // Intended: one entry more than the image holds; there is no more of it than its tail.
-  std::ranges::copy(image->entries, entries);
+  std::ranges::transform(image->entries, entries, [](const ovk::Region22Slot& slot) {
+    return std::bit_cast<Region22Entry>(slot);
+  });
   Region22Entry last{};
   std::memcpy(&last, image->tail, sizeof image->tail);
   entries[OVK_REGION22_ENTRIES] = last;
@@ -110,6 +117,8 @@ std::uint32_t OVK_SetRegion22(std::uint32_t board, const Region22Entry* entries,
   if (const std::uint32_t result = read_or_repair(access, *image); result != OVK_OK) {
     return result;
   }
-  std::copy_n(entries, std::min<std::uint32_t>(count, OVK_REGION22_ENTRIES), image->entries);
+  std::transform(
+      entries, entries + std::min<std::uint32_t>(count, OVK_REGION22_ENTRIES), image->entries,
+      [](const Region22Entry& entry) { return std::bit_cast<ovk::Region22Slot>(entry); });
   return access.write(*image);
 }

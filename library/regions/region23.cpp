@@ -7,6 +7,7 @@
 
 #include <ovk/core.h>
 #include <ovk/mailbox.h>
+#include <ovk/regions.h>
 
 #include <cstdlib>
 #include <cstring>

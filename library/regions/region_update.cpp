@@ -1,8 +1,10 @@
 #include "library/regions/region_update.h"
 
+#include "driver_abi/regions.h"
 #include "library/boards/driver_info.h"
 
 #include <ovk/mailbox.h>
+#include <ovk/regions.h>
 
 #include <algorithm>
 

@@ -4,7 +4,7 @@
  */
 #pragma once
 
-#include "library/regions/region_image.h"
+#include <ovk/types.h>
 
 #include <cstdint>
 

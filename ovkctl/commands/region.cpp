@@ -16,10 +16,6 @@
 namespace ovkctl {
 namespace {
 
-constexpr std::size_t kLongestRegion = 4096;
-constexpr std::uint32_t kRegion22 = 22;
-constexpr std::uint32_t kRegion23 = 23;
-
 std::string place_text(std::uint32_t board, std::uint32_t region) {
   return "region " + std::to_string(region) + " of board " + std::to_string(board);
 }
@@ -74,7 +70,7 @@ Report list_report(std::uint32_t board) {
   Report report;
   Table& table = report.table(
       "regions", "", {{"region", "REGION"}, {"size_bytes", "SIZE"}, {"state", "STATE"}}, "");
-  for (const RegionKind& region : all_regions()) {
+  for (const RegionKind& region : ovk::region_kinds) {
     table.row({region.number, Size{region.length}, io.read(region).state()});
   }
   return report;
@@ -95,7 +91,7 @@ struct NewBytes {
     if (file.present() == hex.present()) {
       throw UsageError("Give the bytes either with --file or with --hex.");
     }
-    return file.present() ? read_file(*file, kLongestRegion) : hex->bytes;
+    return file.present() ? read_file(*file, ovk::max_region_length) : hex->bytes;
   }
 
   /** The region's bytes with the new ones in their place. */
@@ -161,11 +157,11 @@ void add_write(const Command& noun) {
 }
 
 void init_region(const Context& context, std::uint32_t board, std::uint32_t number, bool yes) {
-  if (number != kRegion22 && number != kRegion23) {
+  if (number != ovk::region22 && number != ovk::region23) {
     throw UsageError("Only the regions 22 and 23 have a default.");
   }
   confirm(yes, "This replaces all of " + place_text(board, number) + " by its default.");
-  check_board(number == kRegion22 ? OVK_InitR22(board) : OVK_InitR23(board), board,
+  check_board(number == ovk::region22 ? OVK_InitR22(board) : OVK_InitR23(board), board,
               "Initialising region " + std::to_string(number));
   const RegionKind& region = region_kind(number);
   const RegionContents contents = RegionIo(board).read(region);
@@ -192,8 +188,8 @@ void add_init(const Command& noun) {
 void save_regions(const Context& context, std::uint32_t board, const std::string& path) {
   const RegionIo io(board);
   RegionArchive archive{.board = identity_of(board), .regions = {}};
-  Progress progress("Reading", all_regions().size());
-  for (const RegionKind& region : all_regions()) {
+  Progress progress("Reading", std::size(ovk::region_kinds));
+  for (const RegionKind& region : ovk::region_kinds) {
     if (RegionContents contents = io.read(region); contents.readable()) {
       archive.regions[region.number] = std::move(contents.bytes);
     }

@@ -8,24 +8,12 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cstring>
-#include <optional>
 
 namespace ovkctl {
 namespace {
 
-constexpr RegionKind kRegions[] = {
-    {0, 60},   {4, 120},   {5, 200},   {6, 200},  {7, 200},    {8, 60},
-    {9, 256},  {10, 256},  {14, 1000}, {17, 100}, {19, 2028},  {21, 200},
-    {22, 512}, {23, 1024}, {30, 12},   {32, 8},   {160, 4096}, {162, 4096},
-};
-
-// The mailboxes of an older adapter: their commands, and what both have in common.
-constexpr std::uint8_t kDumpMemory = 0x17;
-constexpr std::uint8_t kUpdateConfig = 0x1B;
-constexpr std::uint32_t kRegionAccess = 0x32;
-constexpr std::uint32_t kRegionDataFlag = 5;
-constexpr std::uint32_t kStepBytes = 128;
 constexpr std::uint32_t kAttempts = 3;
 constexpr std::uint32_t kDelayMs = 100;
 
@@ -33,29 +21,18 @@ constexpr std::uint32_t kDelayMs = 100;
 constexpr std::size_t kMailboxDataBytes = OVK_MAILBOX_EXTENDED_WORDS * sizeof(std::uint32_t);
 using MailboxData = std::array<std::uint32_t, OVK_MAILBOX_EXTENDED_WORDS>;
 
-Mailbox region_mailbox(std::uint8_t command, std::uint32_t region, std::uint32_t position,
-                       std::uint32_t length) {
-  Mailbox mailbox{};
-  mailbox.command = command;
-  mailbox.words4[0] = kRegionAccess;
-  mailbox.words4[1] = region | position << 16;
-  mailbox.words4[3] = length;
-  return mailbox;
-}
+/** Why a region cannot be read: the firmware's answer, and what the library makes of it. */
+struct Unreadable {
+  ovk::RegionStatus status;
+  std::uint32_t result;
+  const char* state;
+};
 
-/** What the firmware's answer about a region means, if it means that there is nothing in it. */
-std::optional<std::uint32_t> region_result(std::uint32_t mailbox_status) {
-  switch (mailbox_status) {
-    case 0xFFFD:
-      return OVK_REGION_STATUS_FFFD;
-    case 0xFFF7:
-      return OVK_REGION_STATUS_FFF7;
-    case 0xFFF6:
-      return OVK_REGION_STATUS_FFF6;
-    default:
-      return {};
-  }
-}
+constexpr Unreadable kUnreadable[] = {
+    {ovk::RegionStatus::empty, OVK_REGION_STATUS_FFFD, "empty"},
+    {ovk::RegionStatus::locked, OVK_REGION_STATUS_FFF7, "not accessible"},
+    {ovk::RegionStatus::unknown, OVK_REGION_STATUS_FFF6, "not present"},
+};
 
 std::string region_text(const RegionKind& region) {
   return "region " + std::to_string(region.number);
@@ -69,15 +46,13 @@ void fail_verification(std::uint32_t board, const std::string& what) {
       "See with \"ovkctl list\" whether the board is ready, and set it again.");
 }
 
-std::span<const RegionKind> all_regions() { return kRegions; }
-
 const RegionKind& region_kind(std::uint32_t number) {
-  const auto* const kind = std::ranges::find(kRegions, number, &RegionKind::number);
-  if (kind != std::end(kRegions)) {
+  const auto* const kind = std::ranges::find(ovk::region_kinds, number, &RegionKind::number);
+  if (kind != std::end(ovk::region_kinds)) {
     return *kind;
   }
   std::string known;
-  for (const RegionKind& region : kRegions) {
+  for (const RegionKind& region : ovk::region_kinds) {
     known += (known.empty() ? "" : ", ") + std::to_string(region.number);
   }
   throw UsageError("There is no region " + std::to_string(number) + ": the regions are " + known +
@@ -85,16 +60,8 @@ const RegionKind& region_kind(std::uint32_t number) {
 }
 
 std::string RegionContents::state() const {
-  switch (result) {
-    case OVK_OK:
-      return "written";
-    case OVK_REGION_STATUS_FFFD:
-      return "empty";
-    case OVK_REGION_STATUS_FFF7:
-      return "not accessible";
-    default:
-      return "not present";
-  }
+  const auto* const why = std::ranges::find(kUnreadable, result, &Unreadable::result);
+  return why != std::end(kUnreadable) ? why->state : "written";
 }
 
 RegionIo::RegionIo(std::uint32_t board) : board_(board), by_command_(false) {
@@ -133,12 +100,11 @@ void RegionIo::write(const RegionKind& region, const Bytes& bytes) const {
 
 RegionContents RegionIo::read_by_command(const RegionKind& region) const {
   RegionContents contents{.bytes = Bytes(region.length)};
-  auto size = static_cast<std::uint32_t>(region.length);
+  std::uint32_t size = region.length;
   contents.result = OVK_IssueDumpMBox(board_, OVK_REGION_REQUEST_TYPE, 0, region.number, 0,
                                       contents.bytes.data(), &size);
-  const bool without_contents =
-      contents.result >= OVK_REGION_STATUS_FFFD && contents.result <= OVK_REGION_STATUS_FFF6;
-  if (!without_contents) {
+  if (std::ranges::find(kUnreadable, contents.result, &Unreadable::result) ==
+      std::end(kUnreadable)) {
     check_board(contents.result, board_, "Reading " + region_text(region));
     if (size == 0) {
       check_board(OVK_FAILED, board_, "Reading " + region_text(region));
@@ -152,18 +118,19 @@ RegionContents RegionIo::read_by_mailbox(const RegionKind& region) const {
   RegionContents contents;
   while (contents.bytes.size() < region.length) {
     const auto position = static_cast<std::uint32_t>(contents.bytes.size());
-    const auto wanted =
-        std::min<std::uint32_t>(kStepBytes, static_cast<std::uint32_t>(region.length) - position);
-    Mailbox mailbox = region_mailbox(kDumpMemory, region.number, position, kStepBytes);
+    const auto wanted = std::min(ovk::region_step_bytes, region.length - position);
+    auto mailbox = std::bit_cast<Mailbox>(ovk::region_dump(region.number, position));
     MailboxData data{};
-    const std::uint32_t result =
-        OVK_IssueMboxWithRetryEx(board_, &mailbox, data.data(), kRegionDataFlag, 0,
-                                 kStepBytes / sizeof(std::uint32_t), kAttempts, kDelayMs);
-    if (const auto nothing = region_result(mailbox.status); result != OVK_OK && nothing) {
-      return {.bytes = {}, .result = *nothing};
+    const std::uint32_t result = OVK_IssueMboxWithRetryEx(
+        board_, &mailbox, data.data(), ovk::region_data_flag, 0,
+        ovk::region_step_bytes / sizeof(std::uint32_t), kAttempts, kDelayMs);
+    const auto* const why =
+        std::ranges::find(kUnreadable, ovk::RegionStatus{mailbox.status}, &Unreadable::status);
+    if (result != OVK_OK && why != std::end(kUnreadable)) {
+      return {.bytes = {}, .result = why->result};
     }
     check_answer(result, mailbox.status, "Reading " + region_text(region));
-    const std::uint32_t count = std::min(mailbox.words4[3], wanted);
+    const std::uint32_t count = std::min(std::bit_cast<ovk::RegionMailbox>(mailbox).length, wanted);
     if (count == 0) {
       break;
     }
@@ -188,11 +155,11 @@ void RegionIo::write_by_mailbox(const RegionKind& region, const Bytes& bytes) co
                           region_text(region) + " cannot be written.");
   }
   const auto length = static_cast<std::uint32_t>(bytes.size());
-  Mailbox mailbox = region_mailbox(kUpdateConfig, region.number, length, length);
+  auto mailbox = std::bit_cast<Mailbox>(ovk::region_update(region.number, length));
   MailboxData data{};
   std::memcpy(data.data(), bytes.data(), bytes.size());
   const std::uint32_t result =
-      OVK_IssueMboxWithRetryEx(board_, &mailbox, data.data(), kRegionDataFlag,
+      OVK_IssueMboxWithRetryEx(board_, &mailbox, data.data(), ovk::region_data_flag,
                                length / sizeof(std::uint32_t), 0, kAttempts, kDelayMs);
   check_answer(result, mailbox.status, "Writing " + region_text(region));
 }

@@ -5,9 +5,9 @@
 #ifndef OVKCTL_REGION_IO_H
 #define OVKCTL_REGION_IO_H
 
-#include <cstddef>
+#include "driver_abi/regions.h"
+
 #include <cstdint>
-#include <span>
 #include <string>
 #include <vector>
 
@@ -15,14 +15,7 @@ namespace ovkctl {
 
 using Bytes = std::vector<std::uint8_t>;
 
-/** A region that adapters have. */
-struct RegionKind {
-  std::uint32_t number;
-  std::size_t length;
-};
-
-/** All of them, by their numbers. */
-std::span<const RegionKind> all_regions();
+using ovk::RegionKind;
 
 /** The region of a number; throws UsageError when there is none. */
 const RegionKind& region_kind(std::uint32_t number);

@@ -1,28 +1,21 @@
 #include "ovkctl/subjects/region_text.h"
 
+#include "driver_abi/record.h"
+#include "driver_abi/regions.h"
 #include "ovkctl/frame/values.h"
 
 #include <ovk/regions.h>
 
 #include <algorithm>
+#include <cstddef>
 #include <cstring>
-#include <string_view>
+#include <optional>
+#include <vector>
 
 namespace ovkctl {
 namespace {
 
 using Image = std::span<const std::uint8_t>;
-
-constexpr std::uint32_t kEntryTable = 22;
-constexpr std::uint32_t kRecordList = 23;
-constexpr std::size_t kImageHeader = 8;
-constexpr std::size_t kRecordHeader = 4;
-constexpr std::uint8_t kEndOfList = 0xff;
-
-bool has_signature(Image image, std::string_view signature) {
-  return image.size() >= kImageHeader &&
-         std::equal(signature.begin(), signature.end(), image.begin());
-}
 
 bool is_zero(Image bytes) {
   return std::ranges::all_of(bytes, [](std::uint8_t byte) { return byte == 0; });
@@ -36,37 +29,39 @@ std::string bytes_text(Image bytes) {
   return text;
 }
 
-std::uint32_t word_at(Image bytes, std::size_t offset) {
-  std::uint32_t word = 0;
-  std::memcpy(&word, bytes.subspan(offset, sizeof word).data(), sizeof word);
-  return word;
-}
-
-std::string fcoe_text(Image header, Image data) {
-  static constexpr std::size_t length = 8;
-  if (data.size() != length) {
+std::string fcoe_text(const ovk::RecordHeader& header, Image data) {
+  const auto fcoe = ovk::read_record<ovk::FcoeParametersData>(data);
+  if (!fcoe || data.size() != sizeof *fcoe) {
     return "damaged: it has another length";
   }
-  const std::string vlan = (header[3] & 1) != 0
-                               ? "VLAN " + std::to_string(word_at(data, 4) & OVK_VLAN_ID_MASK)
+  const std::string vlan = (header.fields[1] & ovk::fcoe_vlan_valid) != 0
+                               ? "VLAN " + std::to_string(fcoe->vlan_id & OVK_VLAN_ID_MASK)
                                : "no VLAN";
-  return "FC-MAP " + bytes_text(data.first(3)) + ", " + vlan;
+  return "FC-MAP " + bytes_text(fcoe->fc_map) + ", " + vlan;
+}
+
+/** All records of one kind that fit into the data. */
+template <typename Record>
+std::vector<Record> records_of(Image data) {
+  std::vector<Record> records;
+  while (const auto record = ovk::read_record<Record>(data, records.size() * sizeof(Record))) {
+    records.push_back(*record);
+  }
+  return records;
 }
 
 std::string connections_text(Image data) {
-  static constexpr std::size_t entry_bytes = 20;
-  std::size_t used = 0;
-  for (std::size_t at = 0; at + entry_bytes <= data.size(); at += entry_bytes) {
-    used += data[at] & OVK_FCF_CONNECT_IN_USE;
-  }
-  return std::to_string(used) + " of " + std::to_string(data.size() / entry_bytes) + " in use";
+  const auto connections = records_of<ovk::FcfConnectionData>(data);
+  const auto used = std::ranges::count_if(connections, [](const auto& connection) {
+    return (connection.flags & OVK_FCF_CONNECT_IN_USE) != 0;
+  });
+  return std::to_string(used) + " of " + std::to_string(connections.size()) + " in use";
 }
 
 std::string link_text(Image data) {
-  static constexpr std::size_t slot_bytes = 4;
-  for (std::size_t at = 0; at + slot_bytes <= data.size(); at += slot_bytes) {
-    if (data[at] == 1) {
-      return data[at + 2] == 0 ? "the link is kept down" : "the link may come up";
+  for (const ovk::LinkSlot& slot : records_of<ovk::LinkSlot>(data)) {
+    if (slot.valid == 1) {
+      return slot.link_enabled == 0 ? "the link is kept down" : "the link may come up";
     }
   }
   return "no valid setting";
@@ -77,15 +72,15 @@ struct RecordText {
   std::string meaning;
 };
 
-RecordText describe(Image header, Image data) {
-  switch (header[0]) {
-    case 0xa0:
+RecordText describe(const ovk::RecordHeader& header, Image data) {
+  switch (header.type) {
+    case ovk::RecordType::fcoe_parameters:
       return {"FCoE parameters", fcoe_text(header, data)};
-    case 0xa1:
+    case ovk::RecordType::fcf_connections:
       return {"FCF connection list", connections_text(data)};
-    case 0xa2:
+    case ovk::RecordType::persistent_link_down:
       return {"persistent link down", link_text(data)};
-    case kEndOfList:
+    case ovk::RecordType::end_of_list:
       return {"end of list", ""};
     default:
       return {"unknown", bytes_text(data.first(std::min<std::size_t>(data.size(), 16)))};
@@ -93,8 +88,8 @@ RecordText describe(Image header, Image data) {
 }
 
 /** The list ends at its end record, or where the image does. */
-void add_records(Section& section, Image image) {
-  section.field("version", "Version", word_at(image, 4));
+void add_records(Section& section, Image image, const ovk::Region23Header& region) {
+  section.field("version", "Version", region.version);
   Table& table = section.table("records", "Records",
                                {{"offset", "OFFSET"},
                                 {"type", "TYPE"},
@@ -102,18 +97,18 @@ void add_records(Section& section, Image image) {
                                 {"words", "WORDS"},
                                 {"meaning", "CONTENTS"}},
                                "The list holds no record.");
-  std::size_t at = kImageHeader;
+  std::size_t at = sizeof region;
   bool ended = false;
-  while (!ended && image.size() - at >= kRecordHeader) {
-    const Image header = image.subspan(at, kRecordHeader);
-    const std::size_t room = image.size() - at - kRecordHeader;
-    const std::size_t size = header[1] * sizeof(std::uint32_t);
-    const Image data = image.subspan(at + kRecordHeader, std::min(size, room));
-    const auto [name, meaning] = describe(header, data);
-    table.row({Hex{at, 3}, Hex{header[0], 2}, name, header[1],
+  while (const auto header =
+             ended ? std::nullopt : ovk::read_record<ovk::RecordHeader>(image, at)) {
+    const std::size_t room = image.size() - at - sizeof *header;
+    const std::size_t size = header->words * sizeof(std::uint32_t);
+    const Image data = image.subspan(at + sizeof *header, std::min(size, room));
+    const auto [name, meaning] = describe(*header, data);
+    table.row({Hex{at, 3}, Hex{static_cast<std::uint8_t>(header->type), 2}, name, header->words,
                size > room ? "damaged: it leaves the region" : meaning});
-    ended = header[0] == kEndOfList;
-    at += kRecordHeader + data.size();
+    ended = header->type == ovk::RecordType::end_of_list;
+    at += sizeof *header + data.size();
   }
   if (!ended) {
     section.note("The list has no end.");
@@ -121,24 +116,28 @@ void add_records(Section& section, Image image) {
 }
 
 void add_entries(Section& section, Image image) {
-  static constexpr std::size_t entry_bytes = sizeof(Region22Entry);
-  section.field("version", "Version", image[4]);
+  section.field("version", "Version", image[offsetof(ovk::Region22Image, version)]);
   Table& table = section.table("entries", "Entries", {{"index", "ENTRY"}, {"bytes", "BYTES"}},
                                "The region holds no entry.");
-  for (std::size_t i = 0; kImageHeader + (i + 1) * entry_bytes <= image.size(); ++i) {
-    const Image entry = image.subspan(kImageHeader + i * entry_bytes, entry_bytes);
-    if (!is_zero(entry)) {
-      table.row({static_cast<std::uint32_t>(i), bytes_text(entry)});
+  std::uint32_t index = 0;
+  const Image entries = image.subspan(offsetof(ovk::Region22Image, entries));
+  for (const ovk::Region22Slot& entry : records_of<ovk::Region22Slot>(entries)) {
+    if (!is_zero(entry.bytes)) {
+      table.row({index, bytes_text(entry.bytes)});
     }
+    ++index;
   }
 }
 
 }  // namespace
 
 void add_region_contents(Section& section, const RegionKind& region, Image image) {
-  if (region.number == kRecordList && has_signature(image, "RG23")) {
-    add_records(section, image);
-  } else if (region.number == kEntryTable && has_signature(image, "RG22")) {
+  // Region 22 begins as Region 23 does.
+  const auto header = ovk::read_record<ovk::Region23Header>(image);
+  const std::uint32_t signature = header ? header->signature : 0;
+  if (region.number == ovk::region23 && signature == ovk::region23_signature) {
+    add_records(section, image, *header);
+  } else if (region.number == ovk::region22 && signature == ovk::region22_signature) {
     add_entries(section, image);
   } else {
     section.dump("bytes", "Contents", {image.begin(), image.end()});
@@ -147,18 +146,11 @@ void add_region_contents(Section& section, const RegionKind& region, Image image
 
 Bytes default_region(const RegionKind& region) {
   Bytes image(region.length);
-  const auto put = [&image](std::size_t at, const Bytes& bytes) {
-    std::ranges::copy(bytes, image.begin() + static_cast<std::ptrdiff_t>(at));
-  };
-  if (region.number == kEntryTable) {
-    put(0, {'R', 'G', '2', '2', 1});
-    return image;
+  if (region.number == ovk::region22) {
+    std::memcpy(image.data(), &ovk::default_region22, sizeof ovk::default_region22);
+  } else {
+    std::memcpy(image.data(), &ovk::default_region23, sizeof ovk::default_region23);
   }
-  put(0, {'R', 'G', '2', '3', 1});
-  put(8, {0xa0, 2, 1, 1, 0x0e, 0xfc, 0x00});
-  put(20, {0xa1, 80});
-  put(344, {0xa2, 2, 0x30, 0, 1, 0, 1, 0, 0xff});
-  put(356, {kEndOfList});
   return image;
 }
 

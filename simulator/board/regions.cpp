@@ -1,7 +1,6 @@
 #include "simulator/board/regions.h"
 
 #include <algorithm>
-#include <map>
 
 namespace ravnsim {
 
@@ -11,17 +10,8 @@ std::string saved_name(std::uint32_t region) { return "region-" + std::to_string
 
 }  // namespace
 
-std::uint32_t region_length(std::uint32_t region) {
-  static const std::map<std::uint32_t, std::uint32_t> lengths{
-      {0, 60},   {4, 120},   {5, 200},   {6, 200},  {7, 200},    {8, 60},
-      {9, 256},  {10, 256},  {14, 1000}, {17, 100}, {19, 2028},  {21, 200},
-      {22, 512}, {23, 1024}, {30, 12},   {32, 8},   {160, 4096}, {162, 4096}};
-  const auto found = lengths.find(region);
-  return found != lengths.end() ? found->second : 0;
-}
-
 RegionStatus Regions::read(std::uint32_t region, std::vector<std::uint8_t>& contents) const {
-  const std::uint32_t length = region_length(region);
+  const std::uint32_t length = ovk::region_length(region);
   if (length == 0) {
     return RegionStatus::unknown;
   }
@@ -38,7 +28,7 @@ RegionStatus Regions::read(std::uint32_t region, std::vector<std::uint8_t>& cont
 }
 
 RegionStatus Regions::write(std::uint32_t region, std::span<const std::uint8_t> bytes) {
-  const std::uint32_t length = region_length(region);
+  const std::uint32_t length = ovk::region_length(region);
   if (length == 0) {
     return RegionStatus::unknown;
   }

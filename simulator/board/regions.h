@@ -4,6 +4,7 @@
  */
 #pragma once
 
+#include "driver_abi/regions.h"
 #include "simulator/board/adapter.h"
 
 #include <cstddef>
@@ -14,17 +15,7 @@
 
 namespace ravnsim {
 
-/** With what the firmware completes a mailbox about a region. */
-enum class RegionStatus : std::uint16_t {
-  completed = 0,
-  unknown = 0xFFF6,  ///< there is no such region
-  locked = 0xFFF7,   ///< it cannot be written
-  empty = 0xFFFD,    ///< it was never written
-  bad_length = 0xFFFE,
-};
-
-/** The length of a region in bytes; 0 for one that the firmware does not have. */
-std::uint32_t region_length(std::uint32_t region);
+using ovk::RegionStatus;
 
 /** What an adapter's regions hold. They start out as the topology has them. */
 class Regions {

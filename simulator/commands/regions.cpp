@@ -13,14 +13,6 @@ namespace ravnsim {
 
 namespace {
 
-struct DumpRequest {
-  std::uint32_t type;
-  std::uint32_t region;
-  std::uint32_t argument;
-};
-
-static_assert(sizeof(DumpRequest) == 12);
-
 /** The status with which a fault file has the firmware answer, or what it answers by itself. */
 std::uint32_t mailbox_status(const Request& request, const std::function<RegionStatus()>& access) {
   if (const auto scripted = request.effect("mailbox_status")) {
@@ -38,7 +30,7 @@ DriverStatus dump_region(Adapter& adapter, Request& request) {
   std::vector<std::uint8_t> contents;
   auto& status = request.output<std::uint32_t>(3);
   status = mailbox_status(request, [&] {
-    return adapter.state<Regions>().read(request.input<DumpRequest>(1).region, contents);
+    return adapter.state<Regions>().read(request.input<ovk::RegionReadRequest>(1).region, contents);
   });
   if (status != 0) {
     return DriverStatus::success;

@@ -49,7 +49,7 @@ std::vector<std::uint8_t> read_bytes(const JsonValue& value, std::size_t most) {
 
 void read_members(JsonObject& in, RegionTopology& region) {
   in.required("number", region.number);
-  const std::uint32_t length = region_length(region.number);
+  const std::uint32_t length = ovk::region_length(region.number);
   if (length == 0) {
     in.at("number").refuse("the firmware has no such region");
   }
