@@ -164,7 +164,7 @@ std::string revision_text(std::uint32_t revision) {
                      revision & 0xFF);
 }
 
-using ModuleBoard = ovk::ModuleBoard;
+using ovk::ModuleBoard;
 
 constexpr Column<ModuleBoard> module_columns[] = {
     {"driver_number", "DRIVER", field<&ModuleBoard::driver_number>},
