@@ -1,8 +1,10 @@
+#include "driver_abi/records/virtual_ports.h"
+
 #include "ovkctl/frame/command.h"
 
 #include <ovk/npiv.h>
 
-#include <cstring>
+#include <bit>
 #include <fmt/core.h>
 #include <iterator>
 #include <memory>
@@ -21,17 +23,8 @@ constexpr ResultText no_npiv_results[] = {
      "See with \"ovkctl vports ready\" whether the board can host virtual ports."},
 };
 
-/** The two names of which a virtual port's identity consists. */
-struct Identity {
-  Wwn port_wwn;
-  Wwn node_wwn;
-};
-
-Identity identity_of(const VportEntry& entry) {
-  Identity identity;
-  static_assert(sizeof identity == sizeof entry.identity);
-  std::memcpy(&identity, entry.identity, sizeof identity);
-  return identity;
+ovk::VportListEntry identity_of(const VportEntry& entry) {
+  return std::bit_cast<ovk::VportListEntry>(entry);
 }
 
 constexpr Column<VportEntry> vport_columns[] = {

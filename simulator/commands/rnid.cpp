@@ -126,6 +126,13 @@ RnidManagementRecord usual_record(const PortTopology& port) {
                    .topology_flags = port.rnid.topology_flags}};
 }
 
+struct ManagementState {
+  explicit ManagementState(Adapter& adapter)
+      : record{adapter, "rnid", usual_record(adapter.topology().port)} {}
+
+  Saved<RnidManagementRecord> record;
+};
+
 DriverStatus get_management_info(Adapter& adapter, Request& request) {
   request.output<RnidManagementRecord>(1) = adapter.state<ManagementState>().record.get();
   return DriverStatus::success;
