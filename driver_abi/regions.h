@@ -115,7 +115,7 @@ constexpr RegionMailbox region_update(std::uint32_t region, std::uint32_t length
 
 /* ---- Region 22 ------------------------------------------------------------------------------- */
 
-/** The version of both images. */
+/** The version of a Region 22 and of a Region 23 image. */
 inline constexpr std::uint8_t region_version = 1;
 
 inline constexpr std::uint32_t region22_signature = 0x32324752;  // "RG22"
