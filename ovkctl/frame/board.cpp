@@ -3,6 +3,7 @@
 #include "ovkctl/frame/files.h"
 
 #include <cstdio>
+#include <fmt/core.h>
 #include <utility>
 
 namespace ovkctl {
@@ -72,6 +73,14 @@ void Board::check(std::uint32_t result, const std::string& operation,
                   std::span<const ResultText> own) const {
   if (result != OVK_OK) {
     ovkctl::check(result, operation + " of " + name(), own);
+  }
+}
+
+void Board::check_stored(bool same, const std::string& what) const {
+  if (!same) {
+    throw OperationFailed(
+        fmt::format("{} of {} reads back differently from what was set.", what, name()),
+        "See with \"ovkctl list\" whether the board is ready, and set it again.");
   }
 }
 

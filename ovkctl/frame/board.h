@@ -112,6 +112,14 @@ class Board {
     return record;
   }
 
+  /**
+   * Throws OperationFailed for what does not read back as it was set. The library's calls do not
+   * tell of every write that went wrong.
+   *
+   * @param what  the setting, as the start of a sentence: "Persistent link down"
+   */
+  void check_stored(bool same, const std::string& what) const;
+
   /** Invocation::ask. */
   bool ask(const std::string& warning, const Report* preview = nullptr) const {
     return invocation_->ask(warning, preview);
@@ -119,6 +127,11 @@ class Board {
 
   /** Invocation::show_next. */
   void show_next(const Report& report) const { invocation_->show_next(report); }
+
+  /** A bar at the terminal that grows with Progress::update, as long as it lives. */
+  [[nodiscard]] Progress progress(std::string label, std::uint64_t total) const {
+    return {std::move(label), total};
+  }
 
   /** Whether the command line names a file for the report's bytes. */
   [[nodiscard]] bool has_output_file() const { return invocation_->output_file.has_value(); }

@@ -9,7 +9,7 @@
 namespace ovkctl {
 namespace {
 
-constexpr const char* kNothing = "-";
+constexpr const char* nothing = "-";
 
 std::string size_text(std::uint64_t bytes) {
   static constexpr std::uint64_t step = 1024;
@@ -32,7 +32,7 @@ std::string list_text(const List& list) {
   for (const std::string& item : list) {
     text += (text.empty() ? "" : ", ") + item;
   }
-  return text.empty() ? kNothing : text;
+  return text.empty() ? nothing : text;
 }
 
 std::string rate_text(double number) {
@@ -42,12 +42,12 @@ std::string rate_text(double number) {
 }
 
 struct TextOf {
-  std::string operator()(std::monostate) const { return kNothing; }
+  std::string operator()(std::monostate) const { return nothing; }
   std::string operator()(bool flag) const { return flag ? "yes" : "no"; }
   std::string operator()(std::int64_t number) const { return std::to_string(number); }
   std::string operator()(double number) const { return rate_text(number); }
   std::string operator()(const Cell::WideNumber& number) const { return number.digits; }
-  std::string operator()(const std::string& text) const { return text.empty() ? kNothing : text; }
+  std::string operator()(const std::string& text) const { return text.empty() ? nothing : text; }
   std::string operator()(Hex hex) const { return hex_text(hex.value, hex.digits); }
   std::string operator()(FcAddress address) const {
     static constexpr int digits = 6;

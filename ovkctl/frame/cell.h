@@ -2,8 +2,7 @@
  * @file
  * A typed value of a report: it knows its text for people and its form in JSON.
  */
-#ifndef OVKCTL_CELL_H
-#define OVKCTL_CELL_H
+#pragma once
 
 #include <ovk/types.h>
 
@@ -104,5 +103,3 @@ class Cell {
 };
 
 }  // namespace ovkctl
-
-#endif

@@ -116,11 +116,11 @@ int run(const Command::Node& node) {
   const bool json = node.invocation.json;
   try {
     node.run();
-    return kSuccess;
+    return exit_success;
   } catch (const UsageError& error) {
-    return end_with(kWrongUsage, error, json);
+    return end_with(exit_wrong_usage, error, json);
   } catch (const std::exception& error) {
-    return end_with(kOperationFailed, error, json);
+    return end_with(exit_failed, error, json);
   }
 }
 
@@ -134,13 +134,13 @@ int refuse_without_action(const CLI::App& app) {
   std::string above = names_above(app);
   above.resize(above.empty() ? 0 : above.size() - 1);
   std::fputs(app.help(above).c_str(), stderr);
-  return kWrongUsage;
+  return exit_wrong_usage;
 }
 
 int refuse(const Command::Node& node, const std::string& mistake) {
   std::fprintf(stderr, "ovkctl: %s\nSee \"%s --help\".\n", mistake.c_str(),
                (names_above(node.app) + node.app.get_name()).c_str());
-  return kWrongUsage;
+  return exit_wrong_usage;
 }
 
 /** The names of a command with those above it: "ovkctl stats reset". */
@@ -198,6 +198,7 @@ void add_examples_to_help(Command::Node& node) {
 /** Adds the nouns that were not declared, for the help and for the refusal of a line without one.
  */
 void add_other_nouns(Command::Node& root) {
+  std::ranges::sort(root.others, {}, &NameAndSummary::name);
   for (const NameAndSummary& other : root.others) {
     root.app.add_subcommand(other.name, other.summary)->group("Commands");
   }
@@ -358,8 +359,8 @@ int run_command_line(int argc, const char* const* argv) {
     require_needed(node);
     return node.run ? run(node) : refuse_without_action(node.app);
   } catch (const CLI::ParseError& error) {
-    return error.get_exit_code() == kSuccess ? app.exit(error)
-                                             : refuse(selected(root), error.what());
+    return error.get_exit_code() == exit_success ? app.exit(error)
+                                                 : refuse(selected(root), error.what());
   } catch (const UsageError& error) {
     return refuse(selected(root), error.what());
   }

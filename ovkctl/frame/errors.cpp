@@ -5,17 +5,18 @@
 #include <ovk/types.h>
 
 #include <algorithm>
+#include <fmt/core.h>
 #include <utility>
 
 namespace ovkctl {
 namespace {
 
-constexpr const char* kSeeDriverLog =
+constexpr const char* see_driver_log =
     "See with \"ovkctl list\" whether the board is ready, and look in the driver's log for the "
     "reason.";
 
-constexpr ResultText kSharedResults[] = {
-    {OVK_FAILED, "the command was not delivered or the driver refused it", kSeeDriverLog},
+constexpr ResultText shared_results[] = {
+    {OVK_FAILED, "the command was not delivered or the driver refused it", see_driver_log},
     {OVK_NOT_SUPPORTED, "this adapter does not support it",
      "See with \"ovkctl show\" which SLI mode and features the board has."},
     {OVK_ILLEGAL_WWN, "no port has this name", "See with \"ovkctl ports\" which ports there are."},
@@ -26,17 +27,17 @@ constexpr ResultText kSharedResults[] = {
     {OVK_NO_MEMORY, "there is not enough memory", "Free memory and run the command again."},
 };
 
-constexpr ResultText kUnknownResult = {0, "the driver gave a result of its own", kSeeDriverLog};
+constexpr ResultText unknown_result = {0, "the driver gave a result of its own", see_driver_log};
 
 const ResultText& text_of(std::uint32_t result, std::span<const ResultText> own) {
   for (const std::span<const ResultText> texts :
-       {own, std::span<const ResultText>(kSharedResults)}) {
+       {own, std::span<const ResultText>(shared_results)}) {
     const auto text = std::ranges::find(texts, result, &ResultText::result);
     if (text != texts.end()) {
       return *text;
     }
   }
-  return kUnknownResult;
+  return unknown_result;
 }
 
 std::string number_text(std::uint32_t result) {
@@ -56,7 +57,7 @@ void check(std::uint32_t result, const std::string& operation, std::span<const R
   }
   const ResultText& text = text_of(result, own);
   throw OperationFailed(
-      operation + " failed with result " + number_text(result) + ": " + text.meaning + ".",
+      fmt::format("{} failed with result {}: {}.", operation, number_text(result), text.meaning),
       text.advice, result);
 }
 

@@ -2,8 +2,7 @@
  * @file
  * How a command ends when it does not succeed: wrong usage, or an operation that failed.
  */
-#ifndef OVKCTL_ERRORS_H
-#define OVKCTL_ERRORS_H
+#pragma once
 
 #include <cstdint>
 #include <optional>
@@ -14,7 +13,7 @@
 namespace ovkctl {
 
 /** What ovkctl exits with. */
-enum ExitCode { kSuccess = 0, kOperationFailed = 1, kWrongUsage = 2 };
+enum ExitCode { exit_success = 0, exit_failed = 1, exit_wrong_usage = 2 };
 
 /** The command line asks for something that cannot be asked for: exit code 2. */
 class UsageError : public std::runtime_error {
@@ -33,8 +32,8 @@ class OperationFailed : public std::runtime_error {
   explicit OperationFailed(const std::string& message, std::string advice = {},
                            std::optional<std::uint32_t> result = {});
 
-  const std::string& advice() const { return advice_; }
-  std::optional<std::uint32_t> result() const { return result_; }
+  [[nodiscard]] const std::string& advice() const { return advice_; }
+  [[nodiscard]] std::optional<std::uint32_t> result() const { return result_; }
 
  private:
   std::string advice_;
@@ -64,5 +63,3 @@ void check_board(std::uint32_t result, std::uint32_t board, const std::string& o
                  std::span<const ResultText> own = {});
 
 }  // namespace ovkctl
-
-#endif

@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <fmt/core.h>
 #include <memory>
 #include <unistd.h>
 
@@ -18,8 +19,8 @@ struct Close {
 using File = std::unique_ptr<std::FILE, Close>;
 
 [[noreturn]] void fail(const std::string& path, const char* what) {
-  throw OperationFailed("The file \"" + path + "\" cannot be " + what + ": " +
-                        std::strerror(errno) + ".");
+  throw OperationFailed(
+      fmt::format("The file \"{}\" cannot be {}: {}.", path, what, std::strerror(errno)));
 }
 
 }  // namespace
@@ -40,8 +41,8 @@ std::vector<std::uint8_t> read_file(const std::string& path, std::size_t most) {
     fail(path, "read");
   }
   if (bytes.size() > most) {
-    throw OperationFailed("The file \"" + path + "\" is too long: at most " + std::to_string(most) +
-                          " bytes fit.");
+    throw OperationFailed(
+        fmt::format("The file \"{}\" is too long: at most {} bytes fit.", path, most));
   }
   return bytes;
 }

@@ -12,7 +12,7 @@ namespace {
 using Json = nlohmann::ordered_json;
 
 /** Raised when a member changes its meaning or goes; new members do not raise it. */
-constexpr int kJsonVersion = 1;
+constexpr int json_version = 1;
 
 struct JsonOf {
   Json operator()(std::monostate) const { return nullptr; }
@@ -50,14 +50,6 @@ Json json_of(const Table& table) {
   return rows;
 }
 
-std::string digits_of(const std::vector<std::uint8_t>& bytes) {
-  std::string digits;
-  for (const std::uint8_t byte : bytes) {
-    digits += hex_text(byte, 2).substr(2);
-  }
-  return digits;
-}
-
 /** Throws std::logic_error for a key that is there already: one would take the other's place. */
 void add_member(Json& object, const std::string& key, Json value) {
   if (!object.emplace(key, std::move(value)).second) {
@@ -72,7 +64,7 @@ struct AddPart {
   void operator()(const Table& table) const { add_member(object, table.key(), json_of(table)); }
   void operator()(const Dump& dump) const {
     if (!dump.key.empty()) {
-      add_member(object, dump.key, digits_of(dump.bytes));
+      add_member(object, dump.key, bytes_text(dump.bytes));
     }
   }
   void operator()(const Note&) const {}
@@ -87,7 +79,7 @@ void add_parts(Json& object, const Section& section) {
 }  // namespace
 
 std::string render_json(const Report& report, JsonForm form) {
-  Json document = {{"version", kJsonVersion}};
+  Json document = {{"version", json_version}};
   add_parts(document, report);
   for (const Section& section : report.sections()) {
     if (section.key().empty()) {
@@ -96,7 +88,7 @@ std::string render_json(const Report& report, JsonForm form) {
     }
     Json object = Json::object();
     add_parts(object, section);
-    if (section.kind() == Section::Kind::kElement) {
+    if (section.kind() == Section::Kind::element) {
       document[section.key()].push_back(std::move(object));
     } else {
       add_member(document, section.key(), std::move(object));

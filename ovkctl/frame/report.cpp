@@ -80,11 +80,11 @@ Section& Section::note(std::string text) {
 }
 
 Section& Report::section(std::string key, std::string title) {
-  return sections_.emplace_back(std::move(key), std::move(title), Kind::kObject);
+  return sections_.emplace_back(std::move(key), std::move(title), Kind::object);
 }
 
 Section& Report::element(std::string key, std::string title) {
-  return sections_.emplace_back(std::move(key), std::move(title), Kind::kElement);
+  return sections_.emplace_back(std::move(key), std::move(title), Kind::element);
 }
 
 std::optional<std::vector<std::uint8_t>> Report::take_payload() {

@@ -76,7 +76,7 @@ class Section {
  public:
   using Part = std::variant<Field, Table, Dump, Note>;
   /** Whether the section is a member of its own or one of the objects in an array. */
-  enum class Kind { kObject, kElement };
+  enum class Kind { object, element };
 
   Section(std::string key, std::string title, Kind kind);
 
@@ -137,7 +137,7 @@ class Section {
 /** What a command has to say. Its own parts come first, then its sections. */
 class Report : public Section {
  public:
-  Report() : Section({}, {}, Kind::kObject) {}
+  Report() : Section({}, {}, Kind::object) {}
 
   /**
    * Adds a section; in JSON a member with that key, or, without a key, the members of the document.

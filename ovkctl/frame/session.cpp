@@ -5,6 +5,7 @@
 #include <ovk/core.h>
 
 #include <array>
+#include <fmt/core.h>
 #include <string>
 
 namespace ovkctl {
@@ -38,9 +39,9 @@ std::uint32_t Session::board(BoardIndex index) const {
   }
   const std::string range = board_count_ == 1
                                 ? "0 is the only board"
-                                : "the boards are 0 to " + std::to_string(board_count_ - 1);
-  throw UsageError("There is no board " + std::to_string(index.given) + ": " + range +
-                   " (see \"ovkctl list\").");
+                                : fmt::format("the boards are 0 to {}", board_count_ - 1);
+  throw UsageError(
+      fmt::format("There is no board {}: {} (see \"ovkctl list\").", index.given, range));
 }
 
 }  // namespace ovkctl

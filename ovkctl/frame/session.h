@@ -2,8 +2,7 @@
  * @file
  * The time during which the library is initialised.
  */
-#ifndef OVKCTL_SESSION_H
-#define OVKCTL_SESSION_H
+#pragma once
 
 #include "ovkctl/frame/values.h"
 
@@ -30,5 +29,3 @@ class Session {
 };
 
 }  // namespace ovkctl
-
-#endif

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <fmt/core.h>
 #include <iostream>
 #include <unistd.h>
 #include <utility>
@@ -11,8 +12,8 @@
 namespace ovkctl {
 namespace {
 
-constexpr unsigned kNothingShown = 101;
-constexpr unsigned kBarWidth = 40;
+constexpr unsigned nothing_shown = 101;
+constexpr unsigned bar_width = 40;
 
 }  // namespace
 
@@ -34,11 +35,13 @@ void confirm(bool yes, const std::string& warning) {
 Progress::Progress(std::string label, std::uint64_t total)
     : label_(std::move(label)),
       total_(std::max<std::uint64_t>(total, 1)),
-      shown_percent_(kNothingShown),
-      visible_(isatty(STDERR_FILENO) != 0) {}
+      shown_percent_(nothing_shown),
+      visible_(isatty(STDERR_FILENO) != 0) {
+  update(0);
+}
 
 Progress::~Progress() {
-  if (visible_ && shown_percent_ != kNothingShown) {
+  if (visible_) {
     std::fputs("\r\x1b[K", stderr);
   }
 }
@@ -49,9 +52,9 @@ void Progress::update(std::uint64_t done) {
     return;
   }
   shown_percent_ = percent;
-  const unsigned filled = kBarWidth * percent / 100;
-  std::fprintf(stderr, "\r%s [%s%s] %3u %%", label_.c_str(), std::string(filled, '#').c_str(),
-               std::string(kBarWidth - filled, ' ').c_str(), percent);
+  const unsigned filled = bar_width * percent / 100;
+  fmt::print(stderr, "\r{} [{:#<{}}{:{}}] {:3} %", label_, "", filled, "", bar_width - filled,
+             percent);
 }
 
 }  // namespace ovkctl

@@ -2,8 +2,7 @@
  * @file
  * What happens only at a terminal: questions and progress.
  */
-#ifndef OVKCTL_TERMINAL_H
-#define OVKCTL_TERMINAL_H
+#pragma once
 
 #include <cstdint>
 #include <string>
@@ -19,7 +18,7 @@ namespace ovkctl {
  */
 void confirm(bool yes, const std::string& warning);
 
-/** A progress bar on standard error when that is a terminal; nothing otherwise. */
+/** A progress bar on standard error, from 0 % on, when that is a terminal; nothing otherwise. */
 class Progress {
  public:
   /** @param total  how much there is to do, in any unit */
@@ -39,5 +38,3 @@ class Progress {
 };
 
 }  // namespace ovkctl
-
-#endif

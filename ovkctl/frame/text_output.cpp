@@ -7,8 +7,8 @@
 namespace ovkctl {
 namespace {
 
-constexpr std::size_t kColumnGap = 2;
-constexpr std::size_t kIndent = 2;
+constexpr std::size_t column_gap = 2;
+constexpr std::size_t indent_width = 2;
 
 /** The columns that a UTF-8 text takes, as far as one a character is right. */
 std::size_t width_of(const std::string& text) {
@@ -86,7 +86,7 @@ void write_table_rows(TextWriter& writer, const Table& table) {
     for (const TextColumn& column : columns) {
       const std::string& text = column.texts[row];
       const std::string blanks = padding(text, column.width);
-      line += line.empty() ? "" : std::string(kColumnGap, ' ');
+      line += line.empty() ? "" : std::string(column_gap, ' ');
       line += column.to_the_right ? blanks + text : text + blanks;
     }
     writer.line(line);
@@ -98,7 +98,8 @@ std::size_t label_width(const Report& report) {
   const auto measure = [&width](const Section& section) {
     for (const Section::Part& part : section.parts()) {
       if (const auto* const field = std::get_if<Field>(&part)) {
-        width = std::max(width, width_of(field->label) + (section.title().empty() ? 0 : kIndent));
+        width =
+            std::max(width, width_of(field->label) + (section.title().empty() ? 0 : indent_width));
       }
     }
   };
@@ -117,13 +118,13 @@ class PartWriter {
     if (field.label.empty()) {
       return;
     }
-    begin(Block::kFields);
-    writer_.line(field.label + padding(field.label, label_width_ + kColumnGap) +
+    begin(Block::fields);
+    writer_.line(field.label + padding(field.label, label_width_ + column_gap) +
                  field.value.text());
   }
 
   void operator()(const Table& table) {
-    begin(Block::kOther);
+    begin(Block::other);
     if (!table.label().empty()) {
       writer_.line(table.label());
     }
@@ -138,7 +139,7 @@ class PartWriter {
     if (dump.key.empty()) {
       return;
     }
-    begin(Block::kOther);
+    begin(Block::other);
     if (!dump.label.empty()) {
       writer_.line(dump.label);
     }
@@ -146,15 +147,15 @@ class PartWriter {
   }
 
   void operator()(const Note& note) {
-    begin(Block::kNotes);
+    begin(Block::notes);
     writer_.line(note.text);
   }
 
  private:
-  enum class Block { kNone, kFields, kNotes, kOther };
+  enum class Block { none, fields, notes, other };
 
   void begin(Block block) {
-    if (last_ != Block::kNone && (block != last_ || block == Block::kOther)) {
+    if (last_ != Block::none && (block != last_ || block == Block::other)) {
       writer_.separate();
     }
     last_ = block;
@@ -162,7 +163,7 @@ class PartWriter {
 
   TextWriter& writer_;
   std::size_t label_width_;
-  Block last_ = Block::kNone;
+  Block last_ = Block::none;
 };
 
 void write_section(TextWriter& writer, const Section& section, std::size_t label_width) {
@@ -170,7 +171,7 @@ void write_section(TextWriter& writer, const Section& section, std::size_t label
   std::size_t indent = 0;
   if (!section.title().empty()) {
     writer.line(section.title());
-    indent = kIndent;
+    indent = indent_width;
   }
   writer.set_indent(indent);
   PartWriter part_writer(writer, label_width - indent);

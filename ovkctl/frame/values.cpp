@@ -5,11 +5,12 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <fmt/core.h>
 
 namespace ovkctl {
 namespace {
 
-constexpr std::size_t kDumpLineBytes = 16;
+constexpr std::size_t dump_line_bytes = 16;
 
 bool printable(char c) { return c >= ' ' && c <= '~'; }
 
@@ -17,12 +18,6 @@ int hex_digit(char c) {
   int value = -1;
   std::from_chars(&c, &c + 1, value, 16);
   return value;
-}
-
-void append_hex(std::string& text, std::uint8_t byte) {
-  static constexpr std::string_view digits = "0123456789abcdef";
-  text += digits[byte >> 4];
-  text += digits[byte & 0xf];
 }
 
 std::vector<std::uint8_t> parse_bytes(std::string_view text, std::string_view separators) {
@@ -44,14 +39,14 @@ std::vector<std::uint8_t> parse_bytes(std::string_view text, std::string_view se
 }
 
 std::string dump_line(std::uint64_t offset, std::span<const std::uint8_t> bytes) {
-  std::string line = hex_text(offset, 8).substr(2) + " ";
+  std::string line = fmt::format("{:08x} ", offset);
   std::string ascii;
   for (const std::uint8_t byte : bytes) {
-    line += ascii.size() == kDumpLineBytes / 2 ? "  " : " ";
-    append_hex(line, byte);
+    line += ascii.size() == dump_line_bytes / 2 ? "  " : " ";
+    line += fmt::format("{:02x}", byte);
     ascii += printable(static_cast<char>(byte)) ? static_cast<char>(byte) : '.';
   }
-  static constexpr std::size_t ascii_column = 9 + 3 * kDumpLineBytes + 3;
+  static constexpr std::size_t ascii_column = 9 + 3 * dump_line_bytes + 3;
   line.resize(ascii_column, ' ');
   return line + "|" + ascii + "|\n";
 }
@@ -68,15 +63,14 @@ std::uint64_t parse_number(const std::string& text, std::uint64_t most) {
     throw UsageError("\"" + text + "\" is not a number (decimal, or hex after 0x)");
   }
   if (error != std::errc() || value > most) {
-    throw UsageError(text + " is too large: at most " + std::to_string(most));
+    throw UsageError(fmt::format("{} is too large: at most {}", text, most));
   }
   return value;
 }
 
 void refuse_outside(const Range& range, std::uint64_t number) {
   if (number < range.least || number > range.most) {
-    throw UsageError(std::to_string(number) + " is not from " + std::to_string(range.least) +
-                     " to " + std::to_string(range.most));
+    throw UsageError(fmt::format("{} is not from {} to {}", number, range.least, range.most));
   }
 }
 
@@ -107,23 +101,18 @@ void parse_value(const std::string& text, HexBytes& value) {
   value.bytes = parse_bytes(text, ": ");
 }
 
-std::string wwn_text(const Wwn& wwn) {
+std::string wwn_text(const Wwn& wwn) { return bytes_text(wwn.bytes, ":"); }
+
+std::string bytes_text(std::span<const std::uint8_t> bytes, const char* separator) {
   std::string text;
-  for (const std::uint8_t byte : wwn.bytes) {
-    if (!text.empty()) {
-      text += ':';
-    }
-    append_hex(text, byte);
+  for (const std::uint8_t byte : bytes) {
+    text += fmt::format("{}{:02x}", text.empty() ? "" : separator, byte);
   }
   return text;
 }
 
 std::string hex_text(std::uint64_t value, int digits) {
-  std::array<char, 16> buffer{};
-  const auto [end, error] = std::to_chars(buffer.data(), buffer.data() + buffer.size(), value, 16);
-  const std::string text(buffer.data(), end);
-  const auto width = static_cast<std::size_t>(digits);
-  return "0x" + std::string(width > text.size() ? width - text.size() : 0, '0') + text;
+  return fmt::format("0x{:0{}x}", value, digits);
 }
 
 std::string fixed_text(std::span<const char> field) {
@@ -136,9 +125,9 @@ std::string fixed_text(std::span<const char> field) {
 
 std::string hexdump(std::span<const std::uint8_t> bytes, std::uint64_t first_offset) {
   std::string text;
-  for (std::size_t offset = 0; offset < bytes.size(); offset += kDumpLineBytes) {
+  for (std::size_t offset = 0; offset < bytes.size(); offset += dump_line_bytes) {
     text += dump_line(first_offset + offset,
-                      bytes.subspan(offset, std::min(kDumpLineBytes, bytes.size() - offset)));
+                      bytes.subspan(offset, std::min(dump_line_bytes, bytes.size() - offset)));
   }
   return text;
 }

@@ -4,8 +4,7 @@
  *
  * A parse_value overload makes a type usable for arguments and options; it throws UsageError.
  */
-#ifndef OVKCTL_VALUES_H
-#define OVKCTL_VALUES_H
+#pragma once
 
 #include <ovk/types.h>
 
@@ -63,6 +62,9 @@ void parse_value(const std::string& text, HexBytes& value);
 /** A world-wide name as colon-separated hex. */
 std::string wwn_text(const Wwn& wwn);
 
+/** Bytes as pairs of hex digits with a separator between them. */
+std::string bytes_text(std::span<const std::uint8_t> bytes, const char* separator = "");
+
 /** A number in hex after "0x" with at least that many digits. */
 std::string hex_text(std::uint64_t value, int digits);
 
@@ -76,5 +78,3 @@ std::string fixed_text(std::span<const char> field);
 std::string hexdump(std::span<const std::uint8_t> bytes, std::uint64_t first_offset = 0);
 
 }  // namespace ovkctl
-
-#endif

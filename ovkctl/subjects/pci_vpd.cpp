@@ -12,10 +12,10 @@ namespace {
 
 using Bytes = std::span<const std::uint8_t>;
 
-constexpr std::uint8_t kIdentifier = 0x82;
-constexpr std::uint8_t kReadOnlyFields = 0x90;
-constexpr std::uint8_t kReadWriteFields = 0x91;
-constexpr std::uint8_t kEnd = 0x78;
+constexpr std::uint8_t identifier_tag = 0x82;
+constexpr std::uint8_t read_only_tag = 0x90;
+constexpr std::uint8_t read_write_tag = 0x91;
+constexpr std::uint8_t end_tag = 0x78;
 
 std::string text_of(Bytes bytes) {
   const std::string text(bytes.begin(), bytes.end());
@@ -58,7 +58,7 @@ Vpd parse_vpd(std::span<const std::uint8_t> image) {
   Vpd vpd;
   Bytes rest = image;
   while (const auto tag = take(rest, 1)) {
-    if (tag->front() == kEnd) {
+    if (tag->front() == end_tag) {
       vpd.complete = true;
       break;
     }
@@ -68,10 +68,10 @@ Vpd parse_vpd(std::span<const std::uint8_t> image) {
     if (!contents) {
       break;
     }
-    if (tag->front() == kIdentifier) {
+    if (tag->front() == identifier_tag) {
       vpd.identifier = text_of(*contents);
-    } else if (tag->front() == kReadOnlyFields || tag->front() == kReadWriteFields) {
-      if (!take_fields(vpd, *contents, tag->front() == kReadWriteFields, image.data())) {
+    } else if (tag->front() == read_only_tag || tag->front() == read_write_tag) {
+      if (!take_fields(vpd, *contents, tag->front() == read_write_tag, image.data())) {
         break;
       }
     } else {

@@ -2,8 +2,7 @@
  * @file
  * Vital product data in the format of the PCI Local Bus 3.0 standard.
  */
-#ifndef OVKCTL_PCI_VPD_H
-#define OVKCTL_PCI_VPD_H
+#pragma once
 
 #include <cstdint>
 #include <span>
@@ -34,5 +33,3 @@ Vpd parse_vpd(std::span<const std::uint8_t> image);
 std::string vpd_keyword_text(const std::string& keyword);
 
 }  // namespace ovkctl
-
-#endif

@@ -5,8 +5,7 @@
  * It is text: a first line that names the format, lines that name the board, a line for each region
  * with its number and its bytes in hex, and last the CRC-32 of all lines before it.
  */
-#ifndef OVKCTL_REGION_ARCHIVE_H
-#define OVKCTL_REGION_ARCHIVE_H
+#pragma once
 
 #include "ovkctl/subjects/region_io.h"
 
@@ -41,5 +40,3 @@ struct RegionArchive {
 };
 
 }  // namespace ovkctl
-
-#endif

@@ -2,8 +2,7 @@
  * @file
  * The regions of an adapter's non-volatile configuration as bytes, on both generations of adapters.
  */
-#ifndef OVKCTL_REGION_IO_H
-#define OVKCTL_REGION_IO_H
+#pragma once
 
 #include "driver_abi/regions.h"
 
@@ -66,5 +65,3 @@ class RegionIo {
 };
 
 }  // namespace ovkctl
-
-#endif

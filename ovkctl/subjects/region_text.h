@@ -2,8 +2,7 @@
  * @file
  * Regions 22 and 23 by what stands in them, and the difference between two images.
  */
-#ifndef OVKCTL_REGION_TEXT_H
-#define OVKCTL_REGION_TEXT_H
+#pragma once
 
 #include "ovkctl/frame/report.h"
 #include "ovkctl/subjects/region_io.h"
@@ -24,5 +23,3 @@ Bytes default_region(const RegionKind& region);
 std::size_t add_changes(Section& section, const Bytes& before, const Bytes& after);
 
 }  // namespace ovkctl
-
-#endif

@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <cstring>
 #include <fcntl.h>
+#include <fmt/core.h>
 #include <poll.h>
 #include <termios.h>
 #include <unistd.h>
@@ -20,19 +21,19 @@ class SilentTerminal {
   SilentTerminal() : descriptor_(open("/dev/tty", O_RDWR | O_CLOEXEC | O_NOCTTY)) {
     if (descriptor_ < 0 || tcgetattr(descriptor_, &before_) != 0) {
       throw UsageError(
-          "there is no terminal at which to ask for the password; give it through a file "
-          "descriptor (--local-fd, --remote-fd)");
+          "There is no terminal at which to ask for the password: give it through a file "
+          "descriptor (--local-fd, --remote-fd).");
     }
     sigset_t held;
     sigemptyset(&held);
-    for (const int signal : kSignals) {
+    for (const int signal : signals) {
       sigaddset(&held, signal);
     }
     sigprocmask(SIG_BLOCK, &held, &mask_);
     struct sigaction note {};
     note.sa_handler = [](int signal) { caught_ = signal; };
-    for (std::size_t i = 0; i < kSignals.size(); ++i) {
-      sigaction(kSignals[i], &note, &actions_[i]);
+    for (std::size_t i = 0; i < signals.size(); ++i) {
+      sigaction(signals[i], &note, &actions_[i]);
     }
     termios silent = before_;
     silent.c_lflag &= ~static_cast<tcflag_t>(ECHO);
@@ -41,8 +42,8 @@ class SilentTerminal {
 
   ~SilentTerminal() {
     tcsetattr(descriptor_, TCSAFLUSH, &before_);
-    for (std::size_t i = 0; i < kSignals.size(); ++i) {
-      sigaction(kSignals[i], &actions_[i], nullptr);
+    for (std::size_t i = 0; i < signals.size(); ++i) {
+      sigaction(signals[i], &actions_[i], nullptr);
     }
     close(descriptor_);
     sigprocmask(SIG_SETMASK, &mask_, nullptr);
@@ -61,13 +62,13 @@ class SilentTerminal {
   }
 
  private:
-  static constexpr std::array kSignals{SIGHUP, SIGINT, SIGQUIT, SIGTERM};
+  static constexpr std::array signals{SIGHUP, SIGINT, SIGQUIT, SIGTERM};
   inline static volatile std::sig_atomic_t caught_ = 0;
 
   int descriptor_;
   sigset_t mask_{};
   termios before_{};
-  std::array<struct sigaction, kSignals.size()> actions_{};
+  std::array<struct sigaction, signals.size()> actions_{};
 };
 
 }  // namespace
@@ -89,15 +90,14 @@ void Secret::read_from(int descriptor, const sigset_t* mask_while_waiting) {
     // Byte by byte: what follows the line is not ours.
     const ssize_t count = interrupted ? -1 : read(descriptor, &character, 1);
     if (count < 0) {
-      throw OperationFailed(std::string("The password cannot be read: ") + std::strerror(errno) +
-                            ".");
+      throw OperationFailed(fmt::format("The password cannot be read: {}.", std::strerror(errno)));
     }
     if (count == 0 || character == '\n') {
       return;
     }
-    if (length_ == kLongest) {
-      throw OperationFailed("The password is too long: at most " + std::to_string(kLongest) +
-                            " bytes fit.");
+    if (length_ == longest) {
+      throw OperationFailed(
+          fmt::format("The password is too long: at most {} bytes fit.", longest));
     }
     bytes_[length_++] = character;
   }

@@ -2,8 +2,7 @@
  * @file
  * Passwords: read without being shown, and wiped after use.
  */
-#ifndef OVKCTL_SECRET_H
-#define OVKCTL_SECRET_H
+#pragma once
 
 #include <array>
 #include <csignal>
@@ -16,7 +15,7 @@ namespace ovkctl {
 /** A password. It stands in this object alone, which wipes itself. */
 class Secret {
  public:
-  static constexpr std::size_t kLongest = 128;
+  static constexpr std::size_t longest = 128;
 
   Secret() = default;
   ~Secret();
@@ -24,14 +23,14 @@ class Secret {
   Secret& operator=(const Secret&) = delete;
 
   /** Reads the first line that a file descriptor gives; throws OperationFailed when it is longer
-      than kLongest, cannot be read, or when a signal comes in that only the given mask lets in. */
+      than longest, cannot be read, or when a signal comes in that only the given mask lets in. */
   void read_from(int descriptor, const sigset_t* mask_while_waiting = nullptr);
 
   /** Asks for it at the terminal, twice and without echo; throws UsageError when there is no
       terminal, OperationFailed when the two differ. */
   void ask(const std::string& what);
 
-  const std::array<char, kLongest>& bytes() const { return bytes_; }
+  const std::array<char, longest>& bytes() const { return bytes_; }
   std::uint8_t length() const { return length_; }
 
   friend bool operator==(const Secret& one, const Secret& other) {
@@ -41,10 +40,8 @@ class Secret {
  private:
   void wipe();
 
-  std::array<char, kLongest> bytes_{};
+  std::array<char, longest> bytes_{};
   std::uint8_t length_ = 0;
 };
 
 }  // namespace ovkctl
-
-#endif

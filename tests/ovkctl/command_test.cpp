@@ -143,7 +143,7 @@ TEST(ConfirmationTest, AtATerminalThePersonDecides) {
   }
 }
 
-TEST(ProgressTest, ShowsOnATerminalAndIsSilentInAPipe) {
+TEST(ProgressTest, GrowsFromNothingOnATerminalAndIsSilentInAPipe) {
   const auto work = [] {
     Progress progress("Reading", 200);
     progress.update(100);
@@ -155,7 +155,9 @@ TEST(ProgressTest, ShowsOnATerminalAndIsSilentInAPipe) {
 
   Person person(work);
   EXPECT_EQ(person.end(), 0);
-  EXPECT_EQ(person.shown(), "\rReading [####################                    ]  50 %\r\x1b[K");
+  EXPECT_EQ(person.shown(),
+            "\rReading [                                        ]   0 %"
+            "\rReading [####################                    ]  50 %\r\x1b[K");
 }
 
 }  // namespace
