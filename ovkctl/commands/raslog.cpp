@@ -70,7 +70,7 @@ void read_piece(const Board& board, std::uint32_t offset, std::span<std::uint8_t
 /** Reads the whole log, the oldest bytes first: they are the next to be overwritten. */
 std::vector<std::uint8_t> read_log(const Board& board, const ovk::RasLogExtent& extent) {
   std::vector<std::uint8_t> log(extent.available);
-  Progress progress("Reading the firmware log", log.size());
+  Progress progress = board.progress("Reading the firmware log", log.size());
   std::uint32_t offset = extent.oldest;
   for (std::size_t done = 0; done < log.size();) {
     const std::size_t to_the_end = extent.available - offset;

@@ -26,7 +26,7 @@ void Invocation::finish(Report report) const {
   if (output_file) {
     const auto bytes = report.take_payload();
     if (!bytes) {
-      throw OperationFailed("There are no bytes that could be written to a file.");
+      throw FailedWithReport(std::move(report), "There are no bytes to write to the file.", "");
     }
     write_file(*output_file, *bytes);
     report.field("file", "Written to", *output_file);
@@ -49,6 +49,17 @@ bool Invocation::ask(const std::string& warning, const Report* preview) const {
   }
   confirm(yes, warning);
   return shown;
+}
+
+Board Host::board(BoardIndex index) const {
+  if (index.given < board_count_) {
+    return {*invocation_, index.given};
+  }
+  const std::string range = board_count_ == 1
+                                ? "0 is the only board"
+                                : fmt::format("the boards are 0 to {}", board_count_ - 1);
+  throw UsageError(
+      fmt::format("There is no board {}: {} (see \"ovkctl list\").", index.given, range));
 }
 
 Report Board::report() const {

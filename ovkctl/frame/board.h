@@ -7,6 +7,7 @@
 #include "ovkctl/frame/errors.h"
 #include "ovkctl/frame/report.h"
 #include "ovkctl/frame/terminal.h"
+#include "ovkctl/frame/values.h"
 
 #include <cstdint>
 #include <optional>
@@ -64,8 +65,8 @@ class Host {
   /** The number of boards. */
   [[nodiscard]] std::uint32_t board_count() const { return board_count_; }
 
-  /** A board by its index, which has to exist. */
-  [[nodiscard]] Board board(std::uint32_t index) const;
+  /** The board of an index; throws UsageError when there is none. */
+  [[nodiscard]] Board board(BoardIndex index) const;
 
   [[nodiscard]] const Invocation& invocation() const { return *invocation_; }
 
@@ -140,7 +141,5 @@ class Board {
   const Invocation* invocation_;
   std::uint32_t index_;
 };
-
-inline Board Host::board(std::uint32_t index) const { return {*invocation_, index}; }
 
 }  // namespace ovkctl

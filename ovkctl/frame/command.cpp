@@ -309,7 +309,7 @@ void Command::set_sample_board(const char* board) const {
 void Command::runs(BoardAction action) const {
   end_declaration(*node_, [node = node_, action = std::move(action)] {
     const Session session;
-    const Board board{node->invocation, session.board(node->board)};
+    const Board board = Host{node->invocation, session.board_count()}.board(node->board);
     if (!node->question.empty()) {
       board.ask(with_board(node->question, board.name()));
     }
