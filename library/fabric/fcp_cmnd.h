@@ -4,6 +4,7 @@
  */
 #pragma once
 
+#include "driver_abi/fc.h"
 #include "library/core/byte_order.h"
 
 #include <ovk/fabric.h>
@@ -12,15 +13,6 @@
 #include <cstring>
 
 namespace ovk {
-
-/** The operation codes of the commands that the library builds. */
-enum class ScsiOpcode : std::uint8_t {
-  inquiry = 0x12,
-  read_capacity_10 = 0x25,
-  read_10 = 0x28,
-  write_10 = 0x2A,
-  report_luns = 0xA0,
-};
 
 /** A logical unit as callers name it: the two words of FCP_LUN as they stand in memory. */
 struct LunWords {

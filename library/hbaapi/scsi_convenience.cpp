@@ -1,3 +1,4 @@
+#include "driver_abi/fc.h"
 #include "library/fabric/fcp_cmnd.h"
 
 #include <ovk/fabric.h>
@@ -10,15 +11,9 @@ namespace {
 /** The offset of GS_TYPE in a CT_IU preamble. */
 constexpr std::size_t gs_type_offset = 4;
 
-/** The services that have a well-known address of their own: 0xFFFF00 plus their GS_TYPE. */
-constexpr std::uint8_t management_service = 0xFA;
-constexpr std::uint8_t directory_service = 0xFC;
-constexpr std::uint8_t fabric_controller = 0xFD;
-constexpr std::uint32_t well_known_addresses = 0xFFFF00;
-
 std::uint32_t server_of(std::uint8_t gs_type) {
-  const bool has_address = management_service <= gs_type && gs_type <= fabric_controller;
-  return well_known_addresses | (has_address ? gs_type : directory_service);
+  const bool has_address = ovk::management_service <= gs_type && gs_type <= ovk::fabric_controller;
+  return ovk::well_known_addresses | (has_address ? gs_type : ovk::directory_service);
 }
 
 FcpCmnd report_luns_image(std::uint32_t response_length) {

@@ -1,3 +1,4 @@
+#include "driver_abi/fc.h"
 #include "ovkctl/frame/command.h"
 #include "ovkctl/subjects/fc_words.h"
 #include "ovkctl/subjects/scsi_access.h"
@@ -23,9 +24,6 @@ constexpr Word<HexBytes> ct_request_word{"REQUEST", "the CT_IU in hex, preamble 
 
 /** The bytes before the contents of a CT_IU (FC-GS). */
 constexpr std::size_t ct_preamble = 16;
-
-constexpr std::uint32_t ct_accept = 0x8002;
-constexpr std::uint32_t ct_reject = 0x8001;
 
 constexpr ResultText ct_results[] = {
     {static_cast<std::uint32_t>(OVK_CT_NOT_READY), "the port cannot send now",
@@ -71,10 +69,10 @@ std::string response_text(std::span<const std::uint8_t> response) {
     return "no CT_IU";
   }
   const std::uint32_t code = big_endian(response, 8, 2);
-  if (code == ct_accept) {
+  if (code == ovk::ct_accepted) {
     return "accepted";
   }
-  if (code != ct_reject) {
+  if (code != ovk::ct_rejected) {
     return "response code " + hex_text(code, 4);
   }
   const std::uint8_t reason = response[13];
@@ -115,14 +113,13 @@ ElsDestination destination_of(const HexBytes& given) {
 }
 
 std::string reply_text(const ByteVector& reply) {
-  constexpr std::uint8_t ls_rjt = 0x01;
-  constexpr std::uint8_t ls_acc = 0x02;
-  const std::uint32_t code = big_endian(reply, 0, 1);
-  if (code == ls_rjt) {
+  const auto code = static_cast<ovk::Els>(big_endian(reply, 0, 1));
+  if (code == ovk::Els::ls_rjt) {
     return fmt::format("LS_RJT, reason {}, explanation {}", hex_text(big_endian(reply, 5, 1), 2),
                        hex_text(big_endian(reply, 6, 1), 2));
   }
-  return code == ls_acc ? "LS_ACC" : "code " + hex_text(code, 2);
+  return code == ovk::Els::ls_acc ? "LS_ACC"
+                                  : "code " + hex_text(static_cast<std::uint32_t>(code), 2);
 }
 
 Report send_els(const Board& board, const HexBytes& destination, const HexBytes& request) {
@@ -145,7 +142,7 @@ Report send_els(const Board& board, const HexBytes& destination, const HexBytes&
 
 // ---- name server ----------------------------------------------------------------------------
 
-constexpr std::uint32_t name_server = 0xFFFFFC;
+constexpr std::uint32_t name_server = ovk::well_known_addresses | ovk::directory_service;
 constexpr std::uint32_t most_ports = 0x10000;
 
 /** The types that ports register (FC-GS). */
@@ -206,7 +203,7 @@ RegisteredPort port_after(const Board& board, std::uint32_t fc_id) {
                                              0,
                                              0,
                                              0,
-                                             0xFC,
+                                             ovk::directory_service,
                                              2,
                                              0,
                                              0,
@@ -223,7 +220,7 @@ RegisteredPort port_after(const Board& board, std::uint32_t fc_id) {
                                              static_cast<std::uint8_t>(fc_id >> 8),
                                              static_cast<std::uint8_t>(fc_id)};
   const ByteVector response = exchange_ct(board, name_server, request);
-  if (response.size() < ct_preamble || big_endian(response, 8, 2) != ct_accept) {
+  if (response.size() < ct_preamble || big_endian(response, 8, 2) != ovk::ct_accepted) {
     throw OperationFailed(fmt::format("The name server of {} gave no port: {}.", board.name(),
                                       response_text(response)));
   }

@@ -1,5 +1,6 @@
 #include "driver_abi/records/rnid.h"
 
+#include "driver_abi/fc.h"
 #include "ovkctl/frame/command.h"
 
 #include <ovk/hbaapi.h>
@@ -226,8 +227,7 @@ Topology parse_topology(Cursor& cursor) {
 
 /** Reads an LS_ACC; nothing when the bytes are none, or end too early. */
 std::optional<Reply> parse_reply(std::span<const std::uint8_t> bytes) {
-  constexpr std::uint8_t ls_acc = 0x02;
-  constexpr std::uint8_t general_topology = 0xdf;
+  constexpr auto ls_acc = static_cast<std::uint8_t>(ovk::Els::ls_acc);
   constexpr std::size_t topology_size = 52;
   constexpr std::size_t header_size = 8;
   if (bytes.size() < header_size || bytes[0] != ls_acc) {
@@ -247,7 +247,7 @@ std::optional<Reply> parse_reply(std::span<const std::uint8_t> bytes) {
   } else {
     cursor.skip(names_size);
   }
-  if (reply.format == general_topology && specific_size == topology_size) {
+  if (reply.format == ovk::rnid_general_topology && specific_size == topology_size) {
     reply.topology = parse_topology(cursor);
   }
   return reply;

@@ -1,5 +1,6 @@
 #include "ovkctl/subjects/fc_words.h"
 
+#include "driver_abi/fc.h"
 #include "ovkctl/frame/values.h"
 
 #include <algorithm>
@@ -38,30 +39,12 @@ constexpr TypeWord kFc4Types[] = {
     {0x28, "NVMe"},
 };
 
-struct SpeedBit {
-  std::uint32_t code;
-  std::uint32_t gbit;
-};
-
-/** In the order of the speeds; the codes grew with the standards. */
-constexpr SpeedBit kSpeeds[] = {
-    {0x1, 1},    {0x2, 2},     {0x8, 4},     {0x10, 8},     {0x4, 10},
-    {0x20, 16},  {0x80, 20},   {0x800, 25},  {0x40, 32},    {0x100, 40},
-    {0x200, 50}, {0x1000, 64}, {0x400, 100}, {0x2000, 128}, {0x4000, 256},
-};
-
 constexpr std::uint32_t kSpeedUnknown = 0;
 constexpr std::uint32_t kSpeedNotNegotiated = 0x8000;
 
 std::string word_for(std::span<const TypeWord> words, std::uint32_t code) {
   const auto word = std::ranges::find(words, code, &TypeWord::code);
   return word != words.end() ? word->text : "code " + std::to_string(code);
-}
-
-/** The bit of an FC-4 type: words of four bytes, the most significant first. */
-bool has_fc4_type(std::span<const std::uint8_t> map, std::uint32_t type) {
-  const std::size_t byte = type / 32 * 4 + (3 - type % 32 / 8);
-  return byte < map.size() && (map[byte] >> type % 8 & 1) != 0;
 }
 
 }  // namespace
@@ -71,8 +54,8 @@ std::string port_type_text(std::uint32_t code) { return word_for(kPortTypes, cod
 std::string port_state_text(std::uint32_t code) { return word_for(kPortStates, code); }
 
 std::optional<std::uint32_t> speed_gbit(std::uint32_t code) {
-  const auto speed = std::ranges::find(kSpeeds, code, &SpeedBit::code);
-  if (speed == std::end(kSpeeds)) {
+  const auto speed = std::ranges::find(ovk::port_speeds, code, &ovk::PortSpeed::bit);
+  if (speed == std::end(ovk::port_speeds)) {
     return {};
   }
   return speed->gbit;
@@ -92,8 +75,8 @@ std::string speed_text(std::uint32_t code) {
 
 std::vector<std::uint32_t> speed_list(std::uint32_t mask) {
   std::vector<std::uint32_t> speeds;
-  for (const SpeedBit& speed : kSpeeds) {
-    if ((mask & speed.code) != 0) {
+  for (const ovk::PortSpeed& speed : ovk::port_speeds) {
+    if ((mask & speed.bit) != 0) {
       speeds.push_back(speed.gbit);
     }
   }
@@ -114,7 +97,7 @@ std::vector<std::string> fc4_type_list(std::span<const std::uint8_t> map) {
   static constexpr std::uint32_t type_count = 256;
   std::vector<std::string> types;
   for (std::uint32_t type = 0; type < type_count; ++type) {
-    if (has_fc4_type(map, type)) {
+    if (ovk::has_fc4_type(map, type)) {
       const auto* const word = std::ranges::find(kFc4Types, type, &TypeWord::code);
       types.push_back(word != std::end(kFc4Types) ? word->text : "type " + hex_text(type, 2));
     }

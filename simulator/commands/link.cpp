@@ -105,7 +105,7 @@ DriverStatus list_nodes(Adapter& adapter, Request& request) {
   const std::size_t count = std::min(room / sizeof(NodeRecord), ports.size());
   std::uint32_t targets = 0;
   for (std::size_t i = 0; i < count; ++i) {
-    const bool target = has_fc4_type(ports[i].fc4_types_active, fc4_fcp);
+    const bool target = ovk::has_fc4_type(ports[i].fc4_types_active, ovk::fc4_fcp);
     table.entries[i] = {
         .handle = static_cast<std::uint16_t>(i + 1),
         .state = target ? NodeState::mapped : NodeState::logged_in,

@@ -1,5 +1,6 @@
 #include "driver_abi/records/rnid.h"
 
+#include "driver_abi/fc.h"
 #include "driver_abi/wwn_request.h"
 #include "simulator/board/adapter.h"
 #include "simulator/board/port_counters.h"
@@ -64,14 +65,13 @@ static_assert(offsetof(RnidAccept, unit_type) == 24);
 static_assert(offsetof(RnidAccept, ip_address) == 40);
 static_assert(offsetof(RnidAccept, topology_flags) == 58);
 
-constexpr std::uint32_t ls_acc = 0x02000000;
-constexpr std::uint8_t general_topology = 0xDF;
+constexpr std::uint32_t ls_acc = static_cast<std::uint32_t>(ovk::Els::ls_acc) << 24;
 constexpr std::size_t rnid_header_size = offsetof(RnidAccept, vendor_unique);
 
 RnidAccept accept(const RnidTopology& rnid) {
   RnidAccept reply{};
   reply.command = ls_acc;
-  reply.format = general_topology;
+  reply.format = ovk::rnid_general_topology;
   reply.specific_length = sizeof reply - rnid_header_size;
   reply.unit_type = rnid.unit_type;
   reply.physical_port = rnid.physical_port;

@@ -15,10 +15,8 @@ using Bytes = std::span<const std::uint8_t>;
 /** What a server gives after the preamble, or why it does not. */
 using CtAnswer = std::variant<ByteVector, CtReject>;
 
-constexpr std::uint32_t management_server = 0xFFFFFA;
-constexpr std::uint32_t name_server = 0xFFFFFC;
-constexpr std::uint32_t management_service = 0xFA;
-constexpr std::uint32_t directory_service = 0xFC;
+constexpr std::uint32_t management_server = ovk::well_known_addresses | ovk::management_service;
+constexpr std::uint32_t name_server = ovk::well_known_addresses | ovk::directory_service;
 constexpr std::uint32_t configuration_subtype = 0x01;
 constexpr std::uint32_t name_subtype = 0x02;
 
@@ -28,8 +26,6 @@ constexpr std::size_t service_offset = 4;
 constexpr std::size_t subtype_offset = 5;
 constexpr std::size_t command_offset = 8;
 constexpr std::size_t size_offset = 10;
-constexpr std::uint32_t accepted = 0x8002;
-constexpr std::uint32_t rejected = 0x8001;
 
 constexpr std::uint8_t last_entry = 0x80;
 constexpr std::size_t id_size = 3;
@@ -129,7 +125,7 @@ CtAnswer of_fc4_type(Adapter& adapter, Bytes request, Describe describe) {
   ByteVector answer;
   std::size_t last = 0;
   for (const PortTopology& port : registered(adapter)) {
-    if (has_fc4_type(port.fc4_types_supported, request[3])) {
+    if (ovk::has_fc4_type(port.fc4_types_supported, request[3])) {
       last = answer.size();
       answer.push_back(0);
       put_number(answer, port.fc_id, id_size);
@@ -235,10 +231,10 @@ CtAnswer ask(Adapter& adapter, std::uint32_t destination, Bytes request) {
   const std::uint32_t subtype = request[subtype_offset];
   const std::uint32_t code = get_number(request, command_offset, 2);
   const Bytes rest = request.subspan(preamble_size);
-  if (destination == name_server && service == directory_service && subtype == name_subtype) {
+  if (destination == name_server && service == ovk::directory_service && subtype == name_subtype) {
     return ask_name_server(adapter, code, rest);
   }
-  if (destination == management_server && service == management_service &&
+  if (destination == management_server && service == ovk::management_service &&
       subtype == configuration_subtype) {
     return ask_management_server(adapter, code, rest);
   }
@@ -262,7 +258,7 @@ ByteVector ct_accept(Bytes request, Bytes contents) {
   const std::size_t most = get_number(request, size_offset, 2) * word;
   const std::size_t kept = most == 0 ? contents.size() : std::min(most, contents.size());
   const auto left_out = static_cast<std::uint32_t>((contents.size() - kept) / word);
-  ByteVector iu = answer_preamble(request, accepted, left_out);
+  ByteVector iu = answer_preamble(request, ovk::ct_accepted, left_out);
   put_bytes(iu, contents.first(kept));
   return iu;
 }
@@ -270,7 +266,7 @@ ByteVector ct_accept(Bytes request, Bytes contents) {
 }  // namespace
 
 ByteVector ct_reject(Bytes request, CtReject reject) {
-  ByteVector iu = answer_preamble(request, rejected, 0);
+  ByteVector iu = answer_preamble(request, ovk::ct_rejected, 0);
   iu[13] = reject.reason;
   iu[14] = reject.explanation;
   return iu;

@@ -1,20 +1,15 @@
 #include "simulator/fabric/remote_port.h"
 
+#include "driver_abi/fc.h"
 #include "simulator/board/port_list.h"
 
 #include <algorithm>
 
 namespace ravnsim {
 
-namespace {
+using ovk::Els;
 
-enum class Els : std::uint8_t {
-  ls_rjt = 0x01,
-  ls_acc = 0x02,
-  rls = 0x0F,
-  echo = 0x10,
-  rnid = 0x78
-};
+namespace {
 
 constexpr std::size_t word = 4;
 
@@ -50,17 +45,16 @@ void put_topology(ByteVector& bytes, const RnidTopology& rnid) {
 /** Request node identification data, without or with the general topology data. */
 ByteVector identify_node(const PortTopology& port, std::span<const std::uint8_t> request) {
   constexpr std::uint8_t common_only = 0x00;
-  constexpr std::uint8_t general_topology = 0xDF;
   constexpr std::uint8_t common_length = 16;
   constexpr std::uint8_t topology_length = 52;
   if (request.size() < 2 * word) {
     return ls_reject(wrong_payload);
   }
   const std::uint8_t format = request[word];
-  if (format != common_only && format != general_topology) {
+  if (format != common_only && format != ovk::rnid_general_topology) {
     return ls_reject(unknown_format);
   }
-  const bool has_topology = format == general_topology;
+  const bool has_topology = format == ovk::rnid_general_topology;
   ByteVector reply = ls_accept();
   put_bytes(reply,
             ByteVector{format, common_length, 0, has_topology ? topology_length : std::uint8_t{0}});

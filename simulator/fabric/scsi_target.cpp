@@ -1,5 +1,7 @@
 #include "simulator/fabric/scsi_target.h"
 
+#include "driver_abi/fc.h"
+
 #include <algorithm>
 #include <optional>
 #include <vector>
@@ -10,15 +12,7 @@ namespace {
 
 using Cdb = std::span<const std::uint8_t>;
 
-enum class Opcode : std::uint8_t {
-  test_unit_ready = 0x00,
-  request_sense = 0x03,
-  inquiry = 0x12,
-  read_capacity_10 = 0x25,
-  read_10 = 0x28,
-  write_10 = 0x2A,
-  report_luns = 0xA0,
-};
+using Opcode = ovk::ScsiOpcode;
 
 constexpr SenseCode no_sense{0x000000};
 constexpr SenseCode unrecovered_read_error{0x031100};

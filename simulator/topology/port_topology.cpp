@@ -35,13 +35,16 @@ constexpr Word<PortState> port_states[] = {
     {"loopback", PortState::loopback},
 };
 
-constexpr Word<std::uint32_t> fc4_types[] = {{"fcp", fc4_fcp}, {"ct", fc4_ct}, {"nvme", fc4_nvme}};
+constexpr Word<std::uint32_t> fc4_types[] = {
+    {"fcp", ovk::fc4_fcp}, {"ct", ovk::fc4_ct}, {"nvme", ovk::fc4_nvme}};
 
 /** The FC-HBA bit of a speed in Gbit/s. */
 std::uint32_t read_speed(const JsonValue& value) {
   const auto bit = speed_bit(value.number<std::uint32_t>());
   if (!bit) {
-    value.refuse("speeds in Gbit/s are 1, 2, 4, 8, 10, 16, 32 and 64, and 0 for unknown");
+    value.refuse(
+        "speeds in Gbit/s are 1, 2, 4, 8, 10, 16, 20, 25, 32, 40, 50, 64, 100, 128 and 256, and 0 "
+        "for unknown");
   }
   return *bit;
 }
@@ -65,7 +68,7 @@ std::uint32_t read_classes(const JsonValue& list) {
 Fc4Types read_fc4_types(const JsonValue& list) {
   Fc4Types types{};
   for (const JsonValue& name : list.elements()) {
-    const Fc4Bit bit = fc4_bit(name.word(fc4_types));
+    const ovk::Fc4Bit bit = ovk::fc4_bit(name.word(fc4_types));
     types.at(bit.byte) |= bit.mask;
   }
   return types;

@@ -4,6 +4,7 @@
  */
 #pragma once
 
+#include "driver_abi/fc.h"
 #include "simulator/topology/lun_topology.h"
 #include "simulator/topology/wwn.h"
 
@@ -21,54 +22,11 @@ class JsonObject;
 template <typename Record, typename Key>
 class Unique;
 
-/** FC-HBA port types. */
-enum class PortType : std::uint32_t {
-  unknown = 1,
-  other = 2,
-  not_present = 3,
-  n_port = 5,
-  nl_port = 6,
-  fl_port = 7,
-  f_port = 8,
-  e_port = 9,
-  g_port = 10,
-  l_port = 20,
-  point_to_point = 21,
-};
-
-/** FC-HBA port states. */
-enum class PortState : std::uint32_t {
-  unknown = 1,
-  online = 2,
-  offline = 3,
-  bypassed = 4,
-  diagnostics = 5,
-  link_down = 6,
-  error = 7,
-  loopback = 8,
-};
+using ovk::PortState;
+using ovk::PortType;
 
 /** The bit map of FC-4 types as FC-GS orders it. */
 using Fc4Types = std::array<std::uint8_t, 32>;
-
-/** Where the bit of an FC-4 type stands in such a map, which is of big-endian words. */
-struct Fc4Bit {
-  std::size_t byte;
-  std::uint8_t mask;
-};
-
-constexpr Fc4Bit fc4_bit(std::uint32_t type) {
-  return {type / 32 * 4 + (3 - type % 32 / 8), static_cast<std::uint8_t>(1U << type % 8)};
-}
-
-constexpr bool has_fc4_type(const Fc4Types& types, std::uint32_t type) {
-  return (types.at(fc4_bit(type).byte) & fc4_bit(type).mask) != 0;
-}
-
-/** FC-4 types. */
-inline constexpr std::uint32_t fc4_fcp = 0x08;
-inline constexpr std::uint32_t fc4_ct = 0x20;
-inline constexpr std::uint32_t fc4_nvme = 0x28;
 
 /** Associated types of FC-LS. */
 inline constexpr std::uint32_t storage_device_type = 0x9;
