@@ -1,13 +1,12 @@
-#include "driver_abi/wwn_request.h"
 #include "simulator/board/saved.h"
 #include "simulator/call/channel_error.h"
 #include "simulator/call/parameters.h"
 #include "simulator/call/request.h"
 #include "tests/simulator/simulator_test.h"
+#include "tests/support/files.h"
 
 #include <algorithm>
 #include <atomic>
-#include <cstdio>
 #include <cstring>
 #include <functional>
 #include <thread>
@@ -36,23 +35,26 @@ class ChannelTest : public SimulatorTest {
 
 TEST_F(ChannelTest, WritesExactlyTheBytesThatAreDeclaredAsOutputWhateverTheStatus) {
   constexpr std::size_t guard = 16;
-  auto reply = filled<490 + guard>(0xEE);
-  auto zeroed = filled<490 + guard>(0);
-  std::fill_n(zeroed.end() - guard, guard, 0xEE);
-  ovk::WwnRequest wanted{.port_wwn = {{0x10, 0, 2, 0, 0, 0, 0, 3}}};
-  const ovk::WwnRequest before = wanted;
-
-  ASSERT_EQ(send("RAVN_MGMT_HBA_WWPNPORTATTRIBUTES", {.option = 77}, reply.data(), &wanted),
-            DriverStatus::success);
-  EXPECT_EQ(reply[16], 3);  // the FC id of the wanted port
-  EXPECT_TRUE(std::equal(reply.end() - guard, reply.end(), zeroed.end() - guard));
-  EXPECT_EQ(std::memcmp(&wanted, &before, sizeof wanted), 0);
-  EXPECT_EQ(answer.option, 77U);
-
-  wanted = {};
-  EXPECT_EQ(send("RAVN_MGMT_HBA_WWPNPORTATTRIBUTES", {}, reply.data(), &wanted),
-            DriverStatus::not_found);
-  EXPECT_EQ(reply, zeroed);
+  const Channel channel;
+  for (const std::uint8_t digit : {std::uint8_t{3}, std::uint8_t{9}}) {
+    auto reply = filled<490 + guard>(0xEE);
+    Bytes wanted = Bytes(8) + hex("10000200000000") + Bytes{digit};
+    wanted.resize(28);
+    const Bytes before = wanted;
+    CommandBlock block{.driver_board = 3, .option = 77};
+    EXPECT_EQ(channel.send("RAVN_MGMT_HBA_WWPNPORTATTRIBUTES", block, reply.data(), wanted.data()),
+              digit == 3 ? DriverStatus::success : DriverStatus::not_found);
+    EXPECT_EQ(reply[16], digit == 3 ? 3 : 0) << "the FC id of the wanted port";
+    auto expected = filled<490 + guard>(0xEE);
+    if (digit == 3) {
+      std::copy_n(reply.begin(), 490, expected.begin());
+    } else {
+      std::fill_n(expected.begin(), 490, std::uint8_t{0});
+    }
+    EXPECT_EQ(reply, expected) << "nothing behind it, and zeros when there is no such port";
+    EXPECT_EQ(wanted, before);
+    EXPECT_EQ(block.option, 77U);
+  }
 }
 
 TEST_F(ChannelTest, RefusesWrongCallsAndTouchesNothing) {
@@ -102,7 +104,9 @@ TEST_F(ChannelTest, RefusesACallThatDeclaresLessThanTheDriverUses) {
 }
 
 TEST_F(ChannelTest, AnswersACommandWithoutAHandlerAsNotSupported) {
-  EXPECT_EQ(send(CommandId{0x100f}, {}), DriverStatus::not_supported);
+  const Channel channel;
+  CommandBlock block{.driver_board = 3};
+  EXPECT_EQ(channel.send(CommandId{0x100f}, block), DriverStatus::not_supported);
 }
 
 TEST_F(ChannelTest, RefusesForeignAndInvalidSignatures) {
@@ -199,26 +203,18 @@ TEST_F(ChannelTest, WritesBehindADescriptorNoMoreThanItAdmits) {
 }
 
 TEST(ChannelLibraryTest, ExportsTheThreeFunctionsOfTheChannelAndNothingElse) {
-  const std::vector<std::string> exported = ovk::test::lines_of(
-      ovk::test::output_of("nm -D --defined-only --format=just-symbols " RAVNSIM_LIBRARY));
-  EXPECT_THAT(exported, testing::UnorderedElementsAre("vmk_MgmtUserInit", "vmk_MgmtUserDestroy",
-                                                      "vmk_MgmtUserCallbackInvokeInt"));
+  EXPECT_EQ(ovk::test::output_of("nm -D --defined-only --format=just-symbols " RAVNSIM_LIBRARY
+                                 " | LC_ALL=C sort"),
+            "vmk_MgmtUserCallbackInvokeInt\nvmk_MgmtUserDestroy\nvmk_MgmtUserInit\n");
 }
 
 TEST_F(ChannelTest, DriverInformationWantsRoomForItsRecordWhenTheRoomIsTold) {
-  std::array<std::uint32_t, 30> expected{0xABCD1234};
-  expected[24] = 4;
-  expected[26] = 0x400;
-  expected[27] = 3;
-  expected[28] = 0x704;
   for (const std::uint32_t room : {0U, 120U}) {
-    std::array<std::uint32_t, 30> info{};
-    EXPECT_EQ(send("RAVN_MGMT_GET_RAVNOVK_INFO", {.request_size = room}, &info),
-              DriverStatus::success);
-    EXPECT_EQ(info, expected) << room;
+    EXPECT_EQ(ask("GET_RAVNOVK_INFO", {.request_size = room}).payload(),
+              words({0xABCD1234}) + Bytes(92) + words({4, 0, 0x400, 3, 0x704, 0}))
+        << room;
   }
-  EXPECT_EQ(send("RAVN_MGMT_GET_RAVNOVK_INFO", {.request_size = 119}, &expected),
-            DriverStatus::does_not_fit);
+  EXPECT_EQ(status_of("GET_RAVNOVK_INFO", {.request_size = 119}), DriverStatus::does_not_fit);
 }
 
 }  // namespace

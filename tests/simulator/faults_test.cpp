@@ -38,7 +38,7 @@ TEST_F(FaultsTest, FailTheCallsThatTheyNameInTheOrderOfTheFileAndNoOthers) {
   {
     const Channel channel;
     EXPECT_THAT(refreshes(channel, 8), ElementsAre(0, 0x0BAD0039, 0x0BAD0039, 110, 0, 7, 7, 7));
-    EXPECT_EQ(send("RAVN_MGMT_SETDIAG", {.selector = 16}), DriverStatus::success);
+    EXPECT_EQ(status_of("SETDIAG", {.selector = 16}), DriverStatus::success);
     restart();
   }
   EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
@@ -46,10 +46,10 @@ TEST_F(FaultsTest, FailTheCallsThatTheyNameInTheOrderOfTheFileAndNoOthers) {
 
 TEST_F(FaultsTest, AStatusFaultDoesNoneOfTheCommandsWork) {
   use_faults(R"([{"command": "RAVN_MGMT_SETDIAG", "status": 7}])");
-  EXPECT_EQ(send("RAVN_MGMT_SETDIAG", {.value = 55, .selector = 19}), DriverStatus{7});
-  EXPECT_EQ(answer.value, 55U);
-  EXPECT_EQ(send("RAVN_MGMT_SETDIAG", {.selector = 16}), DriverStatus::success);
-  EXPECT_EQ(answer.value, 1U);
+  const CommandBlock failed = ask("SETDIAG", {.value = 55, .selector = 19}).block;
+  EXPECT_EQ(failed.status, DriverStatus{7});
+  EXPECT_EQ(failed.value, 55U);
+  EXPECT_EQ(ask("SETDIAG", {.selector = 16}).block.value, 1U);
 }
 
 TEST_F(FaultsTest, AFaultThatWasNeverHitIsReportedWhenTheChannelCloses) {

@@ -11,93 +11,52 @@ class MailboxTest : public SimulatorTest {
  protected:
   MailboxTest() { use_topology(one_board); }
 
-  /** Sends a mailbox and gives the driver's status. */
-  DriverStatus pass(FirmwareMailbox& mailbox, std::uint32_t size = 256) {
-    return send("RAVN_MGMT_MBOX", {.request_size = size}, &extension, &mailbox, &data);
+  /** Sends a mailbox of these words, the command in bits 8 to 15 of the first. */
+  Answer pass(const Bytes& mailbox, const Bytes& extension = {}, std::uint32_t size = 256,
+              std::uint32_t in_bytes = 0) {
+    return ask("MBOX", {.request_size = size}, {extension, mailbox, words({in_bytes})});
   }
-
-  DriverStatus ask_for_extended_sli_config() { return send("RAVN_MGMT_MBOX_SLI_CFG_EXT_SUP", {}); }
-
+  std::uint32_t mailbox_status(const Answer& passed) {
+    EXPECT_EQ(passed.block.status, success);
+    return passed.word(0, 2) >> 16;
+  }
   /** Reads (1) or writes (2) an SLI_CONFIG mailbox with its external data. */
-  DriverStatus transfer(std::uint32_t direction, std::uint32_t size) {
-    return send("RAVN_MGMT_MBOX_SLI_CFG_EXT", {.request_size = size, .selector = direction},
-                &extended);
+  Answer transfer(std::uint32_t direction, std::uint32_t size, std::uint8_t byte = 9) {
+    return ask("MBOX_SLI_CFG_EXT", {.request_size = size, .selector = direction},
+               {Bytes(256) + Bytes(3840, byte)});
   }
-
-  static FirmwareMailbox mailbox_of(std::uint8_t command) {
-    FirmwareMailbox mailbox{};
-    mailbox.command = command;
-    return mailbox;
-  }
-
-  std::array<std::uint8_t, 4096> extension{};
-  MailboxData data{};
-  struct {
-    FirmwareMailbox mailbox;
-    std::array<std::uint8_t, 3840> data;
-  } extended{};
 };
 
 TEST_F(MailboxTest, WhatIsWrittenToTheFirmwaresMemoryIsReadBackByTheOtherCommands) {
-  FirmwareMailbox write = mailbox_of(0x84);
-  write.word(2) = 0xAB000000 | 4;
-  extension = {1, 2, 3, 4, 5};
-  EXPECT_EQ(pass(write), success);
-  EXPECT_EQ(write.status, mailbox_completed);
-
-  for (const int command : {0x38, 0x8D, 0x8F}) {
-    extension.fill(9);
-    FirmwareMailbox read = mailbox_of(static_cast<std::uint8_t>(command));
-    read.word(3) = 6;
-    EXPECT_EQ(pass(read), success);
-    EXPECT_EQ(read.status, mailbox_completed);
-    EXPECT_EQ((std::array{extension[3], extension[4], extension[5], extension[6]}),
-              (std::array<std::uint8_t, 4>{4, 0, 0, 9}));
-    read.word(3) = 4097;
-    EXPECT_EQ(pass(read), success);
-    EXPECT_EQ(read.status, mailbox_bad_length);
+  EXPECT_EQ(mailbox_status(pass(words({0x8400, 0, 0xAB000004}), {1, 2, 3, 4, 5})),
+            mailbox_completed);
+  for (const std::uint32_t command : {0x3800U, 0x8D00U, 0x8F00U}) {
+    const Answer read = pass(words({command, 0, 0, 6}), Bytes(4096, 9));
+    EXPECT_EQ(mailbox_status(read), mailbox_completed);
+    EXPECT_EQ(read.part(3, 4), hex("04000009"));
+    EXPECT_EQ(mailbox_status(pass(words({command, 0, 0, 4097}))), mailbox_bad_length);
   }
 }
 
-TEST_F(MailboxTest, TheDriverRefusesMailboxesThatAreNone) {
-  FirmwareMailbox mailbox = mailbox_of(0x00);
+TEST_F(MailboxTest, TheDriverRefusesMailboxesThatAreNoneAndFaultsHaveTheFirmwareFail) {
   for (const std::uint32_t size : {0U, 6U, 2052U}) {
-    EXPECT_EQ(pass(mailbox, size), mailbox_failed) << size;
+    EXPECT_EQ(pass({}, {}, size).block.status, mailbox_failed) << size;
   }
-  data.in_bytes = 2049;
-  EXPECT_EQ(pass(mailbox), mailbox_failed);
-  data.in_bytes = 2048;
-  EXPECT_EQ(pass(mailbox), success);
-  mailbox = mailbox_of(0xEE);
-  EXPECT_EQ(pass(mailbox), success);
-  EXPECT_EQ(mailbox.status, mailbox_unknown_command);
-}
-
-TEST_F(MailboxTest, AFaultHasTheFirmwareFail) {
+  EXPECT_EQ(pass({}, {}, 256, 2049).block.status, mailbox_failed);
+  EXPECT_EQ(pass({}, {}, 256, 2048).block.status, success);
+  EXPECT_EQ(mailbox_status(pass(words({0xEE00}))), mailbox_unknown_command);
   use_faults(R"([{"command": "RAVN_MGMT_MBOX", "effect": "mailbox_status", "value": "0xFFFD"}])");
-  FirmwareMailbox mailbox = mailbox_of(0x00);
-  for (const std::uint16_t status : {std::uint16_t{0xFFFD}, std::uint16_t{mailbox_completed}}) {
-    EXPECT_EQ(pass(mailbox), success);
-    EXPECT_EQ(mailbox.status, status);
-  }
+  EXPECT_EQ(mailbox_status(pass({})), 0xFFFDU);
+  EXPECT_EQ(mailbox_status(pass({})), mailbox_completed);
 }
 
 TEST_F(MailboxTest, ExternalDataOfSliConfigComesBackAsFarAsItIsAskedFor) {
   use_topology(with(one_board, R"("extended_sli_config": false,)", ""));
-  EXPECT_EQ(ask_for_extended_sli_config(), success);
-  extended.data.fill(7);
-  EXPECT_EQ(transfer(2, 256 + 10), success);
-  extended.data.fill(9);
-  EXPECT_EQ(transfer(1, 256 + 12), success);
-  EXPECT_EQ((std::array{extended.data[9], extended.data[10], extended.data[11], extended.data[12]}),
-            (std::array<std::uint8_t, 4>{7, 0, 0, 9}));
-  EXPECT_EQ(transfer(3, 256), mailbox_failed);
-  EXPECT_EQ(transfer(1, 4097), mailbox_failed);
-}
-
-TEST_F(MailboxTest, ABoardWithoutExtendedSliConfigSaysSo) {
-  EXPECT_EQ(ask_for_extended_sli_config(), not_supported);
-  EXPECT_EQ(transfer(1, 256), not_supported);
+  EXPECT_EQ(status_of("MBOX_SLI_CFG_EXT_SUP"), success);
+  EXPECT_EQ(transfer(2, 256 + 10, 7).block.status, success);
+  EXPECT_EQ(transfer(1, 256 + 12).part(256 + 9, 4), hex("07000009"));
+  EXPECT_EQ(transfer(3, 256).block.status, mailbox_failed);
+  EXPECT_EQ(transfer(1, 4097).block.status, mailbox_failed);
 }
 
 }  // namespace

@@ -1,10 +1,6 @@
-#include "driver_abi/wwn_request.h"
 #include "simulator/board/board_state.h"
 #include "simulator/board/link.h"
-#include "simulator/board/port_list.h"
 #include "tests/simulator/test_host.h"
-
-#include <memory>
 
 namespace ravnsim::test {
 
@@ -12,94 +8,68 @@ namespace {
 
 using enum DriverStatus;
 
-std::string npiv_board() {
-  return one_board_with(R"("npiv": {
-  "port_limit": 8, "login_limit": 100,
-  "virtual_ports": [
-    {"node_wwn": "1000022900000001", "port_wwn": "1000022800000001", "fc_id": "0x010204"},
-    {"node_wwn": "1000022900000002", "port_wwn": "1000022800000002", "fc_id": "0x010205",
-     "symbolic_name": "second"}
-  ]})");
-}
+const Bytes own_port = hex("1000020000000001");
+const Bytes second_vport = hex("1000022800000002");
 
-constexpr Wwn own_port{{0x10, 0, 2, 0, 0, 0, 0, 1}};
-constexpr Wwn second_vport{{0x10, 0, 2, 0x28, 0, 0, 0, 2}};
-constexpr Wwn unknown_port{{0x10, 0, 2, 0, 0, 0, 0, 9}};
-
-std::uint32_t readiness(TestHost& host) { return host.send("RAVN_MGMT_NPIV_READY", {}).value; }
+Bytes naming(const Bytes& port) { return Bytes(8) + port; }
 
 class NpivTest : public testing::Test {
  protected:
-  TestHost host{npiv_board()};
-  TestHost without;
+  std::uint32_t readiness() { return host.ask("NPIV_READY").block.value; }
+  Answer nodes(const Bytes& port, std::uint32_t room = 64) {
+    return host.ask("VPORT_GET_NODE_INFO", {.request_size = room}, {naming(port)});
+  }
+
+  TestHost host{one_board_with(R"("npiv": {"port_limit": 8, "login_limit": 100, "virtual_ports": [
+    {"node_wwn": "1000022900000001", "port_wwn": "1000022800000001", "fc_id": "0x010204"},
+    {"node_wwn": "1000022900000002", "port_wwn": "1000022800000002", "fc_id": "0x010205",
+     "symbolic_name": "second"}
+  ]})")};
 };
 
-TEST_F(NpivTest, ABoardIsReadyWhenItCanAndItsLinkAndItsStateLetIt) {
-  EXPECT_EQ(readiness(without), 0U);
-  TestHost not_ready{one_board_with(R"("npiv": {"ready": false})")};
-  EXPECT_EQ(readiness(not_ready), 0U);
-  EXPECT_EQ(readiness(host), 1U);
+TEST_F(NpivTest, ABoardIsReadyWhenItsLinkAndItsStateLetIt) {
+  EXPECT_EQ(TestHost{}.ask("NPIV_READY").block.value, 0U);
+  EXPECT_EQ(readiness(), 1U);
   host.state<BoardState>().set_mode(BoardMode::mode_3);
-  EXPECT_EQ(readiness(host), 0U);
+  EXPECT_EQ(readiness(), 0U);
   host.state<BoardState>().set_mode(BoardMode::normal);
   host.state<Link>().go_down();
-  EXPECT_EQ(readiness(host), 0U);
+  EXPECT_EQ(readiness(), 0U);
+  EXPECT_EQ(nodes(own_port).block.status, success);
+  EXPECT_EQ(nodes(own_port).word(0, 2), 0U);
 }
 
-TEST_F(NpivTest, ResourcesCountThePortsAndTheLoginsOfEachWithEachNode) {
-  Words<16> resources{};
-  EXPECT_EQ(host.send("RAVN_MGMT_VPORT_GET_RESRC", {}, resources).status, success);
-  EXPECT_EQ(resources, (Words<16>{8, 2, 100, 3 * 2}));
-  EXPECT_EQ(without.send("RAVN_MGMT_VPORT_GET_RESRC", {}, resources).status, not_supported);
-}
+TEST_F(NpivTest, VirtualPortsAreCountedListedWithinTheRoomAndDescribed) {
+  EXPECT_EQ(host.ask("VPORT_GET_RESRC").payload(), words({8, 2, 100, 3 * 2})) << "logins of each";
+  const Answer small = host.ask("VPORT_GET_LIST", {.request_size = 1});
+  EXPECT_EQ(small.block.status, list_does_not_fit);
+  EXPECT_EQ(small.part(0, 8), words({2, 0})) << "only how many there are";
+  const Answer list = host.ask("VPORT_GET_LIST", {.request_size = 2});
+  EXPECT_EQ(list.part(4, 20), hex("10000228000000011000022900000001") + words({0x010204}));
+  EXPECT_EQ(list.word(40), 0x010205U);
 
-TEST_F(NpivTest, AListThatDoesNotFitTellsOnlyHowManyThereAre) {
-  auto list = std::make_unique<Words<81924>>();
-  EXPECT_EQ(host.send("RAVN_MGMT_VPORT_GET_LIST", {.request_size = 1}, *list).status,
-            list_does_not_fit);
-  EXPECT_EQ((*list)[0], 2U);
-  EXPECT_EQ((*list)[1], 0U);
-  EXPECT_EQ(host.send("RAVN_MGMT_VPORT_GET_LIST", {.request_size = 2}, *list).status, success);
-  EXPECT_EQ((*list)[1], 0x28020010U) << "the first bytes of the name";
-  EXPECT_EQ((*list)[5], 0x010204U);
-  EXPECT_EQ((*list)[10], 0x010205U);
-}
-
-TEST_F(NpivTest, AttributesAreThoseOfTheNamedPortAndAnUnknownNameIsTheOnlyFailureWithoutAReason) {
-  std::array<std::uint8_t, 340> attributes{};
-  const auto ask = [&](TestHost& asked, const Wwn& name) {
-    const ovk::WwnRequest request{.port_wwn = name};
-    return asked.send("RAVN_MGMT_VPORT_GET_ATTRIB", {}, request, attributes);
+  const auto describe = [](TestHost& asked, const Bytes& port) {
+    return asked.ask("VPORT_GET_ATTRIB", {}, {naming(port)});
   };
-  EXPECT_EQ(ask(host, second_vport).status, success);
-  EXPECT_EQ(attributes[7], 2);
-  EXPECT_EQ(attributes[64], 's');
-  EXPECT_EQ(ask(host, own_port).status, not_found);
-  EXPECT_EQ(ask(host, unknown_port).reply_size, 0U);
-  EXPECT_EQ(ask(without, second_vport).status, not_supported);
-  EXPECT_NE(ask(without, second_vport).reply_size, 0U);
+  EXPECT_EQ(describe(host, second_vport).part(0, 8, 2), second_vport);
+  EXPECT_EQ(describe(host, second_vport).part(64, 2, 2), (Bytes{'s', 'e'}));
+  EXPECT_EQ(describe(host, own_port).block.status, not_found);
+  EXPECT_EQ(describe(host, own_port).block.reply_size, 0U)
+      << "an unknown name is the only failure without a reason";
+  TestHost without;
+  EXPECT_NE(describe(without, second_vport).block.reply_size, 0U);
 }
 
 TEST_F(NpivTest, EachPortOfTheBoardIsLoggedInWithTheDiscoveredPorts) {
-  auto list = std::make_unique<Words<157700>>();
-  const auto ask = [&](const Wwn& name, std::uint32_t room) {
-    const ovk::WwnRequest request{.port_wwn = name};
-    return host.send("RAVN_MGMT_VPORT_GET_NODE_INFO", {.request_size = room}, request, *list)
-        .status;
-  };
-  constexpr std::size_t record_words = 308 / 4;
-  for (const Wwn& local : {own_port, second_vport}) {
-    EXPECT_EQ(ask(local, 64), success);
-    EXPECT_EQ((*list)[0], 2U);
-    EXPECT_EQ((*list)[1 + 284 / 4 + 1], 0x02000000U) << "the end of the first node's port WWN";
-    EXPECT_EQ((*list)[1 + record_words], 3U) << "the FC id of the second one";
+  for (const Bytes& local : {own_port, second_vport}) {
+    const Answer list = nodes(local);
+    EXPECT_EQ(list.word(0, 2), 2U);
+    EXPECT_EQ(list.part(4 + 284, 8, 2), hex("1000020000000002"));
+    EXPECT_EQ(list.word(4 + 308, 2), 3U) << "the FC id of the second one";
   }
-  EXPECT_EQ(ask(unknown_port, 64), not_found);
-  EXPECT_EQ(ask(own_port, 1), list_does_not_fit);
-  EXPECT_EQ((*list)[0], 2U);
-  host.state<Link>().go_down();
-  EXPECT_EQ(ask(own_port, 64), success);
-  EXPECT_EQ((*list)[0], 0U);
+  EXPECT_EQ(nodes(hex("1000020000000009")).block.status, not_found);
+  EXPECT_EQ(nodes(own_port, 1).block.status, list_does_not_fit);
+  EXPECT_EQ(nodes(own_port, 1).word(0, 2), 2U);
 }
 
 }  // namespace

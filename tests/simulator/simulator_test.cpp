@@ -1,8 +1,10 @@
 #include "tests/simulator/simulator_test.h"
 
+#include "driver_abi/commands.h"
+
+#include <algorithm>
 #include <cstdlib>
-#include <fstream>
-#include <sstream>
+#include <cstring>
 
 namespace ravnsim::test {
 
@@ -19,24 +21,20 @@ void clear_environment() {
 }  // namespace
 
 std::vector<vmk_MgmtCallbackInfo> callbacks() {
-  std::ifstream file{OVK_SOURCE_DIR "/tests/library/core/driver_commands.txt"};
   std::vector<vmk_MgmtCallbackInfo> table;
-  for (std::string line; std::getline(file, line);) {
-    std::istringstream words{line};
-    std::size_t row = 0;
-    vmk_MgmtCallbackInfo info{};
-    words >> row >> std::hex >> info.id >> std::dec;
-    char colon = 0;
-    for (std::uint32_t size = 0, type = 0; words >> size >> colon >> type;) {
-      info.parameter_sizes[info.parameter_count] = size;
-      info.parameter_types[info.parameter_count] = type;
-      ++info.parameter_count;
+  for (const ovk::DriverCommand& row : ovk::commands) {
+    vmk_MgmtCallbackInfo& info = table.emplace_back(
+        vmk_MgmtCallbackInfo{.location = VMK_MGMT_LOCATION_KERNEL,
+                             .synchronous = 1,
+                             .parameter_count = static_cast<std::uint8_t>(1 + row.payload_count),
+                             .parameter_sizes = {sizeof(CommandBlock)},
+                             .parameter_types = {VMK_MGMT_PARAMETER_IN_OUT},
+                             .id = row.id});
+    for (std::size_t i = 0; i < row.payload_count; ++i) {
+      info.parameter_sizes[i + 1] = row.payloads[i].size;
+      info.parameter_types[i + 1] = static_cast<std::uint32_t>(row.payloads[i].direction);
     }
-    info.location = VMK_MGMT_LOCATION_KERNEL;
-    info.synchronous = 1;
-    table.push_back(info);
   }
-  EXPECT_EQ(table.size(), 94U);
   return table;
 }
 
@@ -58,6 +56,74 @@ void Channel::close() {
     vmk_MgmtUserDestroy(channel_);
     channel_ = nullptr;
   }
+}
+
+Bytes words(std::initializer_list<std::uint32_t> numbers) {
+  Bytes bytes(4 * numbers.size());
+  std::memcpy(bytes.data(), numbers.begin(), bytes.size());
+  return bytes;
+}
+
+Bytes hex(std::string_view digits) {
+  Bytes bytes;
+  for (std::size_t i = 0; i + 1 < digits.size(); i += 2) {
+    bytes.push_back(
+        static_cast<std::uint8_t>(std::stoul(std::string{digits.substr(i, 2)}, nullptr, 16)));
+  }
+  return bytes;
+}
+
+Bytes operator+(Bytes first, const Bytes& second) {
+  first.insert(first.end(), second.begin(), second.end());
+  return first;
+}
+
+std::uint32_t Answer::word(std::size_t offset, std::size_t number) const {
+  std::uint32_t value = 0;
+  std::memcpy(&value, &payload(number).at(offset), sizeof value);
+  return value;
+}
+
+Bytes Answer::part(std::size_t offset, std::size_t size, std::size_t number) const {
+  EXPECT_LE(offset + size, payload(number).size());
+  const auto begin = payload(number).begin() + static_cast<std::ptrdiff_t>(offset);
+  return {begin, begin + static_cast<std::ptrdiff_t>(size)};
+}
+
+const ovk::DriverCommand& declared(std::string_view command) {
+  const auto row = std::ranges::find(ovk::commands, "RAVN_MGMT_" + std::string{command},
+                                     &ovk::DriverCommand::name);
+  EXPECT_NE(row, ovk::commands.end()) << command;
+  return *row;
+}
+
+Answer prepared(std::string_view command, const CommandBlock& block, std::vector<Bytes> payloads) {
+  const ovk::DriverCommand& row = declared(command);
+  EXPECT_LE(payloads.size(), row.payload_count) << command;
+  payloads.resize(row.payload_count);
+  for (std::size_t i = 0; i < payloads.size(); ++i) {
+    payloads[i].resize(row.payloads[i].size);
+  }
+  Answer answer{block, std::move(payloads)};
+  answer.block.driver_board = 3;
+  return answer;
+}
+
+Answer SimulatorTest::ask(std::string_view command, const CommandBlock& block,
+                          std::vector<Bytes> payloads) {
+  Answer answer = prepared(command, block, std::move(payloads));
+  std::array<void*, ovk::max_payloads> pointers{};
+  std::ranges::transform(answer.payloads, pointers.begin(),
+                         [](Bytes& bytes) { return bytes.data(); });
+  if (!channel_) {
+    channel_.emplace();
+  }
+  EXPECT_EQ(vmk_MgmtUserCallbackInvokeInt(channel_->get(), 0, declared(command).id,
+                                          1 + std::uint32_t(answer.payloads.size()), &answer.block,
+                                          pointers[0], pointers[1], pointers[2]),
+            0)
+      << command;
+  return answer;
 }
 
 SimulatorTest::SimulatorTest() { clear_environment(); }

@@ -4,6 +4,7 @@
  */
 #pragma once
 
+#include "driver_abi/commands.h"
 #include "driver_abi/vmkmgmt.h"
 #include "simulator/call/command_id.h"
 #include "tests/support/files.h"
@@ -12,8 +13,11 @@
 #include <array>
 #include <cstdint>
 #include <filesystem>
+#include <initializer_list>
 #include <optional>
 #include <string>
+#include <string_view>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -59,6 +63,33 @@ class Channel {
   int open_result_;
 };
 
+using Bytes = std::vector<std::uint8_t>;
+
+/** Numbers as the driver's records have them, texts of hex digits, and one thing behind the other.
+ */
+Bytes words(std::initializer_list<std::uint32_t> numbers);
+Bytes hex(std::string_view digits);
+Bytes operator+(Bytes first, const Bytes& second);
+
+/** The declaration of a command, such as "OAS_GET". */
+const ovk::DriverCommand& declared(std::string_view command);
+
+/** What the driver makes of a command. */
+struct Answer {
+  CommandBlock block{};
+  std::vector<Bytes> payloads;  ///< those behind the Command block, as they are then
+
+  [[nodiscard]] const Bytes& payload(std::size_t number = 1) const {
+    return payloads.at(number - 1);
+  }
+  [[nodiscard]] std::uint32_t word(std::size_t offset, std::size_t number = 1) const;
+  [[nodiscard]] Bytes part(std::size_t offset, std::size_t size, std::size_t number = 1) const;
+};
+
+/** The answer before there is one: the block, for board 3, and the payloads, as a caller has them.
+ */
+Answer prepared(std::string_view command, const CommandBlock& block, std::vector<Bytes> payloads);
+
 /** An environment without the simulator's variables, a folder for files, and a channel. */
 class SimulatorTest : public testing::Test {
  protected:
@@ -76,16 +107,13 @@ class SimulatorTest : public testing::Test {
   /** What is said on standard error while opening and closing a channel. */
   static std::string said_by_a_channel();
 
-  /** Sends a command to board 3 through the test's channel, which the first command opens, and
-      gives the driver's status. The Command block is in `answer` then. */
-  template <typename... Payloads>
-  DriverStatus send(CommandId command, const CommandBlock& block, Payloads*... payloads) {
-    if (!channel_) {
-      channel_.emplace();
-    }
-    answer = block;
-    answer.driver_board = 3;
-    return channel_->send(command, answer, payloads...);
+  /** Sends a command, such as "OAS_GET", to board 3, with payloads that begin so, through the
+     test's channel, which the first command opens. */
+  Answer ask(std::string_view command, const CommandBlock& block = {},
+             std::vector<Bytes> payloads = {});
+  DriverStatus status_of(std::string_view command, const CommandBlock& block = {},
+                         std::vector<Bytes> payloads = {}) {
+    return ask(command, block, std::move(payloads)).block.status;
   }
 
   /** Closes the test's channel: the next command starts a new host. */
@@ -93,26 +121,12 @@ class SimulatorTest : public testing::Test {
 
   const ovk::test::TemporaryFolder own_folder;
   const std::filesystem::path& folder = own_folder.path();
-  CommandBlock answer{};
 
  private:
   std::string use_file(const char* name, const char* variable, const std::string& text);
 
   std::optional<Channel> channel_;
 };
-
-/** Whether two records are the same, and else where not: only a long record's start is printed. */
-template <typename Record>
-testing::AssertionResult same(const Record& record, const Record& expected) {
-  if (record.size() != expected.size()) {
-    return testing::AssertionFailure() << record.size() << " elements, not " << expected.size();
-  }
-  const auto [found, wanted] = std::ranges::mismatch(record, expected);
-  return found == record.end() ? testing::AssertionSuccess()
-                               : testing::AssertionFailure()
-                                     << "element " << found - record.begin() << " is " << +*found
-                                     << ", not " << +*wanted;
-}
 
 /** A topology of one board, number 3, which sees two ports. */
 extern const std::string one_board;

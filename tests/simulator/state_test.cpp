@@ -134,14 +134,10 @@ TEST_F(SimulatorTest, AStateFolderThatCannotBeMadeFailsTheOpening) {
 TEST_F(SimulatorTest, DiscoveryShowsWhetherABoardIsReadyAndOneThatDoesNotGetUpNeverIs) {
   // The state that a sub-command of RAVN_MGMT_SETDIAG leaves, or its status.
   const auto set = [this](std::uint32_t sub_command) {
-    const DriverStatus status = send("RAVN_MGMT_SETDIAG", {.selector = sub_command});
-    return status == success ? DriverStatus{answer.value} : status;
+    const CommandBlock block = ask("SETDIAG", {.selector = sub_command}).block;
+    return block.status == success ? DriverStatus{block.value} : block.status;
   };
-  const auto is_ready = [this] {
-    std::array<std::int32_t, 21> discovery{};
-    EXPECT_EQ(send("RAVN_MGMT_INITBRDS", {}, &discovery), success);
-    return discovery[5] >= 0;
-  };
+  const auto is_ready = [this] { return ask("INITBRDS").word(20) < 0x80000000; };
   use_topology(one_board);
   EXPECT_EQ(set(20), DriverStatus{5});
   EXPECT_TRUE(is_ready());

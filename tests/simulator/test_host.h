@@ -10,15 +10,14 @@
 #include "simulator/topology/json_reader.h"
 #include "tests/simulator/simulator_test.h"
 
-#include <array>
-#include <cstdint>
-#include <cstring>
 #include <string>
-#include <type_traits>
 #include <utility>
 #include <vector>
 
 namespace ravnsim::test {
+
+/** A status and an FC id. */
+using PortAnswer = std::pair<DriverStatus, std::uint32_t>;
 
 class TestHost {
  public:
@@ -34,51 +33,37 @@ class TestHost {
     return board().state<State>();
   }
 
-  /** Sends a command to the board; a const payload is what the caller gives, another what it gets.
-      Gives the Command block as the driver leaves it. */
-  template <typename... Payloads>
-  CommandBlock send(CommandId command, CommandBlock block, Payloads&... payloads) {
-    block.driver_board = 3;
-    const std::vector<void*> caller{&block,
-                                    const_cast<std::remove_const_t<Payloads>*>(&payloads)...};
-    const std::vector<DeclaredParameter> declared{
-        {sizeof block, Direction::in_out},
-        {sizeof(Payloads), std::is_const_v<Payloads> ? Direction::input : Direction::output}...};
-    Request request{command, copy_in(declared, caller)};
+  /** Sends a command, such as "LINKINFO", to the board, with payloads that begin so. */
+  Answer ask(std::string_view command, const CommandBlock& block = {},
+             std::vector<Bytes> payloads = {}) {
+    const ovk::DriverCommand& row = declared(command);
+    Answer answer = prepared(command, block, std::move(payloads));
+    std::vector<void*> caller{&answer.block};
+    std::vector<DeclaredParameter> parameters{{sizeof answer.block, Direction::in_out}};
+    for (std::size_t i = 0; i < answer.payloads.size(); ++i) {
+      caller.push_back(answer.payloads[i].data());
+      parameters.push_back(row.payloads[i]);
+    }
+    Request request{CommandId{row.id}, copy_in(parameters, caller)};
     host_.run(request);
     request.copy_back();
-    return block;
+    return answer;
+  }
+
+  std::uint32_t refresh() { return ask("HBA_REFRESHINFO").block.value; }
+
+  /** What the driver gives for a discovered port: its status and the port's FC id. */
+  PortAnswer discovered(std::uint32_t tag, std::uint32_t index) {
+    return port("HBA_DISCPORTATTRIBUTES", tag, index);
+  }
+  PortAnswer port(const char* command, std::uint32_t tag, std::uint32_t index) {
+    const Answer answer = ask(command, {.index = index, .value = tag});
+    return {answer.block.status, answer.word(16)};
   }
 
  private:
   Host host_;
 };
-
-/** A record of so many bytes as words. */
-template <std::size_t bytes>
-using Words = std::array<std::uint32_t, bytes / 4>;
-
-/** What the driver gives for a port: its status and the port's FC id. */
-using PortAnswer = std::pair<DriverStatus, std::uint32_t>;
-
-inline PortAnswer ask_for_port(TestHost& host, CommandId command, std::uint32_t tag,
-                               std::uint32_t index) {
-  std::array<std::uint8_t, 490> record{};
-  const CommandBlock block = host.send(command, {.index = index, .value = tag}, record);
-  std::uint32_t fc_id = 0;
-  std::memcpy(&fc_id, &record[16], sizeof fc_id);
-  return {block.status, fc_id};
-}
-
-inline PortAnswer discovered(TestHost& host, std::uint32_t tag, std::uint32_t index) {
-  return ask_for_port(host, "RAVN_MGMT_HBA_DISCPORTATTRIBUTES", tag, index);
-}
-
-inline std::uint32_t refresh(TestHost& host) {
-  const CommandBlock block = host.send("RAVN_MGMT_HBA_REFRESHINFO", {});
-  EXPECT_EQ(block.status, DriverStatus::success);
-  return block.value;
-}
 
 /** What the driver gives for a list tag that is out of date. */
 inline constexpr PortAnswer stale{DriverStatus::success, 0xFFFFFFFF};

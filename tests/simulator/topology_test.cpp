@@ -1,8 +1,6 @@
 #include "simulator/call/channel_error.h"
 #include "tests/simulator/simulator_test.h"
 
-#include <cstring>
-
 #include <gmock/gmock.h>
 
 namespace ravnsim::test {
@@ -136,9 +134,7 @@ TEST_F(SimulatorTest, ATextThatDoesNotFitTheDriversFieldIsRefusedAndOneThatFills
   EXPECT_THAT(said_by_a_channel(), HasSubstr("/boards/0/serial_number: the text has 65 bytes"));
 
   use_topology(with(one_board, "\"S1\"", '"' + std::string(64, 's') + '"'));
-  std::array<char, 2192> attributes{};
-  ASSERT_EQ(send("RAVN_MGMT_HBA_ADAPTERATTRIBUTES", {}, &attributes), DriverStatus::success);
-  EXPECT_EQ(std::string(&attributes[64], &attributes[129]), std::string(64, 's') + 'M');
+  EXPECT_EQ(ask("HBA_ADAPTERATTRIBUTES").part(64, 65), Bytes(64, 's') + Bytes{'M'});
 }
 
 TEST_F(SimulatorTest, AFileThatCannotBeReadIsNamed) {
@@ -150,27 +146,15 @@ TEST_F(SimulatorTest, AFileThatCannotBeReadIsNamed) {
 
 TEST_F(SimulatorTest, ThePortRecordHasTheCodesOfFcHbaAndTheFc4MapOfFcGs) {
   use_topology(one_board);
-  std::array<std::uint8_t, 490> record{};
-  const auto word = [&](std::size_t offset) {
-    std::uint32_t value;
-    std::memcpy(&value, &record.at(offset), sizeof value);
-    return value;
-  };
-  ASSERT_EQ(send("RAVN_MGMT_HBA_PORTATTRIBUTES", {}, &record), DriverStatus::success);
-  EXPECT_EQ(record[3], 0x01);
-  EXPECT_EQ(record[15], 0x01);
-  EXPECT_EQ(word(16), 0x010203U);
-  EXPECT_EQ(word(20), 5U);       // an N_Port
-  EXPECT_EQ(word(24), 2U);       // online
-  EXPECT_EQ(word(28), 0xCU);     // classes 2 and 3
-  EXPECT_EQ(record[32 + 2], 1);  // FCP is type 0x08
-  EXPECT_EQ(record[32 + 7], 1);  // CT is type 0x20
-  EXPECT_EQ(record[64 + 7], 0);  // and not active
-  EXPECT_EQ(word(466), 0x70U);   // 8, 16 and 32 Gbit/s
-  EXPECT_EQ(word(470), 0x20U);   // 16 Gbit/s
-  EXPECT_EQ(word(474), 2048U);
-  EXPECT_EQ(record[485], 9);
-  EXPECT_EQ(word(486), 2U);
+  const Answer port = ask("HBA_PORTATTRIBUTES");
+  EXPECT_EQ(port.part(0, 16), hex("10000201000000011000020000000001"));
+  EXPECT_EQ(port.part(16, 16), words({0x010203, 5, 2, 0xC}))
+      << "an N_Port, online, classes 2 and 3";
+  EXPECT_EQ(port.part(32, 40),
+            hex("00000100000000010000000000000000") + Bytes(16) + hex("0000010000000000"))
+      << "FCP is type 0x08; CT is type 0x20, and not active";
+  EXPECT_EQ(port.part(466, 12), words({0x70, 0x20, 2048})) << "8, 16 and 32 Gbit/s; 16";
+  EXPECT_EQ(port.part(478, 12), hex("1000020000000009") + words({2}));
 }
 
 }  // namespace
