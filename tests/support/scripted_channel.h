@@ -69,13 +69,16 @@ ByteVector with_at(ByteVector bytes, std::size_t offset, const Value& value) {
 
 /** Compares buffers of any length; a failure tells their sizes and where they first differ. */
 MATCHER_P(SameBytes, expected, std::to_string(expected.size()) + " given bytes") {
+  if (arg == expected) {  // much faster
+    return true;
+  }
   const auto [actual, wanted] = std::ranges::mismatch(arg, expected);
   const auto value_at = [](auto place, const ByteVector& bytes) {
     return place == bytes.end() ? "the end" : testing::PrintToString(*place);
   };
   *result_listener << arg.size() << " bytes, at offset " << actual - arg.begin() << " "
                    << value_at(actual, arg) << " for " << value_at(wanted, expected);
-  return actual == arg.end() && wanted == expected.end();
+  return false;
 }
 
 /** The driver board number of a command that carries none. */

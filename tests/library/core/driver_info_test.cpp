@@ -123,24 +123,5 @@ TEST_F(DriverInfoTest, ModeAndFeatureQueriesWriteOnlyOnSuccess) {
   }
 }
 
-TEST_F(DriverInfoTest, AdapterTypeQueryGivesNoSizeAndPassesTheDriversRefusalOn) {
-  std::uint32_t type = 99;
-  expect_adapter_type(board0, 0x704);
-  EXPECT_EQ(get_hba_type(0, &type), 0U);
-  EXPECT_EQ(type, 0x704U);
-
-  channel.expect("RAVN_MGMT_GET_RAVNOVK_INFO", board0).status(0x0BAD0021);
-  EXPECT_EQ(get_hba_type(0, &type), 0x0BAD0021U);
-  EXPECT_EQ(type, 0U);
-  log_at(OVK_LOG_CALL | OVK_LOG_ERROR);
-  channel.expect("RAVN_MGMT_GET_RAVNOVK_INFO", board0).ends_with(0x0BAD0021, 5);
-  EXPECT_EQ(get_hba_type(0, &type), 1U);
-  EXPECT_THAT(log_lines(),
-              testing::ElementsAre(
-                  LogLine{"get_hba_type", "call: RAVN_MGMT_GET_RAVNOVK_INFO id"},
-                  LogLine{"get_hba_type",
-                          "cmd err:   RAVN_MGMT_GET_RAVNOVK_INFO brd[0] stat[x5:xbad0021] id"}));
-}
-
 }  // namespace
 }  // namespace ovk::test

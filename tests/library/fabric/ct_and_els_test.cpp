@@ -71,30 +71,6 @@ class CtAndElsTest : public LibraryTest {
   std::uint32_t length = untouched;
 };
 
-TEST_F(CtAndElsTest, ARequestTravelsInZeroedBuffersAndTheReportedBytesComeBack) {
-  const ByteVector reply{9, 8, 7, 6, 5};
-  const ByteVector received = with_at(response, 0, ByteVector{9, 8, 7, 6});
-  const Exchange& ct = expect_ct().answers(3, 4).replies(2, reply);
-  const Exchange& command = expect_command().answers(3, 4).replies(3, reply);
-  const Exchange& els = expect_els().answers(3, 4).replies(3, reply);
-  expect_response();
-
-  const AllocationWatch memory;
-  EXPECT_EQ(send_ct(), 4);
-  expect_received(received);
-  EXPECT_EQ(send_command(), 0U);
-  EXPECT_EQ(length, 4U);
-  expect_received(received);
-  EXPECT_EQ(send_els(), 0U);
-  EXPECT_EQ(length, 4U);
-  expect_received(received);
-  EXPECT_EQ(send_response(), 0U);
-  EXPECT_EQ(memory.outstanding(), 0);
-  EXPECT_THAT(ct.sent(2), SameBytes(ByteVector(OVK_CT_MAX_LENGTH)));
-  EXPECT_THAT(command.sent(3), SameBytes(ByteVector(OVK_CT_MAX_LENGTH)));
-  EXPECT_THAT(els.sent(3), SameBytes(ByteVector(OVK_ELS_MAX_LENGTH)));
-}
-
 TEST_F(CtAndElsTest, OtherAddressesAndTooLongCtRequestsAreRefusedBeforeAnything) {
   const AllocationWatch memory;
   EXPECT_EQ(GetCTInfo(0, 0x01FFFC, request.data(), 1, response.data(), 16), OVK_CT_FAILED);
@@ -106,60 +82,6 @@ TEST_F(CtAndElsTest, OtherAddressesAndTooLongCtRequestsAreRefusedBeforeAnything)
   request.assign(OVK_CT_MAX_LENGTH, 0xAB);
   expect_ct().answers(3, 0);
   EXPECT_EQ(send_ct(), 0);
-}
-
-TEST_F(CtAndElsTest, EachCallMapsTheStatusesInItsOwnWayAndCopiesNothing) {
-  struct {
-    std::uint32_t status;
-    int delivery;
-    std::int32_t ct;
-    std::uint32_t command;
-    std::uint32_t response;
-    std::uint32_t els;
-  } const cases[] = {{0x0BAD0021, 0, 0, 254, 250, 1},  {0x0BAD0021, 5, 0, 254, 250, 1},
-                     {0x0BAD005A, 0, -1, 253, 253, 1}, {0x0BAD005A, 5, -1, 253, 253, 1},
-                     {0x0BAD005D, 0, -3, 255, 255, 7}, {0x0BAD005D, 5, -3, 255, 255, 7},
-                     {0x0BAD0014, 0, -2, 252, 252, 1}, {0x0BAD0014, 5, -2, 252, 252, 1},
-                     {0x0BAD000A, 0, -4, 252, 252, 3}, {0x0BAD000A, 5, -4, 252, 252, 3},
-                     {0x0BAD0003, 0, -4, 252, 252, 1}, {0, 5, -4, 252, 252, 1}};
-  for (const auto& [status, delivery, ct, command, mgmt_response, els] : cases) {
-    SCOPED_TRACE(testing::Message() << std::hex << status << " " << delivery);
-    const ByteVector reply(8, 1);
-    const std::uint32_t told = status == 0x0BAD005D ? 8U : untouched;
-    expect_ct().answers(3, 8).replies(2, reply).ends_with(status, delivery);
-    expect_command().answers(3, 8).replies(3, reply).ends_with(status, delivery);
-    expect_response().ends_with(status, delivery);
-    expect_els().answers(3, 8).replies(3, reply).ends_with(status, delivery);
-
-    const AllocationWatch memory;
-    EXPECT_EQ(send_ct(), ct);
-    EXPECT_EQ(send_command(), command);
-    EXPECT_EQ(length, told);
-    EXPECT_EQ(send_response(), mgmt_response);
-    EXPECT_EQ(send_els(), els);
-    EXPECT_EQ(length, told);
-    EXPECT_EQ(memory.outstanding(), 0);
-    EXPECT_THAT(response, SameBytes(ByteVector(OVK_CT_MAX_LENGTH, 0xEE)));
-  }
-}
-
-TEST_F(CtAndElsTest, WithoutMemoryNothingIsSent) {
-  const auto without = [](int failing, auto send, auto result) {
-    const AllocationWatch memory{failing};
-    EXPECT_EQ(send(), result);
-    EXPECT_EQ(memory.outstanding(), 0);
-  };
-  for (const int failing : {0, 1}) {
-    without(
-        failing, [this] { return send_ct(); }, OVK_CT_NO_RESOURCES);
-    without(
-        failing, [this] { return send_command(); }, 252U);
-    without(
-        failing, [this] { return send_els(); }, 1U);
-  }
-  without(
-      0, [this] { return send_response(); }, 252U);
-  EXPECT_EQ(length, untouched);
 }
 
 TEST_F(CtAndElsTest, CopiesStayWithinTheTransferBuffersWhateverTheLengths) {

@@ -85,25 +85,6 @@ class ScsiTest : public LibraryTest {
 
 class PrimitiveTest : public ScsiTest, public testing::WithParamInterface<Primitive> {};
 
-TEST_P(PrimitiveTest, SendsACommandAsGivenAndBringsDataAndResponse) {
-  const ByteVector answer = reply(GetParam(), 20);
-  expect(GetParam(), 36)
-      .sends(1, request(GetParam(), image))
-      .sends(2, ByteVector(36, 0xDD))
-      .answers(3, 4)
-      .replies(1, answer)
-      .replies(2, ByteVector{1, 2, 3, 4, 5});
-  const ByteVector expected_data = with_at(data, 0, ByteVector{1, 2, 3, 4});
-  const ByteVector expected_response = response_from(answer, 20);
-  const AllocationWatch memory;
-  EXPECT_EQ(send(GetParam()), 0U);
-  EXPECT_EQ(memory.outstanding(), 0);
-  EXPECT_EQ(data_length, 4U);
-  EXPECT_THAT(data, SameBytes(expected_data));
-  EXPECT_EQ(response_length, 20U);
-  EXPECT_THAT(response, SameBytes(expected_response));
-}
-
 TEST_P(PrimitiveTest, DataThatDoesNotFitIsCountedButNotCopied) {
   const ByteVector data_before = data;
   const ByteVector response_before = response;
@@ -114,25 +95,6 @@ TEST_P(PrimitiveTest, DataThatDoesNotFitIsCountedButNotCopied) {
       << "FCP tells the length of the response even then";
   EXPECT_THAT(data, SameBytes(data_before));
   EXPECT_THAT(response, SameBytes(response_before));
-}
-
-TEST_P(PrimitiveTest, OnlyFcpTellsDataThatTheDriverCouldNotFitFromOtherFailures) {
-  struct {
-    std::uint32_t status;
-    int delivery;
-    std::uint32_t fcp_result;
-  } const cases[] = {{0x0BAD005D, 0, 7}, {0x0BAD005D, 5, 7}, {0x0BAD0014, 0, 1}, {0, 5, 1}};
-  for (const auto& [status, delivery, fcp_result] : cases) {
-    SCOPED_TRACE(testing::Message() << std::hex << status << " " << delivery);
-    expect(GetParam(), 36).answers(3, 99).ends_with(status, delivery);
-    const AllocationWatch memory;
-    EXPECT_EQ(send(GetParam()), is_fcp(GetParam()) ? fcp_result : 1U);
-    EXPECT_EQ(memory.outstanding(), 0);
-    EXPECT_EQ(data_length, 36U);
-    EXPECT_EQ(response_length, 24U);
-  }
-  const AllocationWatch memory{0};
-  EXPECT_EQ(send(GetParam()), 1U) << "without memory nothing is sent";
 }
 
 TEST_P(PrimitiveTest, CopiesStayWithinTheTransferBufferAndTheRecord) {
@@ -228,19 +190,6 @@ TEST_F(ScsiTest, BuiltCommandsAreExactAndGiveTheResultOfThePrimitive) {
     EXPECT_EQ(send(), 7U);
     EXPECT_EQ(data_length, 9U);
   }
-}
-
-TEST_F(ScsiTest, LogLinesNameThePrimitiveThatSends) {
-  log_at(OVK_LOG_SUCCESS | OVK_LOG_ERROR);
-  expect(scsi, 36).status(0x0BAD0014);
-  call(SendReportLUNs, &target)();
-  channel.expect(fcp.command, board0).word(2, 36);
-  call(SendFcpCmd, &target, &image, image_size)();
-  EXPECT_THAT(log_lines(),
-              testing::ElementsAre(
-                  LogLine{"SendScsiCmdByWWN",
-                          "cmd err:      RAVN_MGMT_HBA_SEND_SCSI brd[0] stat[x0:xbad0014] id"},
-                  LogLine{"SendFcpCmdByWWN", "cmd ok:        RAVN_MGMT_HBA_SEND_FCP brd[0] id"}));
 }
 
 TEST_F(ScsiTest, CtPassThroughGoesToTheServerOfTheServiceTypeAndFoldsAllFailuresIntoOne) {

@@ -160,19 +160,5 @@ TEST_F(FcpPriorityTest, FailuresLeaveTheCallersListAloneAndFreeEverything) {
   EXPECT_EQ(memory.outstanding(), 0);
 }
 
-TEST_F(FcpPriorityTest, TheGlobalFlagPassesUnchangedAndOnlyOnSuccess) {
-  std::uint32_t flag = 0;
-  channel.expect("RAVN_MGMT_GET_FCP_PRIORITY_FLAG", board1).answers(5, 0xFFFFFFFE);
-  EXPECT_EQ(OVK_QoSGetGlobalFlag(1, &flag), OVK_OK);
-  channel.expect("RAVN_MGMT_GET_FCP_PRIORITY_FLAG", board1).answers(5, 1).status(0x0BAD0001);
-  EXPECT_EQ(OVK_QoSGetGlobalFlag(1, &flag), OVK_FAILED);
-  EXPECT_EQ(flag, 0xFFFFFFFE);
-
-  channel.expect("RAVN_MGMT_SET_FCP_PRIORITY_FLAG", board1).word(5, 0x80000001);
-  EXPECT_EQ(OVK_QoSSetGlobalFlag(1, 0x80000001), OVK_OK);
-  channel.expect("RAVN_MGMT_SET_FCP_PRIORITY_FLAG", board1).word(5, 1).delivery_error(4);
-  EXPECT_EQ(OVK_QoSSetGlobalFlag(1, 1), OVK_FAILED);
-}
-
 }  // namespace
 }  // namespace ovk::test

@@ -127,17 +127,11 @@ TEST_F(OasTest, TheListTellsHowManyThereAreAndStaysWithinItsBounds) {
 TEST_F(OasTest, ListFailuresHaveTheirResultsAndLeaveTheListAlone) {
   list.count = 1;
   for (const auto& [status, delivery, result] :
-       {Ending{0x0BAD0010, 0, 5}, Ending{0x0BAD000F, 0, 15}, Ending{0x0BAD0020, 0, 32},
-        Ending{0x0BAD0030, 0, 33}, Ending{0x0BAD0006, 0, 1}, Ending{0x0BAD002B, 0, 1},
-        Ending{0x0BAD0010, 7, 7}, Ending{0x0BAD0010, 6, 1}}) {
+       {Ending{0x0BAD0010, 7, 7}, Ending{0, 7, 7}, Ending{0x0BAD0010, 6, 1}}) {
     expect_list().answers(3, 9).ends_with(status, delivery);
     EXPECT_EQ(get(), result) << std::hex << status << ", " << delivery;
   }
   EXPECT_EQ(OVK_GetOASLunList(0, &local, &target, 0, nullptr), OVK_MORE_DATA);
-  {
-    const AllocationWatch memory{0};
-    EXPECT_EQ(get(), OVK_NO_MEMORY);
-  }
   EXPECT_EQ(list.count, 1U);
 }
 

@@ -6,7 +6,6 @@
 
 #include <array>
 #include <cstring>
-#include <functional>
 #include <utility>
 #include <vector>
 
@@ -41,29 +40,6 @@ class RasLogTest : public LibraryTest {
     return static_cast<std::uint32_t>(reinterpret_cast<std::uintptr_t>(memory));
   }
 };
-
-TEST_F(RasLogTest, ConfigurationsPassAndTheirStatusesHaveTheirResults) {
-  RasConfig config{};
-  expect_get_config().replies(1, active_config);
-  EXPECT_EQ(OVK_GetRasConfig(0, &config), OVK_OK);
-  EXPECT_EQ(bytes_of(config), active_config);
-
-  const RasSetting setting{.start = 1, .level = 4};
-  struct {
-    std::uint32_t status;
-    int delivery;
-    std::uint32_t of_set;
-    std::uint32_t of_get;
-  } const cases[] = {{0, 0, 0, 0},          {0x0BAD000D, 0, 5, 1}, {0x0BAD000E, 0, 4, 1},
-                     {0x0BAD0020, 0, 2, 2}, {0x0BAD0030, 0, 3, 3}, {0x0BAD009B, 0, 7, 1},
-                     {0x0BAD0119, 0, 6, 1}, {0x0BAD0001, 0, 1, 1}, {0x0BAD0020, 8, 1, 1}};
-  for (const auto& [status, delivery, of_set, of_get] : cases) {
-    expect_set_config(1, 4).ends_with(status, delivery);
-    EXPECT_EQ(OVK_SetRasConfig(0, &setting), of_set) << std::hex << status << ", " << delivery;
-    expect_get_config().ends_with(status, delivery);
-    EXPECT_EQ(OVK_GetRasConfig(0, &config), of_get) << std::hex << status << ", " << delivery;
-  }
-}
 
 TEST_F(RasLogTest, AStartSetsTheLevelAndReadsNothingBack) {
   FwLogConfig cfg{.action = OVK_FW_LOG_START, .state = 9, .level = 4, .buffer_size = 9};
@@ -150,18 +126,6 @@ TEST_F(RasLogTest, TheSimpleReaderQueriesOnlyWithoutOffsetAndSize) {
   }
 }
 
-TEST_F(RasLogTest, OnlySli4BoardsAreAsked) {
-  RasConfig config{};
-  RasSetting setting{};
-  RasLogRequest request{};
-  const std::function<std::uint32_t()> calls[] = {[&] { return OVK_GetRasConfig(0, &config); },
-                                                  [&] { return OVK_SetRasConfig(0, &setting); },
-                                                  [&] { return OVK_GetRasLog(0, &request, 1); }};
-  for (const auto& call : calls) {
-    expect_gate(call, 3, OVK_NOT_SUPPORTED);
-  }
-}
-
 TEST_F(RasLogTest, LogsResultsButNoCallsAndTheStateUnderTheErrorBit) {
   log_at(OVK_LOG_ERROR);
   FwLogConfig cfg{.action = OVK_FW_LOG_STOP};
@@ -181,16 +145,6 @@ TEST_F(RasLogTest, LogsResultsButNoCallsAndTheStateUnderTheErrorBit) {
           {"OVK_FwLogConfig", "Action - STOP : State : x0 L : x3 B : x80000"},
           {"OVK_FwLogConfig", "Action - START : State : x1 L : x3 B : x80000"},
           {"OVK_GetRasLog", "readOffset : x10 readSize : xab"}}));
-}
-
-TEST_F(RasLogTest, TheConfigurationReadLogsUnderTheNameOfTheLog) {
-  RasConfig config{};
-  expect_get_config();
-  log_at(OVK_LOG_SUCCESS | OVK_LOG_CALL);
-  OVK_GetRasConfig(0, &config);
-  EXPECT_EQ(log_lines().back(),
-            (LogLine{"OVK_GetRasConfig", "cmd ok:         RAVN_MGMT_GET_RAS_LOG brd[0] id"}));
-  EXPECT_THAT(raw_log(), testing::Not(testing::HasSubstr("call: RAVN_MGMT_GET_RAS")));
 }
 
 }  // namespace

@@ -71,13 +71,5 @@ TEST_F(EventsTest, EventsAndCountsAreGivenOnSuccessWithinTheCallersRoomAndTheDri
   EXPECT_EQ(log_lines().size(), 2U) << "the failures are logged";
 }
 
-TEST_F(EventsTest, WithoutMemoryNothingIsSentAndBothCountsStay) {
-  count = 4;
-  const AllocationWatch memory{0};
-  EXPECT_EQ(get(), OVK_NO_MEMORY);
-  EXPECT_EQ(count, 4U);
-  EXPECT_EQ(EventMissedCount, 12U);
-}
-
 }  // namespace
 }  // namespace ovk::test

@@ -74,46 +74,5 @@ TEST_F(RnidTest, AReplyThatFitsIsHandedOutAndOfAnotherTheLength) {
   }
 }
 
-TEST_F(RnidTest, WithoutMemoryNothingIsSentAndTheLengthStays) {
-  ByteVector reply(63);
-  std::uint32_t length = 63;
-  const AllocationWatch memory{0};
-  EXPECT_EQ(SendRNID(0, &name, OVK_PORT_WWN, reply.data(), &length), OVK_NO_MEMORY);
-  EXPECT_EQ(length, 63U);
-}
-
-TEST_F(RnidTest, AllButTheReservedFieldOfTheManagementInformationIsSentAndHandedOut) {
-  const auto without_reserved = [](std::uint16_t reserved) {
-    return with_at(counted_bytes(sizeof(RnidMgmtInfo)), offsetof(RnidMgmtInfo, reserved), reserved);
-  };
-  RnidMgmtInfo info;
-  std::memcpy(&info, counted_bytes(sizeof info).data(), sizeof info);
-  channel.expect("RAVN_MGMT_HBA_SETMGMTINFO", board0).sends(1, without_reserved(0));
-  EXPECT_EQ(SetRNIDMgmtInfo(0, &info), OVK_OK);
-
-  channel.expect("RAVN_MGMT_HBA_GETMGMTINFO", board0).replies(1, info);
-  auto read = record_of<RnidMgmtInfo>(untouched);
-  EXPECT_EQ(GetRNIDMgmtInfo(0, &read), OVK_OK);
-  EXPECT_THAT(bytes_of(read), SameBytes(without_reserved(0xEEEE)));
-}
-
-TEST_F(RnidTest, AFailedReadingTouchesNothingAndIsLoggedAsASetting) {
-  log_at(0xE);
-  auto info = record_of<RnidMgmtInfo>(untouched);
-  channel.expect("RAVN_MGMT_HBA_GETMGMTINFO", board0).replies(1, ByteVector(44)).status(0x0BAD0001);
-  EXPECT_EQ(GetRNIDMgmtInfo(0, &info), OVK_FAILED);
-  EXPECT_THAT(bytes_of(info), SameBytes(ByteVector(44, untouched)));
-  channel.expect("RAVN_MGMT_HBA_SETMGMTINFO", board0).delivery_error(2);
-  EXPECT_EQ(SetRNIDMgmtInfo(0, &info), OVK_FAILED);
-
-  EXPECT_EQ(
-      log_lines(),
-      (std::vector<LogLine>{
-          {"GetRNIDMgmtInfo", "call: RAVN_MGMT_HBA_GETMGMTINFO id"},
-          {"GetRNIDMgmtInfo", "cmd err:    RAVN_MGMT_HBA_SETMGMTINFO brd[0] stat[x0:xbad0001] id"},
-          {"SetRNIDMgmtInfo", "call: RAVN_MGMT_HBA_SETMGMTINFO id"},
-          {"SetRNIDMgmtInfo", "cmd err:    RAVN_MGMT_HBA_SETMGMTINFO brd[0] stat[x2:x0] id"}}));
-}
-
 }  // namespace
 }  // namespace ovk::test

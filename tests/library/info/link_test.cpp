@@ -12,43 +12,6 @@ constexpr std::uint32_t node_table_size = 14336;
 
 class LinkTest : public LibraryTest {};
 
-TEST_F(LinkTest, TheLinkRecordArrivesUnchangedAtAnyAddressUnderOneName) {
-  log_at(OVK_LOG_SUCCESS);
-  for (const auto read : {OVK_GetLinkInfo, GetLinkInfo}) {
-    ByteVector memory(1 + sizeof(LinkInfo) + 1);
-    void* odd_address = &memory[1];
-    channel.expect("RAVN_MGMT_LINKINFO", board1).replies(1, counted_bytes(sizeof(LinkInfo)));
-    EXPECT_EQ(read(1, static_cast<LinkInfo*>(odd_address)), OVK_OK);
-    ByteVector expected(memory.size());
-    std::ranges::copy(counted_bytes(sizeof(LinkInfo)), expected.begin() + 1);
-    EXPECT_THAT(memory, SameBytes(expected));
-  }
-  EXPECT_THAT(
-      log_lines(),
-      testing::AllOf(testing::SizeIs(2),
-                     testing::Each(LogLine{"OVK_GetLinkInfo",
-                                           "cmd ok:            RAVN_MGMT_LINKINFO brd[1] id"})));
-}
-
-TEST_F(LinkTest, TheCountersArriveUnchanged) {
-  const ByteVector record = counted_bytes(sizeof(IoInfo));
-  channel.expect("RAVN_MGMT_IOINFO", board1).replies(1, record);
-  IoInfo info{};
-  EXPECT_EQ(GetIOinfo(1, &info), OVK_OK);
-  EXPECT_THAT(bytes_of(info), SameBytes(record));
-}
-
-TEST_F(LinkTest, AFailureLeavesTheRecordsUntouched) {
-  LinkInfo link{};
-  IoInfo io{};
-  channel.expect("RAVN_MGMT_LINKINFO", board0).replies(1, counted_bytes(168)).status(0x0BAD0021);
-  EXPECT_EQ(OVK_GetLinkInfo(0, &link), OVK_FAILED);
-  channel.expect("RAVN_MGMT_IOINFO", board0).replies(1, counted_bytes(sizeof io)).delivery_error(5);
-  EXPECT_EQ(GetIOinfo(0, &io), OVK_FAILED);
-  EXPECT_THAT(bytes_of(link), SameBytes(ByteVector(sizeof link)));
-  EXPECT_THAT(bytes_of(io), SameBytes(ByteVector(sizeof io)));
-}
-
 TEST_F(LinkTest, DeliversTheWholeNodesThatTheDriverReportsAndClearsTheRest) {
   struct {
     std::uint32_t reported_bytes;

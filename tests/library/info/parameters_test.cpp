@@ -41,26 +41,5 @@ TEST_F(ParametersTest, CountsTheWholeEntriesThatTheDriverReportsInATableThatWasC
   }
 }
 
-TEST_F(ParametersTest, AFailureGivesAnEmptyClearedTable) {
-  expect_table(132).status(0x0BAD0001);
-  EXPECT_EQ(get(), 0U);
-  EXPECT_THAT(table, SameBytes(ByteVector(table_size)));
-  expect_table(132).delivery_error(1);
-  EXPECT_EQ(get(), 0U);
-  EXPECT_THAT(table, SameBytes(ByteVector(table_size)));
-}
-
-TEST_F(ParametersTest, AParameterIsSetByItsIndex) {
-  const auto expect_set = [this]() -> Exchange& {
-    return channel.expect("RAVN_MGMT_SETCFG", board1).word(1, 7).word(4, 0x80000001);
-  };
-  expect_set();
-  EXPECT_EQ(SetCfgParam(1, 7, 0x80000001), OVK_OK);
-  expect_set().status(0x0BAD0021);
-  EXPECT_EQ(SetCfgParam(1, 7, 0x80000001), OVK_FAILED);
-  expect_set().delivery_error(22);
-  EXPECT_EQ(SetCfgParam(1, 7, 0x80000001), OVK_FAILED);
-}
-
 }  // namespace
 }  // namespace ovk::test

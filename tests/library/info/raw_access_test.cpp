@@ -3,7 +3,6 @@
 #include <ovk/info.h>
 
 #include <algorithm>
-#include <functional>
 #include <string_view>
 #include <utility>
 
@@ -55,6 +54,9 @@ TEST_F(RawAccessTest, PciAccessRefusesAWrongRangeBeforeTheDriverIsAsked) {
     EXPECT_EQ(WritePciCfg(0, buffer.data(), offset, 4), OVK_FAILED);
   }
   EXPECT_EQ(memory.outstanding(), 0);
+
+  const AllocationWatch no_memory{0};
+  EXPECT_EQ(OVK_ReadPciCfg(0, buffer.data(), 2, 6), OVK_NO_MEMORY) << "before the range is checked";
 }
 
 TEST_F(RawAccessTest, PciWritesSendAnyCountButNoMoreThanOneTransfer) {
@@ -80,70 +82,6 @@ TEST_F(RawAccessTest, MemoryMovesAnyCountButNoMoreThanOneTransfer) {
     expect_transfer("RAVN_MGMT_WRITE_MEM", range).sends(1, counted_bytes(moved));
     EXPECT_EQ(WriteMem(0, data.data(), range.first, range.second), OVK_OK);
   }
-}
-
-TEST_F(RawAccessTest, RegistersAreReadFromAndWrittenToTheirWord) {
-  std::uint32_t value = 0;
-  expect_sli_mode(board0, 2);
-  channel.expect("RAVN_MGMT_READ_CTLREG", board0).word(1, 0xC).answers(4, 0xF0E1D2C3);
-  EXPECT_EQ(ReadCtlReg(0, &value, 0xC), OVK_OK);
-  EXPECT_EQ(value, 0xF0E1D2C3);
-  expect_sli_mode(board0, 2);
-  channel.expect("RAVN_MGMT_WRITE_CTLREG", board0).word(1, 0x8).word(4, 0xF0E1D2C3);
-  EXPECT_EQ(WriteCtlReg(0, &value, 0x8), OVK_OK);
-}
-
-/** A call of each kind, on the first eight bytes of a buffer or on a register. */
-struct RawCall {
-  const char* command;
-  std::uint32_t bytes;
-  ByteVector reply;
-  std::uint32_t result_of_failure;
-  std::uint32_t result_on_sli4;
-  std::function<std::uint32_t()> run;
-};
-
-TEST_F(RawAccessTest, EveryCallHasItsOwnResultsForFailuresAndTouchesNothing) {
-  std::uint32_t value = 0;
-  const ByteVector reply = counted_bytes(transfer_size);
-  const RawCall calls[] = {
-      {"RAVN_MGMT_READ_PCI", 8, reply, 1, 0,
-       [&] { return OVK_ReadPciCfg(0, buffer.data(), 0, 8); }},
-      {"RAVN_MGMT_WRITE_PCI", 8, {}, 22, 0, [&] { return WritePciCfg(0, buffer.data(), 0, 8); }},
-      {"RAVN_MGMT_READ_MEM", 8, reply, 22, 4, [&] { return ReadMem(0, buffer.data(), 0, 8); }},
-      {"RAVN_MGMT_WRITE_MEM", 8, {}, 22, 4, [&] { return WriteMem(0, buffer.data(), 0, 8); }},
-      {"RAVN_MGMT_READ_CTLREG", 0, {}, 22, 2, [&] { return ReadCtlReg(0, &value, 0); }},
-      {"RAVN_MGMT_WRITE_CTLREG", 0, {}, 22, 2, [&] { return WriteCtlReg(0, &value, 0); }},
-  };
-  for (const RawCall& call : calls) {
-    SCOPED_TRACE(call.command);
-    const bool needs_sli3 = call.result_on_sli4 != OVK_OK;
-    using Case = std::pair<std::uint32_t, int>;
-    for (const auto& [status, delivery] : {Case{0x0BAD0001, 0}, Case{0, 1}}) {
-      if (needs_sli3) {
-        expect_sli_mode(board0, 3);
-      }
-      expect_transfer(call.command, {0, call.bytes})
-          .answers(4, 0xEEEEEEEE)
-          .replies(1, call.reply)
-          .ends_with(status, delivery);
-      const AllocationWatch memory;
-      EXPECT_EQ(call.run(), call.result_of_failure);
-      EXPECT_EQ(memory.outstanding(), 0);
-    }
-    if (needs_sli3) {
-      expect_gate(call.run, 4, call.result_on_sli4);
-    }
-    if (call.bytes != 0) {
-      const AllocationWatch no_memory{0};
-      EXPECT_EQ(call.run(), OVK_NO_MEMORY);
-    }
-  }
-  expect_received(0);
-  EXPECT_EQ(value, 0U);
-
-  const AllocationWatch no_memory{0};
-  EXPECT_EQ(OVK_ReadPciCfg(0, buffer.data(), 2, 6), OVK_NO_MEMORY) << "before the range is checked";
 }
 
 }  // namespace

@@ -46,22 +46,6 @@ TEST_F(LoopbackTest, ModesAreSentByTheirCodes) {
   }
 }
 
-TEST_F(LoopbackTest, ModeFailuresMapTheirStatusAndTheCallLineNamesAnotherCommand) {
-  log_at(OVK_LOG_CALL | OVK_LOG_ERROR);
-  expect_mode(1, 0, 0xFFFFFFFF).status(0x0BAD0021);
-  EXPECT_EQ(OVK_ConfigLoopback(0, 1, 0), 2U);
-  EXPECT_THAT(log_lines(),
-              testing::ElementsAre(
-                  LogLine{"OVK_ConfigLoopback", "call: RAVN_MGMT_HBA_WWPNPORTATTRIBUTES id"},
-                  LogLine{"OVK_ConfigLoopback",
-                          "cmd err:      RAVN_MGMT_LOOPBACK_MODE brd[0] stat[x0:xbad0021] id"}));
-  expect_mode(1, 0, 5).status(0x0BAD0039);
-  EXPECT_EQ(OVK_ConfigLoopbackV2(0, 5, 1, 0), 1U);
-  expect_mode(1, 0, 5).delivery_error(9);
-  EXPECT_EQ(OVK_ConfigLoopbackV2(0, 5, 1, 0), 1U);
-  EXPECT_EQ(log_lines().back().function, "OVK_ConfigLoopbackV2");
-}
-
 TEST_F(LoopbackTest, AFrameGoesOutWithItsSizeAndComesBack) {
   for (const std::size_t size : {0U, 100U, 65536U}) {
     const ByteVector frame = counted_bytes(size, 3);
@@ -77,46 +61,9 @@ TEST_F(LoopbackTest, AFrameGoesOutWithItsSizeAndComesBack) {
   }
 }
 
-TEST_F(LoopbackTest, AFrameThatDoesNotComeBackLeavesTheReceiveBufferAlone) {
-  const ByteVector frame(8, 1);
-  ByteVector received(8, 0xEE);
-  const LoopbackRequest request{8, frame.data(), received.data()};
-  for (const auto& [status, delivery, result] : {Ending{0x0BAD000A, 0, 6}, Ending{0x0BAD0039, 0, 3},
-                                                 Ending{0x0BAD0021, 0, 1}, Ending{0, 9, 1}}) {
-    expect_frame(frame).replies(2, frame).ends_with(status, delivery);
-    EXPECT_EQ(OVK_RunLoopbackTest(0, &request), result) << std::hex << status;
-  }
-  for (const int failing : {0, 1}) {
-    const AllocationWatch memory{failing};
-    EXPECT_EQ(OVK_RunLoopbackTest(0, &request), OVK_NO_MEMORY);
-    EXPECT_EQ(memory.outstanding(), 0);
-  }
-  EXPECT_THAT(received, SameBytes(ByteVector(8, 0xEE)));
-
+TEST_F(LoopbackTest, AFrameThatIsTooLongEndsTheProgram) {
   const LoopbackRequest too_long{65537, nullptr, nullptr};
   EXPECT_DEATH(OVK_RunLoopbackTest(0, &too_long), "pLoopback->bufSize <= 65536");
-}
-
-TEST_F(LoopbackTest, TheEndIsALinkResetOnOlderAdaptersAndACommandOfItsOwnOnSli4) {
-  log_at(OVK_LOG_SUCCESS);
-  expect_no_sli_mode(board0);
-  EXPECT_EQ(OVK_EndLoopback(0), 1U);
-
-  expect_sli_mode(board0, 3);
-  channel.expect("RAVN_MGMT_LIP", board0).status(0x0BAD0021);
-  EXPECT_EQ(OVK_EndLoopback(0), 1U);
-  expect_sli_mode(board0, 3);
-  channel.expect("RAVN_MGMT_LIP", board0);
-  EXPECT_EQ(OVK_EndLoopback(0), OVK_OK);
-  EXPECT_EQ(log_lines().back().function, "ovk_EndLoopback");
-
-  for (const auto& [status, result] :
-       {std::pair{0x0BAD0021U, 2U}, std::pair{0x0BAD0039U, 1U}, std::pair{0U, 0U}}) {
-    expect_sli_mode(board0, 4);
-    channel.expect("RAVN_MGMT_DIAG_MODE_END", board0).word(7, 15).status(status);
-    EXPECT_EQ(OVK_EndLoopback(0), result) << std::hex << status;
-  }
-  EXPECT_EQ(log_lines().back().function, "ovk_EndLoopback_sli4");
 }
 
 class ResetTest : public LibraryTest {
@@ -163,19 +110,6 @@ class DumpTest : public MailboxTest {
   }
 };
 
-TEST_F(DumpTest, InducingADumpGivesFourAndItsFailureNothing) {
-  for (const std::uint32_t sli_mode : {3U, 4U}) {
-    expect_sli_mode(board0, sli_mode);
-    channel.expect("RAVN_MGMT_INDUCE_DUMP", board0);
-    EXPECT_EQ(OVK_SetDumpEnv(0, 4), 4U);
-    expect_sli_mode(board0, sli_mode);
-    channel.expect("RAVN_MGMT_INDUCE_DUMP", board0).status(0x0BAD0001);
-    EXPECT_EQ(OVK_SetDumpEnv(0, 4), 0U);
-  }
-  expect_no_sli_mode(board0);
-  EXPECT_EQ(OVK_SetDumpEnv(0, 4), 1U);
-}
-
 TEST_F(DumpTest, OtherModesSetTheBoardsStateWhereTheSliModeIsNotFour) {
   struct {
     std::uint32_t sli_mode;
@@ -210,24 +144,6 @@ TEST_F(DumpTest, TheDescriptorIsCopiedAsFarAsItGoesAndItsLengthIsReported) {
     EXPECT_EQ(length, reported);
     EXPECT_EQ(dest, expected) << reported;
   }
-}
-
-TEST_F(DumpTest, AFailedDescriptorQueryReportsTheLengthOnly) {
-  ByteVector dest(16, 0xEE);
-  std::uint32_t length = 16;
-  for (const auto& [status, delivery, result] :
-       {Ending{0x0BAD0007, 0, 2}, Ending{0x0BAD0014, 0, 3}, Ending{0x0BAD0003, 0, 4},
-        Ending{0x0BAD0001, 0, 1}, Ending{0, 9, 1}}) {
-    length = 16;
-    expect_descriptor(0, 5).ends_with(status, delivery);
-    EXPECT_EQ(OVK_GetDriverDumpRegion(0, 0, dest.data(), &length), result) << std::hex << status;
-    EXPECT_EQ(length, 5U);
-  }
-  const auto query = [&] { return OVK_GetDriverDumpRegion(0, 0, dest.data(), &length); };
-  expect_gate(query, 4, 2);
-  const AllocationWatch no_memory{0};
-  EXPECT_EQ(query(), OVK_NO_MEMORY);
-  EXPECT_EQ(dest, ByteVector(16, 0xEE));
 }
 
 }  // namespace

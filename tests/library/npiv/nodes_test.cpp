@@ -62,13 +62,5 @@ TEST_F(NodesTest, TheCountIsTheDriversAndRecordsAreCopiedOnSuccessButForTheirLas
   }
 }
 
-TEST_F(NodesTest, WithoutMemoryNothingIsSentAndTheCountStays) {
-  const auto nodes = std::make_unique<NodeInformationList>();
-  nodes->count = 9;
-  const AllocationWatch memory{0};
-  EXPECT_EQ(OVK_GetAllNodeInfoByWWN(0, &port, nodes.get()), OVK_NO_MEMORY);
-  EXPECT_EQ(nodes->count, 9U);
-}
-
 }  // namespace
 }  // namespace ovk::test
