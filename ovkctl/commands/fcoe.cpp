@@ -1,102 +1,256 @@
-#include "ovkctl/frame/board_command.h"
-#include "ovkctl/frame/errors.h"
-#include "ovkctl/frame/session.h"
-#include "ovkctl/frame/terminal.h"
-#include "ovkctl/subjects/fcoe_results.h"
-#include "ovkctl/subjects/region_io.h"
+#include "ovkctl/frame/command.h"
 
 #include <ovk/regions.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <cstring>
+#include <fmt/core.h>
+#include <memory>
+#include <optional>
+#include <span>
+#include <sstream>
 #include <string>
+#include <vector>
 
 namespace ovkctl {
 namespace {
 
-FcoeParams read_params(std::uint32_t board) {
-  FcoeParams params{};
-  check_board(OVK_FCoEGetParams(board, &params), board, "Reading the FCoE parameters",
-              kFcoeResults);
-  return params;
+constexpr ResultText fcoe_results[] = {
+    {OVK_NOT_SUPPORTED, "the board is no SLI-4 board",
+     "FCoE needs an SLI-4 board: see \"ovkctl list\"."},
+    {OVK_RECORD_NOT_FOUND, "region 23 holds no such record",
+     "Give region 23 its default contents with \"ovkctl region init BOARD 23\"."},
+    {OVK_MORE_DATA, "the record in region 23 has another length",
+     "Look at it with \"ovkctl region read BOARD 23\"."},
+};
+
+// ---- FCoE parameters ------------------------------------------------------------------------
+
+FcoeParams read_params(const Board& board) {
+  return board.read(OVK_FCoEGetParams, "Reading the FCoE parameters", fcoe_results);
 }
 
-void print_params(const Context& context, std::uint32_t board) {
+Report show(const Board& board) {
   const FcoeParams params = read_params(board);
   std::uint64_t fc_map = 0;
   for (const std::uint8_t byte : params.fc_map) {
     fc_map = fc_map << 8 | byte;
   }
-  Report report;
-  report.field("board", "Board", board)
-      .field("fc_map", "FC-MAP", Hex{fc_map, 6})
+  Report report = board.report();
+  report.field("fc_map", "FC-MAP", Hex{fc_map, 6})
       .field("vlan_valid", "VLAN used", params.vlan_valid != 0)
       .field("vlan_id", "VLAN", params.vlan_id);
-  context.print(report);
+  return report;
 }
 
-struct Wanted {
-  Given<HexBytes> fc_map;
-  Given<std::uint16_t> vlan;
-  Given<bool> no_vlan;
+constexpr Option<HexBytes> fc_map_option{"--fc-map", "BYTES", "the three bytes of the FC-MAP"};
+constexpr Option<std::uint16_t> vlan_option{
+    "--vlan", "NUMBER", "use this VLAN", "100", {.most = OVK_VLAN_ID_MASK}};
+constexpr Flag no_vlan_flag{"--no-vlan", "use no VLAN"};
+
+/** What of the parameters is to be set. */
+struct NewParams {
+  std::optional<HexBytes> fc_map;
+  std::optional<std::uint16_t> vlan;
+  bool no_vlan;
 
   void apply(FcoeParams& params) const {
-    if (!fc_map.present() && !vlan.present() && !*no_vlan) {
+    if (!fc_map && !vlan && !no_vlan) {
       throw UsageError("Give what is to be set: --fc-map, --vlan or --no-vlan.");
     }
-    if (vlan.present() && *no_vlan) {
+    if (vlan && no_vlan) {
       throw UsageError("--vlan and --no-vlan exclude each other.");
     }
-    if (fc_map.present()) {
+    if (fc_map) {
       if (fc_map->bytes.size() != sizeof params.fc_map) {
         throw UsageError("An FC-MAP has three bytes, such as 0efc00.");
       }
       std::ranges::copy(fc_map->bytes, params.fc_map);
     }
-    if (vlan.present()) {
-      params.vlan_valid = 1;
-      params.vlan_id = *vlan;
-    } else if (*no_vlan) {
-      params.vlan_valid = 0;
-      params.vlan_id = 0;
+    if (vlan || no_vlan) {
+      params.vlan_valid = vlan ? 1 : 0;
+      params.vlan_id = vlan.value_or(0);
     }
   }
 };
 
-void set_params(const Context& context, std::uint32_t board, const Wanted& wanted, bool yes) {
+Report set(const Board& board, const NewParams& given) {
   FcoeParams params = read_params(board);
-  wanted.apply(params);
-  confirm(yes, "This changes how board " + std::to_string(board) +
-                   " finds its fabric from the next reset on.");
-  check_board(OVK_FCoESetParams(board, &params), board, "Setting the FCoE parameters",
-              kFcoeResults);
+  given.apply(params);
+  board.ask(
+      fmt::format("This changes how {} finds its fabric from the next reset on.", board.name()));
+  board.check(OVK_FCoESetParams(board, &params), "Setting the FCoE parameters", fcoe_results);
   const FcoeParams stored = read_params(board);
-  if (std::memcmp(&stored, &params, sizeof params) != 0) {
-    fail_verification(board, "The FCoE parameters");
-  }
-  print_params(context, board);
+  board.check_stored(std::memcmp(&stored, &params, sizeof params) == 0, "The FCoE parameters");
+  return show(board);
 }
+
+// ---- FCFs -----------------------------------------------------------------------------------
+
+/** FCFs for which there is room at first; more are asked for again. */
+constexpr std::uint16_t first_room = 32;
+
+struct Free {
+  void operator()(FcfList* list) const { std::free(list); }
+};
+using FcfListOwner = std::unique_ptr<FcfList, Free>;
+
+/** An empty list with room for so many FCFs. */
+FcfListOwner make_list(std::uint16_t room) {
+  const std::size_t size = sizeof(FcfList) + room * sizeof(FcfListEntry);
+  FcfListOwner list{static_cast<FcfList*>(std::calloc(1, size))};
+  if (!list) {
+    throw OperationFailed("There is not enough memory.");
+  }
+  list->count = room;
+  return list;
+}
+
+/** Reads the whole table, again with more room when it did not fit. */
+FcfListOwner read_fcfs(const Board& board) {
+  FcfListOwner list = make_list(first_room);
+  std::uint32_t result = OVK_FCoEGetFCFList(board, list.get());
+  if (result == OVK_MORE_DATA) {
+    list = make_list(list->count);
+    result = OVK_FCoEGetFCFList(board, list.get());
+  }
+  board.check(result, "Reading the FCF table", fcoe_results);
+  return list;
+}
+
+// The driver's values keep the names that the interface gives them.
+using FcfRow = Numbered<FcfListEntry>;
+constexpr Column<FcfRow> fcf_columns[] = {
+    {"index", "FCF", number_of},
+    {"name20", "NAME (20)", of_row<&FcfListEntry::name20>},
+    {"name548", "NAME (548)", of_row<&FcfListEntry::name548>},
+    {"flag18", "FLAG (18)", of_row<[](const FcfListEntry& fcf) { return fcf.flag18 != 0; }>},
+    {"half16", "VALUE (16)", of_row<&FcfListEntry::half16>},
+    {"word12", "VALUE (12)", of_row<&FcfListEntry::word12>},
+    {"word4", "VALUE (4)", of_row<&FcfListEntry::word4>},
+    {"word8", "VALUE (8)", of_row<&FcfListEntry::word8>},
+    {"half28", "VALUE (28)", of_row<&FcfListEntry::half28>},
+    {"byte30", "VALUE (30)", of_row<&FcfListEntry::byte30>},
+    {"block36", "", of_row<[](const FcfListEntry& fcf) { return bytes_text(fcf.block36); }>},
+};
+
+Report list_fcfs(const Board& board) {
+  const FcfListOwner list = read_fcfs(board);
+  Report report = board.report();
+  report.field("value", "Driver's value", list->value)
+      .table("fcfs", "FCFs", fcf_columns, numbered(std::span{list->entries, list->count}),
+             "The board has discovered no FCF.");
+  return report;
+}
+
+// ---- FCFs that a board prefers --------------------------------------------------------------
+
+FcfConnectList read_connections(const Board& board) {
+  FcfConnectList list{};
+  list.count = OVK_FCF_CONNECT_ENTRIES;
+  board.check(OVK_FCoEGetFCFConnectList(board, &list), "Reading the FCF connection list",
+              fcoe_results);
+  return list;
+}
+
+using ConnectionRow = Numbered<FcfConnectEntry>;
+constexpr Column<ConnectionRow> connection_columns[] = {
+    {"index", "ENTRY", number_of},
+    {"flags", "FLAGS",
+     [](const ConnectionRow& row) {
+       return Hex{row.row.flags, 2};
+     }},
+    {"vlan_id", "VLAN", of_row<&FcfConnectEntry::vlan_id>},
+    {"first_name", "FIRST NAME", [](const ConnectionRow& row) { return row.row.names[0]; }},
+    {"second_name", "SECOND NAME", [](const ConnectionRow& row) { return row.row.names[1]; }},
+};
+
+Report list_connections(const Board& board) {
+  const FcfConnectList list = read_connections(board);
+  Report report = board.report();
+  report.field("capacity", "Room for", list.capacity)
+      .table("connections", "Connections", connection_columns,
+             numbered(std::span{list.entries, list.count}), "The list is empty.");
+  return report;
+}
+
+constexpr Rest<std::string> connection_words{
+    "CONNECTION", "FLAGS,VLAN,NAME,NAME of a preferred FCF",
+    "0x06,100,10:00:02:fa:54:00:00:03,10:00:02:64:54:00:03:01"};
+
+/** Reads "FLAGS,VLAN,NAME,NAME". The adapter marks each entry as used. */
+FcfConnectEntry parse_connection(const std::string& text) {
+  std::istringstream words{text};
+  std::vector<std::string> parts;
+  for (std::string part; std::getline(words, part, ',');) {
+    parts.push_back(part);
+  }
+  if (parts.size() != 4) {
+    throw UsageError(fmt::format("\"{}\" is no connection such as 0x06,100,WWN,WWN.", text));
+  }
+  FcfConnectEntry entry{};
+  parse_value(parts[0], entry.flags);
+  parse_value(parts[1], entry.vlan_id);
+  parse_value(parts[2], entry.names[0]);
+  parse_value(parts[3], entry.names[1]);
+  if ((entry.flags & ~(OVK_FCF_CONNECT_IN_USE | OVK_FCF_CONNECT_OPTIONS)) != 0) {
+    throw UsageError(
+        fmt::format("{} has flags that the adapter does not keep: only 0x3f are kept.", parts[0]));
+  }
+  entry.flags |= OVK_FCF_CONNECT_IN_USE;
+  return entry;
+}
+
+FcfConnectList parse_connections(const std::vector<std::string>& texts) {
+  if (texts.size() > OVK_FCF_CONNECT_ENTRIES) {
+    throw UsageError(fmt::format("The list has room for {} connections.", OVK_FCF_CONNECT_ENTRIES));
+  }
+  FcfConnectList list{};
+  for (const std::string& text : texts) {
+    list.entries[list.count++] = parse_connection(text);
+  }
+  return list;
+}
+
+/** Replaces the list, and reads it back. */
+Report set_connections(const Board& board, const std::vector<std::string>& texts) {
+  FcfConnectList list = parse_connections(texts);
+  board.ask(fmt::format("This replaces the FCF connection list of {}.", board.name()));
+  board.check(OVK_FCoESetFCFConnectList(board, &list), "Setting the FCF connection list",
+              fcoe_results);
+  const FcfConnectList stored = read_connections(board);
+  board.check_stored(std::memcmp(&stored, &list, sizeof list) == 0, "The FCF connection list");
+  return list_connections(board);
+}
+
+Report clear_connections(const Board& board) { return set_connections(board, {}); }
 
 }  // namespace
 
 void add_fcoe(Command root) {
-  const Command noun = root.subcommand("fcoe", "Show and set a board's FCoE parameters");
-  add_board_command(noun, "show", "Show FC-MAP and VLAN", "ovkctl fcoe show 2", print_params);
+  const Command fcoe = root.noun("fcoe", "Show and set a board's FCoE parameters");
+  fcoe.command("show", "Show FC-MAP and VLAN").on_board("2").shows(show);
+  fcoe.command("set", "Set FC-MAP and VLAN")
+      .on_board("2")
+      .takes(fc_map_option, vlan_option, no_vlan_flag)
+      .asks_itself()
+      .shows(set);
 
-  const Command set = noun.subcommand("set", "Set FC-MAP and VLAN");
-  set.example("ovkctl fcoe set 2 --vlan 100 --yes");
-  const auto set_board = set.board();
-  const Wanted wanted{
-      .fc_map = set.option<HexBytes>("--fc-map", "BYTES", "the three bytes of the FC-MAP"),
-      .vlan = set.option<std::uint16_t>(
-          "--vlan", "NUMBER", "use this VLAN", 0,
-          [](const std::uint16_t& vlan) { between(0, OVK_VLAN_ID_MASK)(vlan); }),
-      .no_vlan = set.flag("--no-vlan", "use no VLAN")};
-  const auto yes = set.yes();
-  set.action([=](const Context& context) {
-    const Session session;
-    set_params(context, session.board(*set_board), wanted, *yes);
-  });
+  const Command fcf =
+      root.noun("fcf", "Show the Fibre Channel Forwarders that a board sees and prefers");
+  fcf.command("list", "Show the FCFs that the board has discovered").on_board("2").shows(list_fcfs);
+  const Command connect = fcf.noun("connect", "Show and set the FCFs that a board prefers");
+  connect.command("list", "Show the FCF connection list").on_board("2").shows(list_connections);
+  connect.command("set", "Replace the FCF connection list")
+      .on_board("2")
+      .takes(connection_words)
+      .asks_itself()
+      .shows(set_connections);
+  connect.command("clear", "Empty the FCF connection list")
+      .on_board("2")
+      .asks_itself()
+      .shows(clear_connections);
 }
 
 }  // namespace ovkctl
