@@ -7,6 +7,7 @@
 
 #include <ovk/hbaapi.h>
 
+#include <fmt/core.h>
 #include <optional>
 #include <sstream>
 #include <string_view>
@@ -14,9 +15,9 @@
 namespace ovkctl {
 namespace {
 
-constexpr std::string_view kFormat = "ovkctl regions 1";
-constexpr std::string_view kChecksum = "crc32 ";
-constexpr std::size_t kLongestFile = 65536;
+constexpr std::string_view format_line = "ovkctl regions 1";
+constexpr std::string_view checksum_word = "crc32 ";
+constexpr std::size_t longest_file = 65536;
 
 std::uint32_t crc32(std::string_view text) {
   static constexpr std::uint32_t polynomial = 0xEDB88320;
@@ -31,15 +32,7 @@ std::uint32_t crc32(std::string_view text) {
 }
 
 std::string checksum_line(std::string_view text) {
-  return std::string(kChecksum) + hex_text(crc32(text), 8) + "\n";
-}
-
-std::string hex_of(const Bytes& bytes) {
-  std::string text;
-  for (const std::uint8_t byte : bytes) {
-    text += hex_text(byte, 2).substr(2);
-  }
-  return text;
+  return fmt::format("{}{:#010x}\n", checksum_word, crc32(text));
 }
 
 /** Takes "word rest" apart when the line starts with the word. */
@@ -54,7 +47,7 @@ void read_region_line(const std::string& value, RegionArchive& archive) {
   HexBytes bytes;
   parse_value(blank != std::string::npos ? value.substr(blank + 1) : "", bytes);
   if (bytes.bytes.size() != region_kind(number).length) {
-    throw UsageError("region " + std::to_string(number) + " has the wrong length");
+    throw UsageError(fmt::format("region {} has the wrong length", number));
   }
   archive.regions[number] = bytes.bytes;
 }
@@ -69,12 +62,12 @@ void read_line(const std::string& line, RegionArchive& archive) {
   } else if (const auto wwn = value_of(line, "port_wwn")) {
     archive.board.port_wwn = *wwn;
   } else {
-    throw UsageError("\"" + line + "\" is unknown");
+    throw UsageError(fmt::format("\"{}\" is unknown", line));
   }
 }
 
 [[noreturn]] void refuse(const std::string& path, const std::string& why) {
-  throw OperationFailed("The file \"" + path + "\" holds no saved regions: " + why + ".",
+  throw OperationFailed(fmt::format("The file \"{}\" holds no saved regions: {}.", path, why),
                         "Take a file that \"ovkctl region save\" wrote.");
 }
 
@@ -87,28 +80,32 @@ BoardIdentity identity_of(std::uint32_t board) {
           wwn_text(read_own_port(board).PortWWN)};
 }
 
+std::string BoardIdentity::text() const {
+  return fmt::format("{} {}, port {}", model, serial_number, port_wwn);
+}
+
 std::string RegionArchive::text() const {
-  std::string lines = std::string(kFormat) + "\nmodel " + board.model + "\nserial_number " +
-                      board.serial_number + "\nport_wwn " + board.port_wwn + "\n";
+  std::string lines = fmt::format("{}\nmodel {}\nserial_number {}\nport_wwn {}\n", format_line,
+                                  board.model, board.serial_number, board.port_wwn);
   for (const auto& [number, bytes] : regions) {
-    lines += "region " + std::to_string(number) + " " + hex_of(bytes) + "\n";
+    lines += fmt::format("region {} {}\n", number, bytes_text(bytes));
   }
   return lines + checksum_line(lines);
 }
 
 RegionArchive RegionArchive::from_file(const std::string& path) {
-  const Bytes bytes = read_file(path, kLongestFile);
+  const Bytes bytes = read_file(path, longest_file);
   const std::string text(bytes.begin(), bytes.end());
-  if (!text.starts_with(std::string(kFormat) + "\n")) {
+  if (!text.starts_with(std::string(format_line) + "\n")) {
     refuse(path, "its first line is another");
   }
-  const std::size_t checksum = text.rfind(kChecksum);
+  const std::size_t checksum = text.rfind(checksum_word);
   if (checksum == std::string::npos ||
       text.substr(checksum) != checksum_line(std::string_view(text).substr(0, checksum))) {
     refuse(path, "its checksum does not fit");
   }
   RegionArchive archive;
-  std::istringstream lines(text.substr(kFormat.size() + 1, checksum - kFormat.size() - 1));
+  std::istringstream lines(text.substr(format_line.size() + 1, checksum - format_line.size() - 1));
   try {
     for (std::string line; std::getline(lines, line);) {
       read_line(line, archive);

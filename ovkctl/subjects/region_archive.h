@@ -22,6 +22,9 @@ struct BoardIdentity {
   std::string port_wwn;
 
   bool operator==(const BoardIdentity&) const = default;
+
+  /** The identity in a sentence. */
+  [[nodiscard]] std::string text() const;
 };
 
 /** Reads the identity of a board; throws OperationFailed. */
@@ -33,7 +36,7 @@ struct RegionArchive {
   std::map<std::uint32_t, Bytes> regions;
 
   /** The file's text. */
-  std::string text() const;
+  [[nodiscard]] std::string text() const;
 
   /** Reads a file; throws OperationFailed when it is not one of these or is damaged. */
   static RegionArchive from_file(const std::string& path);

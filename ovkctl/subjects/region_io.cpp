@@ -1,8 +1,5 @@
 #include "ovkctl/subjects/region_io.h"
 
-#include "ovkctl/frame/errors.h"
-#include "ovkctl/frame/values.h"
-
 #include <ovk/core.h>
 #include <ovk/mailbox.h>
 
@@ -10,15 +7,16 @@
 #include <array>
 #include <bit>
 #include <cstring>
+#include <fmt/core.h>
 
 namespace ovkctl {
 namespace {
 
-constexpr std::uint32_t kAttempts = 3;
-constexpr std::uint32_t kDelayMs = 100;
+constexpr std::uint32_t attempts = 3;
+constexpr std::uint32_t delay_milliseconds = 100;
 
 /** The most bytes that one mailbox brings along. */
-constexpr std::size_t kMailboxDataBytes = OVK_MAILBOX_EXTENDED_WORDS * sizeof(std::uint32_t);
+constexpr std::size_t mailbox_data_bytes = OVK_MAILBOX_EXTENDED_WORDS * sizeof(std::uint32_t);
 using MailboxData = std::array<std::uint32_t, OVK_MAILBOX_EXTENDED_WORDS>;
 
 /** Why a region cannot be read: the firmware's answer, and what the library makes of it. */
@@ -28,23 +26,21 @@ struct Unreadable {
   const char* state;
 };
 
-constexpr Unreadable kUnreadable[] = {
+constexpr Unreadable unreadable_regions[] = {
     {ovk::RegionStatus::empty, OVK_REGION_STATUS_FFFD, "empty"},
     {ovk::RegionStatus::locked, OVK_REGION_STATUS_FFF7, "not accessible"},
     {ovk::RegionStatus::unknown, OVK_REGION_STATUS_FFF6, "not present"},
 };
 
-std::string region_text(const RegionKind& region) {
-  return "region " + std::to_string(region.number);
+std::string reading(const RegionKind& region) {
+  return fmt::format("Reading region {}", region.number);
+}
+
+std::string writing(const RegionKind& region) {
+  return fmt::format("Writing region {}", region.number);
 }
 
 }  // namespace
-
-void fail_verification(std::uint32_t board, const std::string& what) {
-  throw OperationFailed(
-      what + " of board " + std::to_string(board) + " reads back differently from what was set.",
-      "See with \"ovkctl list\" whether the board is ready, and set it again.");
-}
 
 const RegionKind& region_kind(std::uint32_t number) {
   const auto* const kind = std::ranges::find(ovk::region_kinds, number, &RegionKind::number);
@@ -53,21 +49,20 @@ const RegionKind& region_kind(std::uint32_t number) {
   }
   std::string known;
   for (const RegionKind& region : ovk::region_kinds) {
-    known += (known.empty() ? "" : ", ") + std::to_string(region.number);
+    known += fmt::format("{}{}", known.empty() ? "" : ", ", region.number);
   }
-  throw UsageError("There is no region " + std::to_string(number) + ": the regions are " + known +
-                   ".");
+  throw UsageError(fmt::format("There is no region {}: the regions are {}.", number, known));
 }
 
 std::string RegionContents::state() const {
-  const auto* const why = std::ranges::find(kUnreadable, result, &Unreadable::result);
-  return why != std::end(kUnreadable) ? why->state : "written";
+  const auto* const why = std::ranges::find(unreadable_regions, result, &Unreadable::result);
+  return why != std::end(unreadable_regions) ? why->state : "written";
 }
 
-RegionIo::RegionIo(std::uint32_t board) : board_(board), by_command_(false) {
+RegionIo::RegionIo(const Board& board) : board_{board}, by_command_{false} {
   DrvInfo info{.record_version = OVK_DRV_INFO_VERSION};
   if (OVK_GetDrvInfo(board, &info) != OVK_OK) {
-    check_board(OVK_FAILED, board, "Reading the SLI mode");
+    board.check(OVK_FAILED, "Reading the SLI mode");
   }
   by_command_ = info.sli_mode >= OVK_SLI4;
 }
@@ -76,26 +71,15 @@ RegionContents RegionIo::read(const RegionKind& region) const {
   return by_command_ ? read_by_command(region) : read_by_mailbox(region);
 }
 
-Bytes RegionIo::read_bytes(const RegionKind& region) const {
-  const RegionContents contents = read(region);
-  if (!contents.readable()) {
-    throw OperationFailed("The " + region_text(region) + " of board " + std::to_string(board_) +
-                              " is " + contents.state() + ".",
-                          "See with \"ovkctl region list\" what the board's regions hold.",
-                          contents.result);
-  }
-  return contents.bytes;
-}
-
 void RegionIo::write(const RegionKind& region, const Bytes& bytes) const {
   if (by_command_) {
     write_by_command(region, bytes);
   } else {
     write_by_mailbox(region, bytes);
   }
-  if (read_bytes(region) != bytes) {
-    fail_verification(board_, "The " + region_text(region));
-  }
+  const RegionContents stored = read(region);
+  board_.check_stored(stored.readable() && stored.bytes == bytes,
+                      fmt::format("Region {}", region.number));
 }
 
 RegionContents RegionIo::read_by_command(const RegionKind& region) const {
@@ -103,12 +87,10 @@ RegionContents RegionIo::read_by_command(const RegionKind& region) const {
   std::uint32_t size = region.length;
   contents.result = OVK_IssueDumpMBox(board_, OVK_REGION_REQUEST_TYPE, 0, region.number, 0,
                                       contents.bytes.data(), &size);
-  if (std::ranges::find(kUnreadable, contents.result, &Unreadable::result) ==
-      std::end(kUnreadable)) {
-    check_board(contents.result, board_, "Reading " + region_text(region));
-    if (size == 0) {
-      check_board(OVK_FAILED, board_, "Reading " + region_text(region));
-    }
+  if (std::ranges::find(unreadable_regions, contents.result, &Unreadable::result) ==
+      std::end(unreadable_regions)) {
+    board_.check(contents.result, reading(region));
+    board_.check(size != 0 ? OVK_OK : OVK_FAILED, reading(region));
   }
   contents.bytes.resize(size);
   return contents;
@@ -123,13 +105,13 @@ RegionContents RegionIo::read_by_mailbox(const RegionKind& region) const {
     MailboxData data{};
     const std::uint32_t result = OVK_IssueMboxWithRetryEx(
         board_, &mailbox, data.data(), ovk::region_data_flag, 0,
-        ovk::region_step_bytes / sizeof(std::uint32_t), kAttempts, kDelayMs);
-    const auto* const why =
-        std::ranges::find(kUnreadable, ovk::RegionStatus{mailbox.status}, &Unreadable::status);
-    if (result != OVK_OK && why != std::end(kUnreadable)) {
+        ovk::region_step_bytes / sizeof(std::uint32_t), attempts, delay_milliseconds);
+    const auto* const why = std::ranges::find(unreadable_regions, ovk::RegionStatus{mailbox.status},
+                                              &Unreadable::status);
+    if (result != OVK_OK && why != std::end(unreadable_regions)) {
       return {.bytes = {}, .result = why->result};
     }
-    check_answer(result, mailbox.status, "Reading " + region_text(region));
+    check_answer(result, mailbox.status, reading(region));
     const std::uint32_t count = std::min(std::bit_cast<ovk::RegionMailbox>(mailbox).length, wanted);
     if (count == 0) {
       break;
@@ -145,14 +127,14 @@ void RegionIo::write_by_command(const RegionKind& region, const Bytes& bytes) co
   const std::int32_t result =
       OVK_IssueUpdateCfgMBox(board_, OVK_REGION_REQUEST_TYPE, region.number, bytes.data(),
                              static_cast<std::uint32_t>(bytes.size()), &status);
-  check_answer(static_cast<std::uint32_t>(result), status, "Writing " + region_text(region));
+  check_answer(static_cast<std::uint32_t>(result), status, writing(region));
 }
 
 void RegionIo::write_by_mailbox(const RegionKind& region, const Bytes& bytes) const {
-  if (bytes.size() > kMailboxDataBytes) {
-    throw OperationFailed("The adapter of board " + std::to_string(board_) + " takes at most " +
-                          std::to_string(kMailboxDataBytes) + " bytes at a time, so " +
-                          region_text(region) + " cannot be written.");
+  if (bytes.size() > mailbox_data_bytes) {
+    throw OperationFailed(fmt::format(
+        "The adapter of {} takes at most {} bytes at a time, so region {} cannot be written.",
+        board_.name(), mailbox_data_bytes, region.number));
   }
   const auto length = static_cast<std::uint32_t>(bytes.size());
   auto mailbox = std::bit_cast<Mailbox>(ovk::region_update(region.number, length));
@@ -160,21 +142,21 @@ void RegionIo::write_by_mailbox(const RegionKind& region, const Bytes& bytes) co
   std::memcpy(data.data(), bytes.data(), bytes.size());
   const std::uint32_t result =
       OVK_IssueMboxWithRetryEx(board_, &mailbox, data.data(), ovk::region_data_flag,
-                               length / sizeof(std::uint32_t), 0, kAttempts, kDelayMs);
-  check_answer(result, mailbox.status, "Writing " + region_text(region));
+                               length / sizeof(std::uint32_t), 0, attempts, delay_milliseconds);
+  check_answer(result, mailbox.status, writing(region));
 }
 
 void RegionIo::check_answer(std::uint32_t result, std::uint32_t mailbox_status,
                             const std::string& operation) const {
   if (mailbox_status != 0) {
-    throw OperationFailed(operation + " of board " + std::to_string(board_) +
-                              " failed: the firmware refused it with mailbox status " +
-                              hex_text(mailbox_status, 4) + ".",
+    throw OperationFailed(fmt::format("{} of {} failed: the firmware refused it with mailbox "
+                                      "status {:#06x}.",
+                                      operation, board_.name(), mailbox_status),
                           "The region may be locked. See the adapter's documentation for the "
                           "mailbox status.",
                           result);
   }
-  check_board(result, board_, operation);
+  board_.check(result, operation);
 }
 
 }  // namespace ovkctl

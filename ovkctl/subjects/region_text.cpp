@@ -3,12 +3,14 @@
 #include "driver_abi/record.h"
 #include "driver_abi/regions.h"
 #include "ovkctl/frame/values.h"
+#include "ovkctl/frame/words.h"
 
 #include <ovk/regions.h>
 
 #include <algorithm>
 #include <cstddef>
 #include <cstring>
+#include <fmt/core.h>
 #include <optional>
 #include <vector>
 
@@ -21,13 +23,7 @@ bool is_zero(Image bytes) {
   return std::ranges::all_of(bytes, [](std::uint8_t byte) { return byte == 0; });
 }
 
-std::string bytes_text(Image bytes) {
-  std::string text;
-  for (const std::uint8_t byte : bytes) {
-    text += (text.empty() ? "" : " ") + hex_text(byte, 2).substr(2);
-  }
-  return text;
-}
+std::string spaced(Image bytes) { return bytes_text(bytes, " "); }
 
 std::string fcoe_text(const ovk::RecordHeader& header, Image data) {
   const auto fcoe = ovk::read_record<ovk::FcoeParametersData>(data);
@@ -35,9 +31,9 @@ std::string fcoe_text(const ovk::RecordHeader& header, Image data) {
     return "damaged: it has another length";
   }
   const std::string vlan = (header.fields[1] & ovk::fcoe_vlan_valid) != 0
-                               ? "VLAN " + std::to_string(fcoe->vlan_id & OVK_VLAN_ID_MASK)
+                               ? fmt::format("VLAN {}", fcoe->vlan_id & OVK_VLAN_ID_MASK)
                                : "no VLAN";
-  return "FC-MAP " + bytes_text(fcoe->fc_map) + ", " + vlan;
+  return fmt::format("FC-MAP {}, {}", spaced(fcoe->fc_map), vlan);
 }
 
 /** All records of one kind that fit into the data. */
@@ -55,7 +51,7 @@ std::string connections_text(Image data) {
   const auto used = std::ranges::count_if(connections, [](const auto& connection) {
     return (connection.flags & OVK_FCF_CONNECT_IN_USE) != 0;
   });
-  return std::to_string(used) + " of " + std::to_string(connections.size()) + " in use";
+  return fmt::format("{} of {} in use", used, connections.size());
 }
 
 std::string link_text(Image data) {
@@ -67,36 +63,59 @@ std::string link_text(Image data) {
   return "no valid setting";
 }
 
-struct RecordText {
-  std::string name;
-  std::string meaning;
-};
+constexpr auto record_names = words<ovk::RecordType>({
+    {ovk::RecordType::fcoe_parameters, "FCoE parameters"},
+    {ovk::RecordType::fcf_connections, "FCF connection list"},
+    {ovk::RecordType::persistent_link_down, "persistent link down"},
+    {ovk::RecordType::end_of_list, "end of list"},
+});
 
-RecordText describe(const ovk::RecordHeader& header, Image data) {
+std::string meaning_of(const ovk::RecordHeader& header, Image data) {
   switch (header.type) {
     case ovk::RecordType::fcoe_parameters:
-      return {"FCoE parameters", fcoe_text(header, data)};
+      return fcoe_text(header, data);
     case ovk::RecordType::fcf_connections:
-      return {"FCF connection list", connections_text(data)};
+      return connections_text(data);
     case ovk::RecordType::persistent_link_down:
-      return {"persistent link down", link_text(data)};
+      return link_text(data);
     case ovk::RecordType::end_of_list:
-      return {"end of list", ""};
+      return "";
     default:
-      return {"unknown", bytes_text(data.first(std::min<std::size_t>(data.size(), 16)))};
+      return spaced(data.first(std::min<std::size_t>(data.size(), 16)));
   }
 }
 
+/** A record of region 23. */
+struct RecordRow {
+  std::size_t offset;
+  ovk::RecordHeader header;
+  Image data;
+  bool whole;
+};
+
+constexpr Column<RecordRow> record_columns[] = {
+    {"offset", "OFFSET",
+     [](const RecordRow& row) {
+       return Hex{row.offset, 3};
+     }},
+    {"type", "TYPE",
+     [](const RecordRow& row) {
+       return Hex{static_cast<std::uint8_t>(row.header.type), 2};
+     }},
+    {"name", "RECORD",
+     [](const RecordRow& row) {
+       return find_word<ovk::RecordType>(record_names, row.header.type).value_or("unknown");
+     }},
+    {"words", "WORDS", [](const RecordRow& row) { return row.header.words; }},
+    {"meaning", "CONTENTS",
+     [](const RecordRow& row) {
+       return row.whole ? meaning_of(row.header, row.data) : "damaged: it leaves the region";
+     }},
+};
+
 /** The list ends at its end record, or where the image does. */
 void add_records(Section& section, Image image, const ovk::Region23Header& region) {
-  section.field("version", "Version", region.version);
-  Table& table = section.table("records", "Records",
-                               {{"offset", "OFFSET"},
-                                {"type", "TYPE"},
-                                {"name", "RECORD"},
-                                {"words", "WORDS"},
-                                {"meaning", "CONTENTS"}},
-                               "The list holds no record.");
+  std::vector<RecordRow> records;
   std::size_t at = sizeof region;
   bool ended = false;
   while (const auto header =
@@ -104,30 +123,57 @@ void add_records(Section& section, Image image, const ovk::Region23Header& regio
     const std::size_t room = image.size() - at - sizeof *header;
     const std::size_t size = header->words * sizeof(std::uint32_t);
     const Image data = image.subspan(at + sizeof *header, std::min(size, room));
-    const auto [name, meaning] = describe(*header, data);
-    table.row({Hex{at, 3}, Hex{static_cast<std::uint8_t>(header->type), 2}, name, header->words,
-               size > room ? "damaged: it leaves the region" : meaning});
+    records.push_back({at, *header, data, size <= room});
     ended = header->type == ovk::RecordType::end_of_list;
     at += sizeof *header + data.size();
   }
+  section.field("version", "Version", region.version)
+      .table("records", "Records", record_columns, records, "The list holds no record.");
   if (!ended) {
     section.note("The list has no end.");
   }
 }
 
+/** An entry of region 22 and its index. */
+struct EntryRow {
+  std::uint32_t index;
+  ovk::Region22Slot entry;
+};
+
+constexpr Column<EntryRow> entry_columns[] = {
+    {"index", "ENTRY", field<&EntryRow::index>},
+    {"bytes", "BYTES", [](const EntryRow& row) { return spaced(row.entry.bytes); }},
+};
+
 void add_entries(Section& section, Image image) {
-  section.field("version", "Version", image[offsetof(ovk::Region22Image, version)]);
-  Table& table = section.table("entries", "Entries", {{"index", "ENTRY"}, {"bytes", "BYTES"}},
-                               "The region holds no entry.");
+  std::vector<EntryRow> entries;
   std::uint32_t index = 0;
-  const Image entries = image.subspan(offsetof(ovk::Region22Image, entries));
-  for (const ovk::Region22Slot& entry : records_of<ovk::Region22Slot>(entries)) {
+  for (const auto& entry :
+       records_of<ovk::Region22Slot>(image.subspan(offsetof(ovk::Region22Image, entries)))) {
     if (!is_zero(entry.bytes)) {
-      table.row({index, bytes_text(entry.bytes)});
+      entries.push_back({index, entry});
     }
     ++index;
   }
+  section.field("version", "Version", image[offsetof(ovk::Region22Image, version)])
+      .table("entries", "Entries", entry_columns, entries, "The region holds no entry.");
 }
+
+/** A line of bytes that changes. */
+struct ChangeRow {
+  std::size_t offset;
+  Image before;
+  Image after;
+};
+
+constexpr Column<ChangeRow> change_columns[] = {
+    {"offset", "OFFSET",
+     [](const ChangeRow& row) {
+       return Hex{row.offset, 3};
+     }},
+    {"before", "BEFORE", [](const ChangeRow& row) { return spaced(row.before); }},
+    {"after", "AFTER", [](const ChangeRow& row) { return spaced(row.after); }},
+};
 
 }  // namespace
 
@@ -156,21 +202,22 @@ Bytes default_region(const RegionKind& region) {
 
 std::size_t add_changes(Section& section, const Bytes& before, const Bytes& after) {
   static constexpr std::size_t line_bytes = 16;
-  Table& table = section.table("changes", "Changes",
-                               {{"offset", "OFFSET"}, {"before", "BEFORE"}, {"after", "AFTER"}},
-                               "The region holds these bytes already.");
+  std::vector<ChangeRow> rows;
   std::size_t changed = 0;
   for (std::size_t at = 0; at < after.size(); at += line_bytes) {
     const std::size_t count = std::min(line_bytes, after.size() - at);
-    const Image old_line = Image(before).subspan(at, count);
-    const Image new_line = Image(after).subspan(at, count);
+    const ChangeRow row{at, Image{before}.subspan(at, count), Image{after}.subspan(at, count)};
+    std::size_t differences = 0;
     for (std::size_t i = 0; i < count; ++i) {
-      changed += old_line[i] != new_line[i] ? 1 : 0;
+      differences += row.before[i] != row.after[i] ? 1 : 0;
     }
-    if (!std::ranges::equal(old_line, new_line)) {
-      table.row({Hex{at, 3}, bytes_text(old_line), bytes_text(new_line)});
+    changed += differences;
+    if (differences != 0) {
+      rows.push_back(row);
     }
   }
+  section.table("changes", "Changes", change_columns, rows,
+                "The region holds these bytes already.");
   return changed;
 }
 
