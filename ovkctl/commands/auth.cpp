@@ -1,9 +1,6 @@
 #include "driver_abi/records/auth.h"
 
-#include "ovkctl/frame/board_command.h"
-#include "ovkctl/frame/errors.h"
-#include "ovkctl/frame/session.h"
-#include "ovkctl/frame/terminal.h"
+#include "ovkctl/frame/command.h"
 #include "ovkctl/subjects/board_text.h"
 #include "ovkctl/subjects/secret.h"
 
@@ -14,6 +11,7 @@
 #include <bit>
 #include <cstring>
 #include <ctime>
+#include <fmt/core.h>
 #include <optional>
 #include <span>
 #include <string>
@@ -22,14 +20,13 @@
 namespace ovkctl {
 namespace {
 
-constexpr ResultText kAuthResults[] = {
+constexpr ResultText auth_results[] = {
     {OVK_AUTH_NOT_SUPPORTED, "this adapter cannot authenticate",
      "See with \"ovkctl show\" which SLI mode the board has: it takes 4 or above."},
     {OVK_AUTH_NO_MEMORY, "there is not enough memory", "Free memory and run the command again."},
     {OVK_AUTH_STATUS_NOT_FOUND, "there is no such entry or port",
      "See with \"ovkctl auth config list\" which entries there are, and with \"ovkctl ports\" "
-     "which "
-     "ports."},
+     "which ports."},
     {OVK_AUTH_STATUS_NO_ROOM, "there is no room for more entries",
      "Delete one with \"ovkctl auth config delete\"."},
     {OVK_AUTH_STATUS_NOT_OFFERED, "the driver does not offer authentication",
@@ -40,88 +37,81 @@ constexpr ResultText kAuthResults[] = {
      "Enable it with \"ovkctl auth config set --mode enabled\"."},
 };
 
-constexpr std::uint8_t kLengthsOnly = 0;
+constexpr auto modes = words<ovk::AuthMode>({{ovk::AuthMode::disabled, "disabled"},
+                                             {ovk::AuthMode::enabled, "enabled"},
+                                             {ovk::AuthMode::passive, "passive"}});
+constexpr auto hashes = words<ovk::AuthHash>({{ovk::AuthHash::md5, "md5"},
+                                              {ovk::AuthHash::sha1, "sha1"},
+                                              {ovk::AuthHash::sha256, "sha256"}});
+constexpr auto groups = words<ovk::AuthGroup>({{ovk::AuthGroup::null, "null"},
+                                               {ovk::AuthGroup::bits_1024, "1024"},
+                                               {ovk::AuthGroup::bits_1280, "1280"},
+                                               {ovk::AuthGroup::bits_1536, "1536"},
+                                               {ovk::AuthGroup::bits_2048, "2048"},
+                                               {ovk::AuthGroup::bits_4096, "4096"}});
+constexpr auto states = words<ovk::AuthState>({{ovk::AuthState::never_tried, "never tried"},
+                                               {ovk::AuthState::authenticated, "authenticated"},
+                                               {ovk::AuthState::failed, "failed"}});
+constexpr auto reasons = words<ovk::AuthFailure>(
+    {{ovk::AuthFailure::none, ""},
+     {ovk::AuthFailure::no_password, "no password is set"},
+     {ovk::AuthFailure::peer_silent, "the peer does not authenticate"},
+     {ovk::AuthFailure::board_rejected, "the peer does not accept the board's password"},
+     {ovk::AuthFailure::peer_rejected, "the peer's password is not the expected one"}});
 
-using WordTable = std::vector<std::string>;
+constexpr Word<Wwn> remote_word{"REMOTE", "port WWN of the remote port", "10:00:02:0a:54:00:00:01"};
+constexpr Flag persist_flag{"--persist", "keep all of the board's entries over a restart"};
 
-// In the order of their codes; the codes of hashes and groups begin with 1.
-const WordTable kModes = {"disabled", "enabled", "passive"};
-const WordTable kHashes = {"md5", "sha1", "sha256"};
-const WordTable kGroups = {"null", "1024", "1280", "1536", "2048", "4096"};
-const WordTable kStates = {"never tried", "authenticated", "failed"};
-const WordTable kReasons = {"", "no password is set", "the peer does not authenticate",
-                            "the peer does not accept the board's password",
-                            "the peer's password is not the expected one"};
-
-void check_auth(std::uint32_t result, std::uint32_t board, const std::string& operation) {
-  check_board(result, board, operation, kAuthResults);
+/** The word of a code that a record has as a byte. */
+template <typename Code, std::size_t count>
+std::string byte_word(const Words<Code, count>& table, std::uint8_t code) {
+  return word_of(table, static_cast<Code>(code), "");
 }
 
-/** The word of a code, which may be of an enumeration. */
-template <typename Code>
-std::string word_of(const WordTable& words, Code given, std::uint32_t first = 0) {
-  const auto code = static_cast<std::uint32_t>(given);
-  return code >= first && code - first < words.size() ? words[code - first] : std::to_string(code);
-}
-
-List words_of(const WordTable& words, std::span<const std::uint8_t> codes, std::size_t count) {
+template <typename Code, std::size_t count>
+List words_of(const Words<Code, count>& table, std::span<const std::uint8_t> codes,
+              std::size_t used) {
   List list;
-  for (const std::uint8_t code : codes.first(std::min(count, codes.size()))) {
-    list.push_back(word_of(words, code, 1));
+  for (const std::uint8_t code : codes.first(std::min(used, codes.size()))) {
+    list.push_back(byte_word(table, code));
   }
   return list;
 }
 
-std::uint8_t code_of(const WordTable& words, const std::string& word, std::uint8_t first) {
-  const auto found = std::ranges::find(words, word);
-  if (found == words.end()) {
-    std::string known;
-    for (const std::string& each : words) {
-      known += (known.empty() ? "" : ", ") + each;
-    }
-    throw UsageError("\"" + word + "\" is none of " + known);
-  }
-  return static_cast<std::uint8_t>(found - words.begin() + first);
-}
-
 /** Fills a list of codes from "word,word"; returns how many there are. */
-std::uint8_t parse_codes(const WordTable& words, std::string text, std::span<std::uint8_t> codes) {
-  std::uint8_t count = 0;
+template <typename Code, std::size_t count>
+std::uint8_t parse_codes(const Words<Code, count>& table, std::string text,
+                         std::span<std::uint8_t> codes) {
+  std::uint8_t used = 0;
   while (!text.empty()) {
     const std::size_t end = std::min(text.find(','), text.size());
-    if (count == codes.size()) {
-      throw UsageError("at most " + std::to_string(codes.size()) + " of them fit");
+    if (used == codes.size()) {
+      throw UsageError(fmt::format("At most {} of {} fit.", codes.size(),
+                                   list_words(WordList<Code>{table}, ", ")));
     }
-    codes[count++] = code_of(words, text.substr(0, end), 1);
+    const Code code = code_of(WordList<Code>{table}, text.substr(0, end));
+    codes[used++] = static_cast<std::uint8_t>(code);
     text.erase(0, end + 1);
   }
-  return count;
+  return used;
 }
 
-/** The board and the remote port that a command names. */
-struct Pair {
-  explicit Pair(const Command& command)
-      : board(command.board()),
-        remote(command.argument<Wwn>("REMOTE", "port WWN of the remote port")) {}
-
-  ovk::PortPair ports(std::uint32_t index) const { return {read_own_port(index).PortWWN, *remote}; }
-
-  Given<BoardIndex> board;
-  Given<Wwn> remote;
-};
-
-Given<bool> persist_flag(const Command& command) {
-  return command.flag("--persist", "keep all of the board's entries over a restart");
+void check_auth(const Board& board, std::uint32_t result, const char* operation) {
+  board.check(result, operation, auth_results);
 }
 
-void persist(std::uint32_t board) {
-  check_auth(OVK_PersistAuthConfig(board), board, "Persisting the authentication entries");
+ovk::PortPair ports_of(const Board& board, const Wwn& remote) {
+  return {read_own_port(board).PortWWN, remote};
+}
+
+void persist(const Board& board) {
+  check_auth(board, OVK_PersistAuthConfig(board), "Persisting the authentication entries");
 }
 
 // ---- Reading --------------------------------------------------------------------------------
 
 /** The entry of a pair of ports, or the one after it; nothing when there is none. */
-std::optional<ovk::AuthConfigRecord> find_config(std::uint32_t board, const ovk::PortPair& ports,
+std::optional<ovk::AuthConfigRecord> find_config(const Board& board, const ovk::PortPair& ports,
                                                  ovk::AuthEntry entry) {
   auto config = std::bit_cast<AuthConfig>(ovk::AuthConfigRecord{.ports = ports});
   const std::uint32_t result =
@@ -129,88 +119,218 @@ std::optional<ovk::AuthConfigRecord> find_config(std::uint32_t board, const ovk:
   if (result == OVK_AUTH_STATUS_NOT_FOUND) {
     return std::nullopt;
   }
-  check_auth(result, board, "Reading the authentication entries");
+  check_auth(board, result, "Reading the authentication entries");
   return std::bit_cast<ovk::AuthConfigRecord>(config);
 }
 
-ovk::AuthConfigRecord read_config(std::uint32_t board, const ovk::PortPair& ports) {
+ovk::AuthConfigRecord read_config(const Board& board, const ovk::PortPair& ports) {
   const auto config = find_config(board, ports, ovk::AuthEntry::named);
   if (!config) {
-    check_auth(OVK_AUTH_STATUS_NOT_FOUND, board, "Reading the authentication entry");
+    check_auth(board, OVK_AUTH_STATUS_NOT_FOUND, "Reading the authentication entry");
   }
   return *config;
 }
 
-/** The lengths of the two passwords; 0 for one that is not set. */
-struct PasswordLengths {
-  std::uint8_t local = 0;
-  std::uint8_t remote = 0;
+/** Which of an entry's passwords are set. */
+struct PasswordsSet {
+  bool local = false;
+  bool remote = false;
 };
 
-PasswordLengths read_password_lengths(std::uint32_t board, const ovk::PortPair& ports) {
+PasswordsSet read_passwords_set(const Board& board, const ovk::PortPair& ports) {
+  static constexpr std::uint8_t lengths_only = 0;
   auto password = std::bit_cast<AuthPassword>(ovk::AuthPasswordRecord{.ports = ports});
-  const std::uint32_t result = OVK_GetAuthPasswordV2(board, &password, kLengthsOnly);
+  const std::uint32_t result = OVK_GetAuthPasswordV2(board, &password, lengths_only);
   auto record = std::bit_cast<ovk::AuthPasswordRecord>(password);
   explicit_bzero(&password, sizeof password);
-  const PasswordLengths lengths{
-      record.local_type != ovk::SecretType::none ? record.local_length : std::uint8_t{0},
-      record.remote_type != ovk::SecretType::none ? record.remote_length : std::uint8_t{0}};
+  const PasswordsSet set{record.local_type != ovk::SecretType::none && record.local_length != 0,
+                         record.remote_type != ovk::SecretType::none && record.remote_length != 0};
   explicit_bzero(&record, sizeof record);
   if (result == OVK_AUTH_STATUS_NOT_FOUND) {
     return {};
   }
-  check_auth(result, board, "Asking whether passwords are set");
-  return lengths;
+  check_auth(board, result, "Asking whether passwords are set");
+  return set;
 }
 
-ovk::AuthStatusRecord read_status(std::uint32_t board, const ovk::PortPair& ports) {
-  auto status = std::bit_cast<AuthStatus>(ovk::AuthStatusRecord{.ports = ports});
-  check_auth(OVK_GetAuthStatus(board, &status), board, "Reading the authentication status");
-  return std::bit_cast<ovk::AuthStatusRecord>(status);
-}
+// ---- Entries --------------------------------------------------------------------------------
 
-// ---- Reports --------------------------------------------------------------------------------
-
-Report config_report(std::uint32_t board, const ovk::PortPair& ports) {
+Report config_report(const Board& board, const ovk::PortPair& ports) {
   const ovk::AuthConfigRecord config = read_config(board, ports);
-  const PasswordLengths passwords = read_password_lengths(board, ports);
-  Report report;
-  report.field("board", "Board", board)
-      .field("local_port", "Local port", config.ports.local)
+  const PasswordsSet passwords = read_passwords_set(board, ports);
+  Report report = board.report();
+  report.field("local_port", "Local port", config.ports.local)
       .field("remote_port", "Remote port", config.ports.remote)
-      .field("mode", "Mode", word_of(kModes, config.mode))
+      .field("mode", "Mode", word_of(modes, config.mode, ""))
       .field("bidirectional", "Bidirectional", config.bidirectional != 0)
-      .field("hashes", "Hashes", words_of(kHashes, config.hashes, config.hash_count))
-      .field("groups", "DH groups", words_of(kGroups, config.groups, config.group_count))
+      .field("hashes", "Hashes", words_of(hashes, config.hashes, config.hash_count))
+      .field("groups", "DH groups", words_of(groups, config.groups, config.group_count))
       .field("timeout_seconds", "Timeout, seconds", config.timeout_seconds)
       .field("interval_seconds", "Repeated after, seconds", config.interval_seconds)
-      .field("local_password_set", "Local password set", passwords.local != 0)
-      .field("remote_password_set", "Remote password set", passwords.remote != 0);
+      .field("local_password_set", "Local password set", passwords.local)
+      .field("remote_password_set", "Remote password set", passwords.remote);
   return report;
 }
 
-Report configs_report(std::uint32_t board) {
-  Report report;
-  report.field("board", "Board", board);
-  Table& table = report.table("entries", "",
-                              {{"remote_port", "REMOTE PORT"},
-                               {"mode", "MODE"},
-                               {"bidirectional", "BIDIRECTIONAL"},
-                               {"hashes", "HASHES"},
-                               {"groups", "DH GROUPS"}},
-                              "The board has no authentication entry.");
-  ovk::PortPair ports{.local = read_own_port(board).PortWWN};
+using Config = ovk::AuthConfigRecord;
+constexpr Column<Config> config_columns[] = {
+    {"remote_port", "REMOTE PORT", [](const Config& config) { return config.ports.remote; }},
+    {"mode", "MODE", [](const Config& config) { return word_of(modes, config.mode, ""); }},
+    {"bidirectional", "BIDIRECTIONAL",
+     [](const Config& config) { return config.bidirectional != 0; }},
+    {"hashes", "HASHES",
+     [](const Config& config) { return words_of(hashes, config.hashes, config.hash_count); }},
+    {"groups", "DH GROUPS",
+     [](const Config& config) { return words_of(groups, config.groups, config.group_count); }},
+};
+
+Report list_configs(const Board& board) {
+  std::vector<Config> configs;
+  ovk::PortPair ports = ports_of(board, {});
   while (const auto config = find_config(board, ports, ovk::AuthEntry::next)) {
-    if (config->ports.remote <= ports.remote && !table.rows().empty()) {
+    if (config->ports.remote <= ports.remote && !configs.empty()) {
       throw OperationFailed("The driver does not list its entries in order.");
     }
     ports.remote = config->ports.remote;
-    table.row({config->ports.remote, word_of(kModes, config->mode), config->bidirectional != 0,
-               words_of(kHashes, config->hashes, config->hash_count),
-               words_of(kGroups, config->groups, config->group_count)});
+    configs.push_back(*config);
   }
+  Report report = board.report();
+  report.table("entries", "", config_columns, configs, "The board has no authentication entry.");
   return report;
 }
+
+Report show_config(const Board& board, const Wwn& remote) {
+  return config_report(board, ports_of(board, remote));
+}
+
+constexpr Choice<ovk::AuthMode> mode_choice{"--mode", "whether the board authenticates", modes,
+                                            ovk::AuthMode::enabled};
+constexpr Flag bidirectional_flag{"--bidirectional", "the remote port authenticates as well"};
+constexpr Setting<std::string> hashes_setting{"--hashes", "LIST",
+                                              "of md5, sha1, sha256; best first", "sha256,sha1"};
+constexpr Setting<std::string> groups_setting{
+    "--groups", "LIST", "DH groups of null, 1024, 1280, 1536, 2048, 4096; best first", "2048,1536"};
+constexpr Setting<std::uint16_t> timeout_setting{"--timeout", "SECONDS", "how long a peer may take",
+                                                 "45",        "",        {.least = 1}};
+constexpr Setting<std::uint32_t> interval_setting{
+    "--interval", "SECONDS", "after which authentication is repeated; 0: never", "0"};
+
+/** What the command line says about an entry. */
+struct NewConfig {
+  Wwn remote;
+  ovk::AuthMode mode;
+  bool bidirectional;
+  std::string hashes;
+  std::string groups;
+  std::uint16_t timeout;
+  std::uint32_t interval;
+  bool persist;
+};
+
+Report set_config(const Board& board, const NewConfig& given) {
+  Config record{.mode = given.mode,
+                .bidirectional = static_cast<std::uint8_t>(given.bidirectional ? 1 : 0),
+                .timeout_seconds = given.timeout,
+                .interval_seconds = given.interval};
+  record.hash_count = parse_codes(hashes, given.hashes, record.hashes);
+  record.group_count = parse_codes(groups, given.groups, record.groups);
+  record.ports = ports_of(board, given.remote);
+  board.ask(fmt::format("This changes how {} authenticates with the remote port.", board.name()));
+  auto sent = std::bit_cast<AuthConfig>(record);
+  check_auth(board, OVK_SetAuthConfigV2(board, &sent), "Setting the authentication entry");
+  if (given.persist) {
+    persist(board);
+  }
+  return config_report(board, record.ports);
+}
+
+constexpr OptionalWord<Wwn> any_remote_word{remote_word.name, remote_word.help, remote_word.sample};
+constexpr Flag all_flag{"--all", "delete all entries"};
+
+Report delete_configs(const Board& board, const std::optional<Wwn>& remote, bool all, bool keep) {
+  if (all == remote.has_value()) {
+    throw UsageError("Name a REMOTE port or say --all.");
+  }
+  board.ask(fmt::format("This deletes {} and passwords of {}.", all ? "all entries" : "the entry",
+                        board.name()));
+  AuthConfig config{};
+  if (remote) {
+    config = std::bit_cast<AuthConfig>(Config{.ports = ports_of(board, *remote)});
+  }
+  check_auth(board, OVK_DeleteAuthConfigV2(board, &config, all ? 1 : 0),
+             "Deleting authentication entries");
+  if (keep) {
+    persist(board);
+  }
+  return list_configs(board);
+}
+
+Report persist_configs(const Board& board) {
+  persist(board);
+  return list_configs(board);
+}
+
+Report reset_configs(const Board& board) {
+  check_auth(board, OVK_DeleteAuthConfigObject(board), "Deleting the authentication configuration");
+  return list_configs(board);
+}
+
+// ---- Passwords ------------------------------------------------------------------------------
+
+constexpr Range descriptors{0, 1023};
+constexpr Option<std::uint32_t> local_option{
+    "--local-fd", "NUMBER", "read the board's password from this file descriptor", "", descriptors};
+constexpr Option<std::uint32_t> remote_option{
+    "--remote-fd", "NUMBER", "read the remote port's password from this file descriptor", "",
+    descriptors};
+
+/** Takes a password from the descriptor that the option names, else from the terminal. */
+void take_password(Secret& secret, const std::optional<std::uint32_t>& descriptor,
+                   const char* what) {
+  if (descriptor) {
+    secret.read_from(static_cast<int>(*descriptor));
+  } else {
+    secret.ask(what);
+  }
+}
+
+void send_passwords(const Board& board, const ovk::PortPair& ports, const Secret& local,
+                    const Secret& remote) {
+  using ovk::SecretType;
+  ovk::AuthPasswordRecord record{
+      .ports = ports,
+      .local_type = SecretType::text,
+      .local_length = local.length(),
+      .remote_type = remote.length() != 0 ? SecretType::text : SecretType::none,
+      .remote_length = remote.length(),
+      .local = local.bytes(),
+      .remote = remote.bytes()};
+  auto sent = std::bit_cast<AuthPassword>(record);
+  const std::uint32_t result = OVK_SetAuthPasswordV2(board, &sent);
+  explicit_bzero(&record, sizeof record);
+  explicit_bzero(&sent, sizeof sent);
+  check_auth(board, result, "Setting the passwords");
+}
+
+Report set_passwords(const Board& board, const Wwn& remote_port,
+                     std::optional<std::uint32_t> local_fd, std::optional<std::uint32_t> remote_fd,
+                     bool keep) {
+  const ovk::PortPair ports = ports_of(board, remote_port);
+  const bool bidirectional = read_config(board, ports).bidirectional != 0;
+  Secret local;
+  take_password(local, local_fd, "Password of the board");
+  Secret remote;
+  if (bidirectional || remote_fd) {
+    take_password(remote, remote_fd, "Password of the remote port");
+  }
+  send_passwords(board, ports, local, remote);
+  if (keep) {
+    persist(board);
+  }
+  return config_report(board, ports);
+}
+
+// ---- Status ---------------------------------------------------------------------------------
 
 std::string time_text(std::uint32_t seconds) {
   const std::time_t time = static_cast<std::time_t>(seconds);
@@ -220,247 +340,78 @@ std::string time_text(std::uint32_t seconds) {
   return text.data();
 }
 
-Report status_report(std::uint32_t board, const ovk::AuthStatusRecord& status) {
+Report status_report(const Board& board, const ovk::PortPair& ports) {
+  auto asked = std::bit_cast<AuthStatus>(ovk::AuthStatusRecord{.ports = ports});
+  check_auth(board, OVK_GetAuthStatus(board, &asked), "Reading the authentication status");
+  const auto status = std::bit_cast<ovk::AuthStatusRecord>(asked);
   const bool tried = status.attempts != 0;
-  Report report;
-  report.field("board", "Board", board)
-      .field("local_port", "Local port", status.ports.local)
+  Report report = board.report();
+  report.field("local_port", "Local port", status.ports.local)
       .field("remote_port", "Remote port", status.ports.remote)
-      .field("state", "State", word_of(kStates, status.state))
-      .field("reason", "Reason", word_of(kReasons, status.reason))
+      .field("state", "State", word_of(states, status.state, ""))
+      .field("reason", "Reason", word_of(reasons, status.reason, ""))
       .field("bidirectional", "Bidirectional", status.bidirectional != 0)
-      .field("hash", "Hash", tried ? Cell(word_of(kHashes, status.hash, 1)) : Cell())
-      .field("group", "DH group", tried ? Cell(word_of(kGroups, status.group, 1)) : Cell())
+      .field("hash", "Hash", tried ? Cell(byte_word(hashes, status.hash)) : Cell())
+      .field("group", "DH group", tried ? Cell(byte_word(groups, status.group)) : Cell())
       .field("attempts", "Attempts", status.attempts)
       .field("last_attempt", "Last attempt", tried ? Cell(time_text(status.time)) : Cell());
   return report;
 }
 
-// ---- Commands -------------------------------------------------------------------------------
-
-void add_config_list(const Command& config) {
-  add_board_report(config, "list", "Show a board's entries", "ovkctl auth config list 0",
-                   configs_report);
+Report show_status(const Board& board, const Wwn& remote) {
+  return status_report(board, ports_of(board, remote));
 }
 
-void add_config_show(const Command& config) {
-  const Command show = config.subcommand("show", "Show one entry");
-  show.example("ovkctl auth config show 0 10:00:02:0a:54:00:00:01");
-  const Pair pair(show);
-  show.action([=](const Context& context) {
-    const Session session;
-    const std::uint32_t index = session.board(*pair.board);
-    context.print(config_report(index, pair.ports(index)));
-  });
-}
-
-void add_config_set(const Command& config) {
-  const Command set = config.subcommand("set", "Add an entry or replace it");
-  set.example("ovkctl auth config set 0 10:00:02:0a:54:00:00:01 --bidirectional --persist");
-  const Pair pair(set);
-  const auto mode =
-      set.option<std::string>("--mode", "WORD", "disabled, enabled or passive", "enabled");
-  const auto bidirectional = set.flag("--bidirectional", "the remote port authenticates as well");
-  const auto hashes = set.option<std::string>("--hashes", "LIST",
-                                              "of md5, sha1, sha256; best first", "sha256,sha1");
-  const auto groups = set.option<std::string>(
-      "--groups", "LIST", "DH groups of null, 1024, 1280, 1536, 2048, 4096; best first",
-      "2048,1536");
-  const auto timeout = set.option<std::uint32_t>("--timeout", "SECONDS", "how long a peer may take",
-                                                 45, between(1, UINT16_MAX));
-  const auto interval = set.option<std::uint32_t>(
-      "--interval", "SECONDS", "after which authentication is repeated; 0: never", 0);
-  const auto keep = persist_flag(set);
-  set.action([=](const Context& context) {
-    ovk::AuthConfigRecord record{.mode = ovk::AuthMode{code_of(kModes, *mode, 0)},
-                                 .bidirectional = static_cast<std::uint8_t>(*bidirectional ? 1 : 0),
-                                 .timeout_seconds = static_cast<std::uint16_t>(*timeout),
-                                 .interval_seconds = *interval};
-    record.hash_count = parse_codes(kHashes, *hashes, record.hashes);
-    record.group_count = parse_codes(kGroups, *groups, record.groups);
-    const Session session;
-    const std::uint32_t index = session.board(*pair.board);
-    record.ports = pair.ports(index);
-    auto sent = std::bit_cast<AuthConfig>(record);
-    check_auth(OVK_SetAuthConfigV2(index, &sent), index, "Setting the authentication entry");
-    if (*keep) {
-      persist(index);
-    }
-    context.print(config_report(index, record.ports));
-  });
-}
-
-void delete_entries(std::uint32_t board, const std::optional<ovk::PortPair>& ports) {
-  AuthConfig config{};
-  if (ports) {
-    config = std::bit_cast<AuthConfig>(ovk::AuthConfigRecord{.ports = *ports});
+Report start(const Board& board, const Wwn& remote, bool keep) {
+  const ovk::PortPair ports = ports_of(board, remote);
+  check_auth(board, OVK_InitiateAuthentication(board, ports.local, ports.remote),
+             "Starting authentication");
+  if (keep) {
+    persist(board);
   }
-  check_auth(OVK_DeleteAuthConfigV2(board, &config, ports ? 0 : 1), board,
-             "Deleting authentication entries");
+  return status_report(board, ports);
 }
 
-void add_config_delete(const Command& config) {
-  const Command remove = config.subcommand("delete", "Delete an entry with its passwords, or all");
-  remove.example("ovkctl auth config delete 0 10:00:02:0a:54:00:00:01 --persist");
-  remove.example("ovkctl auth config delete 0 --all --persist");
-  const auto board = remove.board();
-  const auto remote = remove.optional_argument<Wwn>("REMOTE", "port WWN of the remote port");
-  const auto all = remove.flag("--all", "delete all entries");
-  const auto keep = persist_flag(remove);
-  const auto yes = remove.yes();
-  remove.action([=](const Context& context) {
-    if (*all == remote.present()) {
-      throw UsageError("name a REMOTE port or say --all");
-    }
-    const Session session;
-    const std::uint32_t index = session.board(*board);
-    confirm(*yes, "This deletes " + std::string(*all ? "all entries" : "the entry") +
-                      " and passwords of board " + std::to_string(index) + ".");
-    delete_entries(
-        index,
-        *all ? std::nullopt : std::optional(ovk::PortPair{read_own_port(index).PortWWN, *remote}));
-    if (*keep) {
-      persist(index);
-    }
-    context.print(configs_report(index));
-  });
-}
-
-void add_config_persist(const Command& config) {
-  add_board_command(config, "persist", "Keep a board's entries over a restart",
-                    "ovkctl auth config persist 0",
-                    [](const Context& context, std::uint32_t index) {
-                      persist(index);
-                      context.print(configs_report(index));
-                    });
-}
-
-void add_config_reset(const Command& config) {
-  const Command reset =
-      config.subcommand("reset", "Delete a board's entries, the persisted ones too");
-  reset.example("ovkctl auth config reset 0 --yes");
-  const auto board = reset.board();
-  const auto yes = reset.yes();
-  reset.action([=](const Context& context) {
-    const Session session;
-    const std::uint32_t index = session.board(*board);
-    confirm(*yes, "This deletes the whole authentication configuration of board " +
-                      std::to_string(index) + ".");
-    check_auth(OVK_DeleteAuthConfigObject(index), index,
-               "Deleting the authentication configuration");
-    context.print(configs_report(index));
-  });
-}
-
-/** Takes a password from the descriptor that the option names, else from the terminal. */
-void take_password(Secret& secret, const Given<std::uint32_t>& descriptor,
-                   const std::string& what) {
-  if (descriptor.present()) {
-    secret.read_from(static_cast<int>(*descriptor));
-  } else {
-    secret.ask(what);
-  }
-}
-
-void set_password(std::uint32_t board, const ovk::PortPair& ports, const Secret& local,
-                  const Secret& remote) {
-  ovk::AuthPasswordRecord record{
-      .ports = ports,
-      .local_type = ovk::SecretType::text,
-      .local_length = local.length(),
-      .remote_type = remote.length() != 0 ? ovk::SecretType::text : ovk::SecretType::none,
-      .remote_length = remote.length(),
-      .local = local.bytes(),
-      .remote = remote.bytes()};
-  auto sent = std::bit_cast<AuthPassword>(record);
-  const std::uint32_t result = OVK_SetAuthPasswordV2(board, &sent);
-  explicit_bzero(&record, sizeof record);
-  explicit_bzero(&sent, sizeof sent);
-  check_auth(result, board, "Setting the passwords");
-}
-
-void add_password(const Command& auth) {
-  const Command password = auth.subcommand(
-      "password",
-      "Set the passwords of an entry: asked for at the terminal without echo, or read "
-      "from file descriptors");
-  password.example("ovkctl auth password 0 10:00:02:0a:54:00:00:01 --persist");
-  password.example("ovkctl auth password 0 10:00:02:0a:54:00:00:01 --local-fd 3 3< board.key");
-  const Pair pair(password);
-  constexpr std::uint32_t largest = 1023;
-  const auto local_fd = password.option<std::uint32_t>(
-      "--local-fd", "NUMBER", "read the board's password from this file descriptor", 0,
-      between(0, largest));
-  const auto remote_fd = password.option<std::uint32_t>(
-      "--remote-fd", "NUMBER", "read the remote port's password from this file descriptor", 0,
-      between(0, largest));
-  const auto keep = persist_flag(password);
-  password.action([=](const Context& context) {
-    const Session session;
-    const std::uint32_t index = session.board(*pair.board);
-    const ovk::PortPair ports = pair.ports(index);
-    const bool bidirectional = read_config(index, ports).bidirectional != 0;
-    Secret local;
-    take_password(local, local_fd, "Password of the board");
-    Secret remote;
-    if (bidirectional || remote_fd.present()) {
-      take_password(remote, remote_fd, "Password of the remote port");
-    }
-    set_password(index, ports, local, remote);
-    if (*keep) {
-      persist(index);
-    }
-    context.print(config_report(index, ports));
-  });
-}
-
-void add_start(const Command& auth) {
-  const Command start = auth.subcommand("start", "Authenticate now, and show what came of it");
-  start.example("ovkctl auth start 0 10:00:02:0a:54:00:00:01");
-  const Pair pair(start);
-  const auto keep = persist_flag(start);
-  const auto yes = start.yes();
-  start.action([=](const Context& context) {
-    const Session session;
-    const std::uint32_t index = session.board(*pair.board);
-    const ovk::PortPair ports = pair.ports(index);
-    confirm(*yes, "When authentication fails, board " + std::to_string(index) +
-                      " loses its connection to the remote port.");
-    check_auth(OVK_InitiateAuthentication(index, ports.local, ports.remote), index,
-               "Starting authentication");
-    if (*keep) {
-      persist(index);
-    }
-    const ovk::AuthStatusRecord status = read_status(index, ports);
-    context.print(status_report(index, status));
-  });
-}
-
-void add_status(const Command& auth) {
-  const Command status = auth.subcommand("status", "Show what came of the last authentication");
-  status.example("ovkctl auth status 0 10:00:02:0a:54:00:00:01");
-  const Pair pair(status);
-  status.action([=](const Context& context) {
-    const Session session;
-    const std::uint32_t index = session.board(*pair.board);
-    context.print(status_report(index, read_status(index, pair.ports(index))));
-  });
+void add_config(const Command& config) {
+  config.command("list", "Show a board's entries").shows(list_configs);
+  config.command("show", "Show one entry").takes(remote_word).shows(show_config);
+  config.command("set", "Add an entry or replace it")
+      .takes(remote_word, mode_choice, bidirectional_flag, hashes_setting, groups_setting,
+             timeout_setting, interval_setting, persist_flag)
+      .asks_itself()
+      .shows(set_config);
+  config.command("delete", "Delete an entry with its passwords, or all")
+      .takes(any_remote_word, all_flag, persist_flag)
+      .asks_itself()
+      .example("0 --all --persist --yes")
+      .shows(delete_configs);
+  config.command("persist", "Keep a board's entries over a restart")
+      .asks("This has the entries of {board} outlive a restart, in place of those kept before.")
+      .shows(persist_configs);
+  config.command("reset", "Delete a board's entries, the persisted ones too")
+      .asks("This deletes the whole authentication configuration of {board}.")
+      .shows(reset_configs);
 }
 
 }  // namespace
 
 void add_auth(Command root) {
-  const Command auth = root.subcommand("auth", "Manage FC-SP DH-CHAP port authentication");
-  const Command config = auth.subcommand("config", "Show and change the entries of port pairs");
-  add_config_list(config);
-  add_config_show(config);
-  add_config_set(config);
-  add_config_delete(config);
-  add_config_persist(config);
-  add_config_reset(config);
-  add_password(auth);
-  add_start(auth);
-  add_status(auth);
+  const Command auth = root.noun("auth", "Manage FC-SP DH-CHAP port authentication");
+  add_config(auth.noun("config", "Show and change the entries of port pairs"));
+  auth.command("password",
+               "Set the passwords of an entry: asked for at the terminal without echo, or read "
+               "from file descriptors")
+      .takes(remote_word, local_option, remote_option, persist_flag)
+      .asks("This replaces the passwords with which {board} authenticates.")
+      .example("0 10:00:02:0a:54:00:00:01 --local-fd 3 --yes 3< board.key")
+      .shows(set_passwords);
+  auth.command("start", "Authenticate now, and show what came of it")
+      .takes(remote_word, persist_flag)
+      .asks("When authentication fails, {board} loses its connection to the remote port.")
+      .shows(start);
+  auth.command("status", "Show what came of the last authentication")
+      .takes(remote_word)
+      .shows(show_status);
 }
 
 }  // namespace ovkctl

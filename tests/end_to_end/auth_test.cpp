@@ -17,13 +17,13 @@ class AuthTest : public OvkctlTest {
 
   /** Sets both passwords, which stand on a line of standard input each. */
   Outcome set_passwords(const std::string& input) const {
-    return run("auth password 0 " + remote + " --local-fd 0 --remote-fd 0 --persist", input);
+    return run("auth password 0 " + remote + " --local-fd 0 --remote-fd 0 --persist --yes", input);
   }
 };
 
 TEST_F(AuthTest, AnEntryWithTheRightPasswordsAuthenticates) {
   json_of("auth config set 0 " + remote +
-          " --bidirectional --hashes sha1 --groups 4096,null --interval 3600 --persist");
+          " --bidirectional --hashes sha1 --groups 4096,null --interval 3600 --persist --yes");
   const Outcome set = set_passwords("winter harbour 1\nsummer harbour 2\n");
   EXPECT_THAT(set, Exits(0));
   EXPECT_THAT(set.out + set.err, testing::Not(HasSubstr("harbour")));
@@ -31,7 +31,6 @@ TEST_F(AuthTest, AnEntryWithTheRightPasswordsAuthenticates) {
       {"mode": "enabled", "hashes": ["sha1"], "groups": ["4096", "null"], "interval_seconds": 3600,
        "local_password_set": true, "remote_password_set": true})"_json));
 
-  EXPECT_THAT(run("auth start 0 " + remote), Exits(2)) << "nobody said yes";
   const json started = json_of("auth start 0 " + remote + " --yes --persist");
   EXPECT_THAT(started, Holds({{"state", "authenticated"}, {"hash", "sha1"}}));
   EXPECT_EQ(json_of("auth status 0 " + remote), started);
@@ -39,7 +38,7 @@ TEST_F(AuthTest, AnEntryWithTheRightPasswordsAuthenticates) {
 
 TEST_F(AuthTest, WrongPasswordsAreTold) {
   const std::string start = "auth start 0 " + remote + " --yes";
-  json_of("auth config set 0 " + remote + " --bidirectional --persist");
+  json_of("auth config set 0 " + remote + " --bidirectional --persist --yes");
   EXPECT_EQ(json_of(start).at("reason"), "no password is set");
   EXPECT_THAT(set_passwords("winter harbour 1\nsummer harbour 3\n"), Exits(0));
   EXPECT_THAT(json_of(start), Holds({{"state", "failed"},
@@ -50,9 +49,9 @@ TEST_F(AuthTest, WrongPasswordsAreTold) {
 }
 
 TEST_F(AuthTest, WhatIsNotPersistedDoesNotOutliveTheRestart) {
-  json_of("auth config set 0 " + remote);
+  json_of("auth config set 0 " + remote + " --yes");
   EXPECT_THAT(entries(), IsEmpty());
-  json_of("auth config set 0 " + remote + " --mode disabled --persist");
+  json_of("auth config set 0 " + remote + " --mode disabled --persist --yes");
   EXPECT_THAT(column(entries(), "mode"), ElementsAre("disabled"));
   EXPECT_THAT(run("auth start 0 " + remote + " --yes"), Exits(1, "the entry is disabled"));
 
@@ -60,9 +59,20 @@ TEST_F(AuthTest, WhatIsNotPersistedDoesNotOutliveTheRestart) {
   EXPECT_THAT(entries(), testing::SizeIs(1));
   json_of("auth config delete 0 --all --yes --persist");
   EXPECT_THAT(entries(), IsEmpty());
-  json_of("auth config set 0 " + remote + " --persist");
+  json_of("auth config set 0 " + remote + " --persist --yes");
   json_of("auth config reset 0 --yes");
   EXPECT_THAT(entries(), IsEmpty());
+}
+
+TEST_F(AuthTest, NothingChangesWithoutAYes) {
+  json_of("auth config set 0 " + remote + " --persist --yes");
+  for (const char* const change : {"config set", "config delete", "password", "start"}) {
+    const std::string line = std::string("auth ") + change + " 0 " + remote;
+    EXPECT_THAT(run(line, "winter harbour 1\n"), Exits(2, "Confirm it with --yes.")) << line;
+  }
+  EXPECT_THAT(run("auth config persist 0"), Exits(2, "--yes"));
+  EXPECT_THAT(run("auth config reset 0"), Exits(2, "--yes"));
+  EXPECT_THAT(column(entries(), "mode"), ElementsAre("enabled"));
 }
 
 TEST_F(AuthTest, WrongUsageReachesNoBoard) {
