@@ -75,11 +75,10 @@ Report read(const Board& board, std::uint32_t number, bool raw) {
   }
   Section& section = report.section("contents", "");
   if (raw) {
-    section.dump("bytes", "Contents", contents.bytes);
+    section.payload("bytes", "Contents", contents.bytes);
   } else {
     add_region_contents(section, region, contents.bytes);
   }
-  report.payload("", "", contents.bytes);
   return report;
 }
 

@@ -9,11 +9,11 @@ namespace {
 using Payload = std::optional<std::vector<std::uint8_t>>;
 
 void append(Payload& payload, Payload more) {
-  if (!payload || !more) {
-    payload = payload ? std::move(payload) : std::move(more);
-    return;
+  if (!payload) {
+    payload = std::move(more);
+  } else if (more) {
+    payload->insert(payload->end(), more->begin(), more->end());
   }
-  payload->insert(payload->end(), more->begin(), more->end());
 }
 
 }  // namespace

@@ -186,8 +186,10 @@ void add_region_contents(Section& section, const RegionKind& region, Image image
   } else if (region.number == ovk::region22 && signature == ovk::region22_signature) {
     add_entries(section, image);
   } else {
-    section.dump("bytes", "Contents", {image.begin(), image.end()});
+    section.payload("bytes", "Contents", {image.begin(), image.end()});
+    return;
   }
+  section.payload("", "", {image.begin(), image.end()});
 }
 
 Bytes default_region(const RegionKind& region) {

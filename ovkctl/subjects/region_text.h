@@ -12,7 +12,8 @@
 
 namespace ovkctl {
 
-/** Adds what a region's image holds: its records where they are known, else the bytes. */
+/** Adds what a region's image holds: its records where they are known, else the bytes. A file gets
+    the bytes of either. */
 void add_region_contents(Section& section, const RegionKind& region,
                          std::span<const std::uint8_t> image);
 
