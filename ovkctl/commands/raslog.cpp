@@ -121,7 +121,9 @@ void add_raslog(Command root) {
       .takes(level_setting)
       .asks("This clears the firmware log of {board}.")
       .shows(start);
-  raslog.command("stop", "Stop logging; the log can still be saved").shows(stop);
+  raslog.command("stop", "Stop logging; the log can still be saved")
+      .asks("This ends the firmware log of {board}.")
+      .shows(stop);
   raslog.command("save", "Write the log to a file, oldest entry first")
       .takes(file_word)
       .shows(save);

@@ -88,14 +88,14 @@ TEST_F(FeaturesTest, VmidGivesIdentifiersOfTheRangesThatQfpaShows) {
 }
 
 TEST_F(FeaturesTest, ASavedFirmwareLogHasEveryLineInOrderAlsoAfterItWrapped) {
-  json_of("raslog start 0 --level 3");
+  json_of("raslog start 0 --level 3 --yes");
   json status = json::object();
   for (int i = 0; i < 10 && !status.value("wrapped", false); ++i) {
     status = json_of("raslog status 0");
   }
   EXPECT_THAT(status, Holds({{"logging", true}, {"level", 3}, {"wrapped", true}}));
-  json_of("raslog stop 0");
-  EXPECT_THAT(run("raslog stop 0"), Exits(1, "the firmware was not logging"));
+  json_of("raslog stop 0 --yes");
+  EXPECT_THAT(run("raslog stop 0 --yes"), Exits(1, "the firmware was not logging"));
 
   EXPECT_EQ(json_of("raslog save 0 log").at("bytes"), 262144);
   std::vector<std::uint64_t> numbers;
@@ -111,7 +111,7 @@ TEST_F(FeaturesTest, ASavedFirmwareLogHasEveryLineInOrderAlsoAfterItWrapped) {
 }
 
 TEST_F(FeaturesTest, ALogWhoseReadFailsHalfwayIsNotWritten) {
-  json_of("raslog start 0");
+  json_of("raslog start 0 --yes");
   for (int i = 0; i < 4; ++i) {
     json_of("raslog status 0");
   }

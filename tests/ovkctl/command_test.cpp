@@ -7,6 +7,10 @@
 #include "tests/ovkctl/person.h"
 
 #include <cstdio>
+#include <fmt/core.h>
+#include <fstream>
+#include <iterator>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -16,6 +20,7 @@
 namespace ovkctl {
 namespace {
 
+using testing::AllOf;
 using testing::HasSubstr;
 using testing::internal::CaptureStderr;
 using testing::internal::CaptureStdout;
@@ -40,38 +45,56 @@ Result run_line(std::vector<const char*> words) {
   return {exit_code, GetCapturedStdout(), GetCapturedStderr()};
 }
 
-void add_send(Command root) {
-  const Command send = root.subcommand("send", "Send words");
-  send.example("ovkctl send 1 2");
-  const auto board = send.board();
-  const auto words = send.arguments<std::uint32_t>("WORD", "words");
-  const auto count = send.option<std::uint32_t>("-n,--count", "NUMBER", "times", 5, between(1, 9));
-  const auto mode = send.choice<int>("--mode", "way", {{"inner", 10}, {"outer", 20}}, 10);
-  const auto wwn = send.option<Wwn>("--to", "WWN", "receiver");
-  send.action([=](const Context&) {
-    seen = std::to_string(board->given);
-    for (const std::uint32_t word : *words) {
-      seen += " " + std::to_string(word);
-    }
-    seen += " n" + std::to_string(*count) + " m" + std::to_string(*mode);
-    seen += wwn.present() ? " " + wwn_text(*wwn) : "";
-  });
+constexpr Word<BoardIndex> board_word{"BOARD", "board", "1"};
+constexpr Rest<std::uint32_t> words_rest{"WORD", "words", "2"};
+constexpr Setting<std::uint32_t> count_setting{"-n,--count", "NUMBER", "times", "5", "", {1, 9}};
+constexpr auto modes = words<int>({{10, "inner"}, {20, "outer"}});
+constexpr Choice<int> mode_choice{"--mode", "way", modes, 10};
+constexpr Option<Wwn> to_option{"--to", "WWN", "receiver"};
 
-  const Command reset = send.subcommand("reset", "Forget what was sent");
-  reset.example("ovkctl send reset 1");
-  const auto reset_board = reset.board();
-  reset.action([=](const Context&) { seen = "reset " + std::to_string(reset_board->given); });
+struct Sent {
+  BoardIndex board;
+  std::vector<std::uint32_t> words;
+  std::uint32_t count;
+  int mode;
+  std::optional<Wwn> to;
+};
+
+void send(const Sent& sent) {
+  seen = std::to_string(sent.board.given);
+  for (const std::uint32_t word : sent.words) {
+    seen += fmt::format(" {}", word);
+  }
+  seen += fmt::format(" n{} m{}{}", sent.count, sent.mode, sent.to ? " " + wwn_text(*sent.to) : "");
+}
+
+void forget(BoardIndex board) { seen = fmt::format("reset {}", board.given); }
+
+void add_send(Command root) {
+  const auto command = root.command("send", "Send words");
+  command.takes(board_word, words_rest, count_setting, mode_choice, to_option).shows(send);
+  command.command("reset", "Forget what was sent").takes(board_word).shows(forget);
+}
+
+void erase(const Board& board) { seen = "erased " + board.name(); }
+
+constexpr OptionalWord<HexBytes> bytes_word{"BYTES", "what is read"};
+
+Report read(std::optional<HexBytes> bytes) {
+  Report report;
+  report.field("place", "Place", 7);
+  if (bytes) {
+    report.section("more", "More").payload("rest", "", {0x21});
+    report.section("none", "").note("Done.");
+    report.payload("bytes", "", bytes->bytes);
+  }
+  return report;
 }
 
 void add_group(Command root) {
-  const Command group = root.subcommand("group", "Commands of a kind");
-  const Command erase = group.subcommand("erase", "Erase all");
-  erase.example("ovkctl group erase --yes");
-  const auto yes = erase.yes();
-  erase.action([=](const Context&) {
-    confirm(*yes, "This erases all.");
-    seen = "erased";
-  });
+  const Command group = root.noun("group", "Commands of a kind");
+  group.command("erase", "Erase all").asks("This erases all of {board}.").shows(erase);
+  group.command("read", "Read bytes").takes(bytes_word).saves().shows(read);
 }
 
 TEST(CommandTest, ArgumentsAndOptionsArriveTyped) {
@@ -108,8 +131,9 @@ TEST(CommandTest, WrongUsageExitsWith2AndNamesTheMistake) {
 TEST(CommandTest, HelpShowsArgumentsOptionsAndExample) {
   const Result help = run_line({"send", "--help"});
   EXPECT_EQ(help.exit_code, 0);
-  for (const char* part : {"Usage: ovkctl send [OPTIONS]", "-n,--count NUMBER", "inner|outer",
-                           "--json", "reset", "Example:\n  ovkctl send 1 2\n"}) {
+  for (const char* part :
+       {"Usage: ovkctl send [OPTIONS]", "-n,--count NUMBER", "inner|outer", "--json", "reset",
+        "Examples:\n  ovkctl send 1 2\n  ovkctl send reset 1\n"}) {
     EXPECT_THAT(help.out, HasSubstr(part));
   }
   const Result group = run_line({"group"});
@@ -119,28 +143,52 @@ TEST(CommandTest, HelpShowsArgumentsOptionsAndExample) {
 
 TEST(ConfirmationTest, WithoutATerminalOnlyYesLetsItHappen) {
   ASSERT_NE(std::freopen("/dev/null", "r", stdin), nullptr);
-  const Result refused = run_line({"group", "erase"});
+  const Result refused = run_line({"group", "erase", "1"});
   EXPECT_EQ(refused.exit_code, 2);
-  EXPECT_EQ(refused.err, "ovkctl: This erases all. Confirm it with --yes.\n");
+  EXPECT_EQ(refused.err, "ovkctl: This erases all of board 1. Confirm it with --yes.\n");
   EXPECT_EQ(seen, "");
-  EXPECT_EQ(run_line({"group", "erase", "--yes"}).exit_code, 0);
-  EXPECT_EQ(seen, "erased");
+  EXPECT_EQ(run_line({"group", "erase", "1", "--yes"}).exit_code, 0);
+  EXPECT_EQ(seen, "erased board 1");
 }
 
 TEST(ConfirmationTest, AtATerminalThePersonDecides) {
   for (const auto& [answer, exit_code] : {std::pair("\n", 1), {"n\n", 1}, {"y\n", 0}}) {
     Person person([] {
       seen.clear();
-      const char* const line[] = {"ovkctl", "group", "erase"};
-      const int code = run_command_line(3, line);
+      const char* const line[] = {"ovkctl", "group", "erase", "1"};
+      const int code = run_command_line(4, line);
       std::fprintf(stderr, "<%s>", seen.c_str());
       return code;
     });
-    person.sees("This erases all. Continue? [y/N] ");
+    person.sees("This erases all of board 1. Continue? [y/N] ");
     person.types(answer);
     EXPECT_EQ(person.end(), exit_code) << answer << person.shown();
-    EXPECT_THAT(person.shown(), testing::EndsWith(exit_code == 0 ? "<erased>" : "<>"));
+    EXPECT_THAT(person.shown(), testing::EndsWith(exit_code == 0 ? "<erased board 1>" : "<>"));
   }
+}
+
+TEST(OutputFileTest, BytesGoToTheFileOrToStandardOutputAndTheReportIsShownBesideThem) {
+  const std::string path = testing::TempDir() + "ovkctl_output_file";
+  EXPECT_THAT(run_line({"group", "read", "6869"}).out, HasSubstr("68 69"));
+
+  const Result saved = run_line({"group", "read", "6869", "-o", path.c_str()});
+  EXPECT_EQ(saved.out, "Place       7\nWritten to  " + path + "\n\nMore\n\nDone.\n");
+  std::ifstream file{path};
+  EXPECT_EQ(std::string(std::istreambuf_iterator<char>{file}, {}), "hi!");
+
+  const Result json = run_line({"group", "read", "6869", "--json", "-o", path.c_str()});
+  EXPECT_THAT(json.out, AllOf(HasSubstr("\"place\": 7"), HasSubstr("\"file\": \"" + path + "\"")));
+  const Result piped = run_line({"group", "read", "6869", "--json", "-o", "-"});
+  EXPECT_EQ(piped.out, "hi!");
+  EXPECT_THAT(piped.err, HasSubstr("\"file\": \"-\""));
+
+  const Result none = run_line({"group", "read", "-o", path.c_str()});
+  EXPECT_EQ(none.exit_code, 1);
+  EXPECT_EQ(none.out, "Place  7\n");
+  EXPECT_THAT(none.err, HasSubstr("no bytes"));
+  const Result unwritable = run_line({"group", "read", "6869", "-o", "/dev/full"});
+  EXPECT_EQ(unwritable.exit_code, 1);
+  EXPECT_THAT(unwritable.err, HasSubstr("cannot be written"));
 }
 
 TEST(ProgressTest, GrowsFromNothingOnATerminalAndIsSilentInAPipe) {
