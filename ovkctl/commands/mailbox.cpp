@@ -250,6 +250,11 @@ void check_sent(std::uint32_t result, const Board& board, const Mailbox& mailbox
                         status_advice(mailbox.status), result);
 }
 
+/** Adds bytes that a file gets and that are shown also then. */
+void add_bytes(Section& section, const char* key, const char* label, const Bytes& bytes) {
+  section.dump(key, label, bytes).payload("", "", bytes);
+}
+
 /** What came back; a file gets the parts of it one after the other. */
 Report sent_report(const Board& board, const Parcel& parcel) {
   Mailbox header;
@@ -257,15 +262,15 @@ Report sent_report(const Board& board, const Parcel& parcel) {
   Report report = board.report();
   report.field("command", "Command", Hex{header.command, 2})
       .field("status", "Status", Hex{header.status, 4})
-      .field("status_text", "", status_text(header.status))
-      .payload("mailbox", "Mailbox", parcel.mailbox);
+      .field("status_text", "", status_text(header.status));
+  add_bytes(report, "mailbox", "Mailbox", parcel.mailbox);
   if (!parcel.read.empty()) {
-    report.payload("read", "Data that was read", parcel.read);
+    add_bytes(report, "read", "Data that was read", parcel.read);
   }
   if (!parcel.ext.empty()) {
     Bytes ext(parcel.ext.size() * word_size);
     std::memcpy(ext.data(), parcel.ext.data(), ext.size());
-    report.payload("extended_data", "Extended data", ext);
+    add_bytes(report, "extended_data", "Extended data", ext);
   }
   return report;
 }
@@ -314,9 +319,8 @@ Report show_dump_region(const Board& board, std::uint32_t selector) {
               "Reading the dump region", dump_region_results);
   descriptor.resize(std::min<std::size_t>(length, descriptor.size()));
   Report report = board.report();
-  report.field("selector", "Selector", selector)
-      .field("length", "Length", Size{length})
-      .payload("descriptor", "Descriptor", descriptor);
+  report.field("selector", "Selector", selector).field("length", "Length", Size{length});
+  add_bytes(report, "descriptor", "Descriptor", descriptor);
   return report;
 }
 

@@ -26,7 +26,7 @@ TEST_F(FeaturesTest, QosShowsTheOrderInWhichTheRulesApply) {
   EXPECT_THAT(column(set.at("rules"), "priority"), ElementsAre(4, 2, 1, 4294967295U));
   EXPECT_EQ(set.at("applied"), false);
 
-  EXPECT_EQ(json_of("qos flag 0 on").at("applied"), true);
+  EXPECT_EQ(json_of("qos flag 0 on --yes").at("applied"), true);
   const json listed = json_of("qos list 0");
   EXPECT_THAT(listed, Holds({{"rules", set.at("rules")}, {"applied", true}}));
   EXPECT_EQ(listed.at("rules").at(2).at("field1"), "10:00:02:00:54:56:32:01");
@@ -36,7 +36,7 @@ TEST_F(FeaturesTest, QosShowsTheOrderInWhichTheRulesApply) {
 
 TEST_F(FeaturesTest, AMistakeInARulesFileIsNamedByItsLine) {
   for (const auto& [text, message] :
-       {std::pair("* * * 1", ":1: a rule is four fields and a priority"),
+       {std::pair("* * * 1", ":1: A rule is four fields and a priority"),
         {"\n* * * ? 1", ":2: \"?\" is neither 16 hex digits nor *"},
         {"* * * * -1", ":1: \"-1\" is not a number"}}) {
     write("rules", text);
@@ -52,21 +52,21 @@ TEST_F(FeaturesTest, AMistakeInARulesFileIsNamedByItsLine) {
 
 TEST_F(FeaturesTest, OasRulesAppearInTheListAndGoAgain) {
   EXPECT_THAT(json_of("oas list 0 " + target).at("luns"), IsEmpty());
-  json_of("oas add 0 " + target + " 5");
-  json_of("oas add 0 " + target + " 0x12345678ffff0001 --priority 100");
+  json_of("oas add 0 " + target + " 5 --yes");
+  json_of("oas add 0 " + target + " 0x12345678ffff0001 --priority 100 --yes");
   const json luns = json_of("oas list 0 " + target).at("luns");
   EXPECT_THAT(column(luns, "lun"), ElementsAre("5", "1311768469162622977"));
   EXPECT_THAT(column(luns, "scsi_lun"), ElementsAre("0x0005000000000000", "0x0001ffff56781234"));
   EXPECT_THAT(column(luns, "priority"), ElementsAre(nullptr, 100));
   EXPECT_EQ(luns.at(0).at("active"), true);
 
-  EXPECT_THAT(column(json_of("oas remove 0 " + target + " 5").at("luns"), "priority"),
+  EXPECT_THAT(column(json_of("oas remove 0 " + target + " 5 --yes").at("luns"), "priority"),
               ElementsAre(100));
-  EXPECT_THAT(run("oas remove 0 " + target + " 5"), Exits(1, "the driver has no such rule"));
-  EXPECT_THAT(run("oas add 0 1000020a00000009 1"),
+  EXPECT_THAT(run("oas remove 0 " + target + " 5 --yes"), Exits(1, "the driver has no such rule"));
+  EXPECT_THAT(run("oas add 0 1000020a00000009 1 --yes"),
               Exits(1, "failed with result 18: the driver took the rule"));
-  json_of("oas remove 0 1000020a00000009 1");
-  EXPECT_THAT(run("oas add 0 " + target + " 1 --priority 128"), Exits(2));
+  json_of("oas remove 0 1000020a00000009 1 --yes");
+  EXPECT_THAT(run("oas add 0 " + target + " 1 --priority 128 --yes"), Exits(2));
   EXPECT_THAT(run("oas list 1 " + target), Exits(1, "does not offer optimized access"));
 }
 
@@ -75,11 +75,11 @@ TEST_F(FeaturesTest, VmidGivesIdentifiersOfTheRangesThatQfpaShows) {
 
   const std::string uuid = "422e1f6a-98d1-4c6e-b0c2-5f1d3a7e9b10";
   const std::string update = "vmid update 0 " + uuid;
-  json_of(update + " --name web-3 --id 64");
+  json_of(update + " --name web-3 --id 64 --yes");
   EXPECT_THAT(json_of("vmid list 0").at("machines").at(0),
               Holds({{"uuid", uuid}, {"name", "web-3"}, {"identifier", 64}, {"qos_priority", 2}}));
-  EXPECT_THAT(run(update), Exits(1, "the driver refused the change")) << "it is there";
-  EXPECT_THAT(json_of(update + " --remove").at("machines"), IsEmpty());
+  EXPECT_THAT(run(update + " --yes"), Exits(1, "the driver refused the change")) << "it is there";
+  EXPECT_THAT(json_of(update + " --remove --yes").at("machines"), IsEmpty());
   EXPECT_THAT(run("vmid update 0 422e1f6a"), Exits(2));
 
   json_of("qfpa 0 -o qfpa.bin");
