@@ -31,21 +31,9 @@ AdapterMemory::AdapterMemory(Adapter& adapter)
   }
 }
 
-std::optional<std::span<const std::uint8_t>> AdapterMemory::range(std::size_t offset,
-                                                                  std::size_t count) const {
-  if (offset > bytes_.size() || count > bytes_.size() - offset) {
-    return std::nullopt;
-  }
-  return std::span{bytes_}.subspan(offset, count);
-}
-
-bool AdapterMemory::write(std::size_t offset, std::span<const std::uint8_t> data) {
-  if (!range(offset, data.size())) {
-    return false;
-  }
+void AdapterMemory::write(std::size_t offset, std::span<const std::uint8_t> data) {
   std::ranges::copy(data, bytes_.begin() + static_cast<std::ptrdiff_t>(offset));
   adapter_.save(saved_memory, bytes_);
-  return true;
 }
 
 ControlRegisters::ControlRegisters(Adapter& adapter)

@@ -20,12 +20,10 @@ class AdapterMemory {
  public:
   explicit AdapterMemory(Adapter& adapter);
 
-  /** `count` bytes at an offset; nothing when the memory ends before. */
-  [[nodiscard]] std::optional<std::span<const std::uint8_t>> range(std::size_t offset,
-                                                                   std::size_t count) const;
+  [[nodiscard]] std::span<const std::uint8_t> bytes() const { return bytes_; }
 
-  /** Writes at an offset; false, and nothing is written, when the memory ends before. */
-  bool write(std::size_t offset, std::span<const std::uint8_t> data);
+  /** Writes at an offset; the data end within the memory. */
+  void write(std::size_t offset, std::span<const std::uint8_t> data);
 
  private:
   Adapter& adapter_;

@@ -93,14 +93,6 @@ FileDescriptor lock_folder(const fs::path& folder) {
 
 }  // namespace
 
-FileDescriptor::FileDescriptor(FileDescriptor&& other) noexcept
-    : descriptor_{std::exchange(other.descriptor_, -1)} {}
-
-FileDescriptor& FileDescriptor::operator=(FileDescriptor&& other) noexcept {
-  std::swap(descriptor_, other.descriptor_);
-  return *this;
-}
-
 FileDescriptor::~FileDescriptor() {
   if (is_open()) {
     ::close(descriptor_);

@@ -11,6 +11,7 @@
 #include <span>
 #include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace ravnsim {
@@ -31,8 +32,12 @@ class StateInUse : public StateError {
 class FileDescriptor {
  public:
   explicit FileDescriptor(int descriptor = -1) : descriptor_{descriptor} {}
-  FileDescriptor(FileDescriptor&& other) noexcept;
-  FileDescriptor& operator=(FileDescriptor&& other) noexcept;
+  FileDescriptor(FileDescriptor&& other) noexcept
+      : descriptor_{std::exchange(other.descriptor_, -1)} {}
+  FileDescriptor& operator=(FileDescriptor&& other) noexcept {
+    std::swap(descriptor_, other.descriptor_);
+    return *this;
+  }
   ~FileDescriptor();
 
   [[nodiscard]] int get() const { return descriptor_; }

@@ -30,30 +30,29 @@ bool Timeline::is_due(const Incident& incident, Clock::time_point now) const {
 }
 
 void Timeline::happen(const Incident& incident) {
-  auto& link = adapter_.state<Link>();
+  auto& ports = adapter_.state<PortList>();
   for (std::uint32_t i = 0; i < incident.times; ++i) {
-    switch (incident.kind) {
-      case IncidentKind::link_down:
-        link.go_down();
-        break;
-      case IncidentKind::link_up:
-        link.come_up();
-        break;
-      case IncidentKind::lip:
-        link.initialise();
-        break;
-      case IncidentKind::rscn:
-        link.hear_of_change(incident.port.fc_id);
-        break;
-      case IncidentKind::port_arrives:
-        adapter_.state<PortList>().add(incident.port);
-        link.hear_of_change(incident.port.fc_id);
-        break;
-      case IncidentKind::port_leaves:
-        adapter_.state<PortList>().remove(incident.port.port_wwn);
-        link.hear_of_change(incident.port.fc_id);
-        break;
+    if (incident.kind == IncidentKind::port_arrives) {
+      ports.add(incident.port);
+    } else if (incident.kind == IncidentKind::port_leaves) {
+      ports.remove(incident.port.port_wwn);
     }
+    tell_link(incident);
+  }
+}
+
+/** What the link has of an incident; of a change of ports, the fabric's report. */
+void Timeline::tell_link(const Incident& incident) {
+  auto& link = adapter_.state<Link>();
+  switch (incident.kind) {
+    case IncidentKind::link_down:
+      return link.go_down();
+    case IncidentKind::link_up:
+      return link.come_up();
+    case IncidentKind::lip:
+      return link.initialise();
+    default:
+      return link.hear_of_change(incident.port.fc_id);
   }
 }
 

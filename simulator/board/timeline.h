@@ -12,7 +12,7 @@
 
 namespace ravnsim {
 
-/** Has what is due happen. Time and commands count from the board's first command on. */
+/** Runs the incidents that are due. Time and commands count from the board's first command on. */
 class Timeline {
  public:
   using Clock = std::chrono::steady_clock;
@@ -26,6 +26,7 @@ class Timeline {
  private:
   [[nodiscard]] bool is_due(const Incident& incident, Clock::time_point now) const;
   void happen(const Incident& incident);
+  void tell_link(const Incident& incident);
 
   Adapter& adapter_;
   Clock::time_point started_;

@@ -1,13 +1,13 @@
 #include "simulator/board/vpd.h"
 
+#include "simulator/board/wire.h"
+
 #include <numeric>
 #include <string_view>
 
 namespace ravnsim {
 
 namespace {
-
-using Bytes = std::vector<std::uint8_t>;
 
 constexpr std::uint8_t identifier_string = 0x82;
 constexpr std::uint8_t read_only_fields = 0x90;
@@ -19,18 +19,14 @@ constexpr std::size_t longest_identifier = 96;
 constexpr std::size_t longest_field = 24;
 constexpr std::size_t read_write_room = 64;
 
-void put_text(Bytes& bytes, std::string_view text) {
-  bytes.insert(bytes.end(), text.begin(), text.end());
-}
-
-void put_resource(Bytes& bytes, std::uint8_t tag, const Bytes& contents) {
+void put_resource(ByteVector& bytes, std::uint8_t tag, const ByteVector& contents) {
   bytes.push_back(tag);
   bytes.push_back(static_cast<std::uint8_t>(contents.size()));
   bytes.push_back(static_cast<std::uint8_t>(contents.size() >> 8));
-  bytes.insert(bytes.end(), contents.begin(), contents.end());
+  put_bytes(bytes, contents);
 }
 
-void put_field(Bytes& fields, std::string_view keyword, std::string_view text) {
+void put_field(ByteVector& fields, std::string_view keyword, std::string_view text) {
   text = text.substr(0, longest_field);
   if (text.empty()) {
     return;
@@ -40,14 +36,14 @@ void put_field(Bytes& fields, std::string_view keyword, std::string_view text) {
   put_text(fields, text);
 }
 
-Bytes read_only_part(const BoardTopology& board) {
-  Bytes part;
-  Bytes identifier;
+ByteVector read_only_part(const BoardTopology& board) {
+  ByteVector part;
+  ByteVector identifier;
   put_text(identifier, std::string_view{board.model_description}.substr(0, longest_identifier));
   put_resource(part, identifier_string, identifier);
 
   const VpdTopology& vpd = board.hardware.vpd;
-  Bytes fields;
+  ByteVector fields;
   put_field(fields, "PN", vpd.part_number);
   put_field(fields, "EC", vpd.engineering_change);
   put_field(fields, "SN", board.serial_number);
@@ -63,15 +59,15 @@ Bytes read_only_part(const BoardTopology& board) {
   return part;
 }
 
-Bytes read_write_part(const VpdTopology& vpd) {
-  Bytes fields;
+ByteVector read_write_part(const VpdTopology& vpd) {
+  ByteVector fields;
   put_field(fields, "YA", vpd.asset_tag);
   put_text(fields, "RW");
   const std::size_t remaining = read_write_room - fields.size() - 1;
   fields.push_back(static_cast<std::uint8_t>(remaining));
   fields.resize(read_write_room);
 
-  Bytes part;
+  ByteVector part;
   put_resource(part, read_write_fields, fields);
   part.push_back(end_tag);
   return part;

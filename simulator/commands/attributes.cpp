@@ -1,11 +1,9 @@
 #include "driver_abi/records/port.h"
 #include "driver_abi/wwn_request.h"
-#include "simulator/board/adapter.h"
-#include "simulator/board/link.h"
 #include "simulator/board/port_list.h"
 #include "simulator/board/text_field.h"
-#include "simulator/call/handler_table.h"
-#include "simulator/call/request.h"
+#include "simulator/commands/port_record.h"
+#include "simulator/commands/subsystem.h"
 
 #include <cstddef>
 
@@ -39,20 +37,10 @@ static_assert(offsetof(AdapterRecord, vendor_specific_id) == 1928);
 static_assert(offsetof(AdapterRecord, driver_name) == 1936);
 
 void describe(const PortTopology& port, PortRecord& record) {
-  record.node_wwn = port.node_wwn;
-  record.port_wwn = port.port_wwn;
-  record.fc_id = port.fc_id;
-  record.type = static_cast<std::uint32_t>(port.type);
-  record.state = static_cast<std::uint32_t>(port.state);
+  describe_port(port, record);
   record.supported_classes = port.classes;
   record.fc4_types_supported = port.fc4_types_supported;
-  record.fc4_types_active = port.fc4_types_active;
-  put_text(record.symbolic_name, port.symbolic_name);
   put_text(record.os_device_name, port.os_device_name);
-  record.supported_speeds = port.supported_speeds;
-  record.speed = port.speed;
-  record.max_frame_size = port.max_frame_size;
-  record.fabric_name = port.fabric_name;
 }
 
 void describe_own_port(Adapter& adapter, PortRecord& record) {
@@ -98,39 +86,33 @@ bool is_stale(Adapter& adapter, const Request& request) {
   return request.effect("stale") || request.block().value != adapter.state<PortList>().tag();
 }
 
-DriverStatus describe_discovered_port(Adapter& adapter, Request& request) {
+/** Describes a discovered port by its place in the list that the caller knows. */
+DriverStatus describe_listed_port(Adapter& adapter, const Request& request, std::uint32_t place,
+                                  DriverStatus beyond_the_list) {
   auto& record = request.output<PortRecord>(1);
+  const auto& ports = adapter.state<PortList>().ports();
   if (is_stale(adapter, request)) {
     record.fc_id = ovk::stale_fc_id;
     return DriverStatus::success;
   }
-  const auto& ports = adapter.state<PortList>().ports();
-  const std::uint32_t index = request.block().index;
-  if (index >= ports.size()) {
-    return DriverStatus::not_found;
+  if (place >= ports.size()) {
+    return beyond_the_list;
   }
-  describe(ports[index], record);
+  describe(ports[place], record);
   return DriverStatus::success;
+}
+
+DriverStatus describe_discovered_port(Adapter& adapter, Request& request) {
+  return describe_listed_port(adapter, request, request.block().index, DriverStatus::not_found);
 }
 
 /** Index 0 is the board's own port, the discovered ones follow. */
 DriverStatus describe_port_by_index(Adapter& adapter, Request& request) {
-  auto& record = request.output<PortRecord>(1);
-  if (is_stale(adapter, request)) {
-    record.fc_id = ovk::stale_fc_id;
-    return DriverStatus::success;
-  }
-  const auto& ports = adapter.state<PortList>().ports();
   const std::uint32_t index = request.block().index;
-  if (index > ports.size()) {
-    return DriverStatus::does_not_fit;
+  if (index == 0 && !is_stale(adapter, request)) {
+    return describe_port(adapter, request);
   }
-  if (index == 0) {
-    describe_own_port(adapter, record);
-  } else {
-    describe(ports[index - 1], record);
-  }
-  return DriverStatus::success;
+  return describe_listed_port(adapter, request, index - 1, DriverStatus::does_not_fit);
 }
 
 DriverStatus describe_port_by_wwn(Adapter& adapter, Request& request) {

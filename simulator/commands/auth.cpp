@@ -1,17 +1,16 @@
 #include "driver_abi/records/auth.h"
 
-#include "simulator/board/adapter.h"
 #include "simulator/board/port_list.h"
 #include "simulator/board/saved.h"
-#include "simulator/call/handler_table.h"
-#include "simulator/call/request.h"
+#include "simulator/commands/subsystem.h"
 
 #include <algorithm>
 #include <array>
 #include <cstddef>
 #include <ctime>
+#include <map>
+#include <ranges>
 #include <string_view>
-#include <utility>
 #include <vector>
 
 namespace ravnsim {
@@ -32,41 +31,36 @@ using ovk::SecretType;
 
 constexpr std::size_t most_entries = 64;
 constexpr std::uint8_t shortest_secret = 12;  // FC-SP wants 96 bits at the least
+
 /** Records told apart by their ports, in the order of these. */
 template <typename Record>
 class PairTable {
  public:
-  PairTable(Adapter& adapter, const char* name)
-      : saved_{adapter, name}, records_{saved_.records()} {}
-
-  [[nodiscard]] const std::vector<Record>& records() const { return records_; }
-
-  [[nodiscard]] Record* find(const PortPair& ports) {
-    const auto found = lower_bound(ports);
-    return found != records_.end() && found->ports == ports ? &*found : nullptr;
+  PairTable(Adapter& adapter, const char* name) : saved_{adapter, name} {
+    std::ranges::for_each(saved_.records(), [this](const Record& record) { put(record); });
   }
 
-  [[nodiscard]] const Record* after(const PortPair& ports) {
-    const auto found = std::ranges::upper_bound(records_, ports, {}, ports_of);
-    return found != records_.end() ? &*found : nullptr;
+  [[nodiscard]] std::size_t size() const { return in_force_.size(); }
+
+  [[nodiscard]] const Record* find(const PortPair& ports) const {
+    const auto found = in_force_.find(ports);
+    return found != in_force_.end() ? &found->second : nullptr;
   }
 
-  void put(const Record& record) {
-    if (Record* known = find(record.ports)) {
-      *known = record;
-    } else {
-      records_.insert(lower_bound(record.ports), record);
-    }
+  [[nodiscard]] const Record* after(const PortPair& ports) const {
+    const auto found = in_force_.upper_bound(ports);
+    return found != in_force_.end() ? &found->second : nullptr;
   }
 
-  void remove(const PortPair& ports) {
-    std::erase_if(records_, [&](const Record& record) { return record.ports == ports; });
-  }
-
-  void clear() { records_.clear(); }
+  void put(const Record& record) { in_force_.insert_or_assign(record.ports, record); }
+  void remove(const PortPair& ports) { in_force_.erase(ports); }
+  void clear() { in_force_.clear(); }
 
   void persist() {
-    saved_.change([this](std::vector<Record>& records) { records = records_; });
+    saved_.change([this](std::vector<Record>& records) {
+      const auto in_force = std::views::values(in_force_);
+      records.assign(in_force.begin(), in_force.end());
+    });
   }
 
   /** Forgets what was persisted, too. */
@@ -76,14 +70,8 @@ class PairTable {
   }
 
  private:
-  static PortPair ports_of(const Record& record) { return record.ports; }
-
-  auto lower_bound(const PortPair& ports) {
-    return std::ranges::lower_bound(records_, ports, {}, ports_of);
-  }
-
   SavedList<Record> saved_;
-  std::vector<Record> records_;
+  std::map<PortPair, Record> in_force_;
 };
 
 /** What is in force. It lasts as long as the driver unless it is persisted. */
@@ -132,7 +120,7 @@ DriverStatus set_config(Adapter& adapter, Request& request) {
     return DriverStatus::not_permitted;
   }
   auto& configs = adapter.state<AuthTables>().configs;
-  if (configs.find(config.ports) == nullptr && configs.records().size() >= most_entries) {
+  if (configs.find(config.ports) == nullptr && configs.size() >= most_entries) {
     return DriverStatus::no_memory;
   }
   configs.put(config);

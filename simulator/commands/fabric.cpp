@@ -1,18 +1,24 @@
+#include "driver_abi/fc.h"
 #include "driver_abi/records/els.h"
+#include "driver_abi/records/rnid.h"
+#include "driver_abi/wwn_request.h"
 #include "simulator/board/port_counters.h"
-#include "simulator/call/handler_table.h"
-#include "simulator/call/request.h"
-#include "simulator/commands/guards.h"
+#include "simulator/board/port_list.h"
+#include "simulator/board/saved.h"
+#include "simulator/commands/subsystem.h"
 #include "simulator/fabric/fabric_servers.h"
 #include "simulator/fabric/remote_port.h"
 
 #include <algorithm>
+#include <array>
 #include <cstddef>
 #include <optional>
 
 namespace ravnsim {
 
 namespace {
+
+using ovk::RnidManagementRecord;
 
 constexpr std::uint32_t management_server = 0xFFFFFA;
 
@@ -102,6 +108,78 @@ DriverStatus send_els(Adapter& adapter, Request& request) {
   return give(adapter, request, 3, ports.answer_els(*port, *els));
 }
 
+/** How the driver is told which port to ask. */
+enum class NameKind : std::uint32_t { node = 0, port = 1 };
+
+/**
+ * The LS_ACC of an RNID (FC-LS) as the driver asks for it: general topology discovery data without
+ * the common data, which would not fit and which the one who asks knows.
+ */
+using RnidAccept = std::array<std::uint8_t, 60>;
+
+constexpr std::size_t rnid_header_size = 8;
+
+const PortTopology* find_port(Adapter& adapter, const ovk::WwnRequest& request, NameKind kind) {
+  const auto& ports = adapter.state<PortList>().ports();
+  const auto found = std::ranges::find_if(ports, [&](const PortTopology& port) {
+    return kind == NameKind::node ? port.node_wwn == request.node_wwn
+                                  : port.port_wwn == request.port_wwn;
+  });
+  return found != ports.end() ? &*found : nullptr;
+}
+
+DriverStatus send_rnid(Adapter& adapter, Request& request) {
+  CommandBlock& block = request.block();
+  const auto kind = static_cast<NameKind>(block.code);
+  if (kind != NameKind::node && kind != NameKind::port) {
+    return DriverStatus::not_supported;
+  }
+  const PortTopology* port = find_port(adapter, request.input<ovk::WwnRequest>(1), kind);
+  if (port == nullptr) {
+    return DriverStatus::not_found;
+  }
+  if (!port->rnid.answers) {
+    return DriverStatus::no_response;
+  }
+  if (block.request_size < sizeof(RnidAccept)) {
+    return DriverStatus::does_not_fit;
+  }
+  const ByteVector reply = accept_rnid(ovk::rnid_general_topology, {}, topology_data(port->rnid));
+  std::ranges::copy(reply, request.output<RnidAccept>(2).begin());
+  adapter.state<PortCounters>().add_exchange(rnid_header_size, sizeof(RnidAccept));
+  block.reply_size = request.effect("length").value_or(sizeof(RnidAccept));
+  return DriverStatus::success;
+}
+
+RnidManagementRecord usual_record(const PortTopology& port) {
+  return {.wwn = port.port_wwn,
+          .data = {.unit_type = port.rnid.unit_type,
+                   .physical_port = port.rnid.physical_port,
+                   .attached_nodes = port.rnid.attached_nodes,
+                   .ip_version = port.rnid.ip_version,
+                   .udp_port = port.rnid.udp_port,
+                   .ip_address = port.rnid.ip_address,
+                   .reserved32 = 0,
+                   .topology_flags = port.rnid.topology_flags}};
+}
+
+struct ManagementState {
+  explicit ManagementState(Adapter& adapter)
+      : record{adapter, "rnid", usual_record(adapter.topology().port)} {}
+
+  Saved<RnidManagementRecord> record;
+};
+
+DriverStatus get_management_info(Adapter& adapter, Request& request) {
+  request.output<RnidManagementRecord>(1) = adapter.state<ManagementState>().record.get();
+  return DriverStatus::success;
+}
+
+DriverStatus set_management_info(Adapter& adapter, Request& request) {
+  adapter.state<ManagementState>().record.set(request.input<RnidManagementRecord>(1));
+  return DriverStatus::success;
+}
+
 }  // namespace
 
 void add_fabric_handlers(HandlerTable& table) {
@@ -109,6 +187,9 @@ void add_fabric_handlers(HandlerTable& table) {
   table.when(is_on_fabric).on<"RAVN_MGMT_HBA_SEND_MGMT_RSP">(send_management_response);
   table.on<"RAVN_MGMT_SEND_CT">(send_ct, {"reject"});
   table.on<"RAVN_MGMT_SEND_ELS">(send_els, {"reject"});
+  table.on<"RAVN_MGMT_HBA_GETMGMTINFO">(get_management_info);
+  table.on<"RAVN_MGMT_HBA_RNID">(send_rnid, {"length"});
+  table.on<"RAVN_MGMT_HBA_SETMGMTINFO">(set_management_info);
 }
 
 }  // namespace ravnsim

@@ -1,8 +1,4 @@
-#include "simulator/board/adapter.h"
-#include "simulator/board/board_state.h"
-#include "simulator/call/handler_table.h"
-#include "simulator/call/request.h"
-#include "simulator/commands/guards.h"
+#include "simulator/commands/subsystem.h"
 
 #include <algorithm>
 #include <cstddef>

@@ -1,10 +1,8 @@
 #include "driver_abi/records/fcp_priority.h"
 
-#include "simulator/board/adapter.h"
 #include "simulator/board/saved.h"
-#include "simulator/call/handler_table.h"
 #include "simulator/call/report.h"
-#include "simulator/call/request.h"
+#include "simulator/commands/subsystem.h"
 
 #include <algorithm>
 #include <array>

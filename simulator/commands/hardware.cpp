@@ -1,12 +1,13 @@
 #include "driver_abi/records/hardware.h"
 
-#include "simulator/board/adapter.h"
+#include "simulator/board/adapter_memory.h"
+#include "simulator/board/pci_config.h"
 #include "simulator/board/text_field.h"
 #include "simulator/board/vpd.h"
-#include "simulator/call/handler_table.h"
-#include "simulator/call/request.h"
+#include "simulator/commands/subsystem.h"
 
 #include <algorithm>
+#include <cstddef>
 
 namespace ravnsim {
 
@@ -45,11 +46,76 @@ DriverStatus locate(Adapter& adapter, Request& request) {
   return DriverStatus::success;
 }
 
+/** The bytes of one transfer. */
+struct Transfer {
+  std::uint8_t bytes[4096];
+};
+
+/** Whether the range that the block names lies within one transfer and within the bytes of a state
+    of the board, such as its memory. */
+template <typename Space>
+bool is_within(Adapter& adapter, const Request& request) {
+  const CommandBlock& block = request.block();
+  const std::size_t size = adapter.state<Space>().bytes().size();
+  return block.request_size <= sizeof(Transfer) && block.index <= size &&
+         block.request_size <= size - block.index;
+}
+
+template <typename Space>
+constexpr Guard range_fits{is_within<Space>, DriverStatus::does_not_fit};
+
+template <typename Space>
+DriverStatus read(Adapter& adapter, Request& request) {
+  const CommandBlock& block = request.block();
+  const auto range = adapter.state<Space>().bytes().subspan(block.index, block.request_size);
+  std::ranges::copy(range, request.output<Transfer>(1).bytes);
+  return DriverStatus::success;
+}
+
+template <typename Space>
+DriverStatus write(Adapter& adapter, Request& request) {
+  const CommandBlock& block = request.block();
+  const std::span data{request.input<Transfer>(1).bytes};
+  adapter.state<Space>().write(block.index, data.first(block.request_size));
+  return DriverStatus::success;
+}
+
+/** From SLI-4 on, a board shows neither its memory nor its registers. */
+constexpr Guard is_below_sli4{
+    [](Adapter& adapter, const Request&) { return adapter.topology().sli_mode < sli4; },
+    DriverStatus::not_supported};
+
+DriverStatus read_register(Adapter& adapter, Request& request) {
+  CommandBlock& block = request.block();
+  const auto value = adapter.state<ControlRegisters>().read(ControlRegister{block.index});
+  if (!value) {
+    return DriverStatus::not_found;
+  }
+  block.value = *value;
+  return DriverStatus::success;
+}
+
+DriverStatus write_register(Adapter& adapter, Request& request) {
+  const CommandBlock& block = request.block();
+  const bool written =
+      adapter.state<ControlRegisters>().write(ControlRegister{block.index}, block.value);
+  return written ? DriverStatus::success : DriverStatus::not_permitted;
+}
+
 }  // namespace
 
 void add_hardware_handlers(HandlerTable& table) {
   table.on<"RAVN_MGMT_GET_PCI_SBDF">(locate);
   table.on<"RAVN_MGMT_GET_VPD">(read_vpd);
+  table.when(range_fits<PciConfig>)
+      .on<"RAVN_MGMT_READ_PCI">(read<PciConfig>)
+      .on<"RAVN_MGMT_WRITE_PCI">(write<PciConfig>);
+  table.when(is_below_sli4)
+      .on<"RAVN_MGMT_READ_CTLREG">(read_register)
+      .on<"RAVN_MGMT_WRITE_CTLREG">(write_register)
+      .when(range_fits<AdapterMemory>)
+      .on<"RAVN_MGMT_READ_MEM">(read<AdapterMemory>)
+      .on<"RAVN_MGMT_WRITE_MEM">(write<AdapterMemory>);
 }
 
 }  // namespace ravnsim

@@ -1,14 +1,10 @@
-#include "simulator/board/link.h"
-
 #include "driver_abi/records/link.h"
+
 #include "driver_abi/records/nodes.h"
-#include "simulator/board/adapter.h"
 #include "simulator/board/io_counters.h"
 #include "simulator/board/port_counters.h"
 #include "simulator/board/port_list.h"
-#include "simulator/call/handler_table.h"
-#include "simulator/call/request.h"
-#include "simulator/commands/guards.h"
+#include "simulator/commands/subsystem.h"
 #include "simulator/topology/port_speed.h"
 
 #include <algorithm>
@@ -148,6 +144,15 @@ DriverStatus describe_trunk(Adapter& adapter, Request& request) {
   return DriverStatus::success;
 }
 
+static_assert(sizeof(CounterValues) == 120);
+
+DriverStatus read_statistics(Adapter& adapter, Request& request) {
+  const auto& counters = adapter.state<PortCounters>();
+  request.output<CounterValues>(1) =
+      request.effect("driver_reloaded") ? counters.read_at_load() : counters.read();
+  return DriverStatus::success;
+}
+
 }  // namespace
 
 void add_link_handlers(HandlerTable& table) {
@@ -156,6 +161,7 @@ void add_link_handlers(HandlerTable& table) {
   table.on<"RAVN_MGMT_IOINFO">(count_io);
   table.on<"RAVN_MGMT_LINKINFO">(describe_link);
   table.on<"RAVN_MGMT_NODEINFO">(list_nodes);
+  table.on<"RAVN_MGMT_HBA_PORTSTATISTICS">(read_statistics, {"driver_reloaded"});
 }
 
 }  // namespace ravnsim

@@ -1,12 +1,9 @@
-#include "simulator/board/adapter.h"
-#include "simulator/board/board_state.h"
-#include "simulator/board/mailbox_table.h"
-#include "simulator/call/handler_table.h"
-#include "simulator/call/request.h"
-#include "simulator/commands/guards.h"
+#include "simulator/board/firmware.h"
+#include "simulator/board/regions.h"
+#include "simulator/commands/subsystem.h"
 
 #include <algorithm>
-#include <optional>
+#include <vector>
 
 namespace ravnsim {
 
@@ -23,16 +20,11 @@ bool has_room(const MailboxData& data) {
   return std::max(data.in_bytes, data.out_bytes) <= sizeof data.bytes;
 }
 
-std::uint16_t complete(Adapter& adapter, MailboxCall& call) {
-  static const MailboxTable table = all_mailboxes();
-  const MailboxFunction function = table.find(call.mailbox.command);
-  return function != nullptr ? function(adapter, call) : std::uint16_t{mailbox_unknown_command};
-}
-
-/** The status with which a fault file has the firmware complete mailboxes. */
-std::optional<std::uint16_t> scripted_status(const Request& request) {
-  const auto value = request.effect("mailbox_status");
-  return value ? std::optional{static_cast<std::uint16_t>(*value)} : std::nullopt;
+/** The status with which a fault file has the firmware answer, or what it answers by itself. */
+template <typename Access>
+std::uint32_t mailbox_status(const Request& request, Access access) {
+  const auto scripted = request.effect("mailbox_status");
+  return scripted ? *scripted : static_cast<std::uint32_t>(access());
 }
 
 constexpr Guard is_not_busy{
@@ -45,8 +37,8 @@ DriverStatus pass_mailbox(Adapter& adapter, Request& request) {
   if (!is_whole_mailbox(request.block().request_size) || !has_room(call.data)) {
     return DriverStatus::mailbox_failed;
   }
-  const auto scripted = scripted_status(request);
-  call.mailbox.status = scripted ? *scripted : complete(adapter, call);
+  call.mailbox.status =
+      static_cast<std::uint16_t>(mailbox_status(request, [&] { return complete(adapter, call); }));
   return DriverStatus::success;
 }
 
@@ -83,9 +75,44 @@ DriverStatus pass_extended_mailbox(Adapter& adapter, Request& request) {
   }
   auto& extended = request.output<ExtendedMailbox>(1);
   const std::size_t data_size = size - std::min<std::size_t>(size, sizeof extended.mailbox);
-  const auto scripted = scripted_status(request);
-  extended.mailbox.status =
-      scripted ? *scripted : transfer(adapter, direction, {extended.data, data_size});
+  extended.mailbox.status = static_cast<std::uint16_t>(mailbox_status(request, [&] {
+    return transfer(adapter, direction, {extended.data, data_size});
+  }));
+  return DriverStatus::success;
+}
+
+DriverStatus dump_region(Adapter& adapter, Request& request) {
+  CommandBlock& block = request.block();
+  const auto room = request.output_bytes(2);
+  if (block.request_size > room.size()) {
+    return DriverStatus::does_not_fit;
+  }
+  std::vector<std::uint8_t> contents;
+  auto& status = request.output<std::uint32_t>(3);
+  status = mailbox_status(request, [&] {
+    return adapter.state<Regions>().read(request.input<ovk::RegionReadRequest>(1).region, contents);
+  });
+  if (status != 0) {
+    return DriverStatus::success;
+  }
+  std::size_t count = std::min<std::size_t>(contents.size(), block.request_size);
+  if (const auto shorter = request.effect("short")) {
+    count = std::min<std::size_t>(count, *shorter);
+  }
+  std::copy_n(contents.begin(), count, room.begin());
+  block.reply_size = static_cast<std::uint32_t>(count);
+  return DriverStatus::success;
+}
+
+DriverStatus update_region(Adapter& adapter, Request& request) {
+  const CommandBlock& block = request.block();
+  const auto data = request.input_bytes(1);
+  if (block.request_size > data.size()) {
+    return DriverStatus::does_not_fit;
+  }
+  request.output<std::uint32_t>(2) = mailbox_status(request, [&] {
+    return adapter.state<Regions>().write(block.value, data.first(block.request_size));
+  });
   return DriverStatus::success;
 }
 
@@ -99,6 +126,10 @@ void add_mailbox_handlers(HandlerTable& table) {
       .when(is_ready)
       .when(is_not_busy)
       .on<"RAVN_MGMT_MBOX_SLI_CFG_EXT">(pass_extended_mailbox, {"busy", "mailbox_status"});
+  table.when(is_sli4)
+      .when(is_ready)
+      .on<"RAVN_MGMT_HBA_ISSUE_DMP_MBX">(dump_region, {"mailbox_status", "short"})
+      .on<"RAVN_MGMT_HBA_ISSUE_UPD_MBX">(update_region, {"mailbox_status"});
 }
 
 }  // namespace ravnsim

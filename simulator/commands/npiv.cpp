@@ -1,12 +1,9 @@
 #include "driver_abi/records/virtual_ports.h"
 #include "driver_abi/wwn_request.h"
-#include "simulator/board/adapter.h"
-#include "simulator/board/board_state.h"
-#include "simulator/board/link.h"
 #include "simulator/board/port_list.h"
 #include "simulator/board/text_field.h"
-#include "simulator/call/handler_table.h"
-#include "simulator/call/request.h"
+#include "simulator/commands/port_record.h"
+#include "simulator/commands/subsystem.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -69,19 +66,6 @@ DriverStatus list_virtual_ports(Adapter& adapter, Request& request) {
   return DriverStatus::success;
 }
 
-void describe(const PortTopology& port, VportRecord& record) {
-  record.port_wwn = port.port_wwn;
-  record.node_wwn = port.node_wwn;
-  record.fc_id = port.fc_id;
-  record.type = static_cast<std::uint32_t>(port.type);
-  record.state = static_cast<std::uint32_t>(port.state);
-  record.classes = port.classes;
-  record.fc4_types_active = port.fc4_types_active;
-  put_text(record.symbolic_name, port.symbolic_name);
-  record.fabric_name = port.fabric_name;
-  record.max_frame_size = port.max_frame_size;
-}
-
 DriverStatus describe_virtual_port(Adapter& adapter, Request& request) {
   if (!adapter.topology().npiv) {
     request.block().reply_size = other_failure;
@@ -93,22 +77,15 @@ DriverStatus describe_virtual_port(Adapter& adapter, Request& request) {
   if (found == ports.end()) {
     return DriverStatus::not_found;
   }
-  describe(*found, request.output<VportRecord>(2));
+  auto& record = request.output<VportRecord>(2);
+  describe_port(*found, record);
+  record.classes = found->classes;
   return DriverStatus::success;
 }
 
 VportNodeRecord node_record(const PortTopology& port, std::uint32_t tag) {
-  VportNodeRecord record{.fc_id = port.fc_id,
-                         .node_wwn = port.node_wwn,
-                         .type = static_cast<std::uint32_t>(port.type),
-                         .state = static_cast<std::uint32_t>(port.state),
-                         .classes = port.classes,
-                         .speed = port.speed,
-                         .port_wwn = port.port_wwn,
-                         .max_frame_size = port.max_frame_size,
-                         .supported_speeds = port.supported_speeds,
-                         .list_tag = tag};
-  put_text(record.symbolic_name, port.symbolic_name);
+  VportNodeRecord record{.classes = port.classes, .list_tag = tag};
+  describe_port(port, record);
   return record;
 }
 

@@ -1,15 +1,12 @@
 #include "driver_abi/records/oas.h"
 
-#include "simulator/board/adapter.h"
 #include "simulator/board/port_list.h"
 #include "simulator/board/saved.h"
-#include "simulator/call/handler_table.h"
-#include "simulator/call/request.h"
-#include "simulator/commands/guards.h"
+#include "simulator/commands/subsystem.h"
+#include "simulator/topology/wwn.h"
 
 #include <algorithm>
 #include <array>
-#include <charconv>
 #include <cstddef>
 #include <optional>
 #include <string_view>
@@ -33,87 +30,70 @@ struct Rule {
   }
 };
 
-class OasState {
- public:
-  explicit OasState(Adapter& adapter) : rules_{adapter, "oas-rules"} {}
+struct OasState {
+  explicit OasState(Adapter& adapter) : rules{adapter, "oas-rules"} {}
 
-  [[nodiscard]] const std::vector<Rule>& rules() const { return rules_.records(); }
-
-  /** Sets a rule, or changes its priority. */
-  DriverStatus set(const Rule& rule, std::uint32_t limit) {
-    const auto known = find(rule);
-    if (known != rules().end() && known->priority == rule.priority &&
-        known->has_priority == rule.has_priority) {
-      return DriverStatus::oas_rule_already_set;
-    }
-    if (known == rules().end() && rules().size() >= limit) {
-      return DriverStatus::oas_rule_table_full;
-    }
-    const auto place = known - rules().begin();
-    rules_.change([&](std::vector<Rule>& rules) {
-      rules.resize(std::max(rules.size(), static_cast<std::size_t>(place + 1)));
-      rules.at(static_cast<std::size_t>(place)) = rule;
-    });
-    return DriverStatus::success;
-  }
-
-  DriverStatus clear(const Rule& rule) {
-    const auto known = find(rule);
-    if (known == rules().end()) {
-      return DriverStatus::not_found;
-    }
-    rules_.change([&](std::vector<Rule>& rules) { rules.erase(known); });
-    return DriverStatus::success;
-  }
-
- private:
-  [[nodiscard]] std::vector<Rule>::const_iterator find(const Rule& rule) const {
-    return std::ranges::find_if(rules(),
-                                [&](const Rule& other) { return other.names_the_same(rule); });
-  }
-
-  SavedList<Rule> rules_;
+  SavedList<Rule> rules;
 };
 
-/** Takes hex numbers of a fixed length off a text. */
-class HexReader {
- public:
-  explicit HexReader(std::string_view text) : text_{text} {}
+/** The place of the rule that names the same; behind the last one when there is none. */
+std::size_t place_of(const std::vector<Rule>& rules, const Rule& rule) {
+  const auto found =
+      std::ranges::find_if(rules, [&](const Rule& other) { return other.names_the_same(rule); });
+  return static_cast<std::size_t>(found - rules.begin());
+}
 
-  template <typename Number>
-  bool take(Number& number) {
-    const std::string_view digits = text_.substr(0, 2 * sizeof(Number));
-    text_.remove_prefix(digits.size());
-    const auto [end, error] =
-        std::from_chars(digits.data(), digits.data() + digits.size(), number, 16);
-    return error == std::errc{} && digits.size() == 2 * sizeof(Number) &&
-           end == digits.data() + digits.size();
+/** Sets a rule, or changes its priority. */
+DriverStatus set(SavedList<Rule>& saved, const Rule& rule, std::uint32_t limit) {
+  const auto& rules = saved.records();
+  const std::size_t place = place_of(rules, rule);
+  if (place < rules.size() && rules[place].priority == rule.priority &&
+      rules[place].has_priority == rule.has_priority) {
+    return DriverStatus::oas_rule_already_set;
   }
-
-  bool take(Wwn& wwn) {
-    return std::ranges::all_of(wwn.bytes, [this](std::uint8_t& byte) { return take(byte); });
+  if (place == rules.size() && place >= limit) {
+    return DriverStatus::oas_rule_table_full;
   }
+  saved.change([&](std::vector<Rule>& changed) {
+    changed.resize(std::max(changed.size(), place + 1));
+    changed[place] = rule;
+  });
+  return DriverStatus::success;
+}
 
-  [[nodiscard]] bool at_end() const { return text_.empty(); }
-
- private:
-  std::string_view text_;
-};
+DriverStatus clear(SavedList<Rule>& saved, const Rule& rule) {
+  const std::size_t place = place_of(saved.records(), rule);
+  if (place == saved.records().size()) {
+    return DriverStatus::not_found;
+  }
+  saved.change([&](std::vector<Rule>& rules) {
+    rules.erase(rules.begin() + static_cast<std::ptrdiff_t>(place));
+  });
+  return DriverStatus::success;
+}
 
 /** A rule is a kind, two port names, a LUN and, of kind 1, a priority. */
 std::optional<Rule> parse_rule(std::string_view text, std::uint32_t version) {
-  HexReader reader{text};
+  constexpr std::size_t without_priority = 25;
+  const auto bytes = parse_hex(text);
+  if (!bytes || bytes->size() < without_priority || bytes->front() > 1 ||
+      bytes->size() != without_priority + bytes->front()) {
+    return std::nullopt;
+  }
   Rule rule{};
-  std::uint8_t kind = 0;
-  if (!reader.take(kind) || kind > 1 || !reader.take(rule.local_port) ||
-      !reader.take(rule.target_port) || !reader.take(rule.lun)) {
-    return std::nullopt;
+  auto at = bytes->begin() + 1;
+  const auto take = [&](std::uint8_t& byte) { byte = *at++; };
+  std::ranges::for_each(rule.local_port.bytes, take);
+  std::ranges::for_each(rule.target_port.bytes, take);
+  for (std::size_t i = 0; i < sizeof rule.lun; ++i) {
+    rule.lun = rule.lun << 8 | *at++;
   }
-  rule.has_priority = kind == 1;
-  if (rule.has_priority && (version < 1 || !reader.take(rule.priority) || rule.priority > 127)) {
-    return std::nullopt;
+  rule.has_priority = at != bytes->end();
+  if (rule.has_priority) {
+    take(rule.priority);
   }
-  return reader.at_end() ? std::optional{rule} : std::nullopt;
+  const bool valid = !rule.has_priority || (version >= 1 && rule.priority <= 127);
+  return valid ? std::optional{rule} : std::nullopt;
 }
 
 std::string_view text_of(std::span<const std::uint8_t> bytes) {
@@ -160,12 +140,12 @@ DriverStatus set_rule(Adapter& adapter, Request& request) {
   if (!rule || !has_port(adapter, rule->local_port)) {
     return DriverStatus::oas_bad_rule;
   }
-  auto& state = adapter.state<OasState>();
+  auto& rules = adapter.state<OasState>().rules;
   switch (OasAction{request.block().code}) {
     case OasAction::set:
-      return state.set(*rule, oas.limit);
+      return set(rules, *rule, oas.limit);
     case OasAction::clear:
-      return state.clear(*rule);
+      return clear(rules, *rule);
     default:
       return DriverStatus::not_permitted;
   }
@@ -180,7 +160,7 @@ DriverStatus list_rules(Adapter& adapter, Request& request) {
   const bool logged_in = adapter.state<PortList>().find(target_port) != nullptr;
   auto& list = request.output<ovk::OasDriverList>(3);
   std::uint32_t count = 0;
-  for (const Rule& rule : adapter.state<OasState>().rules()) {
+  for (const Rule& rule : adapter.state<OasState>().rules.records()) {
     if (rule.local_port != local_port || rule.target_port != target_port) {
       continue;
     }

@@ -1,8 +1,7 @@
 #include "driver_abi/records/ras_log.h"
 
 #include "simulator/board/saved.h"
-#include "simulator/call/handler_table.h"
-#include "simulator/call/request.h"
+#include "simulator/commands/subsystem.h"
 
 #include <algorithm>
 #include <array>

@@ -1,9 +1,7 @@
 #include "driver_abi/records/vmid.h"
 
-#include "simulator/board/adapter.h"
 #include "simulator/board/saved.h"
-#include "simulator/call/handler_table.h"
-#include "simulator/call/request.h"
+#include "simulator/commands/subsystem.h"
 
 #include <algorithm>
 #include <array>
@@ -25,58 +23,40 @@ struct VmidState {
   SavedList<VmidMachine> machines;
 };
 
-/** The table as an update is going to leave it. */
-class Update {
- public:
-  Update(std::vector<VmidMachine> machines, const VmidTopology& vmid)
-      : machines_{std::move(machines)}, vmid_{vmid} {}
-
-  DriverStatus apply(const VmidMachine& machine) {
-    switch (machine.action) {
-      case VmidAction::add:
-        return add(machine);
-      case VmidAction::remove:
-        return remove(machine);
-      default:
-        return DriverStatus::not_permitted;
-    }
+/** Adds a machine with its identifier, or with the first one that is free. */
+DriverStatus add(std::vector<VmidMachine>& machines, VmidMachine machine,
+                 const VmidTopology& vmid) {
+  const auto is_known = [&](const auto& value, auto VmidMachine::*member) {
+    return std::ranges::find(machines, value, member) != machines.end();
+  };
+  if (is_known(machine.uuid, &VmidMachine::uuid)) {
+    return DriverStatus::not_permitted;
   }
-
-  [[nodiscard]] std::vector<VmidMachine> take() { return std::move(machines_); }
-
- private:
-  DriverStatus add(VmidMachine machine) {
-    if (std::ranges::find(machines_, machine.uuid, &VmidMachine::uuid) != machines_.end()) {
-      return DriverStatus::not_permitted;
-    }
-    for (const QfpaRange& range : vmid_.ranges) {
-      for (std::uint32_t identifier = range.low; identifier <= range.high; ++identifier) {
-        const bool wanted = machine.identifier == 0 || machine.identifier == identifier;
-        if (wanted && is_free(identifier)) {
-          machine.identifier = identifier;
-          machine.qos_priority = range.qos_priority;
-          machines_.push_back(machine);
-          return DriverStatus::success;
-        }
+  for (const QfpaRange& range : vmid.ranges) {
+    for (std::uint32_t identifier = range.low; identifier <= range.high; ++identifier) {
+      const bool wanted = machine.identifier == 0 || machine.identifier == identifier;
+      if (wanted && !is_known(identifier, &VmidMachine::identifier)) {
+        machine.identifier = identifier;
+        machine.qos_priority = range.qos_priority;
+        machines.push_back(machine);
+        return DriverStatus::success;
       }
     }
-    return machine.identifier == 0 ? DriverStatus::does_not_fit : DriverStatus::not_permitted;
   }
+  return machine.identifier == 0 ? DriverStatus::does_not_fit : DriverStatus::not_permitted;
+}
 
-  DriverStatus remove(const VmidMachine& machine) {
-    return std::erase_if(machines_,
-                         [&](const VmidMachine& known) { return known.uuid == machine.uuid; }) > 0
-               ? DriverStatus::success
-               : DriverStatus::not_found;
+DriverStatus apply(std::vector<VmidMachine>& machines, const VmidMachine& machine,
+                   const VmidTopology& vmid) {
+  if (machine.action == VmidAction::add) {
+    return add(machines, machine, vmid);
   }
-
-  [[nodiscard]] bool is_free(std::uint32_t identifier) const {
-    return std::ranges::find(machines_, identifier, &VmidMachine::identifier) == machines_.end();
+  if (machine.action != VmidAction::remove) {
+    return DriverStatus::not_permitted;
   }
-
-  std::vector<VmidMachine> machines_;
-  const VmidTopology& vmid_;
-};
+  const auto is_it = [&](const VmidMachine& known) { return known.uuid == machine.uuid; };
+  return std::erase_if(machines, is_it) > 0 ? DriverStatus::success : DriverStatus::not_found;
+}
 
 constexpr Guard offers_vmid{
     [](Adapter& adapter, const Request&) { return adapter.topology().offers.vmid.has_value(); },
@@ -114,14 +94,14 @@ DriverStatus update_mapping(Adapter& adapter, Request& request) {
     return DriverStatus::not_permitted;
   }
   auto& machines = adapter.state<VmidState>().machines;
-  Update update{machines.records(), *vmid};
+  std::vector<VmidMachine> updated = machines.records();
   for (std::size_t i = 0; i < table.count; ++i) {
-    if (const DriverStatus status = update.apply(table.machines[i]);
+    if (const DriverStatus status = apply(updated, table.machines[i], *vmid);
         status != DriverStatus::success) {
       return status;
     }
   }
-  machines.change([&](std::vector<VmidMachine>& known) { known = update.take(); });
+  machines.change([&](std::vector<VmidMachine>& known) { known = updated; });
   return DriverStatus::success;
 }
 

@@ -3,6 +3,7 @@
 #include "simulator/board/port_list.h"
 
 #include <algorithm>
+#include <map>
 #include <variant>
 #include <vector>
 
@@ -47,22 +48,13 @@ std::vector<PortTopology> registered(Adapter& adapter) {
   return ports;
 }
 
+/** How the name server tells the types of ports apart. */
 std::uint8_t name_server_type(PortType type) {
-  switch (type) {
-    case PortType::n_port:
-    case PortType::point_to_point:
-      return 0x01;
-    case PortType::nl_port:
-      return 0x02;
-    case PortType::f_port:
-      return 0x81;
-    case PortType::fl_port:
-      return 0x82;
-    case PortType::e_port:
-      return 0x84;
-    default:
-      return 0x00;
-  }
+  static const std::map<PortType, std::uint8_t> types{
+      {PortType::n_port, 0x01}, {PortType::point_to_point, 0x01}, {PortType::nl_port, 0x02},
+      {PortType::f_port, 0x81}, {PortType::fl_port, 0x82},        {PortType::e_port, 0x84}};
+  const auto found = types.find(type);
+  return found != types.end() ? found->second : std::uint8_t{0};
 }
 
 /** A name after its length, in a field of `size` bytes or of its own length. */
@@ -95,9 +87,33 @@ CtAnswer next_port(Adapter& adapter, Bytes request) {
   return answer;
 }
 
+// What the entries of answers say of a port.
+using Describe = void (*)(ByteVector& entry, const PortTopology& port);
+
+void put_nothing(ByteVector& /*entry*/, const PortTopology& /*port*/) {}
+
+void put_port_name(ByteVector& entry, const PortTopology& port) {
+  put_bytes(entry, port.port_wwn.bytes);
+}
+
+void put_node_name(ByteVector& entry, const PortTopology& port) {
+  put_bytes(entry, port.node_wwn.bytes);
+}
+
+void put_symbolic_port_name(ByteVector& entry, const PortTopology& port) {
+  put_symbolic_name(entry, port.symbolic_name);
+}
+
+/** A name behind the four reserved bytes of a list's entry. */
+template <Describe put_name>
+void put_field(ByteVector& entry, const PortTopology& port) {
+  put_zeros(entry, 4);
+  put_name(entry, port);
+}
+
 /** The port whose address a request carries, or why there is none. */
-template <typename Describe>
-CtAnswer of_id(Adapter& adapter, Bytes request, Describe describe) {
+template <Describe describe>
+CtAnswer of_id(Adapter& adapter, Bytes request) {
   const std::vector<PortTopology> ports = registered(adapter);
   const auto port = std::ranges::find(ports, get_number(request, 1, id_size), &PortTopology::fc_id);
   if (port == ports.end()) {
@@ -120,8 +136,8 @@ CtAnswer id_of_name(Adapter& adapter, Bytes request) {
 }
 
 /** An entry for each port of the FC-4 type of the request; the last one is marked. */
-template <typename Describe>
-CtAnswer of_fc4_type(Adapter& adapter, Bytes request, Describe describe) {
+template <Describe describe>
+CtAnswer of_fc4_type(Adapter& adapter, Bytes request) {
   ByteVector answer;
   std::size_t last = 0;
   for (const PortTopology& port : registered(adapter)) {
@@ -145,42 +161,15 @@ struct NameServerCommand {
   CtAnswer (*answer)(Adapter&, Bytes);
 };
 
-void put_port_name(ByteVector& bytes, const PortTopology& port) {
-  put_bytes(bytes, port.port_wwn.bytes);
-}
-void put_node_name(ByteVector& bytes, const PortTopology& port) {
-  put_bytes(bytes, port.node_wwn.bytes);
-}
-
 constexpr NameServerCommand name_server_commands[] = {
-    {0x0100, 4, next_port},                                                       // GA_NXT
-    {0x0112, 4, [](Adapter& a, Bytes r) { return of_id(a, r, put_port_name); }},  // GPN_ID
-    {0x0113, 4, [](Adapter& a, Bytes r) { return of_id(a, r, put_node_name); }},  // GNN_ID
-    {0x0118, 4,                                                                   // GSPN_ID
-     [](Adapter& a, Bytes r) {
-       return of_id(a, r, [](ByteVector& bytes, const PortTopology& port) {
-         put_symbolic_name(bytes, port.symbolic_name);
-       });
-     }},
-    {0x0121, name_size, id_of_name},  // GID_PN
-    {0x0171, 4,                       // GID_FT
-     [](Adapter& a, Bytes r) {
-       return of_fc4_type(a, r, [](ByteVector&, const PortTopology&) {});
-     }},
-    {0x0172, 4,  // GPN_FT
-     [](Adapter& a, Bytes r) {
-       return of_fc4_type(a, r, [](ByteVector& bytes, const PortTopology& port) {
-         put_zeros(bytes, 4);
-         put_port_name(bytes, port);
-       });
-     }},
-    {0x0173, 4,  // GNN_FT
-     [](Adapter& a, Bytes r) {
-       return of_fc4_type(a, r, [](ByteVector& bytes, const PortTopology& port) {
-         put_zeros(bytes, 4);
-         put_node_name(bytes, port);
-       });
-     }},
+    {0x0100, 4, next_port},                              // GA_NXT
+    {0x0112, 4, of_id<put_port_name>},                   // GPN_ID
+    {0x0113, 4, of_id<put_node_name>},                   // GNN_ID
+    {0x0118, 4, of_id<put_symbolic_port_name>},          // GSPN_ID
+    {0x0121, name_size, id_of_name},                     // GID_PN
+    {0x0171, 4, of_fc4_type<put_nothing>},               // GID_FT
+    {0x0172, 4, of_fc4_type<put_field<put_port_name>>},  // GPN_FT
+    {0x0173, 4, of_fc4_type<put_field<put_node_name>>},  // GNN_FT
 };
 
 CtAnswer ask_name_server(Adapter& adapter, std::uint32_t code, Bytes request) {

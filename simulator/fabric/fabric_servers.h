@@ -5,7 +5,7 @@
 #pragma once
 
 #include "simulator/board/adapter.h"
-#include "simulator/fabric/wire.h"
+#include "simulator/board/wire.h"
 
 #include <cstdint>
 #include <optional>

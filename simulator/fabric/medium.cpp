@@ -1,5 +1,7 @@
 #include "simulator/fabric/medium.h"
 
+#include "simulator/board/state_store.h"
+
 #include <algorithm>
 #include <array>
 #include <fcntl.h>
@@ -39,29 +41,22 @@ class MemoryMedium : public Medium {
 class FileMedium : public Medium {
  public:
   explicit FileMedium(const LunTopology& unit)
-      : descriptor_{open(unit.file.c_str(), (unit.read_only ? O_RDONLY : O_RDWR) | O_CLOEXEC)} {}
-  FileMedium(const FileMedium&) = delete;
-  FileMedium& operator=(const FileMedium&) = delete;
-  ~FileMedium() override {
-    if (descriptor_ >= 0) {
-      close(descriptor_);
-    }
-  }
+      : file_{open(unit.file.c_str(), (unit.read_only ? O_RDONLY : O_RDWR) | O_CLOEXEC)} {}
 
   bool read(std::uint64_t first_block, std::span<std::uint8_t> bytes) override {
-    return pread64(descriptor_, bytes.data(), bytes.size(), offset_of(first_block)) ==
+    return pread64(file_.get(), bytes.data(), bytes.size(), offset_of(first_block)) ==
            static_cast<ssize_t>(bytes.size());
   }
 
   bool write(std::uint64_t first_block, std::span<const std::uint8_t> bytes) override {
-    return pwrite64(descriptor_, bytes.data(), bytes.size(), offset_of(first_block)) ==
+    return pwrite64(file_.get(), bytes.data(), bytes.size(), offset_of(first_block)) ==
            static_cast<ssize_t>(bytes.size());
   }
 
  private:
   static off64_t offset_of(std::uint64_t block) { return static_cast<off64_t>(block * block_size); }
 
-  int descriptor_;
+  FileDescriptor file_;
 };
 
 std::unique_ptr<Medium> make_medium(const LunTopology& unit) {

@@ -27,8 +27,32 @@ ByteVector echo(std::span<const std::uint8_t> request) {
   return reply;
 }
 
-/** The general topology discovery data of a port. */
-void put_topology(ByteVector& bytes, const RnidTopology& rnid) {
+/** What both formats of an RNID tell of a port. */
+ByteVector common_data(const PortTopology& port) {
+  ByteVector data;
+  put_bytes(data, port.port_wwn.bytes);
+  put_bytes(data, port.node_wwn.bytes);
+  return data;
+}
+
+/** Request node identification data, without or with the general topology data. */
+ByteVector identify_node(const PortTopology& port, std::span<const std::uint8_t> request) {
+  constexpr std::uint8_t common_only = 0x00;
+  if (request.size() < 2 * word) {
+    return ls_reject(wrong_payload);
+  }
+  const std::uint8_t format = request[word];
+  if (format != common_only && format != ovk::rnid_general_topology) {
+    return ls_reject(unknown_format);
+  }
+  return format == common_only ? accept_rnid(format, common_data(port), {})
+                               : accept_rnid(format, common_data(port), topology_data(port.rnid));
+}
+
+}  // namespace
+
+ByteVector topology_data(const RnidTopology& rnid) {
+  ByteVector bytes;
   constexpr std::size_t vendor_unique_length = 16;
   put_zeros(bytes, vendor_unique_length);
   put_number(bytes, rnid.unit_type, 4);
@@ -40,33 +64,18 @@ void put_topology(ByteVector& bytes, const RnidTopology& rnid) {
   put_bytes(bytes, rnid.ip_address);
   put_zeros(bytes, 2);
   put_number(bytes, rnid.topology_flags, 2);
+  return bytes;
 }
 
-/** Request node identification data, without or with the general topology data. */
-ByteVector identify_node(const PortTopology& port, std::span<const std::uint8_t> request) {
-  constexpr std::uint8_t common_only = 0x00;
-  constexpr std::uint8_t common_length = 16;
-  constexpr std::uint8_t topology_length = 52;
-  if (request.size() < 2 * word) {
-    return ls_reject(wrong_payload);
-  }
-  const std::uint8_t format = request[word];
-  if (format != common_only && format != ovk::rnid_general_topology) {
-    return ls_reject(unknown_format);
-  }
-  const bool has_topology = format == ovk::rnid_general_topology;
+ByteVector accept_rnid(std::uint8_t format, const ByteVector& common, const ByteVector& specific) {
   ByteVector reply = ls_accept();
-  put_bytes(reply,
-            ByteVector{format, common_length, 0, has_topology ? topology_length : std::uint8_t{0}});
-  put_bytes(reply, port.port_wwn.bytes);
-  put_bytes(reply, port.node_wwn.bytes);
-  if (has_topology) {
-    put_topology(reply, port.rnid);
-  }
+  put_number(reply, format, 1);
+  put_number(reply, static_cast<std::uint32_t>(common.size()), 1);
+  put_number(reply, static_cast<std::uint32_t>(specific.size()), 2);
+  put_bytes(reply, common);
+  put_bytes(reply, specific);
   return reply;
 }
-
-}  // namespace
 
 ByteVector ls_reject(ElsReject reject) {
   return {static_cast<std::uint8_t>(Els::ls_rjt), 0, 0, 0, 0, reject.reason, reject.explanation, 0};

@@ -5,7 +5,7 @@
 #pragma once
 
 #include "simulator/board/adapter.h"
-#include "simulator/fabric/wire.h"
+#include "simulator/board/wire.h"
 
 #include <cstdint>
 #include <map>
@@ -21,6 +21,12 @@ struct ElsReject {
 
 /** An LS_RJT. */
 ByteVector ls_reject(ElsReject reject);
+
+/** The general topology discovery data of a port (FC-LS). */
+ByteVector topology_data(const RnidTopology& rnid);
+
+/** The LS_ACC of an RNID (FC-LS), with what is common to all formats and what only this one has. */
+ByteVector accept_rnid(std::uint8_t format, const ByteVector& common, const ByteVector& specific);
 
 /** The ports that a board sees, as they answer link services. */
 class RemotePorts {

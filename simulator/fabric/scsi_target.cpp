@@ -96,7 +96,7 @@ ByteVector designators(const LunTopology& unit, const PortTopology& port) {
   ByteVector t10;
   put_text(t10, unit.vendor, vendor_length, ' ');
   put_text(t10, unit.product, product_length, ' ');
-  put_text(t10, unit.serial_number, unit.serial_number.size(), ' ');
+  put_text(t10, unit.serial_number);
   put_designator(list, ascii_t10, t10);
   put_designator(list, fcp_port_naa, port.port_wwn.bytes);
   return list;
@@ -110,7 +110,7 @@ std::optional<ByteVector> vital_product_data(const LunTopology& unit, const Port
       contents = {0x00, 0x80, 0x83};
       break;
     case 0x80:
-      put_text(contents, unit.serial_number, unit.serial_number.size(), ' ');
+      put_text(contents, unit.serial_number);
       break;
     case 0x83:
       contents = designators(unit, port);

@@ -4,8 +4,8 @@
  */
 #pragma once
 
+#include "simulator/board/wire.h"
 #include "simulator/fabric/medium.h"
-#include "simulator/fabric/wire.h"
 #include "simulator/topology/topology.h"
 
 #include <array>

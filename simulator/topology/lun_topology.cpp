@@ -26,17 +26,13 @@ std::vector<std::uint8_t> read_naa(const JsonValue& value) {
       digits.size() == short_digits
           ? std::string_view{"235"}.find(digits.front()) != std::string_view::npos
           : digits.size() == long_digits && digits.front() == '6';
-  const bool is_hex = digits.find_first_not_of("0123456789abcdefABCDEF") == std::string::npos;
-  if (!has_format || !is_hex) {
+  const auto bytes = parse_hex(digits);
+  if (!has_format || !bytes) {
     value.refuse("\"" + digits +
                  "\" is no NAA identifier: 16 hex digits that begin with 2, 3 or 5, "
                  "or 32 that begin with 6");
   }
-  std::vector<std::uint8_t> bytes;
-  for (std::size_t i = 0; i < digits.size(); i += 2) {
-    bytes.push_back(static_cast<std::uint8_t>(std::stoul(digits.substr(i, 2), nullptr, 16)));
-  }
-  return bytes;
+  return *bytes;
 }
 
 /** The blocks of a file that holds a disk. */

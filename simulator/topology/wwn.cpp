@@ -1,26 +1,36 @@
 #include "simulator/topology/wwn.h"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <cstdio>
 
 namespace ravnsim {
 
-std::optional<Wwn> parse_wwn(std::string_view text) {
-  const bool with_colons = text.find(':') != std::string_view::npos;
-  const std::size_t stride = with_colons ? 3 : 2;
-  Wwn wwn{};
-  if (text.size() != sizeof wwn.bytes * stride - (with_colons ? 1 : 0)) {
-    return std::nullopt;
+std::optional<std::vector<std::uint8_t>> parse_hex(std::string_view digits) {
+  std::vector<std::uint8_t> bytes(digits.size() / 2);
+  bool valid = digits.size() % 2 == 0;
+  for (std::size_t i = 0; i < bytes.size() && valid; ++i) {
+    const char* two = digits.data() + 2 * i;
+    const auto [end, error] = std::from_chars(two, two + 2, bytes[i], 16);
+    valid = error == std::errc{} && end == two + 2;
   }
-  for (std::size_t i = 0; i < sizeof wwn.bytes; ++i) {
-    const char* digits = text.data() + i * stride;
-    const auto [end, error] = std::from_chars(digits, digits + 2, wwn.bytes[i], 16);
-    const bool separated = !with_colons || i == 0 || digits[-1] == ':';
-    if (error != std::errc{} || end != digits + 2 || !separated) {
-      return std::nullopt;
+  return valid ? std::optional{bytes} : std::nullopt;
+}
+
+std::optional<Wwn> parse_wwn(std::string_view text) {
+  std::string digits;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    if (text.size() != 23 || i % 3 != 2 || text[i] != ':') {
+      digits += text[i];
     }
   }
+  Wwn wwn{};
+  const auto bytes = parse_hex(digits);
+  if (!bytes || bytes->size() != sizeof wwn) {
+    return std::nullopt;
+  }
+  std::ranges::copy(*bytes, wwn.bytes);
   return wwn;
 }
 

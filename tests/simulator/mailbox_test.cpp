@@ -1,4 +1,4 @@
-#include "simulator/board/mailbox_table.h"
+#include "simulator/board/firmware.h"
 #include "tests/simulator/simulator_test.h"
 
 namespace ravnsim::test {

@@ -1,6 +1,6 @@
 /**
  * @file
- * Bytes as they stand on the wire: big-endian.
+ * Bytes as they stand on the wire, put together one after another; numbers are big-endian.
  */
 #pragma once
 
@@ -44,6 +44,11 @@ inline void put_text(ByteVector& bytes, std::string_view text, std::size_t size,
   for (std::size_t i = 0; i < size; ++i) {
     bytes.push_back(static_cast<std::uint8_t>(i < text.size() ? text[i] : fill));
   }
+}
+
+/** Appends a text. */
+inline void put_text(ByteVector& bytes, std::string_view text) {
+  bytes.insert(bytes.end(), text.begin(), text.end());
 }
 
 }  // namespace ravnsim

@@ -1,14 +1,14 @@
 #include "driver_abi/records/module.h"
-
-#include "simulator/board/adapter.h"
+#include "driver_abi/records/parameters.h"
+#include "simulator/board/driver_parameters.h"
 #include "simulator/board/event_queue.h"
 #include "simulator/board/text_field.h"
-#include "simulator/call/handler_table.h"
 #include "simulator/call/report.h"
-#include "simulator/call/request.h"
+#include "simulator/commands/subsystem.h"
 #include "simulator/host/host.h"
 
 #include <algorithm>
+#include <array>
 #include <cctype>
 #include <cstddef>
 #include <cstring>
@@ -17,6 +17,8 @@
 namespace ravnsim {
 
 namespace {
+
+using ovk::ParameterRecord;
 
 /** What the module does for itself. */
 struct ModuleState {
@@ -92,13 +94,71 @@ DriverStatus raise_test_event(Adapter& adapter, Request& request) {
   return DriverStatus::success;
 }
 
+/** The answer to RAVN_MGMT_HBA_GETEVENT. */
+using EventRecords = std::array<EventRecord, 32>;
+
+static_assert(sizeof(EventRecords) == 640);
+
+DriverStatus give_events(Adapter& adapter, Request& request) {
+  CommandBlock& block = request.block();
+  auto& queue = adapter.state<EventQueue>();
+  auto& records = request.output<EventRecords>(1);
+  const auto events = queue.take(std::min<std::size_t>(block.request_size, records.size()));
+  std::ranges::copy(events, records.begin());
+  block.reply_size = static_cast<std::uint32_t>(events.size());
+  block.reply_size = request.effect("count").value_or(block.reply_size);
+  block.value = queue.take_missed();
+  return DriverStatus::success;
+}
+
+DriverStatus list_parameters(Adapter& adapter, Request& request) {
+  CommandBlock& block = request.block();
+  auto& table = request.output<ovk::ParameterTable>(1);
+  const auto definitions = parameter_definitions();
+  const auto& values = adapter.state<ParameterValues>();
+  const std::size_t room = std::min<std::size_t>(block.request_size, sizeof table);
+  const std::size_t count = std::min(room / sizeof(ParameterRecord), definitions.size());
+  for (std::size_t i = 0; i < count; ++i) {
+    const ParameterDefinition& definition = definitions[i];
+    ParameterRecord& record = table.entries[i];
+    put_text(record.name, definition.name);
+    record.least = definition.least;
+    record.most = definition.most;
+    record.initial = definition.initial;
+    record.value = values.value(i);
+    record.takes_effect = definition.takes_effect;
+    put_text(record.description, definition.description);
+  }
+  block.reply_size = static_cast<std::uint32_t>(count * sizeof(ParameterRecord));
+  return DriverStatus::success;
+}
+
+DriverStatus set_parameter(Adapter& adapter, Request& request) {
+  const CommandBlock& block = request.block();
+  if (block.index >= parameter_definitions().size()) {
+    return DriverStatus::not_found;
+  }
+  const ParameterDefinition& definition = parameter_definitions()[block.index];
+  if (definition.takes_effect == ovk::TakesEffect::never_set) {
+    return DriverStatus::not_permitted;
+  }
+  if (block.value < definition.least || block.value > definition.most) {
+    return DriverStatus::does_not_fit;
+  }
+  adapter.state<ParameterValues>().set(block.index, block.value);
+  return DriverStatus::success;
+}
+
 }  // namespace
 
-void add_module_handlers(HandlerTable& table) {
+void add_driver_handlers(HandlerTable& table) {
   table.on<"RAVN_MGMT_CALL_VER">(give_signature, {"revision"});
   table.on<"RAVN_MGMT_EVENT_TEST">(raise_test_event);
   table.on<"RAVN_MGMT_LOG_MSG">(log_message);
   table.on<"RAVN_MGMT_MOD_INFO">(describe_module);
+  table.on<"RAVN_MGMT_HBA_GETEVENT">(give_events, {"count"});
+  table.on<"RAVN_MGMT_GETCFG">(list_parameters);
+  table.on<"RAVN_MGMT_SETCFG">(set_parameter);
 }
 
 }  // namespace ravnsim

@@ -1,6 +1,7 @@
 /**
  * @file
- * What several subsystems ask of a board before they answer.
+ * What the subsystems of the driver are written with: boards, requests, the table of handlers, and
+ * the guards that several of them enter.
  */
 #pragma once
 

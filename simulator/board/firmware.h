@@ -1,12 +1,11 @@
 /**
  * @file
- * Which function of the firmware completes which mailbox.
+ * The mailboxes that the firmware of a board completes.
  */
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
-#include <map>
 #include <span>
 
 namespace ravnsim {
@@ -17,7 +16,7 @@ class Adapter;
 struct FirmwareMailbox {
   std::uint8_t byte0;
   std::uint8_t command;
-  std::uint16_t status;  ///< what the mailbox's function returns
+  std::uint16_t status;  ///< what `complete` gives
   std::uint32_t words4[63];
 
   /** A word by its number. */
@@ -52,28 +51,7 @@ enum MailboxStatus : std::uint16_t {
   mailbox_unknown_command = 0xFFFF,
 };
 
-/** Completes a mailbox. What it returns becomes the mailbox's status. */
-using MailboxFunction = std::uint16_t (*)(Adapter& adapter, MailboxCall& call);
-
-/** The mailbox commands that the firmware knows. */
-class MailboxTable {
- public:
-  /** Enters the function of a command code. Entering a second one is an error of the program. */
-  void on(std::uint8_t command, MailboxFunction function);
-
-  /** The command code's function, or null. */
-  [[nodiscard]] MailboxFunction find(std::uint8_t command) const;
-
- private:
-  std::map<std::uint8_t, MailboxFunction> functions_;
-};
-
-/** Each topic of the firmware enters its commands with a function of its own. */
-void add_memory_mailboxes(MailboxTable& table);
-void add_region_mailboxes(MailboxTable& table);
-void add_sli_config_mailboxes(MailboxTable& table);
-
-/** The table of all of them. */
-MailboxTable all_mailboxes();
+/** Completes a mailbox as the firmware does, and gives its status. */
+std::uint16_t complete(Adapter& adapter, MailboxCall& call);
 
 }  // namespace ravnsim
