@@ -4,6 +4,8 @@
 
 #include <cstdio>
 #include <fmt/core.h>
+#include <iostream>
+#include <unistd.h>
 #include <utility>
 
 namespace ovkctl {
@@ -16,6 +18,18 @@ void write_report(std::FILE* stream, const std::string& text) {
   const bool whole = std::fwrite(text.data(), 1, text.size(), stream) == text.size();
   if (std::fflush(stream) != 0 || !whole) {
     throw OperationFailed("The output could not be written.");
+  }
+}
+
+void ask_person(const std::string& warning) {
+  if (isatty(STDIN_FILENO) == 0) {
+    throw UsageError(warning + " Confirm it with --yes.");
+  }
+  fmt::print(stderr, "{} Continue? [y/N] ", warning);
+  std::string answer;
+  std::getline(std::cin, answer);
+  if (answer != "y" && answer != "Y" && answer != "yes") {
+    throw OperationFailed("Nothing was done.");
   }
 }
 
@@ -47,7 +61,9 @@ bool Invocation::ask(const std::string& warning, const Report* preview) const {
   if (shown) {
     write_report(stdout, render_text(*preview));
   }
-  confirm(yes, warning);
+  if (!yes) {
+    ask_person(warning);
+  }
   return shown;
 }
 

@@ -38,45 +38,6 @@
 
 namespace ovkctl {
 
-// ---- The former way to declare; it goes with the last command that uses it -------------------
-
-/** What the command line gave for an argument or an option, else its default. Cheap to copy. */
-template <typename T>
-class Given {
- public:
-  explicit Given(T otherwise) : state_(std::make_shared<State>(State{std::move(otherwise)})) {}
-  const T& operator*() const { return state_->value; }
-  const T* operator->() const { return &state_->value; }
-  bool present() const { return state_->present; }
-  T& take() const {
-    state_->present = true;
-    return state_->value;
-  }
-
- private:
-  struct State {
-    T value;
-    bool present = false;
-  };
-  std::shared_ptr<State> state_;
-};
-template <typename T>
-using Check = std::function<void(const T&)>;
-Check<std::uint32_t> between(std::uint32_t least, std::uint32_t most);
-template <typename T>
-using Choices = std::vector<std::pair<std::string, T>>;
-
-class Context {
- public:
-  explicit Context(const Invocation& invocation) : invocation_(&invocation) {}
-  bool json() const { return invocation_->json; }
-  void print(const Report& report) const { invocation_->finish(report); }
-  void print_next(const Report& report) const { invocation_->show_next(report); }
-
- private:
-  const Invocation* invocation_;
-};
-
 template <typename... Parameters>
 class Verb;
 
@@ -105,65 +66,6 @@ class Command {
 
   /** Adds a command. */
   [[nodiscard]] Verb<> command(const char* name, const char* summary) const;
-
-  // ---- The former way to declare ----
-  Command subcommand(const std::string& name, const std::string& summary) const {
-    return noun(name.c_str(), summary.c_str());
-  }
-  void example(const std::string& line) const { add_line_example(line); }
-  Given<BoardIndex> board() const { return argument<BoardIndex>("BOARD", "library board index"); }
-  template <typename T>
-  Given<T> argument(const std::string& name, const std::string& help, Check<T> check = {}) const {
-    return declare_one({Kind::argument, name, {}, help, {}}, T{}, std::move(check));
-  }
-  template <typename T>
-  Given<T> optional_argument(const std::string& name, const std::string& help, T otherwise = {},
-                             Check<T> check = {}) const {
-    return declare_one({Kind::optional_argument, name, {}, help, {}}, std::move(otherwise),
-                       std::move(check));
-  }
-  template <typename T>
-  Given<std::vector<T>> arguments(const std::string& name, const std::string& help) const {
-    Given<std::vector<T>> given({});
-    declare({Kind::arguments, name, {}, help, {}},
-            [given](const std::string& text) { parse_value(text, given.take().emplace_back()); });
-    return given;
-  }
-  template <typename T>
-  Given<T> option(const std::string& names, const std::string& value_name, const std::string& help,
-                  T otherwise = {}, Check<T> check = {}) const {
-    return declare_one({Kind::option, names, value_name, help, {}}, std::move(otherwise),
-                       std::move(check));
-  }
-  template <typename T>
-  Given<T> choice(const std::string& names, const std::string& help, const Choices<T>& choices,
-                  T otherwise) const {
-    const Given<T> given(std::move(otherwise));
-    std::string all;
-    for (const auto& [word, value] : choices) {
-      all += (all.empty() ? "" : "|") + word;
-    }
-    declare({Kind::option, names, all, help, {}}, [given, choices, all](const std::string& text) {
-      for (const auto& [word, value] : choices) {
-        if (word == text) {
-          given.take() = value;
-          return;
-        }
-      }
-      throw UsageError("\"" + text + "\" is none of " + all);
-    });
-    return given;
-  }
-  Given<bool> flag(const std::string& names, const std::string& help) const {
-    const Given<bool> given(false);
-    declare_flag(names.c_str(), help.c_str(), [given] { given.take() = true; });
-    return given;
-  }
-  Given<std::string> output_file() const {
-    return option<std::string>("-o,--output", "FILE", "write the raw bytes to a file");
-  }
-  Given<bool> yes() const { return flag("--yes", "do not ask for confirmation"); }
-  void action(std::function<void(const Context&)> run) const;
 
  protected:
   [[nodiscard]] bool declared() const { return node_ != nullptr; }
@@ -196,19 +98,6 @@ class Command {
   void runs(PlainAction action) const;
 
  private:
-  template <typename T>
-  Given<T> declare_one(const Declaration& declaration, T otherwise, Check<T> check) const {
-    const Given<T> given(std::move(otherwise));
-    declare(declaration, [given, check = std::move(check)](const std::string& text) {
-      parse_value(text, given.take());
-      if (check) {
-        check(*given);
-      }
-    });
-    return given;
-  }
-  void add_line_example(const std::string& line) const;
-
   Node* node_;
 };
 

@@ -61,11 +61,4 @@ void check(std::uint32_t result, const std::string& operation, std::span<const R
       text.advice, result);
 }
 
-void check_board(std::uint32_t result, std::uint32_t board, const std::string& operation,
-                 std::span<const ResultText> own) {
-  if (result != OVK_OK) {
-    check(result, operation + " of board " + std::to_string(board), own);
-  }
-}
-
 }  // namespace ovkctl

@@ -58,8 +58,4 @@ struct ResultText {
 void check(std::uint32_t result, const std::string& operation,
            std::span<const ResultText> own = {});
 
-/** check for an operation on a board: "Reading the VPD" becomes "Reading the VPD of board 0". */
-void check_board(std::uint32_t result, std::uint32_t board, const std::string& operation,
-                 std::span<const ResultText> own = {});
-
 }  // namespace ovkctl

@@ -33,15 +33,4 @@ Session::Session() : board_count_(initialise()) {}
 
 Session::~Session() { OVK_FreeDiagEnv(); }
 
-std::uint32_t Session::board(BoardIndex index) const {
-  if (index.given < board_count_) {
-    return index.given;
-  }
-  const std::string range = board_count_ == 1
-                                ? "0 is the only board"
-                                : fmt::format("the boards are 0 to {}", board_count_ - 1);
-  throw UsageError(
-      fmt::format("There is no board {}: {} (see \"ovkctl list\").", index.given, range));
-}
-
 }  // namespace ovkctl

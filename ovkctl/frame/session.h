@@ -4,8 +4,6 @@
  */
 #pragma once
 
-#include "ovkctl/frame/values.h"
-
 #include <cstdint>
 
 namespace ovkctl {
@@ -19,10 +17,7 @@ class Session {
   Session& operator=(const Session&) = delete;
 
   /** The number of boards; their indices are 0 to board_count() - 1. */
-  std::uint32_t board_count() const { return board_count_; }
-
-  /** The index of a board that exists; throws UsageError for any other. */
-  std::uint32_t board(BoardIndex index) const;
+  [[nodiscard]] std::uint32_t board_count() const { return board_count_; }
 
  private:
   std::uint32_t board_count_;

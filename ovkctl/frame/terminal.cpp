@@ -1,11 +1,8 @@
 #include "ovkctl/frame/terminal.h"
 
-#include "ovkctl/frame/errors.h"
-
 #include <algorithm>
 #include <cstdio>
 #include <fmt/core.h>
-#include <iostream>
 #include <unistd.h>
 #include <utility>
 
@@ -16,21 +13,6 @@ constexpr unsigned nothing_shown = 101;
 constexpr unsigned bar_width = 40;
 
 }  // namespace
-
-void confirm(bool yes, const std::string& warning) {
-  if (yes) {
-    return;
-  }
-  if (isatty(STDIN_FILENO) == 0) {
-    throw UsageError(warning + " Confirm it with --yes.");
-  }
-  std::fprintf(stderr, "%s Continue? [y/N] ", warning.c_str());
-  std::string answer;
-  std::getline(std::cin, answer);
-  if (answer != "y" && answer != "Y" && answer != "yes") {
-    throw OperationFailed("Nothing was done.");
-  }
-}
 
 Progress::Progress(std::string label, std::uint64_t total)
     : label_(std::move(label)),

@@ -1,6 +1,6 @@
 /**
  * @file
- * What happens only at a terminal: questions and progress.
+ * How far a command is, for the person at the terminal.
  */
 #pragma once
 
@@ -8,15 +8,6 @@
 #include <string>
 
 namespace ovkctl {
-
-/**
- * Lets an operation begin that changes or interrupts an adapter. Without --yes it asks the person
- * at the terminal; throws UsageError when there is none, OperationFailed when the person declines.
- *
- * @param yes      whether the command line has --yes
- * @param warning  a sentence that says what is about to happen
- */
-void confirm(bool yes, const std::string& warning);
 
 /** A progress bar on standard error, from 0 % on, when that is a terminal; nothing otherwise. */
 class Progress {

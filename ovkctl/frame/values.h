@@ -25,7 +25,7 @@ struct Range {
   std::uint64_t most = std::numeric_limits<std::uint64_t>::max();
 };
 
-/** A library board index as the command line gave it; Session::board makes it usable. */
+/** A library board index as the command line gave it; Host::board makes it usable. */
 struct BoardIndex {
   std::uint32_t given = 0;
 };

@@ -25,10 +25,10 @@ std::string summary_state_text(std::uint32_t board, const PortAttributes* port) 
   return port != nullptr ? port_state_text(port->PortState) : "no answer";
 }
 
-PortAttributes read_own_port(std::uint32_t board) {
+PortAttributes read_own_port(const Board& board) {
   // Zeroed, because the library leaves the end of the device name as it is.
   PortAttributes port{};
-  check_board(GetAdapterPortAttributes(board, 0, &port), board, "Reading the port attributes");
+  board.check(GetAdapterPortAttributes(board, 0, &port), "Reading the port attributes");
   return port;
 }
 

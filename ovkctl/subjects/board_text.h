@@ -5,7 +5,7 @@
 #ifndef OVKCTL_BOARD_TEXT_H
 #define OVKCTL_BOARD_TEXT_H
 
-#include "ovkctl/frame/report.h"
+#include "ovkctl/frame/board.h"
 #include "ovkctl/subjects/fc_words.h"
 
 #include <ovk/hbaapi.h>
@@ -22,7 +22,7 @@ std::string board_state_text(std::uint32_t board);
 std::string summary_state_text(std::uint32_t board, const PortAttributes* port);
 
 /** Reads the attributes of a board's own port; throws OperationFailed. */
-PortAttributes read_own_port(std::uint32_t board);
+PortAttributes read_own_port(const Board& board);
 
 /** Adds the fields of a port to a section. */
 void add_port_fields(Section& section, const PortAttributes& port);

@@ -73,7 +73,7 @@ void read_line(const std::string& line, RegionArchive& archive) {
 
 }  // namespace
 
-BoardIdentity identity_of(std::uint32_t board) {
+BoardIdentity identity_of(const Board& board) {
   AdapterAttributes adapter{};
   GetAdapterAttributes(board, &adapter);
   return {fixed_text(adapter.Model), fixed_text(adapter.SerialNumber),

@@ -28,7 +28,7 @@ struct BoardIdentity {
 };
 
 /** Reads the identity of a board; throws OperationFailed. */
-BoardIdentity identity_of(std::uint32_t board);
+BoardIdentity identity_of(const Board& board);
 
 /** The saved regions of a board. */
 struct RegionArchive {

@@ -131,7 +131,7 @@ TEST(ResultTest, ACallsOwnMeaningGoesBeforeTheSharedOne) {
   static constexpr ResultText own[] = {{2, "the lock is held", "Wait."}};
   const auto failure = [](std::uint32_t result) -> std::string {
     try {
-      check_board(result, 3, "Opening it", own);
+      check(result, "Opening it of board 3", own);
     } catch (const OperationFailed& failed) {
       EXPECT_EQ(failed.result(), result);
       return failed.what();

@@ -1,5 +1,4 @@
 #include "ovkctl/frame/command.h"
-
 #include "ovkctl/frame/errors.h"
 #include "ovkctl/frame/session.h"
 
@@ -14,8 +13,8 @@ namespace ovkctl {
 
 /** A noun that the command line does not name. */
 struct NameAndSummary {
-  std::string name;
-  std::string summary;
+  std::string_view name;
+  const char* summary;
 };
 
 struct Command::Node {
@@ -200,20 +199,11 @@ void add_examples_to_help(Command::Node& node) {
 void add_other_nouns(Command::Node& root) {
   std::ranges::sort(root.others, {}, &NameAndSummary::name);
   for (const NameAndSummary& other : root.others) {
-    root.app.add_subcommand(other.name, other.summary)->group("Commands");
+    root.app.add_subcommand(std::string{other.name}, other.summary)->group("Commands");
   }
 }
 
 }  // namespace
-
-Check<std::uint32_t> between(std::uint32_t least, std::uint32_t most) {
-  return [least, most](const std::uint32_t& number) {
-    if (number < least || number > most) {
-      throw UsageError(std::to_string(number) + " is not from " + std::to_string(least) + " to " +
-                       std::to_string(most));
-    }
-  };
-}
 
 Command Command::noun(const char* name, const char* summary) const {
   if (!declared()) {
@@ -325,21 +315,6 @@ void Command::runs(HostAction action) const {
 }
 
 void Command::runs(PlainAction action) const { end_declaration(*node_, std::move(action)); }
-
-void Command::add_line_example(const std::string& line) const {
-  if (declared()) {
-    node_->examples.push_back(line);
-  }
-}
-
-void Command::action(std::function<void(const Context&)> run_action) const {
-  if (declared()) {
-    declare_json(*node_);
-    node_->run = [node = node_, run_action = std::move(run_action)] {
-      run_action(Context(node->invocation));
-    };
-  }
-}
 
 int run_command_line(int argc, const char* const* argv) {
   CLI::App app("Looks at and manages Fibre Channel and FCoE host bus adapters.", "ovkctl");
