@@ -158,8 +158,8 @@ PasswordsSet read_passwords_set(const Board& board, const ovk::PortPair& ports) 
 Report config_report(const Board& board, const ovk::PortPair& ports) {
   const ovk::AuthConfigRecord config = read_config(board, ports);
   const PasswordsSet passwords = read_passwords_set(board, ports);
-  Report report = board.report();
-  report.field("local_port", "Local port", config.ports.local)
+  return board.report()
+      .field("local_port", "Local port", config.ports.local)
       .field("remote_port", "Remote port", config.ports.remote)
       .field("mode", "Mode", word_of(modes, config.mode, ""))
       .field("bidirectional", "Bidirectional", config.bidirectional != 0)
@@ -169,7 +169,6 @@ Report config_report(const Board& board, const ovk::PortPair& ports) {
       .field("interval_seconds", "Repeated after, seconds", config.interval_seconds)
       .field("local_password_set", "Local password set", passwords.local)
       .field("remote_password_set", "Remote password set", passwords.remote);
-  return report;
 }
 
 using Config = ovk::AuthConfigRecord;
@@ -194,9 +193,8 @@ Report list_configs(const Board& board) {
     ports.remote = config->ports.remote;
     configs.push_back(*config);
   }
-  Report report = board.report();
-  report.table("entries", "", config_columns, configs, "The board has no authentication entry.");
-  return report;
+  return board.report().table("entries", "", config_columns, configs,
+                              "The board has no authentication entry.");
 }
 
 Report show_config(const Board& board, const Wwn& remote) {
@@ -345,8 +343,8 @@ Report status_report(const Board& board, const ovk::PortPair& ports) {
   check_auth(board, OVK_GetAuthStatus(board, &asked), "Reading the authentication status");
   const auto status = std::bit_cast<ovk::AuthStatusRecord>(asked);
   const bool tried = status.attempts != 0;
-  Report report = board.report();
-  report.field("local_port", "Local port", status.ports.local)
+  return board.report()
+      .field("local_port", "Local port", status.ports.local)
       .field("remote_port", "Remote port", status.ports.remote)
       .field("state", "State", word_of(states, status.state, ""))
       .field("reason", "Reason", word_of(reasons, status.reason, ""))
@@ -355,7 +353,6 @@ Report status_report(const Board& board, const ovk::PortPair& ports) {
       .field("group", "DH group", tried ? Cell(byte_word(groups, status.group)) : Cell())
       .field("attempts", "Attempts", status.attempts)
       .field("last_attempt", "Last attempt", tried ? Cell(time_text(status.time)) : Cell());
-  return report;
 }
 
 Report show_status(const Board& board, const Wwn& remote) {

@@ -37,11 +37,10 @@ Report show(const Board& board) {
   for (const std::uint8_t byte : params.fc_map) {
     fc_map = fc_map << 8 | byte;
   }
-  Report report = board.report();
-  report.field("fc_map", "FC-MAP", Hex{fc_map, 6})
+  return board.report()
+      .field("fc_map", "FC-MAP", Hex{fc_map, 6})
       .field("vlan_valid", "VLAN used", params.vlan_valid != 0)
       .field("vlan_id", "VLAN", params.vlan_id);
-  return report;
 }
 
 constexpr Option<HexBytes> fc_map_option{"--fc-map", "BYTES", "the three bytes of the FC-MAP"};
@@ -137,11 +136,10 @@ constexpr Column<FcfRow> fcf_columns[] = {
 
 Report list_fcfs(const Board& board) {
   const FcfListOwner list = read_fcfs(board);
-  Report report = board.report();
-  report.field("value", "Driver's value", list->value)
+  return board.report()
+      .field("value", "Driver's value", list->value)
       .table("fcfs", "FCFs", fcf_columns, numbered(std::span{list->entries, list->count}),
              "The board has discovered no FCF.");
-  return report;
 }
 
 // ---- FCFs that a board prefers --------------------------------------------------------------
@@ -168,11 +166,10 @@ constexpr Column<ConnectionRow> connection_columns[] = {
 
 Report list_connections(const Board& board) {
   const FcfConnectList list = read_connections(board);
-  Report report = board.report();
-  report.field("capacity", "Room for", list.capacity)
+  return board.report()
+      .field("capacity", "Room for", list.capacity)
       .table("connections", "Connections", connection_columns,
              numbered(std::span{list.entries, list.count}), "The list is empty.");
-  return report;
 }
 
 constexpr Rest<std::string> connection_words{

@@ -52,15 +52,14 @@ Report show_vpd(const Board& board) {
   const auto record = std::bit_cast<ovk::VpdRecord>(info);
   const std::vector<std::uint8_t> image = image_of(record);
   const Vpd vpd = parse_vpd(image);
-  Report report = board.report();
-  report.field("product", "Product", fixed_text(record.product))
+  return board.report()
+      .field("product", "Product", fixed_text(record.product))
       .field("identifier", "Identifier", vpd.identifier)
       .field("checksum", "Checksum", vpd.checksum_right ? "right" : "wrong")
       .field("complete", "Complete", vpd.complete)
       .field("size", "Size", Size{static_cast<std::uint32_t>(image.size())})
       .table("fields", "", vpd_columns, vpd.fields, "There are no fields.")
       .payload("", "", image);
-  return report;
 }
 
 // ---- Trunk ----------------------------------------------------------------------------------
@@ -91,11 +90,10 @@ Report show_trunk(const Board& board) {
     const auto number = static_cast<std::uint32_t>(std::countr_zero(ports_left));
     ports.push_back({number, (trunk.ports_up >> number & 1) != 0});
   }
-  Report report = board.report();
-  report.field("trunked", "Trunk", trunk.ports != 0)
+  return board.report()
+      .field("trunked", "Trunk", trunk.ports != 0)
       .field("port_speed_gbit", "Speed of a port (Gbit/s)", trunk.port_speed_mbit / mbit_per_gbit)
       .table("ports", "", port_columns, ports, "The port is not part of a trunk.");
-  return report;
 }
 
 }  // namespace

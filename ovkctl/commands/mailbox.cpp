@@ -363,14 +363,13 @@ Report reset(const Board& board, std::uint32_t mode, std::optional<std::uint32_t
         fmt::format("Board {} is not ready {} s after its reset.", std::uint32_t{board}, *wait),
         "Look in the driver's log for the reason.");
   }
-  Report report = board.listing();
-  report.field("mode", "", mode)
+  return board.listing()
+      .field("mode", "", mode)
       .field("ready", "", ready)
       .note(fmt::format("Board {} {}", std::uint32_t{board},
                         ready
                             ? "is reset and ready again."
                             : "is being reset. See with \"ovkctl state show\" when it is ready."));
-  return report;
 }
 
 // ---- Loopback -------------------------------------------------------------------------------
@@ -627,9 +626,7 @@ Report states_report(const std::vector<Board>& boards) {
   for (const Board& board : boards) {
     rows.push_back({board, change_state(board, query_state, "Reading the state")});
   }
-  Report report;
-  report.table("boards", "", state_columns, rows, "There is no board.");
-  return report;
+  return Report{}.table("boards", "", state_columns, rows, "There is no board.");
 }
 
 Report show_states(const Host& host, std::optional<BoardIndex> one) {

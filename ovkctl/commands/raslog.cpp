@@ -52,13 +52,12 @@ ovk::RasLogExtent read_extent(const Board& board, const FwLogConfig& config) {
 Report status(const Board& board) {
   const FwLogConfig config = query(board);
   const ovk::RasLogExtent extent = read_extent(board, config);
-  Report report = board.report();
-  report.field("logging", "Logging", config.state != 0)
+  return board.report()
+      .field("logging", "Logging", config.state != 0)
       .field("level", "Level", config.level)
       .field("buffer_bytes", "Memory", Size{config.buffer_size})
       .field("available_bytes", "In the log", Size{extent.available})
       .field("wrapped", "Oldest entries were overwritten", extent.oldest != 0);
-  return report;
 }
 
 void read_piece(const Board& board, std::uint32_t offset, std::span<std::uint8_t> piece) {

@@ -55,10 +55,9 @@ struct NewBytes {
 };
 
 Report written_report(const Board& board, Hex offset, std::size_t count) {
-  Report report = board.report();
-  report.field("offset", "Offset", offset)
+  return board.report()
+      .field("offset", "Offset", offset)
       .field("written", "Written", Size{static_cast<std::uint32_t>(count)});
-  return report;
 }
 
 // ---- Memory ---------------------------------------------------------------------------------
@@ -89,11 +88,10 @@ void move_memory(const Board& board, const char* operation, std::uint32_t offset
 Report read_memory(const Board& board, std::uint32_t offset, std::uint32_t count) {
   Bytes bytes(count);
   move_memory(board, "Reading the memory", offset, std::span{bytes}, ReadMem);
-  Report report = board.report();
-  report.field("offset", "Offset", Hex{offset, 4})
+  return board.report()
+      .field("offset", "Offset", Hex{offset, 4})
       .field("count", "Size", Size{count})
       .payload("bytes", "", bytes, offset);
-  return report;
 }
 
 Report write_memory(const Board& board, const NewBytes& given) {
@@ -111,9 +109,9 @@ constexpr Word<std::uint32_t> value_word{"VALUE", "its new value", "0x1"};
 Report read_register(const Board& board, std::uint32_t offset) {
   std::uint32_t value = 0;
   board.check(ReadCtlReg(board, &value, offset), "Reading the register", register_results);
-  Report report = board.report();
-  report.field("offset", "Register", Hex{offset, 2}).field("value", "Value", Hex{value, 8});
-  return report;
+  return board.report()
+      .field("offset", "Register", Hex{offset, 2})
+      .field("value", "Value", Hex{value, 8});
 }
 
 Report write_register(const Board& board, std::uint32_t offset, std::uint32_t value) {
@@ -270,13 +268,12 @@ Report show_config(const Board& board, bool hex) {
 
 Report show_location(const Board& board) {
   const ovk::PciLocationRecord place = read_location(board);
-  Report report = board.report();
-  report.field("location", "Location", location_text(place))
+  return board.report()
+      .field("location", "Location", location_text(place))
       .field("segment", "Segment", place.segment)
       .field("bus", "Bus", place.bus)
       .field("device", "Device", place.device)
       .field("function", "Function", place.function);
-  return report;
 }
 
 constexpr Word<std::uint32_t> config_offset_word{

@@ -51,17 +51,14 @@ Report list(const Board& board) {
   for (const RegionKind& region : ovk::region_kinds) {
     rows.push_back({region, io.read(region).state()});
   }
-  Report report;
-  report.table("regions", "", region_columns, rows, "");
-  return report;
+  return Report{}.table("regions", "", region_columns, rows, "");
 }
 
 Report region_report(const Board& board, const RegionKind& region, const RegionContents& contents) {
-  Report report = board.report();
-  report.field("region", "Region", region.number)
+  return board.report()
+      .field("region", "Region", region.number)
       .field("state", "State", contents.state())
       .field("size_bytes", "Size", Size{region.length});
-  return report;
 }
 
 constexpr Flag raw_flag{"--raw", "show the bytes, also where their meaning is known"};
@@ -188,10 +185,9 @@ Report save(const Board& board, const std::string& path) {
   });
   const std::string text = archive.text();
   write_file(path, Bytes(text.begin(), text.end()));
-  Report report = board.report();
-  report.field("regions", "Saved regions", numbers_of(archive.regions))
+  return board.report()
+      .field("regions", "Saved regions", numbers_of(archive.regions))
       .field("file", "Written to", path);
-  return report;
 }
 
 void refuse_other_board(const BoardIdentity& saved, const BoardIdentity& here, bool replacement) {
@@ -221,11 +217,10 @@ Report restore(const Board& board, const std::string& path, bool replacement) {
     go_through(board, "Writing the regions", different,
                [&io](const auto& saved) { io.write(region_kind(saved.first), saved.second); });
   }
-  Report report = board.report();
-  report.field("restored", "Restored and verified", numbers_of(different))
+  return board.report()
+      .field("restored", "Restored and verified", numbers_of(different))
       .field("unchanged", "Already the same",
              static_cast<std::uint32_t>(archive.regions.size() - different.size()));
-  return report;
 }
 
 // ---- Persistent link down -------------------------------------------------------------------
@@ -243,9 +238,7 @@ bool read_link_down(const Board& board) {
 }
 
 Report show_link_down(const Board& board) {
-  Report report = board.report();
-  report.field("link_down", "Persistent link down", read_link_down(board));
-  return report;
+  return board.report().field("link_down", "Persistent link down", read_link_down(board));
 }
 
 Report set_link_down(const Board& board, bool link_down) {

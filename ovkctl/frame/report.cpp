@@ -36,7 +36,7 @@ Table& Table::row(std::vector<Cell> cells) {
 Section::Section(std::string key, std::string title, Kind kind)
     : key_(std::move(key)), title_(std::move(title)), kind_(kind) {}
 
-Section& Section::field(std::string key, std::string label, Cell value) {
+Section& Section::field(std::string key, std::string label, Cell value) & {
   parts_.emplace_back(Field{std::move(key), std::move(label), std::move(value)});
   return *this;
 }
@@ -49,13 +49,13 @@ Table& Section::table(std::string key, std::string label, std::vector<ColumnHead
 }
 
 Section& Section::dump(std::string key, std::string label, std::vector<std::uint8_t> bytes,
-                       std::uint64_t first_offset) {
+                       std::uint64_t first_offset) & {
   parts_.emplace_back(Dump{std::move(key), std::move(label), std::move(bytes), first_offset});
   return *this;
 }
 
 Section& Section::payload(std::string key, std::string label, std::vector<std::uint8_t> bytes,
-                          std::uint64_t first_offset) {
+                          std::uint64_t first_offset) & {
   parts_.emplace_back(Dump{std::move(key), std::move(label), std::move(bytes), first_offset, true});
   return *this;
 }
@@ -74,7 +74,7 @@ std::optional<std::vector<std::uint8_t>> Section::take_payload() {
   return payload;
 }
 
-Section& Section::note(std::string text) {
+Section& Section::note(std::string text) & {
   parts_.emplace_back(Note{std::move(text)});
   return *this;
 }

@@ -81,7 +81,7 @@ class Section {
   Section(std::string key, std::string title, Kind kind);
 
   /** Adds a labelled value. */
-  Section& field(std::string key, std::string label, Cell value);
+  Section& field(std::string key, std::string label, Cell value) &;
 
   /** Adds a table, to be filled through the reference. */
   Table& table(std::string key, std::string label, std::vector<ColumnHead> columns,
@@ -90,7 +90,7 @@ class Section {
   /** Adds a table with a row for each element of `rows`. */
   template <typename Row, std::size_t count, typename Rows>
   Section& table(std::string key, std::string label, const Column<Row> (&columns)[count],
-                 const Rows& rows, std::string when_empty) {
+                 const Rows& rows, std::string when_empty) & {
     std::vector<ColumnHead> heads;
     for (const Column<Row>& column : columns) {
       heads.push_back({column.key, column.header});
@@ -110,17 +110,17 @@ class Section {
   /** Adds the bytes that "-o FILE" writes; they are shown when there is no -o, unless the key is
       empty. Several go into the file one after the other. */
   Section& payload(std::string key, std::string label, std::vector<std::uint8_t> bytes,
-                   std::uint64_t first_offset = 0);
+                   std::uint64_t first_offset = 0) &;
 
   /** Takes out the bytes that "-o FILE" writes; nothing when the section has none. */
   std::optional<std::vector<std::uint8_t>> take_payload();
 
   /** Adds raw bytes. */
   Section& dump(std::string key, std::string label, std::vector<std::uint8_t> bytes,
-                std::uint64_t first_offset = 0);
+                std::uint64_t first_offset = 0) &;
 
   /** Adds a sentence for people. */
-  Section& note(std::string text);
+  Section& note(std::string text) &;
 
   const std::string& key() const { return key_; }
   const std::string& title() const { return title_; }
@@ -138,6 +138,31 @@ class Section {
 class Report : public Section {
  public:
   Report() : Section({}, {}, Kind::object) {}
+
+  // A report that is made in one expression grows in place.
+  using Section::field;
+  using Section::note;
+  using Section::payload;
+  using Section::table;
+  Report&& field(std::string key, std::string label, Cell value) && {
+    field(std::move(key), std::move(label), std::move(value));
+    return std::move(*this);
+  }
+  template <typename Row, std::size_t count, typename Rows>
+  Report&& table(std::string key, std::string label, const Column<Row> (&columns)[count],
+                 const Rows& rows, std::string when_empty) && {
+    table(std::move(key), std::move(label), columns, rows, std::move(when_empty));
+    return std::move(*this);
+  }
+  Report&& payload(std::string key, std::string label, std::vector<std::uint8_t> bytes,
+                   std::uint64_t first_offset = 0) && {
+    payload(std::move(key), std::move(label), std::move(bytes), first_offset);
+    return std::move(*this);
+  }
+  Report&& note(std::string text) && {
+    note(std::move(text));
+    return std::move(*this);
+  }
 
   /**
    * Adds a section; in JSON a member with that key, or, without a key, the members of the document.

@@ -28,21 +28,11 @@ const std::map<std::string, const char*> harmless = {
 
 /** A file without its comments and what stands in quotes. */
 std::string code_of(const fs::path& path) {
-  const std::string text = read_file(path);
+  static const std::regex noise{R"(^ *(/\*|\*).*|//.*|/\*.*?\*/|"(\\.|[^"\\])*")"};
+  std::istringstream lines{read_file(path)};
   std::string code;
-  for (std::size_t at = 0; at < text.size(); ++at) {
-    const std::string two = text.substr(at, 2);
-    if (two == "//") {
-      at = text.find('\n', at) - 1;
-    } else if (two == "/*") {
-      at = text.find("*/", at) + 1;
-    } else if (text[at] == '"') {
-      while (text[++at] != '"') {
-        at += text[at] == '\\' ? 1 : 0;
-      }
-    } else {
-      code += text[at];
-    }
+  for (std::string line; std::getline(lines, line);) {
+    code += std::regex_replace(line, noise, "") + "\n";
   }
   return code;
 }
