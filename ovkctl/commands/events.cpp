@@ -27,8 +27,7 @@ constexpr auto event_words = words<std::uint32_t>({{OVK_EVENT_LIP, "LIP"},
                                                    {OVK_EVENT_PROPRIETARY, "proprietary"}});
 
 std::string event_text(const EventInfo& event) {
-  return find_word(WordList<std::uint32_t>{event_words}, event.EventCode)
-      .value_or("event " + hex_text(event.EventCode, 4));
+  return word_or_hex(event_words, event.EventCode, 4, "event ");
 }
 
 /** The address of the board's port, in the events that carry it. */

@@ -77,9 +77,7 @@ std::string response_text(std::span<const std::uint8_t> response) {
   }
   const std::uint8_t reason = response[13];
   return fmt::format("rejected: {}, explanation {}",
-                     find_word(WordList<std::uint8_t>{reject_reasons}, reason)
-                         .value_or("reason " + hex_text(reason, 2)),
-                     hex_text(response[14], 2));
+                     word_or_hex(reject_reasons, reason, 2, "reason "), hex_text(response[14], 2));
 }
 
 Report send_ct(const Board& board, std::uint32_t destination, const HexBytes& request) {
@@ -176,8 +174,7 @@ static_assert(offsetof(RegisteredPort, fc4_types) == 560);
 static_assert(offsetof(RegisteredPort, fabric_name) == 608);
 
 std::string type_text(const RegisteredPort& port) {
-  return find_word(WordList<std::uint8_t>{registered_types}, port.type)
-      .value_or("type " + hex_text(port.type, 2));
+  return word_or_hex(registered_types, port.type, 2, "type ");
 }
 
 std::string symbolic_name_text(const RegisteredPort& port) {

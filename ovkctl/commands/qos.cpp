@@ -153,8 +153,8 @@ constexpr OptionalWord<std::string> state_word{"STATE", "on or off; without it, 
 Report show_or_set_flag(const Board& board, const std::optional<std::string>& state) {
   if (state) {
     const bool on = code_of(WordList<bool>{switch_words}, *state);
-    board.ask(fmt::format("This {} the FCP priority rules of {}.",
-                          on ? "begins to apply" : "no longer applies", board.name()));
+    board.ask(fmt::format("This {} applying the FCP priority rules of {}.", on ? "starts" : "stops",
+                          board.name()));
     board.check(OVK_QoSSetGlobalFlag(board, on ? 1 : 0), "Setting the FCP priority flag");
   }
   Report report = board.report();

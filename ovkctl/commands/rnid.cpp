@@ -61,15 +61,11 @@ using Topology = ovk::RnidData;
 
 void add_topology(Section& section, const Topology& topology) {
   section.field("unit_type", "", topology.unit_type)
-      .field("unit_type_text", "Unit type",
-             find_word(WordList<std::uint32_t>{unit_types}, topology.unit_type)
-                 .value_or(hex_text(topology.unit_type, 2)))
+      .field("unit_type_text", "Unit type", word_or_hex(unit_types, topology.unit_type, 2))
       .field("physical_port", "Physical port", topology.physical_port)
       .field("attached_nodes", "Attached nodes", topology.attached_nodes)
       .field("ip_version", "", topology.ip_version)
-      .field("ip_version_text", "IP version",
-             find_word(WordList<std::uint16_t>{ip_versions}, topology.ip_version)
-                 .value_or(hex_text(topology.ip_version, 4)))
+      .field("ip_version_text", "IP version", word_or_hex(ip_versions, topology.ip_version, 4))
       .field("ip_address", "IP address", ip_address_text(topology.ip_version, topology.ip_address))
       .field("udp_port", "UDP port", topology.udp_port)
       .field("topology_flags", "Topology flags", Hex{topology.topology_flags, 4});

@@ -1,10 +1,12 @@
 #include "ovkctl/frame/cell.h"
 
+#include "driver_abi/fc.h"
 #include "ovkctl/frame/values.h"
-#include "ovkctl/subjects/fc_words.h"
 
+#include <algorithm>
 #include <array>
-#include <cstdio>
+#include <fmt/core.h>
+#include <iterator>
 
 namespace ovkctl {
 namespace {
@@ -18,13 +20,13 @@ std::string size_text(std::uint64_t bytes) {
   static constexpr std::uint64_t least_with_unit = 16 * step;
   std::size_t unit = 0;
   if (bytes < least_with_unit) {
-    return std::to_string(bytes) + " bytes";
+    return fmt::format("{} bytes", bytes);
   }
   while (bytes % step == 0 && unit + 1 < units.size()) {
     bytes /= step;
     ++unit;
   }
-  return std::to_string(bytes) + " " + units.at(unit);
+  return fmt::format("{} {}", bytes, units.at(unit));
 }
 
 std::string list_text(const List& list) {
@@ -35,17 +37,25 @@ std::string list_text(const List& list) {
   return text.empty() ? nothing : text;
 }
 
-std::string rate_text(double number) {
-  std::array<char, 32> buffer{};
-  std::snprintf(buffer.data(), buffer.size(), "%.1f", number);
-  return buffer.data();
+std::string gbit_text(std::uint32_t gbit) { return fmt::format("{} Gbit/s", gbit); }
+
+std::string speed_text(Speed speed) {
+  static constexpr std::uint32_t unknown = 0;
+  static constexpr std::uint32_t not_negotiated = 0x8000;
+  if (const auto gbit = speed.gbit()) {
+    return gbit_text(*gbit);
+  }
+  if (speed.code == unknown) {
+    return "unknown";
+  }
+  return speed.code == not_negotiated ? "not negotiated" : "code " + hex_text(speed.code, 0);
 }
 
 struct TextOf {
   std::string operator()(std::monostate) const { return nothing; }
   std::string operator()(bool flag) const { return flag ? "yes" : "no"; }
   std::string operator()(std::int64_t number) const { return std::to_string(number); }
-  std::string operator()(double number) const { return rate_text(number); }
+  std::string operator()(double number) const { return fmt::format("{:.1f}", number); }
   std::string operator()(const Cell::WideNumber& number) const { return number.digits; }
   std::string operator()(const std::string& text) const { return text.empty() ? nothing : text; }
   std::string operator()(Hex hex) const { return hex_text(hex.value, hex.digits); }
@@ -55,10 +65,10 @@ struct TextOf {
   }
   std::string operator()(Size size) const { return size_text(size.bytes); }
   std::string operator()(LargeSize size) const { return size_text(size.bytes); }
-  std::string operator()(Speed speed) const { return speed_text(speed.code); }
+  std::string operator()(Speed speed) const { return speed_text(speed); }
   std::string operator()(Speeds speeds) const {
     List texts;
-    for (const std::uint32_t gbit : speed_list(speeds.mask)) {
+    for (const std::uint32_t gbit : speeds.gbits()) {
       texts.push_back(gbit_text(gbit));
     }
     return list_text(texts);
@@ -68,6 +78,21 @@ struct TextOf {
 };
 
 }  // namespace
+
+std::optional<std::uint32_t> Speed::gbit() const {
+  const auto* const speed = std::ranges::find(ovk::port_speeds, code, &ovk::PortSpeed::bit);
+  return speed != std::end(ovk::port_speeds) ? std::optional{speed->gbit} : std::nullopt;
+}
+
+std::vector<std::uint32_t> Speeds::gbits() const {
+  std::vector<std::uint32_t> speeds;
+  for (const ovk::PortSpeed& speed : ovk::port_speeds) {
+    if ((mask & speed.bit) != 0) {
+      speeds.push_back(speed.gbit);
+    }
+  }
+  return speeds;
+}
 
 bool Cell::is_quantity() const {
   return std::holds_alternative<std::int64_t>(value_) || std::holds_alternative<double>(value_) ||

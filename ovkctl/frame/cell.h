@@ -39,11 +39,17 @@ struct LargeSize {
 /** A port speed as an FC-HBA code. */
 struct Speed {
   std::uint32_t code = 0;
+
+  /** Nothing when the speed is not negotiated or not known. */
+  [[nodiscard]] std::optional<std::uint32_t> gbit() const;
 };
 
 /** Several port speeds as a mask of FC-HBA codes. */
 struct Speeds {
   std::uint32_t mask = 0;
+
+  /** Their Gbit/s, slowest first. */
+  [[nodiscard]] std::vector<std::uint32_t> gbits() const;
 };
 
 /** Texts, shown with commas between them. */
@@ -67,25 +73,25 @@ class Cell {
   Cell() = default;
 
   template <std::integral T>
-  Cell(T number) : value_(number_value(number)) {}
+  Cell(T number) : value_{number_value(number)} {}
 
   template <typename T>
   requires std::constructible_from<Value, T> &&(!std::integral<T>)Cell(T value)
-      : value_(std::move(value)) {}
+      : value_{std::move(value)} {}
 
-  Cell(const char* text) : value_(std::string(text)) {}
+  Cell(const char* text) : value_{std::string{text}} {}
 
   /** The value, or a value that is not known. */
   template <typename T>
   Cell(std::optional<T> value) : Cell(value ? Cell(std::move(*value)) : Cell()) {}
 
-  const Value& value() const { return value_; }
+  [[nodiscard]] const Value& value() const { return value_; }
 
   /** Whether a column of these is aligned to the right. */
-  bool is_quantity() const;
+  [[nodiscard]] bool is_quantity() const;
 
   /** The text for people; "-" for what is empty or not known. */
-  std::string text() const;
+  [[nodiscard]] std::string text() const;
 
  private:
   template <typename T>

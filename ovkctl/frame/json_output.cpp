@@ -1,6 +1,5 @@
 #include "ovkctl/frame/report.h"
 #include "ovkctl/frame/values.h"
-#include "ovkctl/subjects/fc_words.h"
 
 #include <stdexcept>
 
@@ -24,10 +23,10 @@ struct JsonOf {
   Json operator()(Size size) const { return size.bytes; }
   Json operator()(LargeSize size) const { return std::to_string(size.bytes); }
   Json operator()(Speed speed) const {
-    const auto gbit = speed_gbit(speed.code);
+    const auto gbit = speed.gbit();
     return gbit ? Json(*gbit) : Json(nullptr);
   }
-  Json operator()(Speeds speeds) const { return speed_list(speeds.mask); }
+  Json operator()(Speeds speeds) const { return speeds.gbits(); }
   Json operator()(const List& list) const { return list; }
   /** The rest reads in JSON as it does in the text. */
   template <typename T>

@@ -7,6 +7,7 @@
 #pragma once
 
 #include "ovkctl/frame/errors.h"
+#include "ovkctl/frame/values.h"
 
 #include <algorithm>
 #include <array>
@@ -54,6 +55,13 @@ std::string word_of(const Words<Code, count>& table, Code code, const char* pref
       .value_or(prefix + std::to_string(static_cast<std::uint64_t>(code)));
 }
 
+/** The word of a code; of one without a word, its number in hex after `prefix`. */
+template <typename Code, std::size_t count>
+std::string word_or_hex(const Words<Code, count>& table, Code code, int digits,
+                        const char* prefix = "") {
+  return find_word(WordList<Code>{table}, code).value_or(prefix + hex_text(code, digits));
+}
+
 /** The words of a table with a separator between them. */
 template <typename Code>
 std::string list_words(WordList<Code> table, std::string_view separator) {
@@ -70,7 +78,7 @@ Code code_of(WordList<Code> table, const std::string& word) {
   const auto entry = std::ranges::find_if(
       table, [&word](const CodedWord<Code>& each) { return word == each.word; });
   if (entry == table.end()) {
-    throw UsageError("\"" + word + "\" is none of " + list_words(table, "|"));
+    throw UsageError("\"" + word + "\" is none of " + list_words(table, "|") + ".");
   }
   return entry->code;
 }

@@ -2,20 +2,26 @@
 
 #include "ovkctl/frame/errors.h"
 #include "ovkctl/frame/values.h"
+#include "ovkctl/frame/words.h"
+#include "ovkctl/subjects/fc_words.h"
 
 #include <ovk/core.h>
 
+#include <fmt/core.h>
+
 namespace ovkctl {
+namespace {
+
+constexpr auto board_states = words<std::int32_t>({
+    {OVK_BOARD_NORMAL, "normal"},
+    {OVK_BOARD_NOT_READY, "not ready"},
+});
+
+}  // namespace
 
 std::string board_state_text(std::uint32_t board) {
-  switch (ovk_state[board]) {
-    case OVK_BOARD_NORMAL:
-      return "normal";
-    case OVK_BOARD_NOT_READY:
-      return "not ready";
-    default:
-      return "state " + std::to_string(ovk_state[board]);
-  }
+  const std::int32_t state = ovk_state[board];
+  return find_word<std::int32_t>(board_states, state).value_or(fmt::format("state {}", state));
 }
 
 std::string summary_state_text(std::uint32_t board, const PortAttributes* port) {

@@ -2,8 +2,7 @@
  * @file
  * What several commands say alike of a board and of a port.
  */
-#ifndef OVKCTL_BOARD_TEXT_H
-#define OVKCTL_BOARD_TEXT_H
+#pragma once
 
 #include "ovkctl/frame/board.h"
 #include "ovkctl/subjects/fc_words.h"
@@ -28,5 +27,3 @@ PortAttributes read_own_port(const Board& board);
 void add_port_fields(Section& section, const PortAttributes& port);
 
 }  // namespace ovkctl
-
-#endif

@@ -1,93 +1,70 @@
 #include "ovkctl/subjects/fc_words.h"
 
 #include "driver_abi/fc.h"
-#include "ovkctl/frame/values.h"
-
-#include <algorithm>
+#include "ovkctl/frame/words.h"
 
 namespace ovkctl {
 namespace {
 
-struct TypeWord {
-  std::uint32_t code;
-  const char* text;
-};
+using ovk::PortState;
+using ovk::PortType;
 
-constexpr TypeWord kPortTypes[] = {
-    {1, "unknown"}, {2, "other"},   {3, "not present"},     {5, "N_Port"},
-    {6, "NL_Port"}, {7, "FL_Port"}, {8, "F_Port"},          {9, "E_Port"},
-    {10, "G_Port"}, {20, "L_Port"}, {21, "point-to-point"},
-};
+constexpr auto port_types = words<PortType>({
+    {PortType::unknown, "unknown"},
+    {PortType::other, "other"},
+    {PortType::not_present, "not present"},
+    {PortType::n_port, "N_Port"},
+    {PortType::nl_port, "NL_Port"},
+    {PortType::fl_port, "FL_Port"},
+    {PortType::f_port, "F_Port"},
+    {PortType::e_port, "E_Port"},
+    {PortType::g_port, "G_Port"},
+    {PortType::l_port, "L_Port"},
+    {PortType::point_to_point, "point-to-point"},
+});
 
-constexpr TypeWord kPortStates[] = {
-    {1, "unknown"},     {2, "online"},    {3, "offline"}, {4, "bypassed"},
-    {5, "diagnostics"}, {6, "link down"}, {7, "error"},   {8, "loopback"},
-};
+constexpr auto port_states = words<PortState>({
+    {PortState::unknown, "unknown"},
+    {PortState::online, "online"},
+    {PortState::offline, "offline"},
+    {PortState::bypassed, "bypassed"},
+    {PortState::diagnostics, "diagnostics"},
+    {PortState::link_down, "link down"},
+    {PortState::error, "error"},
+    {PortState::loopback, "loopback"},
+});
 
-constexpr TypeWord kServiceClasses[] = {
-    {0x1, "class F"}, {0x2, "class 1"},  {0x4, "class 2"},
-    {0x8, "class 3"}, {0x10, "class 4"}, {0x40, "class 6"},
-};
+/** The bits of a mask of classes (FC-HBA). */
+constexpr auto service_classes = words<std::uint32_t>({
+    {0x1, "class F"},
+    {0x2, "class 1"},
+    {0x4, "class 2"},
+    {0x8, "class 3"},
+    {0x10, "class 4"},
+    {0x40, "class 6"},
+});
 
-constexpr TypeWord kFc4Types[] = {
+constexpr auto fc4_types = words<std::uint32_t>({
     {0x05, "IP"},
-    {0x08, "FCP"},
+    {ovk::fc4_fcp, "FCP"},
     {0x1b, "FICON control unit"},
     {0x1c, "FICON channel"},
-    {0x20, "CT"},
+    {ovk::fc4_ct, "CT"},
     {0x22, "SW"},
-    {0x28, "NVMe"},
-};
-
-constexpr std::uint32_t kSpeedUnknown = 0;
-constexpr std::uint32_t kSpeedNotNegotiated = 0x8000;
-
-std::string word_for(std::span<const TypeWord> words, std::uint32_t code) {
-  const auto word = std::ranges::find(words, code, &TypeWord::code);
-  return word != words.end() ? word->text : "code " + std::to_string(code);
-}
+    {ovk::fc4_nvme, "NVMe"},
+});
 
 }  // namespace
 
-std::string port_type_text(std::uint32_t code) { return word_for(kPortTypes, code); }
+std::string port_type_text(std::uint32_t code) { return word_of(port_types, PortType{code}); }
 
-std::string port_state_text(std::uint32_t code) { return word_for(kPortStates, code); }
-
-std::optional<std::uint32_t> speed_gbit(std::uint32_t code) {
-  const auto speed = std::ranges::find(ovk::port_speeds, code, &ovk::PortSpeed::bit);
-  if (speed == std::end(ovk::port_speeds)) {
-    return {};
-  }
-  return speed->gbit;
-}
-
-std::string gbit_text(std::uint32_t gbit) { return std::to_string(gbit) + " Gbit/s"; }
-
-std::string speed_text(std::uint32_t code) {
-  if (const auto gbit = speed_gbit(code)) {
-    return gbit_text(*gbit);
-  }
-  if (code == kSpeedUnknown) {
-    return "unknown";
-  }
-  return code == kSpeedNotNegotiated ? "not negotiated" : "code " + hex_text(code, 0);
-}
-
-std::vector<std::uint32_t> speed_list(std::uint32_t mask) {
-  std::vector<std::uint32_t> speeds;
-  for (const ovk::PortSpeed& speed : ovk::port_speeds) {
-    if ((mask & speed.bit) != 0) {
-      speeds.push_back(speed.gbit);
-    }
-  }
-  return speeds;
-}
+std::string port_state_text(std::uint32_t code) { return word_of(port_states, PortState{code}); }
 
 std::vector<std::string> service_class_list(std::uint32_t mask) {
   std::vector<std::string> classes;
-  for (const TypeWord& service_class : kServiceClasses) {
-    if ((mask & service_class.code) != 0) {
-      classes.emplace_back(service_class.text);
+  for (const auto& [bit, word] : service_classes) {
+    if ((mask & bit) != 0) {
+      classes.emplace_back(word);
     }
   }
   return classes;
@@ -98,8 +75,7 @@ std::vector<std::string> fc4_type_list(std::span<const std::uint8_t> map) {
   std::vector<std::string> types;
   for (std::uint32_t type = 0; type < type_count; ++type) {
     if (ovk::has_fc4_type(map, type)) {
-      const auto* const word = std::ranges::find(kFc4Types, type, &TypeWord::code);
-      types.push_back(word != std::end(kFc4Types) ? word->text : "type " + hex_text(type, 2));
+      types.push_back(word_or_hex(fc4_types, type, 2, "type "));
     }
   }
   return types;

@@ -132,8 +132,7 @@ void check_scsi(std::uint32_t result, const Sense& sense, const Board& board,
 
 std::string device_type_text(std::uint8_t first_inquiry_byte) {
   const std::uint8_t type = first_inquiry_byte & 0x1F;
-  return find_word(WordList<std::uint8_t>{device_types}, type)
-      .value_or("type " + hex_text(type, 2));
+  return word_or_hex(device_types, type, 2, "type ");
 }
 
 Designator decode_designator(std::span<const std::uint8_t> descriptor) {

@@ -15,7 +15,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr std::size_t kLargestFile = 4096;
+constexpr std::size_t largest_file = 4096;
 
 fs::path state_folder() {
   if (const char* const state = std::getenv("XDG_STATE_HOME"); state != nullptr && *state != '\0') {
@@ -39,7 +39,7 @@ std::optional<PortStatistics> load_baseline(const Wwn& port_wwn) {
   if (!fs::exists(path)) {
     return std::nullopt;
   }
-  const std::vector<std::uint8_t> bytes = read_file(path, kLargestFile);
+  const std::vector<std::uint8_t> bytes = read_file(path, largest_file);
   std::istringstream text(std::string(bytes.begin(), bytes.end()));
   CounterRow counters{};
   for (std::int64_t& counter : counters) {

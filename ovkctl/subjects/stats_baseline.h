@@ -3,8 +3,7 @@
  * What the counters of a port read at its last reset, kept from one run of ovkctl to the next: the
  * library keeps it for the life of a process only.
  */
-#ifndef OVKCTL_STATS_BASELINE_H
-#define OVKCTL_STATS_BASELINE_H
+#pragma once
 
 #include <ovk/hbaapi.h>
 
@@ -25,5 +24,3 @@ std::optional<PortStatistics> load_baseline(const Wwn& port_wwn);
 void save_baseline(const Wwn& port_wwn, const PortStatistics& baseline);
 
 }  // namespace ovkctl
-
-#endif

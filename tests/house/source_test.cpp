@@ -21,14 +21,15 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/** The rooms of library and simulator by their level: a room uses rooms of lower levels only. */
+/** Rooms by their level: in one folder at the top, a room uses rooms of lower levels only. */
 const std::map<std::string, int> levels = {
     {"library/core", 0},       {"library/fabric", 1},     {"library/hbaapi", 2},
     {"library/boards", 3},     {"library/info", 4},       {"library/mailbox", 4},
     {"library/npiv", 4},       {"library/regions", 5},    {"library/features", 5},
     {"library/auth", 5},       {"simulator/topology", 0}, {"simulator/call", 1},
     {"simulator/board", 2},    {"simulator/fabric", 3},   {"simulator/host", 4},
-    {"simulator/commands", 5}, {"simulator/entry", 6},
+    {"simulator/commands", 5}, {"simulator/entry", 6},    {"ovkctl/frame", 0},
+    {"ovkctl/subjects", 1},    {"ovkctl/commands", 2},    {"ovkctl/main.cpp", 3},
 };
 
 /** Whose headers the files of the other rooms may include, besides their own and <ovk/...>. */
