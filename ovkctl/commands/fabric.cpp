@@ -196,26 +196,11 @@ constexpr Column<RegisteredPort> registered_columns[] = {
 
 /** Asks with GA_NXT for the port after an address. */
 RegisteredPort port_after(const Board& board, std::uint32_t fc_id) {
-  const std::array<std::uint8_t, 20> request{1,
-                                             0,
-                                             0,
-                                             0,
-                                             ovk::directory_service,
-                                             2,
-                                             0,
-                                             0,
-                                             0x01,
-                                             0x00,
-                                             0,
-                                             0,
-                                             0,
-                                             0,
-                                             0,
-                                             0,
-                                             0,
-                                             static_cast<std::uint8_t>(fc_id >> 16),
-                                             static_cast<std::uint8_t>(fc_id >> 8),
-                                             static_cast<std::uint8_t>(fc_id)};
+  constexpr std::size_t port_id = 17;
+  std::array<std::uint8_t, 20> request{1, 0, 0, 0, ovk::directory_service, 2, 0, 0, 0x01, 0x00};
+  request[port_id] = static_cast<std::uint8_t>(fc_id >> 16);
+  request[port_id + 1] = static_cast<std::uint8_t>(fc_id >> 8);
+  request[port_id + 2] = static_cast<std::uint8_t>(fc_id);
   const ByteVector response = exchange_ct(board, name_server, request);
   if (response.size() < ct_preamble || big_endian(response, 8, 2) != ovk::ct_accepted) {
     throw OperationFailed(fmt::format("The name server of {} gave no port: {}.", board.name(),

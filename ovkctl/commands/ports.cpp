@@ -207,7 +207,7 @@ Mapping read_mapping(const Board& board) {
 std::string lun_digits(const FcpScsiEntryV2& unit) {
   std::uint8_t lun[sizeof unit.entry.FcpLun];
   std::memcpy(lun, &unit.entry.FcpLun, sizeof lun);
-  return hex_digits(lun);
+  return bytes_text(lun);
 }
 
 /** A part of the unit's identifier; nothing for a unit without one. */
@@ -250,7 +250,7 @@ static_assert(offsetof(Bindings, entries) == offsetof(FcpBindList, entry));
 constexpr Column<Numbered<FcpBinding>> binding_columns[] = {
     {"index", "INDEX", number_of},
     {"bytes", "DRIVER'S RECORD",
-     of_row<[](const FcpBinding& binding) { return hex_digits(binding.bytes); }>},
+     of_row<[](const FcpBinding& binding) { return bytes_text(binding.bytes); }>},
 };
 
 Report show_bindings(const Board& board) {

@@ -146,16 +146,24 @@ Report set_rules(const Board& board, const std::string& file) {
   return rules_report(board, *list);
 }
 
-constexpr auto switch_words = words<bool>({{true, "on"}, {false, "off"}});
-constexpr OptionalWord<std::string> state_word{"STATE", "on or off; without it, the state is shown",
-                                               "on"};
+/** Whether the rules are to be applied. */
+struct Switch {
+  bool on;
+};
 
-Report show_or_set_flag(const Board& board, const std::optional<std::string>& state) {
+void parse_value(const std::string& text, Switch& value) {
+  static constexpr auto switches = words<bool>({{true, "on"}, {false, "off"}});
+  value.on = code_of(WordList<bool>{switches}, text);
+}
+
+constexpr OptionalWord<Switch> state_word{"STATE", "on or off; without it, the state is shown",
+                                          "on"};
+
+Report show_or_set_flag(const Board& board, std::optional<Switch> state) {
   if (state) {
-    const bool on = code_of(WordList<bool>{switch_words}, *state);
-    board.ask(fmt::format("This {} applying the FCP priority rules of {}.", on ? "starts" : "stops",
-                          board.name()));
-    board.check(OVK_QoSSetGlobalFlag(board, on ? 1 : 0), "Setting the FCP priority flag");
+    board.ask(fmt::format("This {} applying the FCP priority rules of {}.",
+                          state->on ? "starts" : "stops", board.name()));
+    board.check(OVK_QoSSetGlobalFlag(board, state->on ? 1 : 0), "Setting the FCP priority flag");
   }
   Report report = board.report();
   report.field("applied", "Rules are applied", read_flag(board));

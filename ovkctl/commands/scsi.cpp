@@ -150,7 +150,7 @@ using LunBytes = std::span<const std::uint8_t>;
 
 constexpr Column<LunBytes> lun_columns[] = {
     {"lun", "LUN", field<lun_text>},
-    {"fcp_lun", "FCP LUN", field<hex_digits>},
+    {"fcp_lun", "FCP LUN", [](LunBytes lun) { return bytes_text(lun); }},
 };
 
 Report list_luns(const Board& board, const Wwn& target) {

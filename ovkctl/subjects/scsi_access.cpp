@@ -79,14 +79,6 @@ std::uint32_t big_endian(std::span<const std::uint8_t> bytes, std::size_t offset
   return number;
 }
 
-std::string hex_digits(std::span<const std::uint8_t> bytes) {
-  std::string text;
-  for (const std::uint8_t byte : bytes) {
-    text += hex_text(byte, 2).substr(2);
-  }
-  return text;
-}
-
 std::string ascii_text(std::span<const std::uint8_t> bytes, std::size_t offset, std::size_t size) {
   const std::size_t begin = std::min(offset, bytes.size());
   const auto part = bytes.subspan(begin, std::min(size, bytes.size() - begin));
@@ -113,7 +105,7 @@ std::string lun_text(std::span<const std::uint8_t> fcp_lun) {
   if (is_single_level && (address & ~largest_lun) == flat_space) {
     return std::to_string(address & largest_lun);
   }
-  return hex_digits(fcp_lun);
+  return bytes_text(fcp_lun);
 }
 
 void check_scsi(std::uint32_t result, const Sense& sense, const Board& board,
@@ -147,7 +139,7 @@ Designator decode_designator(std::span<const std::uint8_t> descriptor) {
   const bool is_text = code_set == ascii_code_set || code_set == utf8_code_set;
   return {type < std::size(designator_types) ? designator_types[type] : "reserved",
           associations[descriptor[1] >> 4 & 3],
-          is_text ? ascii_text(value, 0, value.size()) : hex_digits(value)};
+          is_text ? ascii_text(value, 0, value.size()) : bytes_text(value)};
 }
 
 std::vector<Designator> decode_identification_page(std::span<const std::uint8_t> page) {

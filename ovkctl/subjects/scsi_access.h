@@ -25,9 +25,6 @@ inline constexpr std::uint32_t largest_lun = 0x3FFF;
 /** A big-endian number of up to four bytes; 0 for bytes that are not there. */
 std::uint32_t big_endian(std::span<const std::uint8_t> bytes, std::size_t offset, std::size_t size);
 
-/** Bytes as hex digits. */
-std::string hex_digits(std::span<const std::uint8_t> bytes);
-
 /** ASCII of a part of a record, without trailing blanks. */
 std::string ascii_text(std::span<const std::uint8_t> bytes, std::size_t offset, std::size_t size);
 
