@@ -129,6 +129,9 @@ std::string names_above(const CLI::App& app) {
   return parent != nullptr ? names_above(*parent) + parent->get_name() + " " : std::string();
 }
 
+/** The names of a command with those above it: "ovkctl stats reset". */
+std::string names_of(const CLI::App& app) { return names_above(app) + app.get_name(); }
+
 int refuse_without_action(const CLI::App& app) {
   std::string above = names_above(app);
   above.resize(above.empty() ? 0 : above.size() - 1);
@@ -137,13 +140,11 @@ int refuse_without_action(const CLI::App& app) {
 }
 
 int refuse(const Command::Node& node, const std::string& mistake) {
-  std::fprintf(stderr, "ovkctl: %s\nSee \"%s --help\".\n", mistake.c_str(),
-               (names_above(node.app) + node.app.get_name()).c_str());
+  // The parser's own sentences have no end.
+  std::fprintf(stderr, "ovkctl: %s%s\nSee \"%s --help\".\n", mistake.c_str(),
+               mistake.ends_with('.') ? "" : ".", names_of(node.app).c_str());
   return exit_wrong_usage;
 }
-
-/** The names of a command with those above it: "ovkctl stats reset". */
-std::string names_of(const CLI::App& app) { return names_above(app) + app.get_name(); }
 
 /** Adds a parameter to the example that the samples make; blanks are kept by quotes. */
 void add_sample(Command::Node& node, const Command::Declaration& declaration) {

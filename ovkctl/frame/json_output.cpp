@@ -39,10 +39,10 @@ Json json_of(const Cell& cell) { return std::visit(JsonOf{}, cell.value()); }
 
 Json json_of(const Table& table) {
   Json rows = Json::array();
-  for (const std::vector<Cell>& cells : table.rows()) {
+  for (const std::vector<Cell>& cells : table.rows) {
     Json row = Json::object();
     for (std::size_t i = 0; i < cells.size(); ++i) {
-      row[table.columns()[i].key] = json_of(cells[i]);
+      row[table.columns[i].key] = json_of(cells[i]);
     }
     rows.push_back(std::move(row));
   }
@@ -60,7 +60,7 @@ struct AddPart {
   Json& object;
 
   void operator()(const Field& field) const { add_member(object, field.key, json_of(field.value)); }
-  void operator()(const Table& table) const { add_member(object, table.key(), json_of(table)); }
+  void operator()(const Table& table) const { add_member(object, table.key, json_of(table)); }
   void operator()(const Dump& dump) const {
     if (!dump.key.empty()) {
       add_member(object, dump.key, bytes_text(dump.bytes));

@@ -33,28 +33,13 @@ struct ColumnHead {
   std::string header;
 };
 
-/** Rows under a header; an array of objects in JSON. */
-class Table {
- public:
-  /** @param when_empty  the sentence that stands for a table without rows */
-  Table(std::string key, std::string label, std::vector<ColumnHead> columns,
-        std::string when_empty);
-
-  /** Adds a row with a cell for each column; throws std::logic_error for any other number. */
-  Table& row(std::vector<Cell> cells);
-
-  const std::string& key() const { return key_; }
-  const std::string& label() const { return label_; }
-  const std::string& when_empty() const { return when_empty_; }
-  const std::vector<ColumnHead>& columns() const { return columns_; }
-  const std::vector<std::vector<Cell>>& rows() const { return rows_; }
-
- private:
-  std::string key_;
-  std::string label_;
-  std::string when_empty_;
-  std::vector<ColumnHead> columns_;
-  std::vector<std::vector<Cell>> rows_;
+/** Rows under a header, with a cell for each column; an array of objects in JSON. */
+struct Table {
+  std::string key;
+  std::string label;
+  std::string when_empty;  ///< the sentence that stands for a table without rows
+  std::vector<ColumnHead> columns;
+  std::vector<std::vector<Cell>> rows;
 };
 
 /** Raw bytes: hex with ASCII in the text, a string of hex digits in JSON. */
@@ -83,27 +68,25 @@ class Section {
   /** Adds a labelled value. */
   Section& field(std::string key, std::string label, Cell value) &;
 
-  /** Adds a table, to be filled through the reference. */
-  Table& table(std::string key, std::string label, std::vector<ColumnHead> columns,
-               std::string when_empty);
-
-  /** Adds a table with a row for each element of `rows`. */
+  /**
+   * Adds a table with a row for each element of `rows`.
+   *
+   * @param when_empty  the sentence that stands for a table without rows
+   */
   template <typename Row, std::size_t count, typename Rows>
   Section& table(std::string key, std::string label, const Column<Row> (&columns)[count],
                  const Rows& rows, std::string when_empty) & {
-    std::vector<ColumnHead> heads;
+    Table table{std::move(key), std::move(label), std::move(when_empty), {}, {}};
     for (const Column<Row>& column : columns) {
-      heads.push_back({column.key, column.header});
+      table.columns.push_back({column.key, column.header});
     }
-    Table& table =
-        this->table(std::move(key), std::move(label), std::move(heads), std::move(when_empty));
     for (const auto& row : rows) {
-      std::vector<Cell> cells;
+      std::vector<Cell>& cells = table.rows.emplace_back();
       for (const Column<Row>& column : columns) {
         cells.push_back(column.cell(row));
       }
-      table.row(std::move(cells));
     }
+    parts_.emplace_back(std::move(table));
     return *this;
   }
 
@@ -122,10 +105,10 @@ class Section {
   /** Adds a sentence for people. */
   Section& note(std::string text) &;
 
-  const std::string& key() const { return key_; }
-  const std::string& title() const { return title_; }
-  Kind kind() const { return kind_; }
-  const std::deque<Part>& parts() const { return parts_; }
+  [[nodiscard]] const std::string& key() const { return key_; }
+  [[nodiscard]] const std::string& title() const { return title_; }
+  [[nodiscard]] Kind kind() const { return kind_; }
+  [[nodiscard]] const std::deque<Part>& parts() const { return parts_; }
 
  private:
   std::string key_;
@@ -137,7 +120,7 @@ class Section {
 /** What a command has to say. Its own parts come first, then its sections. */
 class Report : public Section {
  public:
-  Report() : Section({}, {}, Kind::object) {}
+  Report() : Section{{}, {}, Kind::object} {}
 
   // A report that is made in one expression grows in place.
   using Section::field;
@@ -173,13 +156,13 @@ class Report : public Section {
   /** Adds a section that is one of several alike; in JSON all of one key make an array. */
   Section& element(std::string key, std::string title);
 
-  const std::deque<Section>& sections() const { return sections_; }
+  [[nodiscard]] const std::deque<Section>& sections() const { return sections_; }
 
   /** Takes out the bytes that "-o FILE" writes, of all sections; nothing when there are none. */
   std::optional<std::vector<std::uint8_t>> take_payload();
 
   /** Whether there is nothing to say. */
-  bool empty() const { return parts().empty() && sections_.empty(); }
+  [[nodiscard]] bool empty() const { return parts().empty() && sections_.empty(); }
 
  private:
   std::deque<Section> sections_;

@@ -5,8 +5,6 @@
 #include <ovk/core.h>
 
 #include <array>
-#include <fmt/core.h>
-#include <string>
 
 namespace ovkctl {
 namespace {
@@ -29,7 +27,7 @@ std::uint32_t initialise() {
 
 }  // namespace
 
-Session::Session() : board_count_(initialise()) {}
+Session::Session() : board_count_{initialise()} {}
 
 Session::~Session() { OVK_FreeDiagEnv(); }
 

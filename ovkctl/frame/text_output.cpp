@@ -30,8 +30,8 @@ struct TextColumn {
 
 TextColumn text_column(const Table& table, std::size_t index) {
   TextColumn column;
-  column.texts.push_back(table.columns()[index].header);
-  for (const std::vector<Cell>& cells : table.rows()) {
+  column.texts.push_back(table.columns[index].header);
+  for (const std::vector<Cell>& cells : table.rows) {
     const Cell& cell = cells[index];
     const bool known = !std::holds_alternative<std::monostate>(cell.value());
     column.to_the_right = column.to_the_right && (cell.is_quantity() || !known);
@@ -76,12 +76,12 @@ class TextWriter {
 
 void write_table_rows(TextWriter& writer, const Table& table) {
   std::vector<TextColumn> columns;
-  for (std::size_t i = 0; i < table.columns().size(); ++i) {
-    if (!table.columns()[i].header.empty()) {
+  for (std::size_t i = 0; i < table.columns.size(); ++i) {
+    if (!table.columns[i].header.empty()) {
       columns.push_back(text_column(table, i));
     }
   }
-  for (std::size_t row = 0; row <= table.rows().size(); ++row) {
+  for (std::size_t row = 0; row <= table.rows.size(); ++row) {
     std::string line;
     for (const TextColumn& column : columns) {
       const std::string& text = column.texts[row];
@@ -125,11 +125,11 @@ class PartWriter {
 
   void operator()(const Table& table) {
     begin(Block::other);
-    if (!table.label().empty()) {
-      writer_.line(table.label());
+    if (!table.label.empty()) {
+      writer_.line(table.label);
     }
-    if (table.rows().empty()) {
-      writer_.line(table.when_empty());
+    if (table.rows.empty()) {
+      writer_.line(table.when_empty);
     } else {
       write_table_rows(writer_, table);
     }

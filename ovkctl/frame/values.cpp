@@ -30,7 +30,7 @@ std::vector<std::uint8_t> parse_bytes(std::string_view text, std::string_view se
     const int high = hex_digit(text[0]);
     const int low = text.size() > 1 ? hex_digit(text[1]) : -1;
     if (high < 0 || low < 0) {
-      throw UsageError("\"" + std::string(text) + "\" does not start with two hex digits");
+      throw UsageError("\"" + std::string(text) + "\" does not start with two hex digits.");
     }
     bytes.push_back(static_cast<std::uint8_t>(high << 4 | low));
     text.remove_prefix(2);
@@ -60,17 +60,17 @@ std::uint64_t parse_number(const std::string& text, std::uint64_t most) {
   const auto [stop, error] =
       std::from_chars(text.data() + (hex ? 2 : 0), end, value, hex ? 16 : 10);
   if (error == std::errc::invalid_argument || stop != end) {
-    throw UsageError("\"" + text + "\" is not a number (decimal, or hex after 0x)");
+    throw UsageError("\"" + text + "\" is not a number (decimal, or hex after 0x).");
   }
   if (error != std::errc() || value > most) {
-    throw UsageError(fmt::format("{} is too large: at most {}", text, most));
+    throw UsageError(fmt::format("{} is too large: at most {}.", text, most));
   }
   return value;
 }
 
 void refuse_outside(const Range& range, std::uint64_t number) {
   if (number < range.least || number > range.most) {
-    throw UsageError(fmt::format("{} is not from {} to {}", number, range.least, range.most));
+    throw UsageError(fmt::format("{} is not from {} to {}.", number, range.least, range.most));
   }
 }
 
@@ -78,7 +78,7 @@ void parse_value(const std::string& text, std::string& value) { value = text; }
 
 void parse_value(const std::string& text, Wwn& value) {
   const std::string mistake =
-      "\"" + text + "\" is not a world-wide name such as 10:00:02:00:54:12:34:56";
+      "\"" + text + "\" is not a world-wide name such as 10:00:02:00:54:12:34:56.";
   static constexpr std::size_t plain_length = 2 * sizeof value.bytes;
   static constexpr std::size_t colon_length = plain_length + sizeof value.bytes - 1;
   if (text.size() != plain_length && text.size() != colon_length) {
