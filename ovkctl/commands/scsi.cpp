@@ -178,7 +178,7 @@ using Transfer = decltype(SendScsiRead);
 
 constexpr Setting<std::uint32_t> lba_setting{"--lba", "NUMBER", "first block", "0"};
 constexpr Setting<std::uint32_t> blocks_setting{
-    "--blocks", "NUMBER", "blocks of 512 bytes", "1", "64", {1, most_bytes / OVK_SCSI_BLOCK_SIZE}};
+    "--blocks", "NUMBER", "blocks of 512 bytes", "1", "", {1, most_bytes / OVK_SCSI_BLOCK_SIZE}};
 constexpr Word<std::string> file_word{"FILE", "what to write, whole blocks of 512 bytes",
                                       "blocks.bin"};
 
@@ -282,6 +282,7 @@ void add_scsi(Command root) {
   const Command scsi = root.noun("scsi", "Read and write the blocks of a logical unit");
   scsi.command("read", "Read blocks of a logical unit into a file")
       .takes(target_word, lun_word, lba_setting, blocks_setting)
+      .example("0 10:00:02:0a:54:00:00:01 0 --blocks 64 -o blocks.bin")
       .saves()
       .shows(read);
   scsi.command("write", "Write a file to blocks of a logical unit")

@@ -28,10 +28,11 @@ struct Command::Node {
   std::vector<NameAndSummary> others;
   /** What the command line must have, unless it goes on to a command below. */
   std::vector<const CLI::Option*> needed;
-  /** The words of the example that the parameters' samples make: arguments, then options. */
+  /** The words of the example that the parameters' samples make: arguments, options, then --yes. */
   std::string sample_board{"0"};
   std::string sample_arguments;
   std::string sample_options;
+  std::string sample_answer;
   std::vector<std::string> examples;
   /** What the command asks before it runs; "{board}" stands for the board. */
   std::string question;
@@ -168,8 +169,8 @@ void declare_json(Command::Node& node) {
 
 void end_declaration(Command::Node& node, std::function<Report()> action) {
   declare_json(node);
-  node.examples.insert(node.examples.begin(),
-                       names_of(node.app) + node.sample_arguments + node.sample_options);
+  node.examples.insert(node.examples.begin(), names_of(node.app) + node.sample_arguments +
+                                                  node.sample_options + node.sample_answer);
   node.run = [&node, action = std::move(action)] { node.invocation.finish(action()); };
 }
 
@@ -265,7 +266,7 @@ void Command::declare_flag(const char* names, const char* help, std::function<vo
 void Command::declare_question(const char* question) const {
   if (declared()) {
     node_->question = question;
-    node_->sample_options += " --yes";
+    node_->sample_answer = " --yes";
     declare_flag("--yes", "do not ask for confirmation",
                  [node = node_] { node->invocation.yes = true; });
   }
