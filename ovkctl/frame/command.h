@@ -178,9 +178,8 @@ class Verb : public Command {
   /** The function with the values of the command line, to be called with what leads them. */
   template <typename... Leading, typename Result, typename... Arguments>
   auto bound(Result (*function)(Arguments...)) const {
-    auto readers =
-        std::apply([this](const auto&... parameter) { return std::tuple{reader_of(parameter)...}; },
-                   parameters_);
+    auto readers = std::apply(
+        [&](const auto&... parameter) { return std::tuple{reader_of(parameter)...}; }, parameters_);
     return [function, readers = std::move(readers)](Leading... leading) -> Report {
       return std::apply(
           [&](const auto&... read) {

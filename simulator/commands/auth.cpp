@@ -9,7 +9,6 @@
 #include <cstddef>
 #include <ctime>
 #include <map>
-#include <ranges>
 #include <string_view>
 #include <vector>
 
@@ -58,8 +57,10 @@ class PairTable {
 
   void persist() {
     saved_.change([this](std::vector<Record>& records) {
-      const auto in_force = std::views::values(in_force_);
-      records.assign(in_force.begin(), in_force.end());
+      records.clear();
+      for (const auto& [ports, record] : in_force_) {
+        records.push_back(record);
+      }
     });
   }
 
