@@ -170,10 +170,11 @@ class Verb : public Command {
     }
   }
 
-  /** The last parameter of a function: where the values go that it does not take one by one. */
+  /** The last parameter of a function: where the values go that it does not take one by one. A
+      function without parameters has none, which `int` stands for: clang looks at it. */
   template <typename... Arguments>
-  using LastOf =
-      std::remove_cvref_t<std::tuple_element_t<sizeof...(Arguments) - 1, std::tuple<Arguments...>>>;
+  using LastOf = std::remove_cvref_t<
+      std::tuple_element_t<sizeof...(Arguments), std::tuple<int, Arguments...>>>;
 
   /** The function with the values of the command line, to be called with what leads them. */
   template <typename... Leading, typename Result, typename... Arguments>
