@@ -56,7 +56,9 @@ void EventQueue::load(const std::vector<std::uint8_t>& blob) {
   }
   std::memcpy(&missed_, blob.data(), sizeof missed_);
   events_.resize((blob.size() - sizeof missed_) / sizeof(EventRecord));
-  std::memcpy(events_.data(), blob.data() + sizeof missed_, blob.size() - sizeof missed_);
+  if (!events_.empty()) {
+    std::memcpy(events_.data(), blob.data() + sizeof missed_, blob.size() - sizeof missed_);
+  }
 }
 
 void EventQueue::save() {

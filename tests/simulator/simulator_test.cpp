@@ -102,7 +102,10 @@ Answer prepared(std::string_view command, const CommandBlock& block, std::vector
   EXPECT_LE(payloads.size(), row.payload_count) << command;
   payloads.resize(row.payload_count);
   for (std::size_t i = 0; i < payloads.size(); ++i) {
-    payloads[i].resize(row.payloads[i].size);
+    const ovk::Parameter& declared_as = row.payloads[i];
+    payloads[i].resize(declared_as.direction == ovk::Direction::descriptor
+                           ? sizeof(vmk_MgmtDataDescriptor)
+                           : declared_as.size);
   }
   Answer answer{block, std::move(payloads)};
   answer.block.driver_board = 3;
