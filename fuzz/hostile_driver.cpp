@@ -85,6 +85,9 @@ void answer(CommandBlock& block) {
                                                : driver_answers->PickValueInArray(failures);
 }
 
+template <CommandName name>
+constexpr std::uint32_t id_of = name->id;
+
 /** Answers what nearly every call asks first, so that the input is spent on what comes after. */
 bool answer_as_a_board(const DriverCommand& command, CommandBlock& block, void* payload) {
   constexpr std::size_t sli_mode_offset = 96;
@@ -94,13 +97,10 @@ bool answer_as_a_board(const DriverCommand& command, CommandBlock& block, void* 
   const auto put = [payload](std::size_t offset, std::uint32_t word) {
     std::memcpy(static_cast<std::uint8_t*>(payload) + offset, &word, sizeof word);
   };
-  const bool is_driver_info = command.id == CommandName { "RAVN_MGMT_GET_RAVNOVK_INFO" } -> id;
-  const bool is_attributes = command.id == CommandName {
-    "RAVN_MGMT_HBA_ADAPTERATTRIBUTES"
-    } -> id || command.id == CommandName {
-      "RAVN_MGMT_HBA_PORTATTRIBUTES"
-      } -> id;
-  const bool is_probe = command.id == CommandName { "RAVN_MGMT_MBOX_SLI_CFG_EXT_SUP" } -> id;
+  const bool is_driver_info = command.id == id_of<"RAVN_MGMT_GET_RAVNOVK_INFO">;
+  const bool is_attributes = command.id == id_of<"RAVN_MGMT_HBA_ADAPTERATTRIBUTES"> ||
+                             command.id == id_of<"RAVN_MGMT_HBA_PORTATTRIBUTES">;
+  const bool is_probe = command.id == id_of<"RAVN_MGMT_MBOX_SLI_CFG_EXT_SUP">;
   if (board_identity.sli_mode == 0 || !(is_driver_info || is_attributes || is_probe)) {
     return false;
   }
