@@ -50,7 +50,7 @@ class HandlerTable {
     Guarded(HandlerTable& table, std::vector<Guard> guards)
         : table_{table}, guards_{std::move(guards)} {}
 
-    /** The same with one more guard, which is asked after those before. */
+    /** Adds a guard, which is asked after those before. */
     [[nodiscard]] Guarded when(const Guard& guard) const {
       Guarded more{*this};
       more.guards_.push_back(guard);
@@ -68,7 +68,7 @@ class HandlerTable {
     std::vector<Guard> guards_;
   };
 
-  /** Has the handlers that are entered next answer only when the guard holds:
+  /** Puts a guard before the handlers that are entered next:
       `table.when(offers_auth).on<"RAVN_MGMT_SET_AUTH_CONFIG_V2">(set_config)`. */
   [[nodiscard]] Guarded when(const Guard& guard) { return {*this, {guard}}; }
 

@@ -39,7 +39,7 @@ class Host {
     return states_.of<State>(*this);
   }
 
-  /** Has calls fail as a fault file says; throws a ConfigurationError. */
+  /** Reads which calls a fault file lets fail; throws a ConfigurationError. */
   void read_faults(const std::string& path);
 
   /** Runs a command and sets its status; throws a Refusal when the callback cannot run. */

@@ -21,7 +21,7 @@ Mistake in_board(const std::string& member, const std::string& message) {
   return {R"("sli_mode")", member + R"(, "sli_mode")", ": /boards/0/" + message};
 }
 
-/** The same in a port that the board discovers. */
+/** A mistake in a member of a port that the board discovers. */
 Mistake in_port(const std::string& member, const std::string& message) {
   return {R"("fc_id": 3)", R"("fc_id": 3, )" + member, ": /boards/0/discovered_ports/1/" + message};
 }

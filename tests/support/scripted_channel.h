@@ -129,7 +129,7 @@ class Exchange {
     result_ = result;
     return *this;
   }
-  /** Both. */
+  /** Answers with a status, and the channel reports an error or none. */
   Exchange& ends_with(std::uint32_t status, int delivery) {
     return this->status(status).delivery_error(delivery);
   }

@@ -41,7 +41,7 @@ ByteVector entry(std::uint32_t number) {
   return bytes_of(entry);
 }
 
-/** The same as the second generation delivers it. */
+/** That mapping as the second generation delivers it: the identifier stands behind it. */
 ByteVector entry_v2(std::uint32_t number, const ByteVector& identifier) {
   ByteVector bytes = entry(number);
   append(bytes, identifier);
