@@ -233,7 +233,7 @@ Report set_config(const Board& board, const NewConfig& given) {
   record.hash_count = parse_codes(hashes, given.hashes, record.hashes);
   record.group_count = parse_codes(groups, given.groups, record.groups);
   record.ports = ports_of(board, given.remote);
-  board.ask(fmt::format("This changes how {} authenticates with the remote port.", board.name()));
+  board.ask("This changes how {board} authenticates with the remote port.");
   auto sent = std::bit_cast<AuthConfig>(record);
   check_auth(board, OVK_SetAuthConfigV2(board, &sent), "Setting the authentication entry");
   if (given.persist) {
@@ -249,8 +249,7 @@ Report delete_configs(const Board& board, const std::optional<Wwn>& remote, bool
   if (all == remote.has_value()) {
     throw UsageError("Name a REMOTE port or say --all.");
   }
-  board.ask(fmt::format("This deletes {} and passwords of {}.", all ? "all entries" : "the entry",
-                        board.name()));
+  board.ask("This deletes {} and passwords of {board}.", all ? "all entries" : "the entry");
   AuthConfig config{};
   if (remote) {
     config = std::bit_cast<AuthConfig>(Config{.ports = ports_of(board, *remote)});

@@ -50,9 +50,9 @@ constexpr Word<std::uint32_t> address_word{
     "DESTINATION", "well-known address of the form 0xffffXX", "0xfffffc", {0xFFFF00, 0xFFFFFF}};
 
 /** Sends a CT_IU to a well-known address and gives the response. */
-ByteVector exchange_ct(const Board& board, std::uint32_t destination,
-                       std::span<const std::uint8_t> request) {
-  ByteVector response(OVK_CT_MAX_LENGTH);
+Bytes exchange_ct(const Board& board, std::uint32_t destination,
+                  std::span<const std::uint8_t> request) {
+  Bytes response(OVK_CT_MAX_LENGTH);
   const std::int32_t result =
       GetCTInfo(board, destination, request.data(), static_cast<std::uint32_t>(request.size()),
                 response.data(), static_cast<std::uint32_t>(response.size()));
@@ -81,7 +81,7 @@ std::string response_text(std::span<const std::uint8_t> response) {
 }
 
 Report send_ct(const Board& board, std::uint32_t destination, const HexBytes& request) {
-  const ByteVector response = exchange_ct(board, destination, request.bytes);
+  const Bytes response = exchange_ct(board, destination, request.bytes);
   Report report;
   report.field("response", "Response", response_text(response))
       .field("length", "Length", Size{response.size()})
@@ -110,7 +110,7 @@ ElsDestination destination_of(const HexBytes& given) {
   return destination;
 }
 
-std::string reply_text(const ByteVector& reply) {
+std::string reply_text(const Bytes& reply) {
   const auto code = static_cast<ovk::Els>(big_endian(reply, 0, 1));
   if (code == ovk::Els::ls_rjt) {
     return fmt::format("LS_RJT, reason {}, explanation {}", hex_text(big_endian(reply, 5, 1), 2),
@@ -126,7 +126,7 @@ Report send_els(const Board& board, const HexBytes& destination, const HexBytes&
   if (size == 0 || size > OVK_ELS_MAX_LENGTH) {
     throw UsageError("REQUEST has 1 to 1024 bytes.");
   }
-  ByteVector reply(OVK_ELS_MAX_LENGTH);
+  Bytes reply(OVK_ELS_MAX_LENGTH);
   std::uint32_t length = 0;
   board.check(OVK_SendELSCmd(board, &port, request.bytes.data(), size, reply.data(), &length),
               "The ELS exchange", els_results);
@@ -201,7 +201,7 @@ RegisteredPort port_after(const Board& board, std::uint32_t fc_id) {
   request[port_id] = static_cast<std::uint8_t>(fc_id >> 16);
   request[port_id + 1] = static_cast<std::uint8_t>(fc_id >> 8);
   request[port_id + 2] = static_cast<std::uint8_t>(fc_id);
-  const ByteVector response = exchange_ct(board, name_server, request);
+  const Bytes response = exchange_ct(board, name_server, request);
   if (response.size() < ct_preamble || big_endian(response, 8, 2) != ovk::ct_accepted) {
     throw OperationFailed(fmt::format("The name server of {} gave no port: {}.", board.name(),
                                       response_text(response)));

@@ -77,8 +77,7 @@ struct NewParams {
 Report set(const Board& board, const NewParams& given) {
   FcoeParams params = read_params(board);
   given.apply(params);
-  board.ask(
-      fmt::format("This changes how {} finds its fabric from the next reset on.", board.name()));
+  board.ask("This changes how {board} finds its fabric from the next reset on.");
   board.check(OVK_FCoESetParams(board, &params), "Setting the FCoE parameters", fcoe_results);
   const FcoeParams stored = read_params(board);
   board.check_stored(std::memcmp(&stored, &params, sizeof params) == 0, "The FCoE parameters");
@@ -213,7 +212,7 @@ FcfConnectList parse_connections(const std::vector<std::string>& texts) {
 /** Replaces the list, and reads it back. */
 Report set_connections(const Board& board, const std::vector<std::string>& texts) {
   FcfConnectList list = parse_connections(texts);
-  board.ask(fmt::format("This replaces the FCF connection list of {}.", board.name()));
+  board.ask("This replaces the FCF connection list of {board}.");
   board.check(OVK_FCoESetFCFConnectList(board, &list), "Setting the FCF connection list",
               fcoe_results);
   const FcfConnectList stored = read_connections(board);

@@ -34,13 +34,13 @@ constexpr Column<VpdField> vpd_columns[] = {
 };
 
 /** Both parts together, as the adapter has them. */
-std::vector<std::uint8_t> image_of(const ovk::VpdRecord& record) {
+Bytes image_of(const ovk::VpdRecord& record) {
   const auto used = [](std::span<const std::uint8_t> part, std::uint32_t size) {
     return part.first(std::min<std::size_t>(size, part.size()));
   };
   const auto first = used(record.read_only, record.read_only_size);
   const auto second = used(record.read_write, record.read_write_size);
-  std::vector<std::uint8_t> image(first.begin(), first.end());
+  Bytes image(first.begin(), first.end());
   image.insert(image.end(), second.begin(), second.end());
   return image;
 }
@@ -50,7 +50,7 @@ Report show_vpd(const Board& board) {
   board.check(static_cast<std::uint32_t>(GetVPDInfo(board, &info)),
               "Reading the vital product data", vpd_results);
   const auto record = std::bit_cast<ovk::VpdRecord>(info);
-  const std::vector<std::uint8_t> image = image_of(record);
+  const Bytes image = image_of(record);
   const Vpd vpd = parse_vpd(image);
   return board.report()
       .field("product", "Product", fixed_text(record.product))

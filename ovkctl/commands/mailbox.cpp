@@ -20,8 +20,6 @@
 namespace ovkctl {
 namespace {
 
-using Bytes = std::vector<std::uint8_t>;
-
 constexpr const char* see_whether_ready =
     "See with \"ovkctl state show\" whether the board is ready.";
 
@@ -277,10 +275,7 @@ Report sent_report(const Board& board, const Parcel& parcel) {
 
 Report send_mailbox(const Board& board, const MailboxArguments& given) {
   Parcel parcel = pack(given);
-  board.ask(
-      fmt::format("A raw mailbox can change or interrupt {} in any way that its firmware "
-                  "knows.",
-                  board.name()));
+  board.ask("A raw mailbox can change or interrupt {board} in any way that its firmware knows.");
   const std::uint32_t result = send(board, given, parcel);
   check_sent(result, board, *as_mailbox(parcel.mailbox));
   detach_memory(parcel);
@@ -298,7 +293,7 @@ Report induce_dump(const Board& board) {
                                                     : "the SLI mode of the board cannot be read"),
         see_whether_ready, result);
   }
-  return board.done(fmt::format("The firmware of {} writes a dump.", board.name()));
+  return board.done("The firmware of {board} writes a dump.");
 }
 
 constexpr ResultText dump_region_results[] = {
@@ -585,7 +580,7 @@ Report run_loopback(const Board& board, const LoopbackArguments& given) {
 
 Report end_loopback(const Board& board) {
   board.check(OVK_EndLoopback(board), "Ending the loopback mode", end_results);
-  return board.done(fmt::format("The port of {} is no longer in loopback.", board.name()));
+  return board.done("The port of {board} is no longer in loopback.");
 }
 
 // ---- State ----------------------------------------------------------------------------------

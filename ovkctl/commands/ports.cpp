@@ -187,7 +187,7 @@ class Mapping {
   }
 
  private:
-  ByteVector memory_;
+  Bytes memory_;
 };
 
 /** Reads the mapping with as much room as it turns out to need. */

@@ -78,7 +78,7 @@ void add_line(FcpPriorityList& list, const std::string& line) {
 }
 
 std::unique_ptr<FcpPriorityList> read_rules(const std::string& path) {
-  const std::vector<std::uint8_t> bytes = read_file(path, longest_file);
+  const Bytes bytes = read_file(path, longest_file);
   std::istringstream text(std::string(bytes.begin(), bytes.end()));
   auto list = std::make_unique<FcpPriorityList>();
   std::string line;
@@ -141,7 +141,7 @@ constexpr Word<std::string> file_word{
 
 Report set_rules(const Board& board, const std::string& file) {
   const auto list = read_rules(file);
-  board.ask(fmt::format("This replaces all FCP priority rules of {}.", board.name()));
+  board.ask("This replaces all FCP priority rules of {board}.");
   board.check(OVK_QoSSetConfig(board, list.get()), "Setting the FCP priority rules", set_results);
   return rules_report(board, *list);
 }
@@ -161,8 +161,8 @@ constexpr OptionalWord<Switch> state_word{"STATE", "on or off; without it, the s
 
 Report show_or_set_flag(const Board& board, std::optional<Switch> state) {
   if (state) {
-    board.ask(fmt::format("This {} applying the FCP priority rules of {}.",
-                          state->on ? "starts" : "stops", board.name()));
+    board.ask("This {} applying the FCP priority rules of {board}.",
+              state->on ? "starts" : "stops");
     board.check(OVK_QoSSetGlobalFlag(board, state->on ? 1 : 0), "Setting the FCP priority flag");
   }
   Report report = board.report();

@@ -67,8 +67,8 @@ void read_piece(const Board& board, std::uint32_t offset, std::span<std::uint8_t
 }
 
 /** Reads the whole log, the oldest bytes first: they are the next to be overwritten. */
-std::vector<std::uint8_t> read_log(const Board& board, const ovk::RasLogExtent& extent) {
-  std::vector<std::uint8_t> log(extent.available);
+Bytes read_log(const Board& board, const ovk::RasLogExtent& extent) {
+  Bytes log(extent.available);
   Progress progress = board.progress("Reading the firmware log", log.size());
   std::uint32_t offset = extent.oldest;
   for (std::size_t done = 0; done < log.size();) {
@@ -84,7 +84,7 @@ std::vector<std::uint8_t> read_log(const Board& board, const ovk::RasLogExtent& 
 
 Report save(const Board& board, const std::string& path) {
   const FwLogConfig config = query(board);
-  const std::vector<std::uint8_t> log = read_log(board, read_extent(board, config));
+  const Bytes log = read_log(board, read_extent(board, config));
   write_file(path, log);
   Report report = board.report();
   report.field("file", "File", path)

@@ -17,8 +17,6 @@
 namespace ovkctl {
 namespace {
 
-using Bytes = std::vector<std::uint8_t>;
-
 constexpr ResultText memory_results[] = {
     {OVK_NO_MEMORY_ACCESS, "SLI-4 adapters have no memory that can be read or written", ""},
     {OVK_RAW_ACCESS_FAILED, "the command was not delivered or the driver refused it",
@@ -96,7 +94,7 @@ Report read_memory(const Board& board, std::uint32_t offset, std::uint32_t count
 
 Report write_memory(const Board& board, const NewBytes& given) {
   const Bytes bytes = given.bytes(most_memory_bytes);
-  board.ask(fmt::format("This overwrites memory that {} works with.", board.name()));
+  board.ask("This overwrites memory that {board} works with.");
   move_memory(board, "Writing the memory", given.offset, std::span{bytes}, WriteMem);
   return written_report(board, Hex{given.offset, 4}, bytes.size());
 }
@@ -285,7 +283,7 @@ Report write_config(const Board& board, const NewBytes& given) {
   if (given.offset % sizeof(std::uint32_t) != 0) {
     throw UsageError("The offset is a multiple of 4.");
   }
-  board.ask(fmt::format("A wrong PCI configuration can take {} off the bus.", board.name()));
+  board.ask("A wrong PCI configuration can take {board} off the bus.");
   board.check(
       WritePciCfg(board, bytes.data(), given.offset, static_cast<std::uint32_t>(bytes.size())),
       "Writing the PCI configuration", pci_results);

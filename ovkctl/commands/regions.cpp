@@ -130,11 +130,9 @@ Report write(const Board& board, const NewBytes& given) {
     report.field("written", "Written", false);
     return report;
   }
-  const bool shown =
-      board.ask(fmt::format("This changes {} of region {} of {}, which a wrong byte can make "
-                            "unusable.",
-                            count_text(changed, "byte"), region.number, board.name()),
-                &report);
+  const bool shown = board.ask(
+      report, "This changes {} of region {} of {board}, which a wrong byte can make unusable.",
+      count_text(changed, "byte"), region.number);
   io.write(region, after);
   Report result = shown ? Report{} : std::move(report);
   result.field("written", "Written and verified", true);
@@ -147,8 +145,7 @@ Report initialise(const Board& board, std::uint32_t number) {
   if (number != ovk::region22 && number != ovk::region23) {
     throw UsageError("Only the regions 22 and 23 have a default.");
   }
-  board.ask(
-      fmt::format("This replaces all of region {} of {} by its default.", number, board.name()));
+  board.ask("This replaces all of region {} of {board} by its default.", number);
   board.check(number == ovk::region22 ? OVK_InitR22(board) : OVK_InitR23(board),
               fmt::format("Initialising region {}", number));
   const RegionKind& region = region_kind(number);
@@ -212,8 +209,8 @@ Report restore(const Board& board, const std::string& path, bool replacement) {
     }
   });
   if (!different.empty()) {
-    board.ask(fmt::format("This replaces {} of {} by those of \"{}\".",
-                          count_text(different.size(), "region"), board.name(), path));
+    board.ask("This replaces {} of {board} by those of \"{}\".",
+              count_text(different.size(), "region"), path);
     go_through(board, "Writing the regions", different,
                [&io](const auto& saved) { io.write(region_kind(saved.first), saved.second); });
   }

@@ -141,7 +141,7 @@ Report set(const Board& board, const Changes& changes) {
   if (changes.ip) {
     put_ip_address(info, *changes.ip);
   }
-  board.ask(fmt::format("This changes the RNID management information of {}.", board.name()));
+  board.ask("This changes the RNID management information of {board}.");
   board.check(SetRNIDMgmtInfo(board, &info), "Changing the RNID management information");
   return show(board);
 }

@@ -39,9 +39,9 @@ constexpr Option<std::uint8_t> page_option{
     "--page", "NUMBER", "a page of vital product data instead of the standard data"};
 
 /** The inquiry data of a logical unit: the standard data, or a page. */
-ByteVector read_inquiry(const LogicalUnit& unit, std::optional<std::uint8_t> page) {
+Bytes read_inquiry(const LogicalUnit& unit, std::optional<std::uint8_t> page) {
   constexpr std::uint32_t most = 255;  // the length in the CDB has one byte
-  ByteVector data(most);
+  Bytes data(most);
   std::uint32_t length = most;
   Sense sense;
   const std::uint32_t result =
@@ -52,7 +52,7 @@ ByteVector read_inquiry(const LogicalUnit& unit, std::optional<std::uint8_t> pag
   return data;
 }
 
-void add_standard(Report& report, const ByteVector& data) {
+void add_standard(Report& report, const Bytes& data) {
   report.field("type", "Type", device_type_text(data.empty() ? 0x1F : data[0]))
       .field("vendor", "Vendor", ascii_text(data, 8, 8))
       .field("product", "Product", ascii_text(data, 16, 16))
@@ -69,7 +69,7 @@ constexpr Column<Designator> designator_columns[] = {
     {"value", "IDENTIFIER", field<&Designator::value>},
 };
 
-void add_page(Report& report, std::uint8_t page, const ByteVector& data) {
+void add_page(Report& report, std::uint8_t page, const Bytes& data) {
   const std::size_t length = big_endian(data, 2, 2);
   report.field("page", "Page", Hex{page, 2});
   if (page == supported_pages) {
@@ -91,7 +91,7 @@ void add_page(Report& report, std::uint8_t page, const ByteVector& data) {
 Report inquire(const Board& board, const Wwn& target, std::uint32_t lun,
                std::optional<std::uint8_t> page) {
   const LogicalUnit unit{board, target, lun};
-  const ByteVector data = read_inquiry(unit, page);
+  const Bytes data = read_inquiry(unit, page);
   Report report = unit_report(unit);
   if (page) {
     add_page(report, *page, data);
@@ -110,7 +110,7 @@ constexpr std::uint32_t beyond_ten_byte_commands = 0xFFFFFFFF;
 Report show_capacity(const Board& board, const Wwn& target, std::uint32_t lun) {
   const LogicalUnit unit{board, target, lun};
   std::uint32_t length = 8;
-  ByteVector data(length);
+  Bytes data(length);
   Sense sense;
   const std::uint32_t result =
       SendReadCapacity(board, &target, unit.word0(), unit.word1(), data.data(), &length,
@@ -135,8 +135,8 @@ Report show_capacity(const Board& board, const Wwn& target, std::uint32_t lun) {
 
 constexpr std::size_t lun_size = 8;
 
-ByteVector report_luns(const Board& board, const Wwn& target) {
-  ByteVector data(OVK_SCSI_MAX_TRANSFER);
+Bytes report_luns(const Board& board, const Wwn& target) {
+  Bytes data(OVK_SCSI_MAX_TRANSFER);
   auto length = static_cast<std::uint32_t>(data.size());
   Sense sense;
   const std::uint32_t result =
@@ -154,7 +154,7 @@ constexpr Column<LunBytes> lun_columns[] = {
 };
 
 Report list_luns(const Board& board, const Wwn& target) {
-  const ByteVector data = report_luns(board, target);
+  const Bytes data = report_luns(board, target);
   const std::size_t end =
       std::min<std::size_t>(data.size(), lun_size + std::size_t{big_endian(data, 0, 4)});
   std::vector<LunBytes> luns;
@@ -232,7 +232,7 @@ Report transfer_report(const Place& place, std::size_t bytes) {
 Report read(const Board& board, const Wwn& target, std::uint32_t lun, std::uint32_t lba,
             std::uint32_t blocks) {
   const Place place{{board, target, lun}, lba};
-  ByteVector data(std::size_t{blocks} * OVK_SCSI_BLOCK_SIZE);
+  Bytes data(std::size_t{blocks} * OVK_SCSI_BLOCK_SIZE);
   refuse_beyond_last_lba(lba, data.size());
   transfer_all(SendScsiRead, place, data, "Reading");
   Report report;
@@ -247,14 +247,14 @@ Report read(const Board& board, const Wwn& target, std::uint32_t lun, std::uint3
 
 Report write(const Board& board, const Wwn& target, std::uint32_t lun, const std::string& file,
              std::uint32_t lba) {
-  ByteVector data = read_file(file, most_bytes);
+  Bytes data = read_file(file, most_bytes);
   if (data.empty() || data.size() % OVK_SCSI_BLOCK_SIZE != 0) {
     throw UsageError(fmt::format("\"{}\" has {} bytes; whole blocks of 512 bytes are needed.", file,
                                  data.size()));
   }
   refuse_beyond_last_lba(lba, data.size());
-  board.ask(fmt::format("This overwrites {} blocks of LUN {} of {} from block {} on.",
-                        data.size() / OVK_SCSI_BLOCK_SIZE, lun, wwn_text(target), lba));
+  board.ask("This overwrites {} blocks of LUN {} of {} from block {} on.",
+            data.size() / OVK_SCSI_BLOCK_SIZE, lun, wwn_text(target), lba);
   const Place place{{board, target, lun}, lba};
   transfer_all(SendScsiWrite, place, data, "Writing");
   Report report = transfer_report(place, data.size());

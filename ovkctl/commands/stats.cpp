@@ -185,7 +185,7 @@ Report show(const Board& board, std::optional<std::uint32_t> interval,
 Report reset(const Board& board) {
   const Reader reader{board, true};
   reader.reset();
-  return board.done(fmt::format("The statistics of {} count from now on.", board.name()));
+  return board.done("The statistics of {board} count from now on.");
 }
 
 }  // namespace

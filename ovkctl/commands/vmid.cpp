@@ -127,8 +127,8 @@ Report update_machine(const Board& board, const std::string& uuid, const std::st
     throw UsageError(fmt::format("--name: at most {} bytes fit.", machine.name.size()));
   }
   std::ranges::copy(name, machine.name.begin());
-  board.ask(fmt::format("This {} the identifier of virtual machine {} on {}.",
-                        remove ? "removes" : "sets", uuid, board.name()));
+  board.ask("This {} the identifier of virtual machine {} on {board}.", remove ? "removes" : "sets",
+            uuid);
   const auto mapping = std::make_unique<VMidMapping>(std::bit_cast<VMidMapping>(*record));
   board.check(OVK_UpdateVMidMapping(board, mapping.get()), "Changing the VMID mapping",
               update_results);

@@ -90,12 +90,6 @@ Report Board::listing() const {
   return report;
 }
 
-Report Board::done(std::string sentence) const {
-  Report report = listing();
-  report.note(std::move(sentence));
-  return report;
-}
-
 void Board::check(std::uint32_t result, const std::string& operation,
                   std::span<const ResultText> own) const {
   if (result != OVK_OK) {

@@ -10,6 +10,7 @@
 #include "ovkctl/frame/values.h"
 
 #include <cstdint>
+#include <fmt/core.h>
 #include <optional>
 #include <span>
 #include <string>
@@ -92,8 +93,11 @@ class Board {
   /** A report whose text is a table or a sentence: the board stands in JSON only. */
   [[nodiscard]] Report listing() const;
 
-  /** A report of one sentence. */
-  [[nodiscard]] Report done(std::string sentence) const;
+  /** A report of one sentence, in which "{board}" stands for the board and "{}" for an argument. */
+  template <typename... Arguments>
+  [[nodiscard]] Report done(const char* sentence, const Arguments&... arguments) const {
+    return listing().note(in_words(sentence, arguments...));
+  }
 
   /**
    * Throws OperationFailed unless the result is OVK_OK.
@@ -121,9 +125,17 @@ class Board {
    */
   void check_stored(bool same, const std::string& what) const;
 
-  /** Invocation::ask. */
-  bool ask(const std::string& warning, const Report* preview = nullptr) const {
-    return invocation_->ask(warning, preview);
+  /** Invocation::ask, in a sentence as that of done(). */
+  template <typename... Arguments>
+  void ask(const char* sentence, const Arguments&... arguments) const {
+    invocation_->ask(in_words(sentence, arguments...));
+  }
+
+  /** The same with a preview. */
+  template <typename... Arguments>
+  [[nodiscard]] bool ask(const Report& preview, const char* sentence,
+                         const Arguments&... arguments) const {
+    return invocation_->ask(in_words(sentence, arguments...), &preview);
   }
 
   /** Invocation::show_next. */
@@ -138,6 +150,11 @@ class Board {
   [[nodiscard]] bool has_output_file() const { return invocation_->output_file.has_value(); }
 
  private:
+  template <typename... Arguments>
+  [[nodiscard]] std::string in_words(const char* sentence, const Arguments&... arguments) const {
+    return fmt::format(fmt::runtime(sentence), arguments..., fmt::arg("board", name()));
+  }
+
   const Invocation* invocation_;
   std::uint32_t index_;
 };

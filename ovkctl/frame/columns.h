@@ -39,6 +39,12 @@ struct Column {
 template <auto member_or_function>
 inline constexpr auto field = [](const auto& row) { return std::invoke(member_or_function, row); };
 
+/** As `field`, shown as a type of cell.h: as<Hex, &Node::target, 4>. */
+template <typename Shown, auto member_or_function, auto... more>
+inline constexpr auto as = [](const auto& row) {
+  return Shown{std::invoke(member_or_function, row), more...};
+};
+
 /** A row with its number, for tables whose first column counts from 0. */
 template <typename Row>
 struct Numbered {

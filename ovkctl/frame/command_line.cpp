@@ -174,13 +174,6 @@ void end_declaration(Command::Node& node, std::function<Report()> action) {
   node.run = [&node, action = std::move(action)] { node.invocation.finish(action()); };
 }
 
-/** A question about a board. */
-std::string with_board(std::string question, const std::string& board) {
-  static constexpr std::string_view place = "{board}";
-  const std::size_t start = question.find(place);
-  return start == std::string::npos ? question : question.replace(start, place.size(), board);
-}
-
 /** The examples of a command, and of those below it the first. */
 std::vector<std::string> examples_of(const Command::Node& node) {
   std::vector<std::string> examples = node.examples;
@@ -303,7 +296,7 @@ void Command::runs(BoardAction action) const {
     const Session session;
     const Board board = Host{node->invocation, session.board_count()}.board(node->board);
     if (!node->question.empty()) {
-      board.ask(with_board(node->question, board.name()));
+      board.ask(node->question.c_str());
     }
     return action(board);
   });

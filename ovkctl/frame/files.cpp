@@ -25,12 +25,12 @@ using File = std::unique_ptr<std::FILE, Close>;
 
 }  // namespace
 
-std::vector<std::uint8_t> read_file(const std::string& path, std::size_t most) {
+Bytes read_file(const std::string& path, std::size_t most) {
   const File file(std::fopen(path.c_str(), "rb"));
   if (!file) {
     fail(path, "read");
   }
-  std::vector<std::uint8_t> bytes;  // grows with the file: what may be read is often far more
+  Bytes bytes;  // grows with the file: what may be read is often far more
   std::array<std::uint8_t, 65536> part;
   std::size_t count = 0;
   do {

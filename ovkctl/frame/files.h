@@ -4,16 +4,17 @@
  */
 #pragma once
 
+#include "ovkctl/frame/values.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <span>
 #include <string>
-#include <vector>
 
 namespace ovkctl {
 
 /** Reads a whole file; throws OperationFailed when it cannot be read or holds more than most. */
-std::vector<std::uint8_t> read_file(const std::string& path, std::size_t most);
+Bytes read_file(const std::string& path, std::size_t most);
 
 /** Writes a whole file, or to standard output for "-"; throws OperationFailed when the bytes did
  * not all get there. */

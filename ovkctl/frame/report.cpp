@@ -5,7 +5,7 @@
 namespace ovkctl {
 namespace {
 
-using Payload = std::optional<std::vector<std::uint8_t>>;
+using Payload = std::optional<Bytes>;
 
 void append(Payload& payload, Payload more) {
   if (!payload) {
@@ -25,20 +25,20 @@ Section& Section::field(std::string key, std::string label, Cell value) & {
   return *this;
 }
 
-Section& Section::dump(std::string key, std::string label, std::vector<std::uint8_t> bytes,
+Section& Section::dump(std::string key, std::string label, Bytes bytes,
                        std::uint64_t first_offset) & {
   parts_.emplace_back(Dump{std::move(key), std::move(label), std::move(bytes), first_offset});
   return *this;
 }
 
-Section& Section::payload(std::string key, std::string label, std::vector<std::uint8_t> bytes,
+Section& Section::payload(std::string key, std::string label, Bytes bytes,
                           std::uint64_t first_offset) & {
   parts_.emplace_back(Dump{std::move(key), std::move(label), std::move(bytes), first_offset, true});
   return *this;
 }
 
-std::optional<std::vector<std::uint8_t>> Section::take_payload() {
-  std::optional<std::vector<std::uint8_t>> payload;
+std::optional<Bytes> Section::take_payload() {
+  std::optional<Bytes> payload;
   std::deque<Part> others;
   for (Part& part : parts_) {
     if (auto* const dump = std::get_if<Dump>(&part); dump != nullptr && dump->for_file) {
@@ -64,7 +64,7 @@ Section& Report::element(std::string key, std::string title) {
   return sections_.emplace_back(std::move(key), std::move(title), Kind::element);
 }
 
-std::optional<std::vector<std::uint8_t>> Report::take_payload() {
+std::optional<Bytes> Report::take_payload() {
   Payload payload = Section::take_payload();
   for (Section& section : sections_) {
     append(payload, section.take_payload());

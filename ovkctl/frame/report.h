@@ -9,6 +9,7 @@
 
 #include "ovkctl/frame/cell.h"
 #include "ovkctl/frame/columns.h"
+#include "ovkctl/frame/values.h"
 
 #include <cstdint>
 #include <deque>
@@ -46,7 +47,7 @@ struct Table {
 struct Dump {
   std::string key;  ///< empty: neither in the text nor in JSON
   std::string label;
-  std::vector<std::uint8_t> bytes;
+  Bytes bytes;
   std::uint64_t first_offset = 0;  ///< what the text counts from
   bool for_file = false;           ///< whether "-o FILE" takes them instead of showing them
 };
@@ -92,15 +93,14 @@ class Section {
 
   /** Adds the bytes that "-o FILE" writes; they are shown when there is no -o, unless the key is
       empty. Several go into the file one after the other. */
-  Section& payload(std::string key, std::string label, std::vector<std::uint8_t> bytes,
+  Section& payload(std::string key, std::string label, Bytes bytes,
                    std::uint64_t first_offset = 0) &;
 
   /** Takes out the bytes that "-o FILE" writes; nothing when the section has none. */
-  std::optional<std::vector<std::uint8_t>> take_payload();
+  std::optional<Bytes> take_payload();
 
   /** Adds raw bytes. */
-  Section& dump(std::string key, std::string label, std::vector<std::uint8_t> bytes,
-                std::uint64_t first_offset = 0) &;
+  Section& dump(std::string key, std::string label, Bytes bytes, std::uint64_t first_offset = 0) &;
 
   /** Adds a sentence for people. */
   Section& note(std::string text) &;
@@ -137,7 +137,7 @@ class Report : public Section {
     table(std::move(key), std::move(label), columns, rows, std::move(when_empty));
     return std::move(*this);
   }
-  Report&& payload(std::string key, std::string label, std::vector<std::uint8_t> bytes,
+  Report&& payload(std::string key, std::string label, Bytes bytes,
                    std::uint64_t first_offset = 0) && {
     payload(std::move(key), std::move(label), std::move(bytes), first_offset);
     return std::move(*this);
@@ -159,7 +159,7 @@ class Report : public Section {
   [[nodiscard]] const std::deque<Section>& sections() const { return sections_; }
 
   /** Takes out the bytes that "-o FILE" writes, of all sections; nothing when there are none. */
-  std::optional<std::vector<std::uint8_t>> take_payload();
+  std::optional<Bytes> take_payload();
 
   /** Whether there is nothing to say. */
   [[nodiscard]] bool empty() const { return parts().empty() && sections_.empty(); }

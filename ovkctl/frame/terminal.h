@@ -4,7 +4,10 @@
  */
 #pragma once
 
+#include <algorithm>
+#include <cstddef>
 #include <cstdint>
+#include <span>
 #include <string>
 
 namespace ovkctl {
@@ -27,5 +30,22 @@ class Progress {
   unsigned shown_percent_;
   bool visible_;
 };
+
+/**
+ * Works through bytes in pieces, and shows how far it is.
+ *
+ * @param most  the size of the longest piece
+ * @param work  gets where a piece begins, and the piece
+ */
+template <typename Byte, typename Work>
+void in_pieces(const std::string& label, std::span<Byte> bytes, std::size_t most, Work work) {
+  Progress progress{label, bytes.size()};
+  for (std::size_t done = 0; done < bytes.size();) {
+    const std::span<Byte> piece = bytes.subspan(done, std::min(most, bytes.size() - done));
+    work(done, piece);
+    done += piece.size();
+    progress.update(done);
+  }
+}
 
 }  // namespace ovkctl

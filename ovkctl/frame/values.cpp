@@ -20,8 +20,8 @@ int hex_digit(char c) {
   return value;
 }
 
-std::vector<std::uint8_t> parse_bytes(std::string_view text, std::string_view separators) {
-  std::vector<std::uint8_t> bytes;
+Bytes parse_bytes(std::string_view text, std::string_view separators) {
+  Bytes bytes;
   while (!text.empty()) {
     if (separators.find(text[0]) != std::string_view::npos) {
       text.remove_prefix(1);
@@ -85,7 +85,7 @@ void parse_value(const std::string& text, Wwn& value) {
     throw UsageError(mistake);
   }
   try {
-    const std::vector<std::uint8_t> bytes = parse_bytes(text, ":");
+    const Bytes bytes = parse_bytes(text, ":");
     if (bytes.size() != sizeof value.bytes) {
       throw UsageError(mistake);
     }

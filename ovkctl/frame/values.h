@@ -19,6 +19,8 @@
 
 namespace ovkctl {
 
+using Bytes = std::vector<std::uint8_t>;
+
 /** The numbers that are allowed, both ends included. */
 struct Range {
   std::uint64_t least = 0;
@@ -32,7 +34,7 @@ struct BoardIndex {
 
 /** Bytes that the command line gives in hex: "0a0b", "0a 0b", "0a:0b". */
 struct HexBytes {
-  std::vector<std::uint8_t> bytes;
+  Bytes bytes;
 };
 
 /** Reads a number, decimal or in hex after "0x"; refuses what is above most. */

@@ -10,30 +10,30 @@
 namespace ovkctl {
 namespace {
 
-using Bytes = std::span<const std::uint8_t>;
+using ByteView = std::span<const std::uint8_t>;
 
 constexpr std::uint8_t identifier_tag = 0x82;
 constexpr std::uint8_t read_only_tag = 0x90;
 constexpr std::uint8_t read_write_tag = 0x91;
 constexpr std::uint8_t end_tag = 0x78;
 
-std::string text_of(Bytes bytes) {
+std::string text_of(ByteView bytes) {
   const std::string text(bytes.begin(), bytes.end());
   return fixed_text(text);
 }
 
 /** Takes bytes from the front; nothing when there are not as many. */
-std::optional<Bytes> take(Bytes& bytes, std::size_t count) {
+std::optional<ByteView> take(ByteView& bytes, std::size_t count) {
   if (count > bytes.size()) {
     return std::nullopt;
   }
-  const Bytes taken = bytes.first(count);
+  const ByteView taken = bytes.first(count);
   bytes = bytes.subspan(count);
   return taken;
 }
 
 /** Takes the fields of a resource; false when one of them leaves it. */
-bool take_fields(Vpd& vpd, Bytes contents, bool writable, const std::uint8_t* image) {
+bool take_fields(Vpd& vpd, ByteView contents, bool writable, const std::uint8_t* image) {
   while (!contents.empty()) {
     constexpr std::size_t header_size = 3;
     const auto header = take(contents, header_size);
@@ -56,7 +56,7 @@ bool take_fields(Vpd& vpd, Bytes contents, bool writable, const std::uint8_t* im
 
 Vpd parse_vpd(std::span<const std::uint8_t> image) {
   Vpd vpd;
-  Bytes rest = image;
+  ByteView rest = image;
   while (const auto tag = take(rest, 1)) {
     if (tag->front() == end_tag) {
       vpd.complete = true;

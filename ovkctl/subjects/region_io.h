@@ -13,8 +13,6 @@
 
 namespace ovkctl {
 
-using Bytes = std::vector<std::uint8_t>;
-
 using ovk::RegionKind;
 
 /** The region of a number; throws UsageError when there is none. */

@@ -17,8 +17,6 @@
 
 namespace ovkctl {
 
-using ByteVector = std::vector<std::uint8_t>;
-
 /** The largest number of a logical unit. */
 inline constexpr std::uint32_t largest_lun = 0x3FFF;
 

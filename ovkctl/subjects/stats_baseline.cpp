@@ -39,7 +39,7 @@ std::optional<PortStatistics> load_baseline(const Wwn& port_wwn) {
   if (!fs::exists(path)) {
     return std::nullopt;
   }
-  const std::vector<std::uint8_t> bytes = read_file(path, largest_file);
+  const Bytes bytes = read_file(path, largest_file);
   std::istringstream text(std::string(bytes.begin(), bytes.end()));
   CounterRow counters{};
   for (std::int64_t& counter : counters) {
