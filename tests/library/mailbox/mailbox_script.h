@@ -35,6 +35,14 @@ inline Mailbox returned_mailbox(std::uint16_t status) {
   return mailbox;
 }
 
+/** A mailbox of mailbox_of of which the firmware returned the first words. */
+inline ByteVector partly_returned(std::uint16_t status, std::size_t words) {
+  ByteVector bytes = bytes_of(returned_mailbox(status));
+  bytes.resize(std::min(words * 4, sizeof(Mailbox)));
+  bytes.resize(sizeof(Mailbox), 0x5A);
+  return bytes;
+}
+
 /** The mailbox that reads a region, 0x17, or writes it, 0x1B. */
 inline Mailbox region_mailbox(std::uint8_t command, std::uint32_t region, std::uint32_t position,
                               std::uint32_t length, std::uint16_t status = 0) {
@@ -58,14 +66,19 @@ inline ByteVector extended_data(std::uint32_t in_bytes, std::uint32_t out_bytes,
   return bytes;
 }
 
-/** How a mailbox ends, the status that its caller finds in it, and the result. */
-struct MailboxEnding {
+/** How a mailbox fails, the status that its caller finds in it, and the result of one attempt. */
+struct MailboxFailure {
   std::uint32_t status;
   int delivery;
   std::uint16_t returned;
   std::uint16_t mailbox_status;
   std::uint32_t result;
 };
+
+inline constexpr MailboxFailure mailbox_failures[] = {
+    {0x0BAD005A, 0, 77, 252, 3}, {0x0BAD0039, 0, 77, 253, 1}, {0x0BAD0004, 0, 77, 254, 1},
+    {0x0BAD0001, 0, 77, 252, 1}, {0, 19, 77, 252, 1},         {0x0BAD0039, 19, 77, 253, 1},
+    {0, 0, 0xFFFD, 0xFFFD, 1}};
 
 /** What mailboxes, and what goes their way, are expected to be. */
 class MailboxTest : public LibraryTest {

@@ -90,34 +90,21 @@ class RegionTest : public MailboxTest {
         .replies(2, mailbox_status);
   }
 
-  /** A read of a region by mailboxes. */
-  void expect_legacy_read(std::uint8_t region, const ByteVector& image) {
-    for (auto step = image.begin(); step != image.end();) {
-      const auto at = static_cast<std::uint32_t>(step - image.begin());
-      const auto end = step + std::min<std::ptrdiff_t>(legacy_step, image.end() - step);
-      expect_legacy_step(region, at).replies(3, extended_data(0, 0, 0, {step, end}));
-      step = end;
+  /** A read of a region by mailboxes; with a status the first one fails. */
+  void expect_legacy_read(std::uint8_t region, const ByteVector& image, std::uint16_t status = 0) {
+    constexpr std::uint32_t step = 128;
+    for (std::uint32_t at = 0; at == 0 || (status == 0 && at < image.size()); at += step) {
+      const ByteVector data{image.begin() + at, image.begin() + at + step};
+      expect_extended_mailbox(region_mailbox(0x17, region, at, step), extended_data(0, 512, 5, {}))
+          .replies(2, region_mailbox(0x17, region, at, step, status))
+          .replies(3, extended_data(0, 0, 0, data));
     }
-  }
-
-  /** A read whose first mailbox fails. */
-  void expect_failing_legacy_read(std::uint8_t region, std::uint16_t mailbox_status) {
-    expect_legacy_step(region, 0, mailbox_status);
   }
 
   Exchange& expect_legacy_write(std::uint8_t region, const ByteVector& image) {
     const auto size = static_cast<std::uint32_t>(image.size());
     return expect_extended_mailbox(region_mailbox(0x1B, region, size, size),
                                    extended_data(size, 0, 5, image));
-  }
-
- private:
-  static constexpr int legacy_step = 128;
-
-  Exchange& expect_legacy_step(std::uint8_t region, std::uint32_t at, std::uint16_t status = 0) {
-    return expect_extended_mailbox(region_mailbox(0x17, region, at, legacy_step),
-                                   extended_data(0, 512, 5, {}))
-        .replies(2, region_mailbox(0x17, region, at, legacy_step, status));
   }
 };
 

@@ -1,15 +1,19 @@
+#include "library/mailbox/region_mailbox.h"
 #include "library/regions/region23.h"
 #include "library/regions/region_update.h"
 #include "tests/library/regions/region_script.h"
 
 #include <ovk/regions.h>
 
-#include <array>
 #include <cstdlib>
+#include <functional>
 #include <memory>
 
 namespace ovk::test {
 namespace {
+
+/** A region's image, and what is the matter with it. */
+using Sample = std::pair<const char*, ByteVector>;
 
 class Region23Test : public RegionTest {
  protected:
@@ -26,22 +30,10 @@ class Region23Test : public RegionTest {
     EXPECT_THAT(image != nullptr ? bytes_of(*image) : ByteVector{}, SameBytes(expected));
   }
 
-  void expect_unchanged(const char* what, const ByteVector& image) {
-    SCOPED_TRACE(what);
-    expect_read(23, image);
-    expect_image(sli4, image);
-  }
-
   /** The default region with what stood in an image behind the default's end. */
   static ByteVector default_over(ByteVector image) {
     std::copy_n(default_region23().begin(), default_end, image.begin());
     return image;
-  }
-
-  void expect_default_of(const char* what, const ByteVector& image) {
-    SCOPED_TRACE(what);
-    expect_read(23, image);
-    expect_image(sli4, default_over(image));
   }
 
   static ByteVector image_of_types(std::initializer_list<std::uint8_t> types,
@@ -49,8 +41,7 @@ class Region23Test : public RegionTest {
     ByteVector image = bare_region23();
     std::size_t at = 8;
     for (const std::uint8_t type : types) {
-      image[at] = type;
-      image[at + 1] = words;
+      image = patched(image, {{at, {type, words}}});
       at += 4 + words * 4U;
     }
     return image;
@@ -58,34 +49,32 @@ class Region23Test : public RegionTest {
 };
 
 TEST_F(Region23Test, AnImageOfFourKnownRecordsIsReadAsItIs) {
-  expect_unchanged("records and an end", patched(default_region23(), {{360, {9, 8, 7}}}));
-  expect_unchanged("an end first", image_of_types({0xff, 0xff, 0xa0, 0xa2}));
-  expect_unchanged("records without data", image_of_types({0xa0, 0xa1, 0xa2, 0xff}, 0));
-  expect_unchanged("the fourth's length does not matter",
-                   patched(default_region23(), {{357, {0xff}}}));
-  expect_unchanged("a fourth record that ends the image",
-                   image_of_types({0xa0, 0xa1, 0xa2, 0xa0}, 83));
+  for (const auto& [what, image] :
+       {Sample{"an end first", image_of_types({0xff, 0xff, 0xa0, 0xa2})},
+        Sample{"records without data", image_of_types({0xa0, 0xa1, 0xa2, 0xff}, 0)},
+        Sample{"a length of the fourth", patched(default_region23(), {{357, {0xff, 9, 8}}})},
+        Sample{"a fourth that ends the image", image_of_types({0xa0, 0xa1, 0xa2, 0xa0}, 83)}}) {
+    SCOPED_TRACE(what);
+    expect_read(23, image);
+    expect_image(sli4, image);
+  }
 }
 
 TEST_F(Region23Test, WhatIsNotARegion23IsReadAsTheDefaultOne) {
-  expect_default_of("signature", patched(bare_region23(), {{3, {'2'}}}));
-  expect_default_of("version", patched(bare_region23(), {{4, {2}}}));
-  expect_default_of("an unknown first record", image_of_types({0xa3, 0xa1, 0xa2, 0xff}));
-  expect_default_of("an unknown fourth record", image_of_types({0xa0, 0xa1, 0xa2, 0xa3}));
-  expect_default_of("a first record beyond the image", image_of_types({0xa0}, 255));
-  expect_default_of("a fourth record behind the image", image_of_types({0xa0, 0xa1, 0xa2}, 84));
-  expect_default_of("an erased region", ByteVector(region23_size, 0xff));
-}
-
-TEST_F(Region23Test, AShortReadIsReadAsTheDefaultRegion) {
-  expect_read(23, bare_region23()).answers(3, 1023);
-  expect_image(sli4, patched(default_over(bare_region23()), {{1023, {0}}}));
-}
-
-TEST_F(Region23Test, OlderBoardsAreReadByMailboxes) {
-  const ByteVector image = patched(default_region23(), {{400, counted_bytes(624)}});
-  expect_legacy_read(23, image);
-  expect_image(sli3, image);
+  for (const auto& [what, image] :
+       {Sample{"signature", patched(image_of_types({0xff, 0xff, 0xff, 0xff}), {{3, {'2'}}})},
+        Sample{"version", patched(image_of_types({0xff, 0xff, 0xff, 0xff}), {{4, {2}}})},
+        Sample{"an unknown first record", image_of_types({0xa3, 0xa1, 0xa2, 0xff})},
+        Sample{"an unknown fourth record", image_of_types({0xa0, 0xa1, 0xa2, 0xa3})},
+        Sample{"a first record beyond the image", image_of_types({0xa0}, 255)},
+        Sample{"a fourth record behind the image", image_of_types({0xa0, 0xa1, 0xa2}, 84)}}) {
+    SCOPED_TRACE(what);
+    expect_read(23, image);
+    expect_image(sli4, default_over(image));
+  }
+  const ByteVector whole = image_of_types({0xa0, 0xa1, 0xa2, 0xff});
+  expect_read(23, whole).answers(3, 1023);
+  expect_image(sli4, patched(default_over(whole), {{1023, {0}}}));
 }
 
 TEST_F(Region23Test, EmptyRegionsReadAsTheDefaultOneAndOtherFailuresFail) {
@@ -93,7 +82,7 @@ TEST_F(Region23Test, EmptyRegionsReadAsTheDefaultOneAndOtherFailuresFail) {
     SCOPED_TRACE(status);
     expect_read(23, bare_region23(), status);
     expect_image(sli4, default_region23());
-    expect_failing_legacy_read(23, status);
+    expect_legacy_read(23, bare_region23(), status);
     expect_image(sli3, default_region23());
   }
   const ByteVector none;
@@ -101,7 +90,7 @@ TEST_F(Region23Test, EmptyRegionsReadAsTheDefaultOneAndOtherFailuresFail) {
   expect_image(sli4, none);
   expect_read(23, bare_region23(), 0xFFFE).delivery_error(-3);
   expect_image(sli4, none);
-  expect_failing_legacy_read(23, 0xFFFC);
+  expect_legacy_read(23, bare_region23(), 0xFFFC);
   expect_image(sli3, none);
 }
 
@@ -109,26 +98,19 @@ TEST_F(Region23Test, InitialisationWritesTheDefaultRegionOnBothGenerations) {
   expect_sli_mode(board0, sli3);
   expect_legacy_write(23, default_region23());
   EXPECT_EQ(OVK_InitR23(0), 0U);
-
   expect_sli_mode(board0, sli4);
   expect_write(23, default_region23(), 0xFFF6);
   EXPECT_EQ(OVK_InitR23(0), 0xFFF6U);
-
-  expect_sli_mode(board0, sli4);
-  expect_write(23, default_region23(), 0xFFF6).delivery_error(1);
-  EXPECT_EQ(OVK_InitR23(0), 0U) << "only the firmware tells of a failure";
-
   expect_no_sli_mode(board0);
   EXPECT_EQ(OVK_InitR23(0), 1U);
 }
 
-TEST_F(Region23Test, AWriteTakesNoMoreThanTheRegion) {
+TEST_F(Region23Test, AWriteTakesNoMoreThanTheRegionAndOnlyTheFirmwareTellsOfItsFailure) {
   const ByteVector bytes(2000, 0x31);
-  expect_write(23, ByteVector(region23_size, 0x31));
+  expect_write(23, ByteVector(region23_size, 0x31), 0xFFF6).delivery_error(1);
   EXPECT_EQ(fcoeSetRegion23(0, bytes.data(), 2000), 0U);
-  expect_write(23, patched(ByteVector(region23_size), {{0, ByteVector(5, 0x31)}}));
+  expect_write(23, ByteVector(5, 0x31)).word(2, region23_size);
   EXPECT_EQ(fcoeSetRegion23(0, bytes.data(), 5), 0U);
-
   expect_adapter_type(board0, with_commands);
   expect_write(22, ByteVector(region22_size, 0x31));
   EXPECT_EQ(fcoeSetRegion22(0, bytes.data(), 2000), 0U);
@@ -140,15 +122,28 @@ class Region22Test : public RegionTest {
     return patched(counted_bytes(region22_size), {{0, {'R', 'G', '2', '2'}}});
   }
 
-  Exchange& expect_read_by_type(const ByteVector& image, std::uint32_t mailbox_status = 0) {
+  Exchange& expect_command_read(const ByteVector& image, std::uint32_t mailbox_status = 0) {
     expect_adapter_type(board0, with_commands);
     return expect_read(22, image, mailbox_status);
   }
 
-  /** A write by the region command asks for the type once more. */
-  Exchange& expect_write_by_type(const ByteVector& image, std::uint32_t mailbox_status = 0) {
-    expect_adapter_type(board0, with_commands);
-    return expect_write(22, image, mailbox_status);
+  /** A read in the way of an adapter type. */
+  void expect_read_by(std::uint32_t type, const ByteVector& image) {
+    expect_adapter_type(board0, type);
+    if (type == without_commands) {
+      expect_legacy_read(22, image);
+    } else {
+      expect_read(22, image);
+    }
+  }
+
+  /** A write in the way of an adapter type. The region command asks for the type once more. */
+  Exchange& expect_write_by(std::uint32_t type, const ByteVector& image) {
+    if (type == without_commands) {
+      return expect_legacy_write(22, image);
+    }
+    expect_adapter_type(board0, type);
+    return expect_write(22, image);
   }
 
   void expect_no_adapter_type() {
@@ -166,12 +161,7 @@ TEST_F(Region22Test, DeliversThirtyTwoEntriesOfWhichTheLastEndsInZeros) {
   expected.resize(entries.size() * sizeof(Region22Entry), 0xEE);
   for (const std::uint32_t type : {with_commands, 0x704U, without_commands}) {
     std::memset(entries.data(), 0xEE, expected.size());
-    expect_adapter_type(board0, type);
-    if (type == without_commands) {
-      expect_legacy_read(22, image);
-    } else {
-      expect_read(22, image);
-    }
+    expect_read_by(type, image);
     EXPECT_EQ(OVK_GetRegion22(0, entries.data(), &count), 0U);
     EXPECT_EQ(count, 32U);
     EXPECT_THAT(bytes_of(entries), SameBytes(expected)) << type;
@@ -180,18 +170,16 @@ TEST_F(Region22Test, DeliversThirtyTwoEntriesOfWhichTheLastEndsInZeros) {
 
 TEST_F(Region22Test, AFailedReadDeliversNothingAndFailsASet) {
   const auto expect_get = [this](std::uint32_t result) {
-    const AllocationWatch memory;
     EXPECT_EQ(OVK_GetRegion22(0, entries.data(), &count), result);
-    EXPECT_EQ(memory.outstanding(), 0);
     EXPECT_EQ(count, 77U);
     EXPECT_EQ(bytes_of(entries.front()), ByteVector(16));
   };
-  expect_read_by_type(sample_region22()).answers(3, 511);
+  expect_command_read(sample_region22()).answers(3, 511);
   expect_get(0xFFFE);
-  expect_read_by_type(patched(sample_region22(), {{3, {'3'}}}));
+  expect_command_read(patched(sample_region22(), {{3, {'3'}}}));
   expect_get(0xFFFE);
   expect_adapter_type(board0, without_commands);
-  expect_failing_legacy_read(22, 0xFFFC);
+  expect_legacy_read(22, sample_region22(), 0xFFFC);
   expect_get(0xFFFC);
 
   const auto expect_both = [&](const auto& script, std::uint32_t of_get, std::uint32_t of_set) {
@@ -201,99 +189,77 @@ TEST_F(Region22Test, AFailedReadDeliversNothingAndFailsASet) {
     EXPECT_EQ(OVK_SetRegion22(0, entries.data(), 1), of_set);
   };
   expect_both([&] { expect_no_adapter_type(); }, 0x0BAD0042, 0x0BAD0042);
-  expect_both([&] { expect_read_by_type(sample_region22(), 0xFFF7); }, 5, 1);
-  expect_both([&] { expect_read_by_type(sample_region22(), 0xFFF6); }, 6, 1);
-  expect_both([&] { expect_read_by_type(sample_region22()).status(0x0BAD0001); }, 1, 1);
+  expect_both([&] { expect_command_read(sample_region22(), 0xFFF7); }, 5, 1);
+  expect_both([&] { expect_command_read(sample_region22(), 0xFFF6); }, 6, 1);
+  expect_both([&] { expect_command_read(sample_region22()).status(0x0BAD0001); }, 1, 1);
 }
 
-TEST_F(Region22Test, ASetReplacesTheFirstEntriesAndKeepsTheRest) {
-  entries[0].bytes[0] = 0xAB;
-  entries[1].bytes[15] = 0xCD;
-  const ByteVector changed =
-      patched(sample_region22(), {{8, ByteVector(32)}, {8, {0xAB}}, {8 + 31, {0xCD}}});
-  expect_read_by_type(sample_region22());
-  expect_write_by_type(changed, 0x1234);
-  EXPECT_EQ(OVK_SetRegion22(0, entries.data(), 2), 0x1234U);
-
-  expect_adapter_type(board0, without_commands);
-  expect_legacy_read(22, sample_region22());
-  expect_legacy_write(22, changed);
-  EXPECT_EQ(OVK_SetRegion22(0, entries.data(), 2), 0U);
-
-  expect_read_by_type(sample_region22());
-  expect_write_by_type(sample_region22());
-  EXPECT_EQ(OVK_SetRegion22(0, nullptr, 0), 0U);
-}
-
-TEST_F(Region22Test, ASetWritesNoMoreEntriesThanFit) {
+TEST_F(Region22Test, ASetReplacesTheFirstEntriesThatFitAndKeepsTheRest) {
   std::memset(entries.data(), 0x5C, entries.size() * sizeof(Region22Entry));
-  for (const std::uint32_t given : {31U, 32U, 64U, 0x10000001U}) {
-    expect_read_by_type(sample_region22());
-    expect_write_by_type(patched(sample_region22(), {{8, ByteVector(31 * 16, 0x5C)}}));
-    EXPECT_EQ(OVK_SetRegion22(0, entries.data(), given), 0U);
+  for (const std::uint32_t type : {with_commands, without_commands}) {
+    for (const std::uint32_t given : {0U, 2U, 31U, 32U, 64U, 0x10000001U}) {
+      expect_read_by(type, sample_region22());
+      expect_write_by(
+          type, patched(sample_region22(), {{8, ByteVector(std::min(given, 31U) * 16, 0x5C)}}));
+      EXPECT_EQ(OVK_SetRegion22(0, entries.data(), given), 0U);
+    }
   }
+  entries[0].bytes[1] = 0xAB;
+  expect_read_by(with_commands, sample_region22());
+  expect_write_by(with_commands,
+                  patched(sample_region22(), {{8, ByteVector(16, 0x5C)}, {9, {0xAB}}}))
+      .replies(2, 0x1234U);
+  EXPECT_EQ(OVK_SetRegion22(0, entries.data(), 1), 0x1234U);
 }
 
 TEST_F(Region22Test, ASetFirstRepairsARegionThatIsEmptyOrDamaged) {
   entries[0].bytes[0] = 0xAB;
-  const ByteVector changed = patched(default_region22(), {{8, {0xAB}}});
-  const auto expect_repaired = [&](const char* what) {
+  const auto expect_repaired = [&](const char* what, std::uint32_t type) {
     SCOPED_TRACE(what);
-    expect_write_by_type(default_region22());
-    expect_write_by_type(patched(changed, {{9, ByteVector(15)}}));
+    expect_write_by(type, default_region22());
+    expect_write_by(type, patched(default_region22(), {{8, {0xAB}}}));
     EXPECT_EQ(OVK_SetRegion22(0, entries.data(), 1), 0U);
   };
-  expect_read_by_type(sample_region22(), 0xFFFD);
-  expect_repaired("empty");
-  expect_read_by_type(patched(sample_region22(), {{0, {'r'}}}));
-  expect_repaired("no signature");
-  expect_read_by_type(sample_region22()).answers(3, 100);
-  expect_repaired("too short");
-
+  expect_command_read(sample_region22(), 0xFFFD);
+  expect_repaired("empty", with_commands);
+  expect_command_read(patched(sample_region22(), {{0, {'r'}}}));
+  expect_repaired("no signature", with_commands);
+  expect_command_read(sample_region22()).answers(3, 100);
+  expect_repaired("too short", with_commands);
   for (const auto status : std::to_array<std::uint16_t>({0xFFFC, 0xFFFE})) {
-    SCOPED_TRACE(status);
     expect_adapter_type(board0, without_commands);
-    expect_failing_legacy_read(22, status);
-    expect_legacy_write(22, default_region22());
-    expect_legacy_write(22, changed);
-    EXPECT_EQ(OVK_SetRegion22(0, entries.data(), 1), 0U);
+    expect_legacy_read(22, sample_region22(), status);
+    expect_repaired("read by mailboxes", without_commands);
   }
 
-  expect_read_by_type(sample_region22(), 0xFFFD);
-  expect_write_by_type(default_region22(), 0xFFF6);
-  const AllocationWatch memory;
+  expect_command_read(sample_region22(), 0xFFFD);
+  expect_write_by(with_commands, default_region22()).replies(2, 0xFFF6U);
   EXPECT_EQ(OVK_SetRegion22(0, entries.data(), 1), 0xFFF6U) << "a failed repair ends the set";
-  EXPECT_EQ(memory.outstanding(), 0);
 }
 
 TEST_F(Region22Test, InitialisationWritesARegionWithoutEntries) {
-  expect_adapter_type(board0, with_commands);
-  expect_write_by_type(default_region22(), 9);
-  EXPECT_EQ(OVK_InitR22(0), 9U);
-  expect_adapter_type(board0, without_commands);
-  expect_legacy_write(22, default_region22());
-  EXPECT_EQ(OVK_InitR22(0), 0U);
+  for (const std::uint32_t type : {with_commands, without_commands}) {
+    expect_adapter_type(board0, type);
+    expect_write_by(type, default_region22());
+    EXPECT_EQ(OVK_InitR22(0), 0U);
+  }
   expect_no_adapter_type();
   EXPECT_EQ(OVK_InitR22(0), 0x0BAD0042U);
 }
 
 TEST_F(Region22Test, OnlyAdaptersWithRegionCommandsAreWrittenByThem) {
-  ByteVector image(1000, 0x42);
+  const ByteVector image(1000, 0x42);
   expect_adapter_type(board0, 0x704);
   expect_write(14, image, 0xFFF6);
   EXPECT_EQ(OVK_SetRegion14(0, image.data()), 0xFFF6U);
-  expect_adapter_type(board0, with_commands);
-  expect_write(14, image).status(0x0BAD0001);
-  EXPECT_EQ(OVK_SetRegion14(0, image.data()), 0U) << "only the firmware tells of a failure";
   expect_adapter_type(board0, without_commands);
   EXPECT_EQ(OVK_SetRegion14(0, image.data()), 2U);
-  expect_adapter_type(board0, without_commands);
-  EXPECT_EQ(fcoeSetRegion22(0, image.data(), 512), 2U);
   expect_no_adapter_type();
   EXPECT_EQ(OVK_SetRegion14(0, image.data()), 0x0BAD0042U);
 }
 
-TEST_F(Region22Test, WithoutMemoryNothingOfARegionIsSent) {
+TEST_F(Region22Test, WithoutMemoryNothingOfARegionIsSentAndWithItAllIsFreed) {
+  ByteVector dest(region23_size);
   Region23Image* image = nullptr;
   std::uint32_t length = 77;
   const auto expect_no_memory = [](const auto& call) {
@@ -301,14 +267,22 @@ TEST_F(Region22Test, WithoutMemoryNothingOfARegionIsSent) {
     EXPECT_EQ(call(), 12U);
   };
   expect_no_memory([&] { return GetRegion23(0, &image, &length, sli4); });
-  expect_adapter_type(board0, with_commands);
-  expect_no_memory([&] { return OVK_GetRegion22(0, entries.data(), &count); });
-  expect_adapter_type(board0, with_commands);
-  expect_no_memory([&] { return OVK_SetRegion22(0, entries.data(), 1); });
-  expect_adapter_type(board0, with_commands);
-  expect_no_memory([] { return OVK_InitR22(0); });
+  expect_no_memory([&] { return LEG_IssueDumpMBox(0, dest.data(), 23); });
   expect_sli_mode(board0, sli4);
   expect_no_memory([] { return OVK_InitR23(0); });
+  for (int i = 0; i < 3; ++i) {
+    expect_adapter_type(board0, with_commands);
+  }
+  expect_no_memory([&] { return OVK_GetRegion22(0, entries.data(), &count); });
+  expect_no_memory([&] { return OVK_SetRegion22(0, entries.data(), 1); });
+  expect_no_memory([] { return OVK_InitR22(0); });
+
+  expect_read_by(without_commands, sample_region22());
+  expect_write_by(without_commands, patched(sample_region22(), {{8, ByteVector(16)}}));
+  const AllocationWatch memory;
+  EXPECT_EQ(OVK_SetRegion22(0, entries.data(), 1), 0U);
+  EXPECT_EQ(memory.allocations(), 6) << "the image, and the extension of each mailbox";
+  EXPECT_EQ(memory.outstanding(), 0);
 }
 
 }  // namespace
