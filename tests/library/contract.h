@@ -95,6 +95,46 @@ inline constexpr Run in_order{[](std::uint32_t board, std::uint8_t* memory) {
                               },
                               InOrder<function, untyped>::all(function)};
 
+/** The call with other arguments or another answer than its row has, and what they come to. */
+struct Variation {
+  Run run =
+      {};  ///< in place of the row's, and with it all that is given, sent and always delivered
+
+  // Besides those of the row:
+  std::vector<Place> given = {};
+  std::vector<Place> words = {};
+  std::vector<Copy> sends = {};
+  std::vector<Place> answers = {};
+  std::vector<std::pair<std::size_t, Place>> replies = {};
+
+  // In place of those of the row:
+  std::vector<Copy> shares = {};
+  std::vector<Copy> gets = {};     ///< whatever the ending
+  std::vector<Place> leaves = {};  ///< words of the caller's memory, where nothing is copied
+  std::uint32_t result = 0;
+  std::uint32_t status = 0;
+  int delivery = 0;
+  bool allocates = true;  ///< if the row does
+};
+
+/** A table with an entry for each board, which gets bytes of the answer on success. */
+struct Kept {
+  void* table = nullptr;
+  std::size_t source = 0;
+  std::size_t at = 0;
+  std::size_t size = 0;
+};
+
+/** Whose number a command carries. Its log lines name the caller's board, or 0 for the module. */
+enum class Addressee { board, driver_board_0, module };
+
+/** A command that a call sends besides the one of its row. Its answer is zeros. */
+struct Besides {
+  const char* command;
+  std::vector<Place> words = {};
+  Addressee addressee = Addressee::board;
+};
+
 struct Contract {
   const char* call;
   const char* command;
@@ -106,6 +146,9 @@ struct Contract {
   std::vector<Place> words = {};  ///< words of the block, those of `sends` besides
   std::vector<Copy> sends = {};
   std::vector<Copy> shares = {};  ///< what the driver reads and writes in the caller's own memory
+  bool sends_tag = false;         ///< the board's refresh tag, in word 4
+  bool passes_on = true;          ///< else the row tells nothing of the payloads
+  Addressee addressee = Addressee::board;
 
   // The way back. All words and payloads that the driver writes have other bytes than before.
   std::vector<Place> answers = {};  ///< words of the block that mean something
@@ -114,6 +157,7 @@ struct Contract {
   std::vector<Copy> gets = {};                              ///< on success
   std::vector<Copy> refused = {};                           ///< on every other status
   std::pair<std::uint32_t, std::vector<Copy>> told = {};    ///< on one other status
+  Kept keeps = {};
 
   // The results.
   std::uint32_t success = 0;
@@ -125,16 +169,23 @@ struct Contract {
   std::vector<std::uint32_t> no_memory = {};  ///< when the first allocation fails, the second, ...
   bool allocates_first = false;               ///< before the gate
   bool sends_anyhow = false;                  ///< with a null pointer, when there is no memory
-  bool of_the_module = false;                 ///< it addresses no board
+  std::vector<Variation> variations = {};
+
+  std::vector<Besides> before = {};
+  std::vector<Besides> after = {};  ///< on success
 
   // The log, where it differs from the names above.
   const char* logged_call = call;
   const char* call_text = command;
   const char* result_text = command;
   LoggedLines lines = all_lines;
+  const char* also_logged = nullptr;  ///< before each of its commands
 };
 
 /** The calls that pass their arguments on. */
 const std::vector<Contract>& contracts();
+
+/** Those, and for each command that none of them sends a call that does more than send it. */
+const std::vector<Contract>& logged_commands();
 
 }  // namespace ovk::test

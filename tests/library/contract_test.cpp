@@ -5,10 +5,13 @@
 #include "tests/support/library_test.h"
 
 #include <ovk/core.h>
+#include <ovk/hbaapi.h>
 
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <iterator>
+#include <numeric>
 #include <string>
 
 namespace ovk::test {
@@ -34,14 +37,55 @@ void copy(const ByteVector& from, std::size_t at, ByteVector& to, std::size_t pl
   std::memcpy(to.data() + place, from.data() + at, size);
 }
 
+/** How a call's command ends at the driver. */
+struct CallEnding {
+  std::uint32_t board;
+  std::uint32_t status = 0;
+  int delivery = 0;
+  std::uint32_t mode = 0;
+
+  [[nodiscard]] bool succeeds() const { return status == 0 && delivery == 0; }
+};
+
+/** The row as a variation has it. */
+Contract varied(Contract row, const Variation& other) {
+  const auto append = []<typename Items>(Items& to, const Items& more) {
+    to.insert(to.end(), more.begin(), more.end());
+  };
+  if (other.run.call != nullptr) {
+    row.run = other.run;
+    row.given = row.words = {};
+    row.sends = row.always = {};
+  }
+  append(row.given, other.given);
+  append(row.words, other.words);
+  append(row.sends, other.sends);
+  append(row.answers, other.answers);
+  append(row.replies, other.replies);
+  append(row.always, other.gets);
+  row.shares = other.shares;
+  row.gets = row.refused = {};
+  row.told = {};
+  return row;
+}
+
+std::string name_of(const testing::TestParamInfo<Contract>& row) {
+  return std::string{row.param.call} + row.param.variant;
+}
+
 class ContractTest : public LibraryTest, public testing::WithParamInterface<Contract> {
  protected:
-  const Contract& contract = GetParam();
+  ContractTest() { std::iota(std::begin(ovk_refresh_timer), std::end(ovk_refresh_timer), 0x5670); }
+
+  Contract contract = GetParam();
   const DriverCommand& command = command_of(contract);
   /** What the driver gives back, by source: the words of the block, then the payloads. */
-  const std::array<ByteVector, 6> sources = answers();
+  std::array<ByteVector, 6> sources = answers();
 
-  static std::uint32_t number_of(std::uint32_t board) {
+  static std::uint32_t number_of(std::uint32_t board, Addressee addressee) {
+    if (addressee != Addressee::board) {
+      return no_board;
+    }
     return board == 0 ? board0 : board == 1 ? board1 : unmapped_number;
   }
 
@@ -74,16 +118,27 @@ class ContractTest : public LibraryTest, public testing::WithParamInterface<Cont
 
   void expect_mode_question(std::uint32_t board, std::uint32_t mode) {
     if (!contract.gate.admitted.empty()) {
-      expect_sli_mode(number_of(board), mode);
+      expect_sli_mode(number_of(board, Addressee::board), mode);
+    }
+  }
+
+  void expect_others(std::uint32_t board, const std::vector<Besides>& others) {
+    for (const auto& [name, words, addressee] : others) {
+      Exchange& exchange = channel.expect(name, number_of(board, addressee));
+      for (const auto& [word, value] : words) {
+        exchange.word(word, value);
+      }
     }
   }
 
   /** Expects the command with all that it carries, and answers it. */
   Exchange& expect_command(std::uint32_t board, const ByteVector& memory) {
-    Exchange& exchange =
-        channel.expect(contract.command, contract.of_the_module ? no_board : number_of(board));
+    Exchange& exchange = channel.expect(contract.command, number_of(board, contract.addressee));
     for (const auto& [word, value] : contract.words) {
       exchange.word(word, value);
+    }
+    if (contract.sends_tag && board < OVK_MAX_BOARDS) {
+      exchange.word(4, ovk_refresh_timer[board]);
     }
     std::array<ByteVector, max_payloads> sent;
     for (std::size_t i = 0; i < command.payload_count; ++i) {
@@ -106,7 +161,7 @@ class ContractTest : public LibraryTest, public testing::WithParamInterface<Cont
       exchange.answers(word, value);
     }
     for (std::size_t i = 0; i < command.payload_count; ++i) {
-      if (command.payloads[i].direction != Direction::descriptor) {
+      if (contract.passes_on && command.payloads[i].direction != Direction::descriptor) {
         exchange.holds(i + 1, sent[i]);
       }
       if (command.payloads[i].direction == Direction::output ||
@@ -117,8 +172,20 @@ class ContractTest : public LibraryTest, public testing::WithParamInterface<Cont
     return exchange;
   }
 
-  /** The caller's memory when a command has ended this way. */
-  [[nodiscard]] ByteVector memory_after(std::uint32_t status, int delivery) const {
+  /** Expects all that the call sends; a mode of 0 is the first that its gate admits. */
+  void expect_call(const CallEnding& ending, const ByteVector& memory) {
+    const auto& [board, status, delivery, mode] = ending;
+    expect_mode_question(
+        board, mode != 0 || contract.gate.admitted.empty() ? mode : contract.gate.admitted.front());
+    expect_others(board, contract.before);
+    expect_command(board, memory).ends_with(status, delivery);
+    if (ending.succeeds()) {
+      expect_others(board, contract.after);
+    }
+  }
+
+  /** The caller's memory when the call has ended this way. */
+  [[nodiscard]] ByteVector memory_after(const CallEnding& ending) const {
     ByteVector memory = given();
     const auto deliver = [&](const std::vector<Copy>& copies) {
       for (const auto& [payload, at, offset, size] : copies) {
@@ -127,47 +194,79 @@ class ContractTest : public LibraryTest, public testing::WithParamInterface<Cont
     };
     deliver(contract.shares);
     deliver(contract.always);
-    if (status == 0 && delivery == 0) {
+    if (ending.succeeds()) {
       deliver(contract.gets);
-    } else if (delivery == 0) {
+    } else if (ending.delivery == 0) {
       deliver(contract.refused);
     }
-    if (status != 0 && status == contract.told.first) {
+    if (ending.status != 0 && ending.status == contract.told.first) {
       deliver(contract.told.second);
     }
     return memory;
   }
 
-  [[nodiscard]] std::uint32_t result_of(std::uint32_t status, int delivery) const {
-    if (status == 0 && delivery == 0) {
+  [[nodiscard]] ByteVector table() const {
+    const auto* const entries = static_cast<const std::uint8_t*>(contract.keeps.table);
+    return {entries, entries + contract.keeps.size * OVK_MAX_BOARDS};
+  }
+
+  [[nodiscard]] ByteVector table_after(const CallEnding& ending) const {
+    const Kept& kept = contract.keeps;
+    ByteVector entries = table();
+    if (ending.succeeds() && ending.board < OVK_MAX_BOARDS) {
+      copy(sources[kept.source], kept.at, entries, kept.size * ending.board, kept.size);
+    }
+    return entries;
+  }
+
+  [[nodiscard]] std::uint32_t result_of(const CallEnding& ending) const {
+    if (ending.succeeds()) {
       return contract.success;
     }
-    if (delivery != 0 && contract.undelivered != Undelivered::by_status) {
-      return contract.undelivered == Undelivered::error ? static_cast<std::uint32_t>(delivery)
-                                                        : contract.otherwise;
+    if (ending.delivery != 0 && contract.undelivered != Undelivered::by_status) {
+      return contract.undelivered == Undelivered::error
+                 ? static_cast<std::uint32_t>(ending.delivery)
+                 : contract.otherwise;
     }
     if (contract.passes_status) {
-      return status;
+      return ending.status;
     }
-    const auto mapped =
-        std::ranges::find(contract.results, status, &decltype(contract.results)::value_type::first);
+    const auto mapped = std::ranges::find(contract.results, ending.status,
+                                          &decltype(contract.results)::value_type::first);
     return mapped != contract.results.end() ? mapped->second : contract.otherwise;
   }
 
   /** Makes the call, which is to end this way. */
-  void expect_ending(std::uint32_t board, std::uint32_t status, int delivery,
-                     std::uint32_t mode = 0) {
+  void expect_ending(const CallEnding& ending) {
+    expect_ending(ending, result_of(ending), memory_after(ending), contract.no_memory.size());
+  }
+
+  void expect_ending(const CallEnding& ending, std::uint32_t result, const ByteVector& after,
+                     std::size_t allocations) {
+    const auto& [board, status, delivery, mode] = ending;
     SCOPED_TRACE(testing::Message() << "board " << board << ", status " << std::hex << status
                                     << ", delivery " << std::dec << delivery);
     ByteVector memory = given();
-    expect_mode_question(
-        board, mode != 0 || contract.gate.admitted.empty() ? mode : contract.gate.admitted.front());
-    expect_command(board, memory).ends_with(status, delivery);
+    const ByteVector kept = table_after(ending);
+    expect_call(ending, memory);
     const AllocationWatch watch;
-    EXPECT_EQ(contract.run.call(board, memory.data()), result_of(status, delivery));
-    EXPECT_EQ(watch.allocations(), contract.no_memory.size());
+    EXPECT_EQ(contract.run.call(board, memory.data()), result);
+    EXPECT_EQ(watch.allocations(), allocations);
     EXPECT_EQ(watch.outstanding(), 0);
-    EXPECT_THAT(memory, SameBytes(memory_after(status, delivery)));
+    EXPECT_THAT(memory, SameBytes(after));
+    EXPECT_THAT(table(), SameBytes(kept));
+  }
+
+  /** Makes the call as the variation has it. */
+  void expect_variation(const Variation& other) {
+    contract = varied(GetParam(), other);
+    sources = answers();
+    const CallEnding ending{0, other.status, other.delivery};
+    ByteVector after = memory_after(ending);
+    for (const auto& [offset, value] : other.leaves) {
+      after = with_at(std::move(after), offset, value);
+    }
+    expect_ending(ending, other.result, after, other.allocates ? contract.no_memory.size() : 0);
   }
 
   /** Makes the call, which is to send nothing and to leave its memory alone. */
@@ -181,17 +280,21 @@ class ContractTest : public LibraryTest, public testing::WithParamInterface<Cont
 };
 
 TEST_P(ContractTest, EveryEndingHasItsResultAndItsEffects) {
-  for (const std::uint32_t board : {0U, 1U, beyond_the_tables}) {
-    expect_ending(board, 0, 0);
+  for (const std::uint32_t board : {0U, 1U, beyond_the_tables, 0x80000000U}) {
+    expect_ending({board});
   }
   for (const std::uint32_t mode : contract.gate.admitted) {
-    expect_ending(1, 0, 0, mode);
+    expect_ending({.board = 1, .mode = mode});
   }
-  expect_ending(0, 0, 5);
-  expect_ending(0, 0, -3);
+  expect_ending({.board = 0, .delivery = 5});
+  expect_ending({.board = 0, .delivery = -3});
   for (const std::uint32_t status : statuses) {
-    expect_ending(0, status, 0);
-    expect_ending(0, status, 5);
+    expect_ending({0, status});
+    expect_ending({0, status, 5});
+  }
+  for (std::size_t i = 0; i < GetParam().variations.size(); ++i) {
+    SCOPED_TRACE(testing::Message() << "variation " << i);
+    expect_variation(GetParam().variations[i]);
   }
 }
 
@@ -214,42 +317,65 @@ TEST_P(ContractTest, NothingIsSentThroughAClosedGateOrWithoutMemory) {
   }
 }
 
-TEST_P(ContractTest, TheLogTellsOfTheCallAndItsEnding) {
+INSTANTIATE_TEST_SUITE_P(Calls, ContractTest, testing::ValuesIn(contracts()), name_of);
+
+class LogLinesTest : public ContractTest {
+ protected:
+  /** The lines of the call that are not those of its other commands. */
+  std::vector<LogLine> own_lines() {
+    std::vector<LogLine> lines = log_lines();
+    std::erase_if(lines, [this](const LogLine& line) {
+      const auto names = [&](const Besides& other) {
+        return line.text.find(other.command) != std::string::npos;
+      };
+      return line.function != contract.logged_call || std::ranges::any_of(contract.before, names);
+    });
+    return lines;
+  }
+
+  [[nodiscard]] std::string result_line(const char* start, const char* end) const {
+    const std::string name = contract.result_text;
+    const char* const board = contract.addressee == Addressee::module ? " brd[0]" : " brd[1]";
+    return start + std::string(name.size() < 28 ? 28 - name.size() : 0, ' ') + name + board + end;
+  }
+};
+
+TEST_P(LogLinesTest, NameTheCallAndTheCommandAndItsEnding) {
   log_at(OVK_LOG_CALL | OVK_LOG_SUCCESS | OVK_LOG_ERROR);
-  for (const auto& [status, delivery] : {std::pair{0U, 0}, {0x0BAD00ABU, 0x1D}}) {
+  for (const CallEnding& ending : {CallEnding{1}, CallEnding{1, 0x0BAD00AB, 0x1D}}) {
     ByteVector memory = given();
-    expect_mode_question(1, contract.gate.admitted.empty() ? 0 : contract.gate.admitted.front());
-    expect_command(1, memory).ends_with(status, delivery);
+    expect_call(ending, memory);
     contract.run.call(1, memory.data());
   }
-  std::vector<LogLine> lines = log_lines();
-  std::erase_if(lines, [this](const LogLine& line) {
-    return line.function != contract.logged_call || !line.text.starts_with('c');
-  });
-
-  const auto padded = [this](const std::string& start) {
-    const std::string name = contract.result_text;
-    const std::string board = contract.of_the_module ? " brd[0]" : " brd[1]";
-    return start + std::string(name.size() < 28 ? 28 - name.size() : 0, ' ') + name + board;
-  };
-  const LogLine call{contract.logged_call, std::string{"call: "} + contract.call_text + " id"};
   std::vector<LogLine> expected;
   for (const auto& [line, text] :
-       {std::pair{success_line, padded("cmd ok:  ") + " id"},
-        {failure_line, padded("cmd err: ") + " stat[x1d:xbad00ab] id"}}) {
+       {std::pair{success_line, result_line("cmd ok:  ", " id")},
+        {failure_line, result_line("cmd err: ", " stat[x1d:xbad00ab] id")}}) {
+    if (contract.also_logged != nullptr) {
+      expected.push_back({contract.logged_call, contract.also_logged});
+    }
     if ((contract.lines & call_line) != 0) {
-      expected.push_back(call);
+      expected.push_back(
+          {contract.logged_call, std::string{"call: "} + contract.call_text + " id"});
     }
     if ((contract.lines & line) != 0) {
       expected.push_back({contract.logged_call, text});
     }
   }
-  EXPECT_EQ(lines, expected);
+  EXPECT_EQ(own_lines(), expected);
 }
 
-INSTANTIATE_TEST_SUITE_P(Calls, ContractTest, testing::ValuesIn(contracts()), [](const auto& row) {
-  return std::string{row.param.call} + row.param.variant;
-});
+INSTANTIATE_TEST_SUITE_P(Commands, LogLinesTest, testing::ValuesIn(logged_commands()), name_of);
+
+TEST(LoggedCommandsTest, AreAllThatTheLibrarySends) {
+  for (const DriverCommand& command : commands) {
+    // The boards are discovered in one loop over all numbers, whose lines BoardTest looks at.
+    const bool elsewhere = command.name.empty() || command.name == "RAVN_MGMT_INITBRDS";
+    EXPECT_EQ(std::ranges::count(logged_commands(), command.name, &Contract::command) == 0,
+              elsewhere)
+        << command.name;
+  }
+}
 
 }  // namespace
 }  // namespace ovk::test
