@@ -41,7 +41,7 @@ TEST_F(FcoeRecordsTest, ParametersAreWrittenAsTheAdapterKeepsThem) {
   const auto expect_set = [this](const FcoeParams& given, const ByteVector& before,
                                  const ByteVector& after) {
     expect_region(region_with(before));
-    expect_write(23, region_with(after), 0xFFF7);
+    expect_write(23, region_with(after)).replies(2, 0xFFF7U);
     EXPECT_EQ(OVK_FCoESetParams(0, &given), 0xFFF7U);
   };
   const ByteVector other{0xa0, 2, 9, 0xff, 7, 7, 7, 0x44, 7, 7, 7, 7};

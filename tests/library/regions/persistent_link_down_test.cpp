@@ -59,12 +59,12 @@ TEST_F(PersistentLinkDownTest, ASetChangesItsSlotAndTheHeaderOnlyOnEveryGenerati
                                  const ByteVector& after) {
     const ByteVector before = patched(region_with(slots), {{link_at + 2, {0x55, 0x66}}});
     expect_opened(before);
-    expect_write(23, region_with(after), 0x99);
+    expect_write(23, region_with(after)).replies(2, 0x99U);
     EXPECT_EQ(OVK_SetPersistLinkDown(0, link_down), 0x99U) << "the firmware's status";
 
     expect_opening(sli3);
-    expect_legacy_read(23, before);
-    expect_legacy_write(23, region_with(after));
+    expect_read(23, before, 0, sli3);
+    expect_write(23, region_with(after), sli3);
     EXPECT_EQ(OVK_SetPersistLinkDown(0, link_down), 0U);
   };
   expect_set(5, {1, 7, comes_up, 7, 1, 7, 1, 7}, {1, 7, kept_down, 7, 1, 7, 1, 7});

@@ -68,43 +68,50 @@ inline ByteVector region23_ending_with(const ByteVector& record, std::uint8_t ot
 
 class RegionTest : public MailboxTest {
  protected:
-  /** A read of a region by the region command; the answer can be changed. */
-  Exchange& expect_read(std::uint32_t region, const ByteVector& image,
-                        std::uint32_t mailbox_status = 0) {
+  /** A read of a region by the region command or, below SLI-4, by mailboxes, of which a status
+      ends the first; the last answer can be changed. */
+  Exchange& expect_read(std::uint8_t region, const ByteVector& image, std::uint16_t status = 0,
+                        std::uint32_t sli_mode = sli4) {
+    if (sli_mode == sli3) {
+      return expect_legacy_read(region, image, status);
+    }
+    const auto size = static_cast<std::uint32_t>(image.size());
     expect_sli_mode(board0, sli4);
     return channel.expect("RAVN_MGMT_HBA_ISSUE_DMP_MBX", board0)
-        .word(2, static_cast<std::uint32_t>(image.size()))
-        .sends(1, std::array{2U, region, 0U})
-        .answers(3, static_cast<std::uint32_t>(image.size()))
+        .word(2, size)
+        .sends(1, std::array{2U, std::uint32_t{region}, 0U})
+        .answers(3, size)
         .replies(2, image)
-        .replies(3, mailbox_status);
+        .replies(3, status);
   }
 
-  Exchange& expect_write(std::uint32_t region, const ByteVector& image,
-                         std::uint32_t mailbox_status = 0) {
+  /** A write of a region in the same two ways. */
+  Exchange& expect_write(std::uint8_t region, const ByteVector& image,
+                         std::uint32_t sli_mode = sli4) {
+    const auto size = static_cast<std::uint32_t>(image.size());
+    if (sli_mode == sli3) {
+      return expect_extended_mailbox(region_mailbox(0x1B, region, size, size),
+                                     extended_data(size, 0, 5, image));
+    }
     expect_sli_mode(board0, sli4);
     return channel.expect("RAVN_MGMT_HBA_ISSUE_UPD_MBX", board0)
-        .word(2, static_cast<std::uint32_t>(image.size()))
+        .word(2, size)
         .word(4, region)
-        .sends(1, image)
-        .replies(2, mailbox_status);
+        .sends(1, image);
   }
 
-  /** A read of a region by mailboxes; with a status the first one fails. */
-  void expect_legacy_read(std::uint8_t region, const ByteVector& image, std::uint16_t status = 0) {
+ private:
+  Exchange& expect_legacy_read(std::uint8_t region, const ByteVector& image, std::uint16_t status) {
     constexpr std::uint32_t step = 128;
+    Exchange* last = nullptr;
     for (std::uint32_t at = 0; at == 0 || (status == 0 && at < image.size()); at += step) {
       const ByteVector data{image.begin() + at, image.begin() + at + step};
-      expect_extended_mailbox(region_mailbox(0x17, region, at, step), extended_data(0, 512, 5, {}))
-          .replies(2, region_mailbox(0x17, region, at, step, status))
-          .replies(3, extended_data(0, 0, 0, data));
+      last = &expect_extended_mailbox(region_mailbox(0x17, region, at, step),
+                                      extended_data(0, 512, 5, {}))
+                  .replies(2, region_mailbox(0x17, region, at, step, status))
+                  .replies(3, extended_data(0, 0, 0, data));
     }
-  }
-
-  Exchange& expect_legacy_write(std::uint8_t region, const ByteVector& image) {
-    const auto size = static_cast<std::uint32_t>(image.size());
-    return expect_extended_mailbox(region_mailbox(0x1B, region, size, size),
-                                   extended_data(size, 0, 5, image));
+    return *last;
   }
 };
 
