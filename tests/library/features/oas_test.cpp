@@ -16,70 +16,57 @@ namespace {
 constexpr Wwn local{{0x10, 0, 2, 0, 0x54, 1, 2, 3}};
 constexpr Wwn target{{0x10, 0, 2, 0x0a, 0x54, 0x20, 4, 0xf5}};
 const std::string port_digits = "10000200540102031000020a542004f5";
-/** What set(5, 0) sends. */
+/** What set(5) sends. */
 const std::string lun5_rule = "00" + port_digits + "0000000000000005";
 constexpr std::uint8_t untouched = 0xEE;
+constexpr std::size_t node_size = 308;
 
 class OasTest : public LibraryTest {
  protected:
-  OasTest() { std::memset(&list, untouched, sizeof list); }
-
-  Exchange& expect_list() {
+  Exchange& expect_list(std::uint32_t available) {
     return channel.expect("RAVN_MGMT_OAS_GET", board0)
         .word(6, 4117)
         .sends(1, local)
-        .sends(2, target);
+        .sends(2, target)
+        .answers(3, available);
   }
-  Exchange& expect_probe(std::uint32_t version) {
+  Exchange& expect_probe(std::uint32_t version = 2) {
     return channel.expect("RAVN_MGMT_OAS_VER", board0).word(6, 4120).answers(4, version);
   }
-  Exchange& expect_set(std::uint32_t operation, const std::string& rule) {
+  Exchange& expect_set(const std::string& rule = lun5_rule, std::uint32_t operation = 1) {
     return channel.expect("RAVN_MGMT_OAS_SET", board0)
         .word(5, operation)
         .word(6, 4119)
         .sends(1, ByteVector(rule.begin(), rule.end()));
   }
-  /** Expects the rule that set(5, 0) sends, and answers with this status. */
-  Exchange& expect_lun5_rule(std::uint32_t status = 0) {
-    expect_probe(2);
-    return expect_set(1, lun5_rule).status(status);
-  }
-  /** Expects a rule and all that belongs to it. */
-  void expect_success(std::uint32_t version, std::uint32_t operation, const std::string& rule) {
-    expect_probe(version);
-    expect_set(operation, rule);
-    expect_nodes({target}, 1);
-  }
   /** Expects the question for the local port's nodes, and answers that it knows these. */
   Exchange& expect_nodes(const std::vector<Wwn>& nodes, std::uint32_t count) {
-    ByteVector reply(4 + 308 * nodes.size());
-    std::memcpy(reply.data(), &count, sizeof count);
+    ByteVector reply(4 + node_size * nodes.size());
+    reply = with_at(reply, 0, count);
     for (std::size_t i = 0; i < nodes.size(); ++i) {
-      std::memcpy(&reply[4 + 308 * i + 284], &nodes[i], sizeof nodes[i]);
+      reply = with_at(reply, 4 + node_size * i + 284, nodes[i]);
     }
-    ByteVector request(28);
-    std::memcpy(&request[8], &local, sizeof local);
     return channel.expect("RAVN_MGMT_VPORT_GET_NODE_INFO", board0)
         .word(2, 64)
-        .sends(1, request)
+        .sends(1, with_at(ByteVector(28), 8, local))
         .replies(2, reply);
   }
 
   std::uint32_t get() { return OVK_GetOASLunList(0, &local, &target, 0xDEAD, &list); }
-  static std::uint32_t set(std::uint32_t low, std::uint32_t high, std::uint8_t operation = 1) {
-    return OVK_SetOASLun(0, &local, &target, low, high, 0xDEAD, operation);
+  static std::uint32_t set(std::uint64_t lun, std::uint8_t operation = 1) {
+    return OVK_SetOASLun(0, &local, &target, static_cast<std::uint32_t>(lun),
+                         static_cast<std::uint32_t>(lun >> 32), 0xDEAD, operation);
   }
   static std::uint32_t set_v2(std::uint8_t operation, std::uint8_t priority,
                               std::uint64_t lun = 5) {
-    OasRule rule;
-    std::memset(&rule, untouched, sizeof rule);
+    auto rule = record_of<OasRule>(untouched);
     rule.operation = operation;
     rule.priority = priority;
     rule.lun = lun;
     return OVK_SetOASLunV2(0, &local, &target, 0xDEAD, &rule);
   }
 
-  OasLunList list;
+  OasLunList list = record_of<OasLunList>(untouched);
 };
 
 TEST_F(OasTest, EntriesAreReshapedByteForByte) {
@@ -88,7 +75,7 @@ TEST_F(OasTest, EntriesAreReshapedByteForByte) {
   reply.insert(reply.end(), {0, 1, 0, 0, 0, 0, 0, 0, 0xFE, 0x2A});
   reply.resize(26 + 16);
   reply.insert(reply.end(), {0xA0, 0xA1, 0xA2, 0xA3, 0xA4, 0xA5, 0xA6, 0xA7, 0x01, 0});
-  expect_list().answers(3, 2).replies(3, reply);
+  expect_list(2).replies(3, reply);
   list.count = 2;
   EXPECT_EQ(get(), OVK_OK);
   EXPECT_EQ(list.count, 2U);
@@ -108,139 +95,112 @@ TEST_F(OasTest, TheListTellsHowManyThereAreAndStaysWithinItsBounds) {
     std::uint32_t room;
     std::uint32_t available;
     std::uint32_t result;
-  } const cases[] = {{0, 3, OVK_MORE_DATA},
-                     {2, 3, OVK_MORE_DATA},
-                     {0, 0, OVK_OK},
-                     {256, 300, OVK_MORE_DATA},
-                     {0xFFFFFFFF, 0xFFFFFFFE, OVK_OK}};
+  } const cases[] = {
+      {2, 3, OVK_MORE_DATA}, {256, 300, OVK_MORE_DATA}, {0xFFFFFFFF, 0xFFFFFFFE, OVK_OK}};
   for (const auto& [room, available, result] : cases) {
-    std::memset(&list, untouched, sizeof list);
-    expect_list().answers(3, available);
+    list = record_of<OasLunList>(untouched);
     list.count = room;
+    expect_list(available);
     EXPECT_EQ(get(), result) << available << " in " << room;
     EXPECT_EQ(list.count, available);
-    const std::size_t delivered = std::min({room, available, 256U});
-    EXPECT_EQ(std::ranges::count(list.luns, untouched, &OasLun::priority), 256 - delivered);
+    EXPECT_EQ(std::ranges::count(list.luns, 0, &OasLun::priority), std::min(room, 256U));
   }
-}
-
-TEST_F(OasTest, ListFailuresHaveTheirResultsAndLeaveTheListAlone) {
-  list.count = 1;
-  for (const auto& [status, delivery, result] :
-       {Ending{0x0BAD0010, 7, 7}, Ending{0, 7, 7}, Ending{0x0BAD0010, 6, 1}}) {
-    expect_list().answers(3, 9).ends_with(status, delivery);
-    EXPECT_EQ(get(), result) << std::hex << status << ", " << delivery;
-  }
-  EXPECT_EQ(OVK_GetOASLunList(0, &local, &target, 0, nullptr), OVK_MORE_DATA);
-  EXPECT_EQ(list.count, 1U);
 }
 
 TEST_F(OasTest, RulesAreSentAsText) {
-  for (const auto& [version, lead] :
-       {std::pair{2U, "00"}, {0U, "00"}, {0x7FFFFFFFU, "00"}, {0xFFFFFFFFU, "ffffffff"}}) {
-    expect_success(version, 1, lead + port_digits + "0000000000000005");
-    EXPECT_EQ(set(5, 0), OVK_OK);
-  }
-  expect_success(1, 2, "00" + port_digits + "80000001fedcba98");
-  EXPECT_EQ(set(0xFEDCBA98, 0x80000001, 0), OVK_OK);
-
-  expect_success(1, 1, "01" + port_digits + "80000001fedcba98" + "7f");
-  EXPECT_EQ(set_v2(1, 127, 0x80000001FEDCBA98), OVK_OK);
-  expect_success(3, 2, "01" + port_digits + "0000000000000005" + "00");
-  EXPECT_EQ(set_v2(0, 0), OVK_OK);
-}
-
-TEST_F(OasTest, ARefusedProbeComesFirstAndAnUndeliveredOneDoesNotCount) {
-  expect_probe(2).status(0x0BAD0001);
-  EXPECT_EQ(set(5, 0, 9), 32U);
-  expect_probe(2).status(0x0BAD0001);
-  EXPECT_EQ(set_v2(9, 200), 32U);
-
-  expect_probe(0).ends_with(0x0BAD0001, 3);
-  expect_set(1, lun5_rule);
-  expect_nodes({target}, 1);
-  EXPECT_EQ(set(5, 0), OVK_OK);
-  expect_probe(0).delivery_error(3);
-  EXPECT_EQ(set_v2(1, 1), 4U) << "the version is 0 then";
-}
-
-TEST_F(OasTest, OperationAndPriorityAreCheckedBeforeTheVersion) {
+  const std::string far_lun = "80000001fedcba98";
   struct {
+    std::uint32_t version;
+    std::uint32_t (*set)();
+    std::uint32_t operation;
+    std::string text;
+  } const rules[] = {
+      {2, [] { return set(5); }, 1, lun5_rule},
+      {0xFFFFFFFF, [] { return set(5); }, 1, "ffffffff" + lun5_rule.substr(2)},
+      {1, [] { return set(0x80000001FEDCBA98, 0); }, 2, "00" + port_digits + far_lun},
+      {1, [] { return set_v2(1, 127, 0x80000001FEDCBA98); }, 1,
+       "01" + port_digits + far_lun + "7f"},
+      {3, [] { return set_v2(0, 0); }, 2, "01" + lun5_rule.substr(2) + "00"}};
+  for (const auto& [version, set_rule, operation, text] : rules) {
+    expect_probe(version);
+    expect_set(text, operation);
+    expect_nodes({target}, 1);
+    EXPECT_EQ(set_rule(), OVK_OK) << text;
+  }
+  expect_probe(0).ends_with(0x0BAD0001, 3);
+  expect_set();
+  expect_nodes({target}, 1);
+  EXPECT_EQ(set(5), OVK_OK) << "a probe that was not delivered does not count";
+}
+
+TEST_F(OasTest, ARefusedProbeComesFirstThenOperationAndPriorityThenTheVersion) {
+  struct {
+    std::uint32_t version;
+    std::uint32_t probe_status;
     std::uint8_t operation;
     std::uint8_t priority;
     std::uint32_t result;
-  } const cases[] = {{2, 0, 1}, {1, 128, 1}, {0, 255, 1}, {1, 127, 4}, {0, 0, 4}};
-  for (const auto& [operation, priority, result] : cases) {
-    expect_probe(0xFFFFFFFF);
+  } const cases[] = {{2, 0x0BAD0001, 9, 200, 32}, {0xFFFFFFFF, 0, 2, 0, 1},   {0, 0, 1, 128, 1},
+                     {0, 0, 0, 255, 1},           {0xFFFFFFFF, 0, 1, 127, 4}, {0, 0, 0, 0, 4}};
+  for (const auto& [version, status, operation, priority, result] : cases) {
+    expect_probe(version).status(status);
     EXPECT_EQ(set_v2(operation, priority), result) << +operation << ", " << +priority;
   }
-  expect_probe(0);
-  EXPECT_EQ(set_v2(1, 0), 4U);
-  expect_probe(2);
-  EXPECT_EQ(set(5, 0, 2), OVK_FAILED);
+  expect_probe(0).delivery_error(3);
+  EXPECT_EQ(set_v2(1, 1), 4U) << "the version is 0 then";
+
+  expect_probe().status(0x0BAD0001);
+  EXPECT_EQ(set(5, 9), 32U);
+  expect_probe();
+  EXPECT_EQ(set(5, 2), OVK_FAILED);
 }
 
 TEST_F(OasTest, ARefusedRuleIsNotFollowedByTheTargetCheck) {
   for (const auto& [status, delivery, result] :
        {Ending{0x0BAD0006, 0, 16}, Ending{0x0BAD0020, 0, 32}, Ending{0x0BAD002B, 0, 34},
-        Ending{0x0BAD002C, 0, 34}, Ending{0x0BAD0030, 0, 33}, Ending{0x0BAD000F, 0, 1},
-        Ending{0x0BAD0010, 0, 1}, Ending{1, 0, 1}, Ending{0x0BAD0100, 2, 1}}) {
-    expect_lun5_rule(status).delivery_error(delivery);
-    EXPECT_EQ(set(5, 0), result) << std::hex << status << ", " << delivery;
+        Ending{0x0BAD002C, 0, 34}, Ending{0x0BAD0030, 0, 33}, Ending{0x0BAD0010, 0, 1},
+        Ending{0x0BAD0100, 2, 1}}) {
+    expect_probe();
+    expect_set().ends_with(status, delivery);
+    EXPECT_EQ(set(5), result) << std::hex << status << ", " << delivery;
   }
 }
 
 TEST_F(OasTest, TheTargetIsLookedForAmongTheNodesThatWereDelivered) {
-  expect_lun5_rule(0x0BAD0100);
-  expect_nodes({local, target}, 2);
-  EXPECT_EQ(set(5, 0), OVK_OK) << "a rule that was set before";
-  expect_lun5_rule();
-  expect_nodes({local, target}, 1);
-  EXPECT_EQ(set(5, 0), 18U);
-  expect_lun5_rule();
+  std::vector<Wwn> full(65, local);
+  full[63] = target;
+  std::vector<Wwn> more_than_the_room(65, local);
+  more_than_the_room[64] = target;
+  struct {
+    std::vector<Wwn> nodes;
+    std::uint32_t count;
+    std::uint32_t result;
+  } const cases[] = {{{local, target}, 2, OVK_OK},
+                     {{local, target}, 1, 18},
+                     {full, 65, OVK_OK},
+                     {more_than_the_room, 0xFFFFFFFF, 18}};
+  for (const auto& [nodes, count, result] : cases) {
+    expect_probe();
+    expect_set().status(0x0BAD0100);  // a rule that was set before
+    expect_nodes(nodes, count);
+    EXPECT_EQ(set(5), result) << count;
+  }
+  expect_probe();
+  expect_set();
   expect_nodes({}, 0).status(0x0BAD0020);
-  EXPECT_EQ(set(5, 0), 17U);
-
-  std::vector<Wwn> many(65, local);
-  many[64] = target;
-  expect_lun5_rule();
-  expect_nodes(many, 0xFFFFFFFF);
-  EXPECT_EQ(set(5, 0), 18U) << "there is room for 64";
-  many[63] = target;
-  expect_lun5_rule();
-  expect_nodes(many, 65);
-  EXPECT_EQ(set(5, 0), OVK_OK);
+  EXPECT_EQ(set(5), 17U);
 }
 
 TEST_F(OasTest, WithoutMemoryTheResultTellsHowFarTheRuleGot) {
   for (const auto& [failing, result] : {std::pair{0, 16U}, {1, 12U}, {2, 17U}}) {
-    expect_probe(2);
+    expect_probe();
     if (failing > 0) {
-      expect_set(1, lun5_rule);
+      expect_set();
     }
     const AllocationWatch memory{failing};
-    EXPECT_EQ(set(5, 0), result) << failing;
+    EXPECT_EQ(set(5), result) << failing;
     EXPECT_EQ(memory.outstanding(), 0);
   }
-}
-
-TEST_F(OasTest, ResultLinesNameTheCommandsTheirOwnWay) {
-  log_at(OVK_LOG_SUCCESS | OVK_LOG_CALL);
-  expect_success(1, 1, "01" + port_digits + "0000000000000005" + "07");
-  set_v2(1, 7);
-  list.count = 0;
-  expect_list();
-  get();
-  EXPECT_EQ(log_lines(),
-            (std::vector<LogLine>{
-                {"OVK_SetOASLunV2", "call: RAVN_MGMT_OAS_VER id"},
-                {"OVK_SetOASLunV2", "cmd ok:         RAVN_MGMT_OAS_VERSION brd[0] id"},
-                {"OVK_SetOASLunV2", "call: RAVN_MGMT_OAS_SET id"},
-                {"OVK_SetOASLunV2", "cmd ok:        RAVN_MGMT_OAS_SET_RULE brd[0] id"},
-                {"OVK_GetAllNodeInfoByWWN", "call: RAVN_MGMT_VPORT_GET_NODE_INFO id"},
-                {"OVK_GetAllNodeInfoByWWN", "cmd ok:  RAVN_MGMT_VPORT_GET_NODE_INFO brd[0] id"},
-                {"OVK_GetOASLunList", "call: RAVN_MGMT_OAS_GET id"},
-                {"OVK_GetOASLunList", "cmd ok:        RAVN_MGMT_OAS_GET_LIST brd[0] id"}}));
 }
 
 }  // namespace

@@ -6,24 +6,16 @@
 
 #include <array>
 #include <cstring>
+#include <optional>
 #include <utility>
-#include <vector>
 
 namespace ovk::test {
 namespace {
 
-const ByteVector active_config{1, 3, 2, 0, 0, 0};  // two units of 256 KiB
-
 class RasLogTest : public LibraryTest {
  protected:
-  Exchange& expect_get_config() {
-    expect_sli_mode(board0, 4);
-    return channel.expect("RAVN_MGMT_GET_RAS_CONFIG", board0);
-  }
-  Exchange& expect_set_config(std::uint8_t start, std::uint8_t level) {
-    expect_sli_mode(board0, 4);
-    return channel.expect("RAVN_MGMT_SET_RAS_CONFIG", board0).sends(1, ByteVector{start, level});
-  }
+  RasLogTest() { log_at(OVK_LOG_ERROR); }
+
   /** Expects an access to the log whose exchange record holds this, and answers with an extent. */
   Exchange& expect_log_access(std::uint32_t offset, std::uint32_t size) {
     expect_sli_mode(board0, 4);
@@ -41,71 +33,63 @@ class RasLogTest : public LibraryTest {
   }
 };
 
-TEST_F(RasLogTest, AStartSetsTheLevelAndReadsNothingBack) {
-  FwLogConfig cfg{.action = OVK_FW_LOG_START, .state = 9, .level = 4, .buffer_size = 9};
-  expect_set_config(1, 4).status(0x0BAD000D);
-  EXPECT_EQ(OVK_FwLogConfig(0, &cfg), 5U);
-  EXPECT_EQ(bytes_of(cfg), (ByteVector{0, 2, 9, 4, 9, 0, 0, 0}));
-}
-
-TEST_F(RasLogTest, AStopReadsTheConfigurationBackWhenLoggingHasEnded) {
-  for (const auto& [status, result] : {std::pair{0U, 0U}, {0x0BAD009B, 7U}}) {
-    FwLogConfig cfg{.action = OVK_FW_LOG_STOP, .state = 9, .level = 9};
-    expect_set_config(0, 0).status(status);
-    expect_get_config().replies(1, active_config);
+TEST_F(RasLogTest, AStopReadsTheConfigurationBackAQueryTheStateToo) {
+  struct {
+    std::uint8_t action;
+    std::optional<std::uint32_t> set_status;
+    std::optional<std::uint32_t> get_status;
+    std::uint32_t result;
+    ByteVector config;  // action, state, level, bytes; two units of 256 KiB
+  } const cases[] = {
+      {OVK_FW_LOG_START, 0x0BAD000D, {}, 5, {0, 2, 9, 4, 9, 0, 0, 0}},
+      {OVK_FW_LOG_STOP, 0, 0, 0, {0, 1, 9, 3, 0, 0, 8, 0}},
+      {OVK_FW_LOG_STOP, 0x0BAD009B, 0, 7, {0, 1, 9, 3, 0, 0, 8, 0}},
+      {OVK_FW_LOG_STOP, 0x0BAD0030, {}, 3, {0, 1, 9, 4, 9, 0, 0, 0}},
+      {OVK_FW_LOG_STOP, 0, 0x0BAD0030, 0, {0, 1, 9, 0, 0, 0, 0, 0}},  // as a read-back may fail
+      {OVK_FW_LOG_QUERY, {}, 0, 0, {0, 0, 1, 3, 0, 0, 8, 0}},
+      {OVK_FW_LOG_QUERY, {}, 0x0BAD0020, 2, {0, 0, 9, 4, 9, 0, 0, 0}},
+  };
+  for (const auto& [action, set_status, get_status, result, config] : cases) {
+    if (set_status) {
+      expect_sli_mode(board0, 4);
+      channel.expect("RAVN_MGMT_SET_RAS_CONFIG", board0)
+          .sends(1, action == OVK_FW_LOG_START ? ByteVector{1, 4} : ByteVector{0, 0})
+          .status(*set_status);
+    }
+    if (get_status) {
+      expect_sli_mode(board0, 4);
+      channel.expect("RAVN_MGMT_GET_RAS_CONFIG", board0)
+          .replies(1, *get_status == 0 ? ByteVector{1, 3, 2, 0, 0, 0} : ByteVector{})
+          .status(*get_status);
+    }
+    FwLogConfig cfg{.action = action, .state = 9, .level = 4, .buffer_size = 9};
     EXPECT_EQ(OVK_FwLogConfig(0, &cfg), result);
-    EXPECT_EQ(bytes_of(cfg), (ByteVector{0, 1, 9, 3, 0, 0, 8, 0})) << "the state is the caller's";
+    EXPECT_THAT(bytes_of(cfg), SameBytes(config));
   }
-  FwLogConfig cfg{.action = OVK_FW_LOG_STOP, .state = 9, .level = 9, .buffer_size = 9};
-  expect_set_config(0, 0).status(0x0BAD0030);
-  EXPECT_EQ(OVK_FwLogConfig(0, &cfg), 3U);
-  EXPECT_EQ(bytes_of(cfg), (ByteVector{0, 1, 9, 9, 9, 0, 0, 0}));
-
-  expect_set_config(0, 0);
-  expect_get_config().status(0x0BAD0030);
-  EXPECT_EQ(OVK_FwLogConfig(0, &cfg), OVK_OK) << "a failed read-back is no failure";
-  EXPECT_EQ(bytes_of(cfg), (ByteVector{0, 1, 9, 0, 0, 0, 0, 0}));
+  std::vector<LogLine> lines = log_lines();
+  std::erase_if(lines, [](const LogLine& line) { return line.function != "OVK_FwLogConfig"; });
+  const LogLine stopped{"OVK_FwLogConfig", "Action - STOP : State : x9 L : x3 B : x80000"};
+  const LogLine unread{"OVK_FwLogConfig", "Action - STOP : State : x9 L : x0 B : x0"};
+  const LogLine queried{"OVK_FwLogConfig", "Action - START : State : x1 L : x3 B : x80000"};
+  EXPECT_THAT(lines, testing::ElementsAre(stopped, stopped, unread, queried));
 }
 
-TEST_F(RasLogTest, AQueryGivesTheStateAndTheSizeInBytes) {
-  FwLogConfig cfg{.action = OVK_FW_LOG_QUERY};
-  expect_get_config().replies(1, active_config);
-  EXPECT_EQ(OVK_FwLogConfig(0, &cfg), OVK_OK);
-  const ByteVector queried{0, 0, 1, 3, 0, 0, 8, 0};
-  EXPECT_EQ(bytes_of(cfg), queried);
-
-  expect_get_config().replies(1, ByteVector(6, 0x77)).status(0x0BAD0020);
-  EXPECT_EQ(OVK_FwLogConfig(0, &cfg), 2U);
-  EXPECT_EQ(bytes_of(cfg), queried);
-
-  cfg.action = 3;
-  EXPECT_EQ(OVK_FwLogConfig(0, &cfg), 4U) << "without a word to the driver";
-}
-
-TEST_F(RasLogTest, AReadGivesTheDriverTheCallersMemory) {
+TEST_F(RasLogTest, AReadGivesTheDriverTheCallersMemoryAndAQueryDoesNot) {
   std::uint8_t buffer[64]{};
   RasLogRequest request{.offset = 0x2000, .size = 64, .buffer = buffer, .extent = {5, 6}};
   expect_log_read(0x2000, 64, buffer);
   EXPECT_EQ(OVK_GetRasLog(0, &request, 0x80), OVK_OK);
   EXPECT_THAT(request.extent, testing::ElementsAre(5, 6));
-}
 
-TEST_F(RasLogTest, AQueryGivesTheExtentWhateverTheOutcomeAndNoMemoryOfTheCaller) {
-  for (const auto& [status, delivery, result] :
-       {Ending{0, 0, 0}, Ending{0x0BAD0020, 0, 2}, Ending{0x0BAD0030, 0, 3},
-        Ending{0x0BAD0119, 0, 9}, Ending{5, 0, 1}, Ending{0x0BAD0119, 3, 1}}) {
-    SCOPED_TRACE(testing::Message() << std::hex << status << ", " << delivery);
-    std::uint8_t buffer = 0;
-    RasLogRequest request{.offset = 1, .size = 2, .buffer = &buffer};
-    const Exchange& query = expect_log_access(1, 2).ends_with(status, delivery);
-    EXPECT_EQ(OVK_GetRasLog(0, &request, 0), result);
-    vmk_MgmtDataDescriptor data{};
-    std::memcpy(&data, query.sent(2).data(), sizeof data);
-    EXPECT_EQ(data.length, 1U);
-    EXPECT_NE(data.address, address_of(&buffer));
-    EXPECT_NE(data.address, 0U);
-    EXPECT_THAT(request.extent, testing::ElementsAre(0x30000, 0x1000));
-  }
+  const Exchange& query = expect_log_access(0x2000, 64);
+  EXPECT_EQ(OVK_GetRasLog(0, &request, 0), OVK_OK);
+  vmk_MgmtDataDescriptor data{};
+  std::memcpy(&data, query.sent(2).data(), sizeof data);
+  EXPECT_EQ(data.length, 1U);
+  EXPECT_NE(data.address, address_of(buffer));
+  EXPECT_NE(data.address, 0U);
+  const LogLine line{"OVK_GetRasLog", "readOffset : x2000 readSize : x40"};
+  EXPECT_THAT(log_lines(), testing::ElementsAre(line, line));
 }
 
 TEST_F(RasLogTest, TheSimpleReaderQueriesOnlyWithoutOffsetAndSize) {
@@ -124,27 +108,6 @@ TEST_F(RasLogTest, TheSimpleReaderQueriesOnlyWithoutOffsetAndSize) {
     EXPECT_EQ(OVK_GetFwLog(0, &req), OVK_OK);
     EXPECT_THAT(req.extent, testing::ElementsAre(5, 6));
   }
-}
-
-TEST_F(RasLogTest, LogsResultsButNoCallsAndTheStateUnderTheErrorBit) {
-  log_at(OVK_LOG_ERROR);
-  FwLogConfig cfg{.action = OVK_FW_LOG_STOP};
-  expect_set_config(0, 0).status(0x0BAD009B);
-  expect_get_config().replies(1, active_config);
-  OVK_FwLogConfig(0, &cfg);
-  cfg.action = OVK_FW_LOG_QUERY;
-  expect_get_config().replies(1, active_config);
-  OVK_FwLogConfig(0, &cfg);
-  RasLogRequest request{.offset = 0x10, .size = 0xab};
-  expect_log_access(0x10, 0xab);
-  OVK_GetRasLog(0, &request, 0);
-  EXPECT_EQ(
-      log_lines(),
-      (std::vector<LogLine>{
-          {"OVK_SetRasConfig", "cmd err:     RAVN_MGMT_SET_RAS_CONFIG brd[0] stat[x0:xbad009b] id"},
-          {"OVK_FwLogConfig", "Action - STOP : State : x0 L : x3 B : x80000"},
-          {"OVK_FwLogConfig", "Action - START : State : x1 L : x3 B : x80000"},
-          {"OVK_GetRasLog", "readOffset : x10 readSize : xab"}}));
 }
 
 }  // namespace

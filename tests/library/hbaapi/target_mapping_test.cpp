@@ -1,5 +1,6 @@
 #include "tests/support/library_test.h"
 
+#include <ovk/fabric.h>
 #include <ovk/hbaapi.h>
 
 #include <algorithm>
@@ -8,24 +9,13 @@ namespace ovk::test {
 namespace {
 
 constexpr Wwn own_port{{0x10, 0, 2, 0, 0x54, 0, 0, 1}};
-constexpr std::uint8_t untouched = 0xEE;
 const ByteVector naa{1, 3, 0, 8, 0x30, 1, 2, 3, 4, 5, 6, 7};
+constexpr std::size_t entry_size = sizeof(FcpScsiEntry);
+constexpr std::size_t entry_v2_size = sizeof(FcpScsiEntryV2);
 
-void append(ByteVector& bytes, const ByteVector& more) {
-  bytes.insert(bytes.end(), more.begin(), more.end());
-}
-
-/** A count and entries, in memory of exactly this size. */
-ByteVector list_of(std::uint32_t count, const ByteVector& entries) {
-  ByteVector list = bytes_of(count);
-  append(list, entries);
-  return list;
-}
-
-/** Room for entries that nobody has written to. */
-template <typename Entry>
-ByteVector room_for(std::size_t entries) {
-  return ByteVector(entries * sizeof(Entry), untouched);
+/** A list that the caller made: its room, and entries that nobody has written to. */
+ByteVector list_of(std::uint32_t room, std::size_t entry_bytes) {
+  return with_at(ByteVector(4 + room * entry_bytes, 0xEE), 0, room);
 }
 
 template <typename List>
@@ -35,128 +25,67 @@ List* as(ByteVector& memory) {
 }
 
 /** The mapping of the logical unit of a number. */
-ByteVector entry(std::uint32_t number) {
+FcpScsiEntry entry(std::uint32_t number) {
   auto entry = record_of<FcpScsiEntry>(static_cast<std::uint8_t>(number));
   entry.FcpLun = 0x0807060504030200 + static_cast<std::uint8_t>(number);
-  return bytes_of(entry);
-}
-
-/** That mapping as the second generation delivers it: the identifier stands behind it. */
-ByteVector entry_v2(std::uint32_t number, const ByteVector& identifier) {
-  ByteVector bytes = entry(number);
-  append(bytes, identifier);
-  bytes.resize(sizeof(FcpScsiEntryV2), untouched);
-  return bytes;
-}
-
-/** The mappings of the first logical units. */
-ByteVector first_entries(std::uint32_t count) {
-  ByteVector entries;
-  for (std::uint32_t i = 1; i <= count; ++i) {
-    append(entries, entry(i));
-  }
-  return entries;
+  return entry;
 }
 
 class TargetMappingTest : public LibraryTest {
  protected:
   Exchange& expect_mapping(std::uint32_t room, std::uint32_t count) {
+    ByteVector reply(4 + room * entry_size);
+    for (std::uint32_t i = 0; i < std::min(room, count); ++i) {
+      reply = with_at(std::move(reply), 4 + i * entry_size, entry(i + 1));
+    }
     return channel.expect("RAVN_MGMT_HBA_FCPTARGETMAPPING", board0)
         .word(2, room)
         .answers(3, count)
-        .replies(1, list_of(count, first_entries(std::min(count, room))));
+        .replies(1, reply);
   }
 
-  void expect_own_port() {
-    channel.expect("RAVN_MGMT_HBA_PORTATTRIBUTES", board0)
+  Exchange& expect_own_port() {
+    return channel.expect("RAVN_MGMT_HBA_PORTATTRIBUTES", board0)
         .replies(1, with_at(ByteVector(490), 8, own_port));
   }
 
   /** Expects the inquiry of the logical unit of a number, and answers with a first descriptor. */
   Exchange& expect_inquiry(std::uint32_t number, const ByteVector& descriptor) {
     const auto byte = static_cast<std::uint8_t>(number);
-    ByteVector request(8, byte);
-    append(request, {byte, 2, 3, 4, 5, 6, 7, 8, 0, 0, 0, 2, 0x12, 1, 0x83, 0, 255});
-    request.resize(40);
-    request.back() = 255;
+    const FcpCmnd inquiry{
+        {byte, 2, 3, 4, 5, 6, 7, 8}, 0, 0, 0, 2, {0x12, 1, 0x83, 0, 255}, {0, 0, 0, 255}};
     ByteVector page{0, 0x83, 0, static_cast<std::uint8_t>(descriptor.size())};
-    append(page, descriptor);
+    page.insert(page.end(), descriptor.begin(), descriptor.end());
     return channel.expect("RAVN_MGMT_HBA_SEND_SCSI", board0)
         .word(2, 255)
-        .sends(1, request)
+        .sends(1, with_at(ByteVector(40, byte), 8, inquiry))
         .answers(3, page.size())
         .replies(2, page);
   }
 
-  static std::uint32_t get(ByteVector& map) {
-    return GetFcpTargetMapping(0, as<FcpTargetMapping>(map));
-  }
   static std::uint32_t get_v2(ByteVector& map, const Wwn& port = own_port) {
     return OVK_GetFcpTargetMappingV2(0, &port, as<FcpTargetMappingV2>(map));
   }
 };
 
-TEST_F(TargetMappingTest, GivesTheEntriesThatTheDriverHoldsButNoMoreThanItGives) {
-  struct {
-    std::uint32_t room;
-    std::uint32_t count;
-    std::uint32_t given;
-  } const cases[] = {{5, 2, 2}, {1030, 1024, 1024}, {1030, 1030, 1024}};
-  for (const auto& [room, count, given] : cases) {
-    ByteVector map = list_of(room, room_for<FcpScsiEntry>(room));
-    expect_mapping(std::min(room, 1024U), count);
-    const AllocationWatch memory;
-    EXPECT_EQ(get(map), 0U);
-    EXPECT_EQ(memory.outstanding(), 0);
-    ByteVector expected = list_of(count, first_entries(given));
-    append(expected, room_for<FcpScsiEntry>(room - given));
-    EXPECT_THAT(map, SameBytes(expected)) << count << " in " << room;
-  }
-}
-
-TEST_F(TargetMappingTest, TellsTheCountWhateverTheResult) {
-  struct {
-    std::uint32_t room;
-    std::uint32_t count;
-    std::uint32_t status;
-    int delivery;
-    std::uint32_t result;
-  } const cases[] = {{0, 3, 0, 0, 7},          {2, 3, 0, 0, 7},          {2, 3, 0x0BAD0014, 0, 7},
-                     {2, 3, 0, 9, 7},          {2, 1, 0x0BAD005D, 0, 7}, {2, 1, 0x0BAD005D, 9, 7},
-                     {2, 1, 0x0BAD0014, 0, 1}, {2, 0, 0, 9, 1}};
-  for (const auto& [room, count, status, delivery, result] : cases) {
-    SCOPED_TRACE(testing::Message()
-                 << room << " " << count << " " << std::hex << status << " " << delivery);
-    ByteVector map = list_of(room, room_for<FcpScsiEntry>(2));
-    expect_mapping(room, count).ends_with(status, delivery);
-    EXPECT_EQ(get(map), result);
-    EXPECT_THAT(map, SameBytes(list_of(count, room_for<FcpScsiEntry>(2))));
-  }
-}
-
 TEST_F(TargetMappingTest, AMissingBufferIsPassedOnAndNeverRead) {
-  for (const int delivery : {9, 0}) {
-    ByteVector map = list_of(2, room_for<FcpScsiEntry>(2));
-    channel.expect("RAVN_MGMT_HBA_FCPTARGETMAPPING", board0)
-        .word(2, 2)
-        .lacks(1)
-        .answers(3, 1)
-        .delivery_error(delivery);
-    const AllocationWatch memory{0};
-    EXPECT_EQ(get(map), delivery == 0 ? 0U : 1U);
-    EXPECT_THAT(map, SameBytes(list_of(1, room_for<FcpScsiEntry>(2))));
-  }
+  ByteVector map = list_of(2, entry_size);
+  const ByteVector expected = with_at(map, 0, 1);
+  channel.expect("RAVN_MGMT_HBA_FCPTARGETMAPPING", board0).word(2, 2).lacks(1).answers(3, 1);
+  const AllocationWatch memory{0};
+  EXPECT_EQ(GetFcpTargetMapping(0, as<FcpTargetMapping>(map)), 0U);
+  EXPECT_THAT(map, SameBytes(expected));
 }
 
 TEST_F(TargetMappingTest, V2AsksForTheMappingOfTheBoardsOwnPortOnlyAndWithMemoryForIt) {
-  ByteVector map = list_of(2, {});
+  ByteVector map = list_of(2, 0);
   expect_own_port();
   EXPECT_EQ(get_v2(map, Wwn{{0x10, 0, 2, 0, 0x54, 0, 0, 2}}), 5U);
-  channel.expect("RAVN_MGMT_HBA_PORTATTRIBUTES", board0).status(0x0BAD0001);
+  expect_own_port().status(0x0BAD0001);
   EXPECT_EQ(get_v2(map), 1U);
-  EXPECT_THAT(map, SameBytes(list_of(2, {})));
+  EXPECT_THAT(map, SameBytes(list_of(2, 0)));
 
-  ByteVector wrapping = list_of(0xFFFFFFFF / 300 + 1, {});
+  ByteVector wrapping = with_at(map, 0, 0xFFFFFFFF / 300 + 1);
   expect_own_port();
   EXPECT_EQ(get_v2(wrapping), 1U);
   expect_own_port();
@@ -191,26 +120,30 @@ TEST_F(TargetMappingTest, V2CopiesTheFirstIdentifierOfAUnitIfThereIsOneAndNothin
       {"sense data", naa, false, [](Exchange& inquiry) { inquiry.replies(1, sense); }},
   };
   for (const auto& [what, descriptor, copied, spoil] : cases) {
-    ByteVector map = list_of(1, room_for<FcpScsiEntryV2>(1));
+    ByteVector map = list_of(1, entry_v2_size);
+    ByteVector expected = with_at(map, 4, entry(1));
+    if (copied) {
+      std::ranges::copy(descriptor, &expected[4 + entry_size]);
+    }
     expect_own_port();
     expect_mapping(1, 1);
     spoil(expect_inquiry(1, descriptor));
     const AllocationWatch memory;
     EXPECT_EQ(get_v2(map), 0U);
     EXPECT_EQ(memory.outstanding(), 0);
-    EXPECT_THAT(map, SameBytes(list_of(1, entry_v2(1, copied ? descriptor : ByteVector{}))))
-        << what;
+    EXPECT_THAT(map, SameBytes(expected)) << what;
   }
 }
 
 TEST_F(TargetMappingTest, V2DeliversNoMoreThanTheDriverGives) {
-  ByteVector map = list_of(1040, room_for<FcpScsiEntryV2>(1040));
+  ByteVector map = list_of(1040, entry_v2_size);
   ByteVector expected = with_at(map, 0, 1030U);  // the count is the driver's
   expect_own_port();
   expect_mapping(1024, 1030);
   for (std::uint32_t i = 0; i < 1024; ++i) {
     expect_inquiry(i + 1, naa);
-    std::ranges::copy(entry_v2(i + 1, naa), &expected[4 + i * sizeof(FcpScsiEntryV2)]);
+    std::ranges::copy(bytes_of(entry(i + 1)), &expected[4 + i * entry_v2_size]);
+    std::ranges::copy(naa, &expected[4 + i * entry_v2_size + entry_size]);
   }
   EXPECT_EQ(get_v2(map), 0U);
   EXPECT_THAT(map, SameBytes(expected));
@@ -225,75 +158,12 @@ TEST_F(TargetMappingTest, V2PassesTheCountOnWithMoreDataAndKeepsItOnFailure) {
     std::uint32_t told;
   } const cases[] = {{0, 3, 0, 7, 3}, {2, 0, 0, 0, 0}, {2, 1, 0x0BAD0014, 1, 2}};
   for (const auto& [room, count, status, result, told] : cases) {
-    ByteVector map = list_of(room, {});
+    ByteVector map = list_of(room, 0);
     expect_own_port();
     expect_mapping(room, count).status(status);
     EXPECT_EQ(get_v2(map), result);
-    EXPECT_THAT(map, SameBytes(list_of(told, {}))) << result;
+    EXPECT_THAT(map, SameBytes(bytes_of(told))) << result;
   }
-}
-
-class BindingTest : public LibraryTest {
- protected:
-  Exchange& expect_list(std::uint32_t count) {
-    return channel.expect("RAVN_MGMT_LIST_BIND", board0).word(2, 131076).word(4, count);
-  }
-
-  static std::uint32_t get(ByteVector& bindings) {
-    return GetFcpBindList(0, as<FcpBindList>(bindings));
-  }
-};
-
-TEST_F(BindingTest, TheListIsFilledByTheDriversCountThroughAZeroedBufferOrByTheDriverItself) {
-  struct {
-    std::uint32_t room;
-    std::uint32_t count;
-    std::size_t written;
-    int allocations;
-  } const cases[] = {
-      {4095, 3, 3, 1},
-      {1, 0xFFFFFFFF, 4096, 1},  // no more than the work buffer is read
-      {4096, 1, 4096, 0},
-      {0x08000000, 1, 4096, 0},
-  };
-  for (const auto& [room, count, written, allocations] : cases) {
-    SCOPED_TRACE(testing::Message() << room << " " << count);
-    const ByteVector all(4096 * sizeof(FcpBinding), 0x42);
-    ByteVector bindings = list_of(room, room_for<FcpBinding>(4096));
-    const ByteVector sent = allocations != 0 ? ByteVector(131076) : bindings;
-    const Exchange& exchange = expect_list(room).replies(1, list_of(count, all));
-    const AllocationWatch memory;
-    EXPECT_EQ(get(bindings), 0U);
-    EXPECT_EQ(memory.allocations(), allocations);
-    EXPECT_EQ(memory.outstanding(), 0);
-    EXPECT_THAT(exchange.sent(1), SameBytes(sent));
-    ByteVector expected = list_of(count, ByteVector(written * sizeof(FcpBinding), 0x42));
-    append(expected, room_for<FcpBinding>(4096 - written));
-    EXPECT_THAT(bindings, SameBytes(expected));
-  }
-}
-
-TEST_F(BindingTest, ARefusalTellsTheNeededCountAndADeliveryErrorDoesNot) {
-  const ByteVector room = room_for<FcpBinding>(2);
-  ByteVector bindings = list_of(2, room);
-  expect_list(2)
-      .answers(1, 50)
-      .replies(1, list_of(9, ByteVector(room.size(), 0x42)))
-      .status(0x0BAD005D);
-  EXPECT_EQ(get(bindings), 1U);
-  EXPECT_THAT(bindings, SameBytes(list_of(50, room)));
-  expect_list(50).answers(1, 60).ends_with(0x0BAD005D, 3);
-  EXPECT_EQ(get(bindings), 1U);
-  EXPECT_THAT(bindings, SameBytes(list_of(50, room)));
-
-  const AllocationWatch memory{0};
-  EXPECT_EQ(get(bindings), 12U);
-}
-
-TEST_F(BindingTest, ThereAreNoPersistentBindings) {
-  FcpPersistentBinding persistent{77};
-  EXPECT_EQ(GetFcpPersistentBinding(0, &persistent), 0U);
-  EXPECT_EQ(persistent.NumberOfEntries, 0U);
 }
 
 }  // namespace
