@@ -123,6 +123,7 @@ class Report : public Section {
   Report() : Section{{}, {}, Kind::object} {}
 
   // A report that is made in one expression grows in place.
+  using Section::dump;
   using Section::field;
   using Section::note;
   using Section::payload;
@@ -140,6 +141,11 @@ class Report : public Section {
   Report&& payload(std::string key, std::string label, Bytes bytes,
                    std::uint64_t first_offset = 0) && {
     payload(std::move(key), std::move(label), std::move(bytes), first_offset);
+    return std::move(*this);
+  }
+  Report&& dump(std::string key, std::string label, Bytes bytes,
+                std::uint64_t first_offset = 0) && {
+    dump(std::move(key), std::move(label), std::move(bytes), first_offset);
     return std::move(*this);
   }
   Report&& note(std::string text) && {
