@@ -9,7 +9,6 @@
 #include <ovk/mailbox.h>
 
 #include <algorithm>
-#include <cstring>
 #include <initializer_list>
 #include <utility>
 
@@ -18,8 +17,7 @@ namespace ovk::test {
 /** A mailbox of a command whose bytes all differ from 0, but for the words that are named. */
 inline Mailbox mailbox_of(std::uint8_t command,
                           std::initializer_list<std::pair<std::size_t, std::uint32_t>> words = {}) {
-  Mailbox mailbox;
-  std::memset(&mailbox, 0x5A, sizeof mailbox);
+  auto mailbox = record_of<Mailbox>(0x5A);
   mailbox.command = command;
   for (const auto& [number, value] : words) {
     mailbox.words4[number - 1] = value;
@@ -29,8 +27,7 @@ inline Mailbox mailbox_of(std::uint8_t command,
 
 /** A mailbox as the firmware returns it. */
 inline Mailbox returned_mailbox(std::uint16_t status) {
-  Mailbox mailbox;
-  std::memset(&mailbox, 0xA5, sizeof mailbox);
+  auto mailbox = record_of<Mailbox>(0xA5);
   mailbox.status = status;
   return mailbox;
 }
@@ -43,13 +40,6 @@ inline ByteVector partly_returned(std::uint16_t status, std::size_t words) {
   return bytes;
 }
 
-/** The mailbox that reads a region, 0x17, or writes it, 0x1B. */
-inline Mailbox region_mailbox(std::uint8_t command, std::uint32_t region, std::uint32_t position,
-                              std::uint32_t length, std::uint16_t status = 0) {
-  return {
-      .command = command, .status = status, .words4 = {0x32, position << 16 | region, 0, length}};
-}
-
 /** A caller's address as a mailbox word holds it. */
 inline std::uint32_t address_of(const void* memory) {
   return static_cast<std::uint32_t>(reinterpret_cast<std::uintptr_t>(memory));
@@ -58,10 +48,7 @@ inline std::uint32_t address_of(const void* memory) {
 /** Extended data as it travels: its lengths in bytes, the flag, and the data itself. */
 inline ByteVector extended_data(std::uint32_t in_bytes, std::uint32_t out_bytes, std::uint8_t flag,
                                 const ByteVector& data) {
-  ByteVector bytes(9);
-  std::memcpy(bytes.data(), &in_bytes, sizeof in_bytes);
-  std::memcpy(bytes.data() + 4, &out_bytes, sizeof out_bytes);
-  bytes[8] = flag;
+  ByteVector bytes = with_at(with_at(ByteVector(9, flag), 0, in_bytes), 4, out_bytes);
   bytes.insert(bytes.end(), data.begin(), data.end());
   return bytes;
 }
@@ -98,6 +85,25 @@ class MailboxTest : public LibraryTest {
   /** Expects a mailbox with extended data. */
   Exchange& expect_extended_mailbox(const Mailbox& mailbox, const ByteVector& extended) {
     return expect_mailbox(mailbox, 32, 256).sends(3, extended);
+  }
+
+  /** Expects the mailbox that reads 128 bytes of a region, and answers with a length and data. */
+  Exchange& expect_region_step(std::uint8_t region, std::uint32_t position, std::uint32_t returned,
+                               const ByteVector& data, std::uint16_t status = 0) {
+    Mailbox mailbox{.command = 0x17, .words4 = {0x32, position << 16 | region, 0, 128}};
+    Exchange& exchange = expect_extended_mailbox(mailbox, extended_data(0, 512, 5, {}));
+    mailbox.status = status;
+    mailbox.words4[3] = returned;
+    return exchange.replies(2, mailbox).replies(3, extended_data(0, returned, 5, data));
+  }
+
+  /** Expects the mailbox that writes a region; whole words of the data are sent. */
+  Exchange& expect_region_update(std::uint8_t region, const ByteVector& data) {
+    const auto length = static_cast<std::uint32_t>(data.size());
+    const std::uint32_t sent = length / 4 * 4;
+    return expect_extended_mailbox(
+        {.command = 0x1B, .words4 = {0x32, length << 16 | region, 0, length}},
+        extended_data(sent, 0, 5, {data.begin(), data.begin() + sent}));
   }
 };
 

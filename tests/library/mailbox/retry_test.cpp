@@ -1,6 +1,7 @@
 #include "tests/library/mailbox/mailbox_script.h"
 
 #include <limits>
+#include <tuple>
 #include <vector>
 
 namespace ovk::test {
@@ -117,29 +118,30 @@ INSTANTIATE_TEST_SUITE_P(Calls, RetryTest,
 
 class SingleRetryTest : public MailboxTest {};
 
-TEST_F(SingleRetryTest, TheLimitsOfSliMode4HoldForOlderBoardsToo) {
+TEST_F(SingleRetryTest, EachCallHasLimitsOfItsOwn) {
   Mailbox mailbox = mailbox_of(0x05);
+  EXPECT_EQ(OVK_IssueMboxWithRetryEx(0, &mailbox, nullptr, 5, 513, 0, 1, 0), 2U);
+  EXPECT_EQ(OVK_IssueMboxWithRetryEx(0, &mailbox, nullptr, 5, 0, 513, 1, 0), 2U);
+  for (const std::uint32_t words : {0U, 63U, 65U}) {
+    expect_sli_mode(board0, 4);
+    EXPECT_EQ(OVK_IssueMboxWithRetryV2(0, &mailbox, words, 1, 0), OVK_MAILBOX_WRONG_KIND);
+  }
+  EXPECT_THAT(bytes_of(mailbox), SameBytes(bytes_of(mailbox_of(0x05))));
   expect_sli_mode(board0, 3);
   expect_mailbox(mailbox, 33, 8).replies(2, returned_mailbox(0));
   EXPECT_EQ(OVK_IssueMboxWithRetry(0, &mailbox, 33, 8, 1, 0), OVK_OK);
   EXPECT_THAT(bytes_of(mailbox), SameBytes(partly_returned(0, 2)));
-  expect_sli_mode(board0, 3);
-  EXPECT_EQ(OVK_IssueMboxWithRetry(0, &mailbox, 513, 2048, 1, 0), 2U);
+  expect_sli_mode(board0, 5);
+  EXPECT_EQ(OVK_IssueMboxWithRetryV2(0, &mailbox, 64, 1, 0), 2U) << "too long in a later mode";
   EXPECT_EQ(mailbox.status, OVK_MAILBOX_NOT_ISSUED);
 }
 
 TEST_F(SingleRetryTest, ExtendedAttemptsSendTheCallersDataAndReturnWhatTheLastOneSentOrGot) {
   Mailbox mailbox = mailbox_of(0x1B);
-  EXPECT_EQ(OVK_IssueMboxWithRetryEx(0, &mailbox, nullptr, 5, 513, 0, 1, 0), 2U);
-  EXPECT_EQ(OVK_IssueMboxWithRetryEx(0, &mailbox, nullptr, 5, 0, 513, 1, 0), 2U);
-  EXPECT_THAT(bytes_of(mailbox), SameBytes(bytes_of(mailbox_of(0x1B))));
-
   Words ext(512, 0x01010101);
   const ByteVector full = extended_data(2048, 2048, 5, ByteVector(2048, 1));
   expect_extended_mailbox(mailbox, full).status(driver_busy).replies(3, ByteVector(2057, 3));
-  expect_extended_mailbox(mailbox, full)
-      .replies(2, returned_mailbox(0))
-      .replies(3, extended_data(0, 0, 0, ByteVector(2048, 2)));
+  expect_extended_mailbox(mailbox, full).replies(3, ByteVector(2057, 2));
   EXPECT_EQ(OVK_IssueMboxWithRetryEx(0, &mailbox, ext.data(), 0xABC05, 512, 512, 3, 0), OVK_OK);
   EXPECT_THAT(bytes_of(ext), SameBytes(ByteVector(2048, 2)));
 
@@ -149,56 +151,33 @@ TEST_F(SingleRetryTest, ExtendedAttemptsSendTheCallersDataAndReturnWhatTheLastOn
   EXPECT_EQ(ext, (Words{7, 0, 7}));
 }
 
-TEST_F(SingleRetryTest, V2TakesWholeMailboxesOfSliMode4Only) {
-  Mailbox mailbox = mailbox_of(0x05);
-  for (const std::uint32_t words : {0U, 63U, 65U}) {
-    expect_sli_mode(board0, 4);
-    EXPECT_EQ(OVK_IssueMboxWithRetryV2(0, &mailbox, words, 1, 0), OVK_MAILBOX_WRONG_KIND);
-  }
-  expect_sli_mode(board0, 5);
-  EXPECT_EQ(OVK_IssueMboxWithRetryV2(0, &mailbox, 64, 1, 0), 2U) << "too long in a later mode";
-  EXPECT_EQ(mailbox.status, OVK_MAILBOX_NOT_ISSUED);
-}
-
 TEST_F(SingleRetryTest, ABusyMailboxThatTheDriverRewroteKeepsTheMemoryThatItsCallerNamed) {
   const ByteVector written{1, 2, 3, 4};
   const ByteVector answer{9, 8, 7, 6};
   ByteVector read(4);
   const Mailbox moves = mailbox_of(
       0x84, {{2, 4}, {3, address_of(written.data())}, {5, 4}, {6, address_of(read.data())}});
-  using Case = std::pair<Mailbox, std::uint8_t>;
-  for (const auto& [caller, command] :
-       {Case{moves, 0x84}, Case{moves, 0x05}, Case{mailbox_of(0x05), 0x84}}) {
-    SCOPED_TRACE(testing::Message() << std::hex << +caller.command << ", " << +command);
-    const bool moving = caller.command == 0x84;
-    read.assign(4, 0);
-    Mailbox mailbox = caller;
-    Mailbox rewritten = mailbox_of(command, {{2, 0xFFFFFF}, {3, 1}, {5, 0xFFFFFF}, {6, 1}});
+  for (const bool moving : {true, false}) {
+    Mailbox mailbox = moving ? moves : mailbox_of(0x05);
+    const ByteVector sent = moving ? written : ByteVector{};
+    Mailbox rewritten = mailbox_of(moving ? 0x05 : 0x84, {{2, 4}, {3, 1}, {5, 0xFFFFFF}, {6, 1}});
     rewritten.status = OVK_MAILBOX_BUSY;
     expect_sli_mode(board0, 4);
-    expect_mailbox(caller, 64, 256)
-        .sends(1, moving ? written : ByteVector{})
+    expect_mailbox(mailbox, 64, 256)
+        .sends(1, sent)
         .replies(1, ByteVector(4096, 0xEE))
         .replies(2, rewritten);
     expect_mailbox(rewritten, 64, 256)
-        .sends(1, moving ? written : ByteVector{})
+        .sends(1, sent)
         .replies(1, answer)
         .replies(2, returned_mailbox(0));
     EXPECT_EQ(OVK_IssueMboxWithRetryV2(0, &mailbox, 64, 2, 0), OVK_OK);
-    EXPECT_EQ(read, moving ? answer : ByteVector(4));
+    EXPECT_EQ(read, answer);
   }
 }
 
 class SliConfigTest : public LibraryTest {
  protected:
-  /** An SLI_CONFIG mailbox: embedded or not, with the word at byte 24. */
-  static ByteVector sli_config(std::size_t size, bool embedded, std::uint32_t word24) {
-    ByteVector bytes(size, 0x5A);
-    bytes[1] = 0x9B;
-    bytes[4] = embedded ? 1 : 0;
-    return with_at(bytes, 24, word24);
-  }
-
   /** A mailbox as it is sent: without its status and, on the extended way, the addresses here. */
   static ByteVector sent(const ByteVector& mailbox, std::size_t addresses = 0) {
     const ByteVector cleared = with_at(mailbox, 2, std::uint16_t{0});
@@ -220,21 +199,19 @@ class SliConfigTest : public LibraryTest {
         .word(6, sub_code)
         .sends(1, bytes);
   }
+
+  /** The lowest bit of word 1 says that it is embedded. */
+  const ByteVector outside = with_at(ByteVector(OVK_MAILBOX_ROOM), 0, mailbox_of(0x9B));
+  const ByteVector embedded = bytes_of(mailbox_of(0x9B, {{1, 0x5A5A5A5B}, {6, 0x0157}}));
 };
 
 // The extended way writes no status, and does not look at one.
 TEST_F(SliConfigTest, ExternalDataGoesTheExtendedWayWithoutItsAddressesWhateverTheWords) {
-  const ByteVector outside = sli_config(OVK_MAILBOX_ROOM, false, 0x12345678);
-  const ByteVector embedded = sli_config(256, true, 0x0157);
-  struct Case {
-    ByteVector mailbox;
-    std::size_t addresses;
-    std::uint32_t sub_code;
-  };
+  using Case = std::tuple<ByteVector, std::size_t, std::uint32_t>;
   for (const auto& [mailbox, addresses, sub_code] :
        {Case{outside, 24, 2}, Case{with_at(outside, 257, std::uint8_t{9}), 24, 1},
         Case{embedded, 160, 2},
-        Case{with_at(sli_config(256, true, 0x01AC), 152, 0x5A000000), 160, 1}}) {
+        Case{with_at(with_at(embedded, 24, std::uint8_t{0xAC}), 152, 0x5A000000), 160, 1}}) {
     for (const std::uint32_t words : {0U, 6U, 41U, 63U, 64U}) {
       SCOPED_TRACE(testing::Message() << addresses << ", " << sub_code << ", " << words);
       ByteVector memory = mailbox;
@@ -244,17 +221,18 @@ TEST_F(SliConfigTest, ExternalDataGoesTheExtendedWayWithoutItsAddressesWhateverT
       EXPECT_EQ(issue(memory, words), OVK_FAILED);
       EXPECT_THAT(memory, SameBytes(expected));
 
-      expect_extended_command(passed, sub_code).replies(1, ByteVector(words * 4, 253));
+      ByteVector reply = bytes_of(returned_mailbox(OVK_MAILBOX_BUSY));
+      reply.resize(words * 4);
+      expect_extended_command(passed, sub_code).replies(1, reply);
       EXPECT_EQ(issue(memory, words), OVK_OK);
-      std::fill_n(expected.begin(), words * 4, std::uint8_t{253});
+      std::ranges::copy(reply, expected.begin());
       EXPECT_THAT(memory, SameBytes(expected));
     }
   }
 }
 
 TEST_F(SliConfigTest, WithoutExternalDataItIsAnOrdinaryMailbox) {
-  for (ByteVector mailbox :
-       {sli_config(256, true, 0x0257), with_at(sli_config(256, true, 0x0157), 152, 0)}) {
+  for (ByteVector mailbox : {with_at(embedded, 25, std::uint8_t{2}), with_at(embedded, 152, 0)}) {
     expect_sli_mode(board0, 4);
     channel.expect("RAVN_MGMT_MBOX", board0).word(2, 256).word(3, 256).sends(2, sent(mailbox));
     EXPECT_EQ(issue(mailbox, 64), OVK_OK);
@@ -264,16 +242,16 @@ TEST_F(SliConfigTest, WithoutExternalDataItIsAnOrdinaryMailbox) {
 }
 
 TEST_F(SliConfigTest, AnExtendedCommandMovesAtMostItsBuffer) {
-  std::vector<Mailbox> mailbox(17, mailbox_of(0x9B));
+  std::vector mailboxes(17, mailbox_of(0x9B));
   expect_sli_mode(board0, 4);
   channel.expect("RAVN_MGMT_MBOX_SLI_CFG_EXT", board0)
       .word(2, 4100)
       .word(3, 4100)
       .word(6, 3)
       .replies(1, ByteVector(4096, 7));
-  EXPECT_EQ(IssueExtendedSLIConfig(0, mailbox.data(), 3, 1, 1025), OVK_OK);
-  EXPECT_THAT(bytes_of(mailbox[15]), SameBytes(ByteVector(256, 7)));
-  EXPECT_THAT(bytes_of(mailbox[16]), SameBytes(bytes_of(mailbox_of(0x9B))));
+  EXPECT_EQ(IssueExtendedSLIConfig(0, mailboxes.data(), 3, 1, 1025), OVK_OK);
+  EXPECT_THAT(bytes_of(mailboxes[15]), SameBytes(ByteVector(256, 7)));
+  EXPECT_THAT(bytes_of(mailboxes[16]), SameBytes(bytes_of(mailbox_of(0x9B))));
 }
 
 }  // namespace

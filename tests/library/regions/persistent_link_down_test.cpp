@@ -11,14 +11,11 @@ constexpr std::uint8_t comes_up = 1;
 
 class PersistentLinkDownTest : public RegionTest {
  protected:
-  /** What both calls ask before they touch the region. */
-  void expect_opening(std::uint32_t sli_mode = sli4) {
+  /** What both calls ask, and their reading of the region. */
+  Exchange& expect_opened(const ByteVector& image, std::uint32_t sli_mode = sli4) {
     expect_sli_mode(board0, sli_mode, link_down_feature);
     expect_sli_mode(board0, sli_mode);
-  }
-  Exchange& expect_opened(const ByteVector& image) {
-    expect_opening();
-    return expect_read(23, image);
+    return expect_read(23, image, 0, sli_mode);
   }
 
   /** A region with this data in its record, and bytes that all tell their place behind the list. */
@@ -41,42 +38,34 @@ class PersistentLinkDownTest : public RegionTest {
   }
 };
 
-TEST_F(PersistentLinkDownTest, TheFirstValidSlotInTheImageTells) {
-  const auto expect_value = [this](const ByteVector& image, std::uint16_t value) {
-    expect_opened(image);
-    expect_get(0, value);
-  };
-  expect_value(region_with({1, 0, kept_down, 0, 1, 0, comes_up, 0}), 1);
-  expect_value(region_with({1, 0, 0x80, 0, 0xff, 0, 0, 0}), 0);
-  expect_value(region_with({0xff, 0, comes_up, 0, 1, 0, kept_down, 0}), 1);
-  expect_value(region_with({0, 0, kept_down, 0, 1, 0, comes_up, 0}), 0);
-  expect_value(region23_ending_with({0xa2, 2, 0, 0, 0, 0, 0, 0, 1, 0, 0, 0}, 0xa1), 1);
-  expect_value(region23_ending_with({0xa2, 2, 0, 0, 1, 0, 0, 0}, 0xa1), 1);
-}
-
-TEST_F(PersistentLinkDownTest, ASetChangesItsSlotAndTheHeaderOnlyOnEveryGeneration) {
-  const auto expect_set = [this](std::uint16_t link_down, const ByteVector& slots,
-                                 const ByteVector& after) {
+TEST_F(PersistentLinkDownTest, TheFirstValidSlotTellsAndASetChangesItAndTheHeaderOnly) {
+  const auto expect_slot = [this](const ByteVector& slots, std::uint16_t value,
+                                  std::uint16_t link_down, const ByteVector& after) {
     const ByteVector before = patched(region_with(slots), {{link_at + 2, {0x55, 0x66}}});
     expect_opened(before);
-    expect_write(23, region_with(after)).replies(2, 0x99U);
-    EXPECT_EQ(OVK_SetPersistLinkDown(0, link_down), 0x99U) << "the firmware's status";
-
-    expect_opening(sli3);
-    expect_read(23, before, 0, sli3);
-    expect_write(23, region_with(after), sli3);
-    EXPECT_EQ(OVK_SetPersistLinkDown(0, link_down), 0U);
+    expect_get(0, value);
+    for (const std::uint32_t sli_mode : {sli3, sli4}) {
+      expect_opened(before, sli_mode);
+      expect_write(23, region_with(after), sli_mode);
+      EXPECT_EQ(OVK_SetPersistLinkDown(0, link_down), 0U);
+    }
   };
-  expect_set(5, {1, 7, comes_up, 7, 1, 7, 1, 7}, {1, 7, kept_down, 7, 1, 7, 1, 7});
-  expect_set(0, {1, 7, 0x80, 7}, {1, 7, comes_up, 7});
-  expect_set(1, {0xff, 7, 9, 7, 1, 7, 9, 7}, {0xff, 7, 9, 7, 1, 7, kept_down, 7});
-  expect_set(0x100, {1}, {1, 0, kept_down});
+  expect_slot({1, 7, comes_up, 7, 1, 7, 1, 7}, 0, 5, {1, 7, kept_down, 7, 1, 7, 1, 7});
+  expect_slot({1, 7, kept_down, 7, 1, 7, 9, 7}, 1, 0, {1, 7, comes_up, 7, 1, 7, 9, 7});
+  expect_slot({1, 7, 0x80, 7}, 0, 0, {1, 7, comes_up, 7});
+  expect_slot({0xff, 7, 9, 7, 1, 7, kept_down, 7}, 1, 0, {0xff, 7, 9, 7, 1, 7, comes_up, 7});
+  expect_slot({0, 7, kept_down, 7, 1, 7, 9, 7}, 0, 0x100, {0, 7, kept_down, 7, 1, 7, kept_down, 7});
+
+  expect_opened(region23_ending_with({0xa2, 2, 0, 0, 0, 0, 0, 0, 1, 0, 0, 0}, 0xa1));
+  expect_get(0, 1);
+  expect_opened(region23_ending_with({0xa2, 2, 0, 0, 1, 0, 0, 0}, 0xa1));
+  expect_get(0, 1);
 }
 
 TEST_F(PersistentLinkDownTest, ASetOnAnEmptyRegionWritesTheWholeDefaultOne) {
   expect_opened(bare_region23()).replies(3, 0xFFFDU);
-  expect_write(23, patched(default_region23(), {{link_at + 6, {kept_down}}}));
-  EXPECT_EQ(OVK_SetPersistLinkDown(0, 1), 0U);
+  expect_write(23, patched(default_region23(), {{link_at + 6, {kept_down}}})).replies(2, 0x99U);
+  EXPECT_EQ(OVK_SetPersistLinkDown(0, 1), 0x99U) << "the firmware's status";
 }
 
 TEST_F(PersistentLinkDownTest, RefusalsKeepTheOrderOfTheQuestions) {

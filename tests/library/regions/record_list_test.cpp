@@ -24,6 +24,9 @@ std::uint8_t* at_the_edge(const ByteVector& image) {
   return edge - image.size();
 }
 
+/** The types of as many records as an image has room for. */
+const ByteVector full_list(254, 0xa1);
+
 class RecordListTest : public RegionTest {
  protected:
   /** Where a search finds a record or, when there is none, the negative code that it gives. */
@@ -33,17 +36,6 @@ class RecordListTest : public RegionTest {
     void* record = searchRegion23(image, static_cast<std::uint32_t>(bytes.size()), type, &code);
     EXPECT_EQ(record != nullptr, code == 0);
     return record != nullptr ? static_cast<std::uint8_t*>(record) - image : -code;
-  }
-
-  /** The start of an image whose records are all of one type and length. */
-  static ByteVector repeated(std::uint8_t type, std::uint8_t words, std::size_t size) {
-    ByteVector image = bare_region23();
-    for (std::size_t at = 8; at + 1 < image.size(); at += 4 + words * 4U) {
-      image[at] = type;
-      image[at + 1] = words;
-    }
-    image.resize(size);
-    return image;
   }
 };
 
@@ -68,17 +60,19 @@ TEST_F(RecordListTest, AnswersTheFirstThingThatIsWrongWithAnImage) {
 TEST_F(RecordListTest, AListWithoutAnEndIsLeftWhereTheImageEnds) {
   for (const std::size_t size : {9U, 11U, 12U, 16U, 1023U, 1024U}) {
     for (const std::uint8_t words : ByteVector{0, 1, 2, 80, 253, 254, 255}) {
-      EXPECT_EQ(search(repeated(0xa1, words, size), 0xa0), -252) << +words << " words, " << size;
+      ByteVector image = region23_of(full_list, words);
+      image.resize(size);
+      EXPECT_EQ(search(image, 0xa0), -252) << +words << " words, " << size;
     }
   }
-  EXPECT_EQ(search(patched(repeated(0xa1, 0, 1024), {{1020, {0xa0, 9}}}), 0xa0), 1020);
+  EXPECT_EQ(search(patched(region23_of(full_list, 0), {{1020, {0xa0, 9}}}), 0xa0), 1020);
 }
 
 TEST_F(RecordListTest, LogsWhatItFoundAndTheEndOfTheListAsErrors) {
   log_at(OVK_LOG_ERROR);
   search(default_region23(), 0xa2);
   search(default_region23(), 0xa3);
-  search(repeated(0xa1, 0, 1024), 0xa0);
+  search(region23_of(full_list, 0), 0xa0);
   LogLevel = ~std::uint32_t{OVK_LOG_ERROR};
   search(default_region23(), 0xa2);
   const LogLine empty{"", ""};

@@ -56,6 +56,16 @@ inline ByteVector bare_region23() {
   return patched(ByteVector(region23_size, 0x77), {{0, {'R', 'G', '2', '3', 1, 0, 0, 0}}});
 }
 
+/** An image with records of these types, all of one length, as far as it goes. */
+inline ByteVector region23_of(const ByteVector& types, std::uint8_t words = 2) {
+  ByteVector image = bare_region23();
+  std::size_t at = fcoe_at;
+  for (std::size_t i = 0; i < types.size() && at + 1 < image.size(); ++i, at += 4 + words * 4U) {
+    image = patched(std::move(image), {{at, {types[i], words}}});
+  }
+  return image;
+}
+
 /** An image that holds three records of a type, and of its fourth record only these bytes. */
 inline ByteVector region23_ending_with(const ByteVector& record, std::uint8_t others) {
   const std::size_t filler = region23_size - fcoe_at - record.size();
@@ -88,14 +98,12 @@ class RegionTest : public MailboxTest {
   /** A write of a region in the same two ways. */
   Exchange& expect_write(std::uint8_t region, const ByteVector& image,
                          std::uint32_t sli_mode = sli4) {
-    const auto size = static_cast<std::uint32_t>(image.size());
     if (sli_mode == sli3) {
-      return expect_extended_mailbox(region_mailbox(0x1B, region, size, size),
-                                     extended_data(size, 0, 5, image));
+      return expect_region_update(region, image);
     }
     expect_sli_mode(board0, sli4);
     return channel.expect("RAVN_MGMT_HBA_ISSUE_UPD_MBX", board0)
-        .word(2, size)
+        .word(2, static_cast<std::uint32_t>(image.size()))
         .word(4, region)
         .sends(1, image);
   }
@@ -106,10 +114,7 @@ class RegionTest : public MailboxTest {
     Exchange* last = nullptr;
     for (std::uint32_t at = 0; at == 0 || (status == 0 && at < image.size()); at += step) {
       const ByteVector data{image.begin() + at, image.begin() + at + step};
-      last = &expect_extended_mailbox(region_mailbox(0x17, region, at, step),
-                                      extended_data(0, 512, 5, {}))
-                  .replies(2, region_mailbox(0x17, region, at, step, status))
-                  .replies(3, extended_data(0, 0, 0, data));
+      last = &expect_region_step(region, at, step, data, status);
     }
     return *last;
   }

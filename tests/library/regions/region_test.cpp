@@ -6,8 +6,8 @@
 #include <ovk/regions.h>
 
 #include <cstdlib>
-#include <functional>
 #include <memory>
+#include <tuple>
 
 namespace ovk::test {
 namespace {
@@ -32,37 +32,22 @@ class Region23Test : public RegionTest {
     std::copy_n(default_region23().begin(), default_end, image.begin());
     return image;
   }
-
-  static ByteVector image_of_types(std::initializer_list<std::uint8_t> types,
-                                   std::uint8_t words = 2) {
-    ByteVector image = bare_region23();
-    std::size_t at = 8;
-    for (const std::uint8_t type : types) {
-      image = patched(image, {{at, {type, words}}});
-      at += 4 + words * 4U;
-    }
-    return image;
-  }
 };
 
 TEST_F(Region23Test, AnImageOfFourKnownRecordsIsReadAsItIsAnyOtherAsTheDefaultOne) {
-  struct Sample {
-    const char* what;
-    bool valid;
-    ByteVector image;
-  };
-  const ByteVector whole = image_of_types({0xa0, 0xa1, 0xa2, 0xff}, 0);
+  using Sample = std::tuple<const char*, bool, ByteVector>;
+  const ByteVector whole = region23_of({0xa0, 0xa1, 0xa2, 0xff}, 0);
   for (const auto& [what, valid, image] :
        {Sample{"records without data", true, whole},
         Sample{"signature", false, patched(whole, {{3, {'2'}}})},
         Sample{"version", false, patched(whole, {{4, {2}}})},
-        Sample{"an end first", true, image_of_types({0xff, 0xff, 0xa0, 0xa2})},
-        Sample{"an unknown first record", false, image_of_types({0xa3, 0xa1, 0xa2, 0xff})},
-        Sample{"an unknown fourth record", false, image_of_types({0xa0, 0xa1, 0xa2, 0xa3})},
+        Sample{"an end first", true, region23_of({0xff, 0xff, 0xa0, 0xa2})},
+        Sample{"an unknown first record", false, region23_of({0xa3, 0xa1, 0xa2, 0xff})},
+        Sample{"an unknown fourth record", false, region23_of({0xa0, 0xa1, 0xa2, 0xa3})},
         Sample{"a fourth that ends beyond", true, patched(default_region23(), {{357, {0xff}}})},
-        Sample{"a fourth that ends the image", true, image_of_types({0xa0, 0xa1, 0xa2, 0xa0}, 83)},
-        Sample{"a fourth behind the image", false, image_of_types({0xa0, 0xa1, 0xa2}, 84)},
-        Sample{"a first that ends beyond", false, image_of_types({0xa0}, 255)}}) {
+        Sample{"a fourth that ends the image", true, region23_of({0xa0, 0xa1, 0xa2, 0xa0}, 83)},
+        Sample{"a fourth behind the image", false, region23_of({0xa0, 0xa1, 0xa2}, 84)},
+        Sample{"a first that ends beyond", false, region23_of({0xa0}, 255)}}) {
     SCOPED_TRACE(what);
     expect_read(23, image);
     expect_image(sli4, valid ? image : default_over(image));
@@ -132,12 +117,6 @@ class Region22Test : public RegionTest, public testing::WithParamInterface<std::
     return expect_write(22, image, way);
   }
 
-  void expect_no_entries(std::uint32_t result) {
-    EXPECT_EQ(OVK_GetRegion22(0, entries.data(), &count), result);
-    EXPECT_EQ(count, 77U);
-    EXPECT_EQ(bytes_of(entries), ByteVector(entries.size() * sizeof(Region22Entry)));
-  }
-
   std::uint32_t set(std::uint32_t given = 1) { return OVK_SetRegion22(0, entries.data(), given); }
 };
 
@@ -153,24 +132,22 @@ TEST_P(Region22Test, DeliversThirtyTwoEntriesOfWhichTheLastEndsInZeros) {
 }
 
 TEST_P(Region22Test, WithoutTheTypeOrTheRegionNothingIsDeliveredOrWritten) {
-  expect_no_type();
-  expect_no_entries(0x0BAD0042);
-  expect_no_type();
-  EXPECT_EQ(set(), 0x0BAD0042U);
+  const auto expect_failure = [&](const auto& script, std::uint32_t of_get, std::uint32_t of_set) {
+    script();
+    EXPECT_EQ(OVK_GetRegion22(0, entries.data(), &count), of_get);
+    EXPECT_EQ(count, 77U);
+    EXPECT_EQ(bytes_of(entries), ByteVector(entries.size() * sizeof(Region22Entry)));
+    script();
+    EXPECT_EQ(set(), of_set);
+  };
+  expect_failure([&] { expect_no_type(); }, 0x0BAD0042, 0x0BAD0042);
+  expect_failure([&] { expect_read22(sample, 0xFFF7); }, 5, 1);
+  expect_failure([&] { expect_read22(sample, 0xFFF6); }, 6, 1);
+  expect_failure([&] { expect_read22(sample).status(0x0BAD0001); }, by_command ? 1 : 252, 1);
   expect_no_type();
   EXPECT_EQ(OVK_InitR22(0), 0x0BAD0042U);
   expect_no_type();
   EXPECT_EQ(OVK_SetRegion14(0, entries.data()), 0x0BAD0042U);
-
-  const auto expect_failure = [&](const auto& script, std::uint32_t result) {
-    script();
-    expect_no_entries(result);
-    script();
-    EXPECT_EQ(set(), 1U);
-  };
-  expect_failure([&] { expect_read22(sample, 0xFFF7); }, 5);
-  expect_failure([&] { expect_read22(sample, 0xFFF6); }, 6);
-  expect_failure([&] { expect_read22(sample).status(0x0BAD0001); }, by_command ? 1 : 252);
 }
 
 TEST_P(Region22Test, ARegionThatIsEmptyOrDamagedIsNotDeliveredAndASetRepairsItFirst) {
@@ -208,13 +185,10 @@ TEST_P(Region22Test, ASetReplacesTheFirstEntriesThatFitAndKeepsTheRest) {
   }
 }
 
-TEST_P(Region22Test, AnInitialisationWritesARegionWithoutEntries) {
+TEST_P(Region22Test, AnInitialisationWritesNoEntriesAndRegion14IsWrittenByRegionCommandsOnly) {
   expect_type();
   expect_write22(default_region22());
   EXPECT_EQ(OVK_InitR22(0), 0U);
-}
-
-TEST_P(Region22Test, Region14IsWrittenByRegionCommandsOnlyAndTheFirmwareTellsTheResult) {
   const ByteVector image(1000, 0x42);
   expect_type();
   if (by_command) {
