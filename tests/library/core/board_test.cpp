@@ -5,11 +5,14 @@
 
 #include <cstring>
 #include <numeric>
-#include <utility>
+#include <optional>
 #include <vector>
 
 namespace ovk::test {
 namespace {
+
+constexpr std::uint32_t fc_device = 0xF4001234;
+constexpr std::uint8_t untouched = 0xEE;
 
 class BoardTest : public LibraryTest {
  protected:
@@ -22,15 +25,29 @@ class BoardTest : public LibraryTest {
     channel.expect("RAVN_MGMT_INITBRDS", number).replies(1, discovery_record(device));
   }
 
+  struct Part {
+    std::size_t place;
+    std::size_t from;
+    std::size_t size;
+  };
+
+  /** Untouched entries, but for these parts of the first, which are the driver's. */
+  template <typename Entry>
+  static ByteVector described(const std::vector<Entry>& entries, const ByteVector& record,
+                              std::initializer_list<Part> parts) {
+    ByteVector bytes(entries.size() * sizeof(Entry), untouched);
+    for (const auto& [place, from, size] : parts) {
+      std::memcpy(&bytes[place], &record[from], size);
+    }
+    return bytes;
+  }
+
   void expect_no_board(std::uint32_t first, std::uint32_t last) {
     for (std::uint32_t number = first; number <= last; ++number) {
       channel.expect("RAVN_MGMT_INITBRDS", number).status(0x0BAD0001);
     }
   }
 };
-
-constexpr std::uint32_t fc_device = 0xF4001234;
-constexpr std::uint8_t untouched = 0xEE;
 
 TEST_F(BoardTest, DiscoveryNumbersTheFibreChannelFunctionsAndClearsThePerBoardTables) {
   std::memset(ovk_refresh_timer, untouched, sizeof ovk_refresh_timer);
@@ -66,17 +83,11 @@ TEST_F(BoardTest, DescribesBoardsUpToTheCapacityByteForByte) {
 
   std::vector boards(2, record_of<DiagBoardEntry>(untouched));
   EXPECT_EQ(OVK_InitDiagEnv(boards.data(), 1), 2U);
-
-  const ByteVector record = discovery_record(fc_device, 0x80);
-  ByteVector expected(sizeof(DiagBoardEntry), untouched);
-  std::copy_n(record.begin(), 12, expected.begin() + 28);
-  expected[40] = record[80];
+  ByteVector expected =
+      described(boards, discovery_record(fc_device, 0x80),
+                {{28, 0, 12}, {40, 80, 1}, {42, 12, 2}, {44, 16, 60}, {104, 76, 4}});
   expected[41] = 10;
-  std::copy_n(record.begin() + 12, 2, expected.begin() + 42);
-  std::copy_n(record.begin() + 16, 60, expected.begin() + 44);
-  std::copy_n(record.begin() + 76, 4, expected.begin() + 104);
-  EXPECT_THAT(bytes_of(boards[0]), SameBytes(expected));
-  EXPECT_THAT(bytes_of(boards[1]), SameBytes(ByteVector(sizeof(DiagBoardEntry), untouched)));
+  EXPECT_THAT(bytes_of(boards), SameBytes(expected));
 
   EXPECT_EQ(ovk_state[0], OVK_BOARD_NOT_READY);
   EXPECT_EQ(ovk_state[1], 77) << "a board beyond the capacity gets no state";
@@ -90,14 +101,8 @@ TEST_F(BoardTest, LegacyInitialisationKeepsOldMappingsAndFillsShortRecords) {
 
   std::vector boards(2, record_of<LegacyBoardEntry>(untouched));
   EXPECT_EQ(InitDiagEnv(boards.data()), 1U);
-
-  const ByteVector record = discovery_record(fc_device);
-  ByteVector expected(sizeof(LegacyBoardEntry), untouched);
-  std::copy_n(record.begin(), 12, expected.begin() + 28);
-  expected[43] = record[12];
-  std::copy_n(record.begin() + 16, 56, expected.begin() + 44);
-  EXPECT_THAT(bytes_of(boards[0]), SameBytes(expected));
-  EXPECT_THAT(bytes_of(boards[1]), SameBytes(ByteVector(sizeof(LegacyBoardEntry), untouched)));
+  EXPECT_THAT(bytes_of(boards), SameBytes(described(boards, discovery_record(fc_device),
+                                                    {{28, 0, 12}, {43, 12, 1}, {44, 16, 56}})));
   EXPECT_EQ(ovk_state[0], OVK_BOARD_NORMAL);
   EXPECT_EQ(ovk_brdno[0], 0);
   EXPECT_EQ(ovk_brdno[1], static_cast<std::int32_t>(board1));
@@ -138,49 +143,34 @@ class BoardStateTest : public LibraryTest {
   }
 };
 
-TEST_F(BoardStateTest, SendsTheSubCommandOfEachModeAndKeepsTheAnsweredState) {
-  for (const auto& [mode, sub_command] :
-       {std::pair{0U, 16U}, std::pair{1U, 17U}, std::pair{3U, 19U}, std::pair{5U, 20U}}) {
-    expect_sub_command(sub_command, 40 + mode);
-    EXPECT_EQ(SetBrdEnv(0, mode), static_cast<std::int32_t>(40 + mode));
-    EXPECT_EQ(ovk_state[0], static_cast<std::int32_t>(40 + mode));
+TEST_F(BoardStateTest, ModeTwoWaitsInSecondsForABoardThatOnlyTheDriverReportsNotReady) {
+  log_at(OVK_LOG_CALL);
+  struct {
+    std::int32_t state;
+    std::vector<std::uint32_t> reported;
+    std::optional<std::uint32_t> entered;
+    std::int32_t result;
+  } const cases[] = {{1, {2, 2, 1}, 2, 2}, {2, {2}, {}, 2}, {2, {1}, 7, 7}};
+  for (const auto& [state, reported, entered, result] : cases) {
+    ovk_state[0] = state;
+    host().sleeps.clear();
+    for (const std::uint32_t report : reported) {
+      expect_sub_command(16, report);
+    }
+    if (entered) {
+      expect_sub_command(18, *entered);
+    }
+    EXPECT_EQ(SetBrdEnv(0, 2), result);
+    EXPECT_EQ(ovk_state[0], result);
+    EXPECT_EQ(host().sleeps, std::vector<std::uint64_t>(reported.size() - 1, 1000000));
   }
-  EXPECT_EQ(SetBrdEnv(0, 4), 0);
-  EXPECT_EQ(SetBrdEnv(0, 6), 0);
+  EXPECT_THAT(log_lines(), testing::Each(testing::Field(&LogLine::function, "SetBrdEnv")));
 }
 
-TEST_F(BoardStateTest, ModeTwoWaitsInSecondsWhileTheDriverReportsStateTwoAndLogsEveryQuery) {
-  log_at(OVK_LOG_CALL | OVK_LOG_SUCCESS);
+TEST_F(BoardStateTest, AFailedQueryEndsTheWaitAndKeepsTheState) {
   ovk_state[0] = 1;
-  expect_sub_command(16, 2);
-  expect_sub_command(16, 2);
-  expect_sub_command(16, 1);
-  expect_sub_command(18, 2);
-  EXPECT_EQ(SetBrdEnv(0, 2), 2);
-  EXPECT_EQ(host().sleeps, (std::vector<std::uint64_t>{1000000, 1000000}));
-  EXPECT_EQ(ovk_state[0], 2);
-  const LogLine call{"SetBrdEnv", "call: RAVN_MGMT_SETDIAG id"};
-  const LogLine ok{"SetBrdEnv", "cmd ok:             RAVN_MGMT_SETDIAG brd[0] id"};
-  EXPECT_THAT(log_lines(), testing::ElementsAre(call, ok, call, ok, call, ok, call, ok));
-}
-
-TEST_F(BoardStateTest, ModeTwoLeavesABoardAloneThatIsKnownToBeThere) {
-  ovk_state[0] = 2;
-  expect_sub_command(16, 2);
-  EXPECT_EQ(SetBrdEnv(0, 2), 2);
-
-  expect_sub_command(16, 1);
-  expect_sub_command(18, 7);
-  EXPECT_EQ(SetBrdEnv(0, 2), 7) << "the driver no longer has it there";
-  EXPECT_THAT(host().sleeps, testing::IsEmpty());
-}
-
-TEST_F(BoardStateTest, AFailureGivesZeroAndKeepsTheState) {
-  ovk_state[0] = 1;
-  expect_sub_command(17, 3).status(0x0BAD0001);
-  EXPECT_EQ(SetBrdEnv(0, 1), 0);
   expect_sub_command(16, 3).delivery_error(1);
-  EXPECT_EQ(SetBrdEnv(0, 2), 0) << "a failed query ends the wait";
+  EXPECT_EQ(SetBrdEnv(0, 2), 0);
   EXPECT_EQ(ovk_state[0], 1);
 }
 
@@ -196,16 +186,10 @@ TEST_F(BoardStateTest, AllBoardsAreSetInOrderUpToTheFirstFailure) {
   EXPECT_EQ(SetDiagEnv(1), 0);
 }
 
-TEST_F(BoardStateTest, ABoardBeyondTheTablesIsSentAsUnmappedAndTouchesNoTable) {
-  const ByteVector states = bytes_of(ovk_state);
-  for (const std::uint32_t board : {unmapped_board, 32U, 33U, 0x80000000U, 0xFFFFFFFFU}) {
-    channel.expect("RAVN_MGMT_SETDIAG", unmapped_number).word(6, 16).answers(4, 0);
-    EXPECT_EQ(SetBrdEnv(board, 0), 0);
-  }
+TEST_F(BoardStateTest, ABoardBeyondTheTablesIsNeverKnownToBeThere) {
   channel.expect("RAVN_MGMT_SETDIAG", unmapped_number).word(6, 16).answers(4, 1);
   channel.expect("RAVN_MGMT_SETDIAG", unmapped_number).word(6, 18).answers(4, 9);
   EXPECT_EQ(SetBrdEnv(32, 2), 9);
-  EXPECT_THAT(bytes_of(ovk_state), SameBytes(states));
 }
 
 }  // namespace
