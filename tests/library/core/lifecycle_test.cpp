@@ -47,26 +47,23 @@ TEST_F(LifecycleTest, TheReleaseThatMatchesTheFirstInitialisationClosesTheChanne
 
 TEST_F(LifecycleTest, LifecycleLinesAreWrittenAtLevelOneAndTheRefusalAlways) {
   log_at(0);
-  channel.open_result = 0x1F;
-  ovk_mgmt_init();
   const LogLine refusal{"ovk_mgmt_init",
                         "Management init failure: x1f. Check if driver is loaded and Tarvos cards "
                         "are installed.  Else a possible reason would be incompatible driver and "
                         "application versions."};
-  EXPECT_THAT(log_lines(), testing::ElementsAre(refusal, LogLine{"", ""}));
-
+  const LogLine empty{"", ""};
+  channel.open_result = 0x1F;
+  ovk_mgmt_init();
   LogLevel = OVK_LOG_LIFECYCLE;
   ovk_mgmt_init();
-  channel.open_result = 0;
   refcnt = 1;
   ovk_mgmt_init();
   OVK_FreeDiagEnv();
-  EXPECT_THAT(
-      log_lines(),
-      testing::ElementsAre(
-          refusal, LogLine{"", ""}, LogLine{"ovk_mgmt_init", "Init handle[(nil)] refcnt[1:1] id"},
-          refusal, LogLine{"", ""}, LogLine{"ovk_mgmt_init", "Init handle[(nil)] refcnt[2:2] id"},
-          LogLine{"OVK_FreeDiagEnv", "Destroy handle[(nil)] refcnt[1:1] id"}));
+  const LogLine first{"ovk_mgmt_init", "Init handle[(nil)] refcnt[1:1] id"};
+  const LogLine second{"ovk_mgmt_init", "Init handle[(nil)] refcnt[2:2] id"};
+  const LogLine release{"OVK_FreeDiagEnv", "Destroy handle[(nil)] refcnt[1:1] id"};
+  EXPECT_THAT(log_lines(),
+              testing::ElementsAre(refusal, empty, first, refusal, empty, second, release));
 }
 
 TEST_F(LifecycleTest, TellsItsVersionWithinTheCallersBuffer) {
@@ -84,9 +81,14 @@ TEST_F(LifecycleTest, TellsItsVersionWithinTheCallersBuffer) {
 
 class LogConfigurationTest : public LifecycleTest {
  protected:
-  static std::vector<LogLine> start_lines(const std::string& configuration) {
-    return {{"OpenLogger", "**Start log conf[" + configuration + "]"},
-            {"OpenLogger", "Lib[14.0.198.0] Vendor[TRV:ravn-mgmt] Version[2.0.1-4] Callbacks[94]"}};
+  void expect_start_lines(const std::vector<std::string>& configurations) {
+    std::vector<LogLine> expected;
+    for (const std::string& configuration : configurations) {
+      expected.push_back({"OpenLogger", "**Start log conf[" + configuration + "]"});
+      expected.push_back(
+          {"OpenLogger", "Lib[14.0.198.0] Vendor[TRV:ravn-mgmt] Version[2.0.1-4] Callbacks[94]"});
+    }
+    EXPECT_EQ(log_file(), expected);
   }
 };
 
@@ -98,12 +100,7 @@ TEST_F(LogConfigurationTest, ALevelChangedBetweenInitialisationsIsInForceAfterTh
     configure_log("level 0x8\n");
     OpenLogger();
     EXPECT_EQ(LogLevel, 8U);
-
-    std::vector<LogLine> expected = start_lines("level xf");
-    for (const LogLine& line : start_lines("level x8")) {
-      expected.push_back(line);
-    }
-    EXPECT_EQ(log_file(), expected);
+    expect_start_lines({"level xf", "level x8"});
   });
 }
 
@@ -126,40 +123,33 @@ TEST_F(LogConfigurationTest, WithoutAConfigurationLoggingIsOffUntilThereIsOne) {
 
 TEST_F(LogConfigurationTest, AnOddConfigurationLeavesTheLevelAndHarmsNothing) {
   struct {
-    const char* what;
     std::string text;
     std::uint32_t level;
     std::string logged;
   } const cases[] = {
-      {"empty", "", 7, " x7"},
-      {"one word", "level", 7, "level x7"},
-      {"not hexadecimal", "level verbose", 7, "level x7"},
-      {"long key word", std::string(200, 'a') + " 2", 2, std::string(31, 'a') + " x2"},
-      {"long value word", "level " + std::string(40, 'f'), 0xFFFFFFFF, "level xffffffff"},
-      {"binary", std::string{"\0\1\2\xFF\xFE 5\0", 8}, 5, " x5"},
+      {"", 7, " x7"},
+      {"level verbose", 7, "level x7"},
+      {std::string(200, 'a') + " 2", 2, std::string(31, 'a') + " x2"},
+      {"level " + std::string(40, 'f'), 0xFFFFFFFF, "level xffffffff"},
+      {std::string{"\0\1\2\xFF\xFE 5\0", 8}, 5, " x5"},
   };
-  for (const auto& odd : cases) {
+  for (const auto& [text, level, logged] : cases) {
     in_fresh_process([&] {
-      configure_log(odd.text);
+      configure_log(text);
       LogLevel = 7;
       OpenLogger();
-      EXPECT_EQ(LogLevel, odd.level) << odd.what;
-      EXPECT_EQ(log_file(), start_lines(odd.logged)) << odd.what;
+      EXPECT_EQ(LogLevel, level) << text;
+      expect_start_lines({logged});
     });
   }
-  in_fresh_process([] {
-    std::filesystem::create_directories(host().root / "scratch/libovk.conf");
-    LogLevel = 7;
-    OpenLogger();
-    EXPECT_EQ(LogLevel, 7U) << "a folder in its place";
-  });
 }
 
-TEST_F(LogConfigurationTest, WithoutALogFileNothingFails) {
+TEST_F(LogConfigurationTest, WithoutAReadableConfigurationOrALogFileNothingFails) {
   in_fresh_process([this] {
-    configure_log("level f");
-    std::filesystem::remove_all(host().root / "scratch/log");
+    std::filesystem::create_directories(host().root / "scratch/libovk.conf");
+    LogLevel = 7;
     initialise();
+    EXPECT_EQ(LogLevel, 7U);
     EXPECT_EQ(fLogger, nullptr);
     EXPECT_EQ(refcnt, 1);
   });
@@ -200,13 +190,9 @@ TEST(TimestampTest, MonthsAreThoseOfACommonYearAndOfALeapYear) {
     const year_month_day_last end{year{i < 12 ? 2023 : 2024} / month{i % 12 + 1} / last};
     EXPECT_EQ(calendar[i], unsigned{end.day()} * 86400U) << "month " << i;
   }
-}
-
-TEST(TimestampTest, LeapYearsAreThoseOfTheGregorianCalendar) {
-  EXPECT_EQ(ravn_isLeap(2023), 0U);
-  EXPECT_EQ(ravn_isLeap(2024), 1U);
-  EXPECT_EQ(ravn_isLeap(2100), 0U);
-  EXPECT_EQ(ravn_isLeap(2000), 1U);
+  for (const int number : {2023, 2024, 2100, 2000}) {
+    EXPECT_EQ(ravn_isLeap(static_cast<std::uint32_t>(number)), year{number}.is_leap() ? 1U : 0U);
+  }
 }
 
 }  // namespace
