@@ -11,23 +11,17 @@ namespace {
 
 using DiagnosticsTest = LibraryTest;
 
-TEST_F(DiagnosticsTest, LoopbackModesAreSentByTheirCodesAndWithoutAValueModeZeroIsNone) {
+TEST_F(DiagnosticsTest, LoopbackWithoutAValueHasNoModeZero) {
   constexpr std::uint32_t none = 0xFFFFFFFF;
-  const auto expect_mode = [this](std::uint32_t code, std::uint32_t value) {
-    channel.expect("RAVN_MGMT_LOOPBACK_MODE", board0).word(5, code).word(7, 9).sends(1, value);
-  };
-  expect_mode(0, 7);
-  EXPECT_EQ(OVK_ConfigLoopbackV2(0, 7, 0, 9), OVK_OK);
-  expect_mode(4, 7);
-  EXPECT_EQ(OVK_ConfigLoopbackV2(0, 7, 2, 9), OVK_OK);
-  expect_mode(4, none);
-  EXPECT_EQ(OVK_ConfigLoopbackV2(0, none, 2, 9), OVK_OK);
-  expect_mode(1, none);
-  EXPECT_EQ(OVK_ConfigLoopback(0, 1, 9), OVK_OK);
-  EXPECT_EQ(OVK_ConfigLoopback(0, 0, 9), 3U);
-  EXPECT_EQ(OVK_ConfigLoopbackV2(0, none, 0, 9), 3U);
-  EXPECT_EQ(OVK_ConfigLoopback(0, 3, 9), 3U);
-  EXPECT_EQ(OVK_ConfigLoopbackV2(0, 7, 3, 9), 3U);
+  channel.expect("RAVN_MGMT_LOOPBACK_MODE", board0).word(7, 9).sends(1, 8U);
+  EXPECT_EQ(OVK_ConfigLoopbackV2(0, 8, 0, 9), OVK_OK);
+  channel.expect("RAVN_MGMT_LOOPBACK_MODE", board0).word(5, 1).word(7, 9).sends(1, none);
+  EXPECT_EQ(OVK_ConfigLoopbackV2(0, none, 1, 9), OVK_OK);
+  for (const std::uint32_t mode : {0U, 3U}) {
+    EXPECT_EQ(OVK_ConfigLoopback(0, mode, 9), 3U);
+    EXPECT_EQ(OVK_ConfigLoopbackV2(0, none, mode, 9), 3U);
+  }
+  EXPECT_EQ(OVK_ConfigLoopbackV2(0, 8, 3, 9), 3U);
 }
 
 TEST_F(DiagnosticsTest, TheLongestLoopbackFrameGoesOutWholeAndALongerOneEndsTheProgram) {
@@ -81,24 +75,6 @@ TEST_F(DiagnosticsTest, OtherDumpModesSetTheBoardsStateWhereTheSliModeIsNotFour)
   EXPECT_EQ(OVK_SetDumpEnv(0, 1), 0U);
   expect_sli_mode(board0, 3);
   EXPECT_EQ(OVK_SetDumpEnv(0, 6), 0U);
-}
-
-TEST_F(DiagnosticsTest, ADumpRegionsDescriptorIsCopiedAsFarAsItGoesAndItsLengthIsReported) {
-  for (const std::uint32_t reported : {0U, 17U, 0xFFFFFFFFU}) {
-    ByteVector dest(20, 0xEE);
-    ByteVector expected = counted_bytes(std::min(reported, 16U));
-    expected.resize(20, 0xEE);
-    std::uint32_t length = 16;
-    expect_sli_mode(board0, 3);
-    channel.expect("RAVN_MGMT_GET_DUMPREGION", board0)
-        .word(2, 16)
-        .word(6, 9)
-        .answers(3, reported)
-        .replies(1, counted_bytes(16));
-    EXPECT_EQ(OVK_GetDriverDumpRegion(0, 9, dest.data(), &length), OVK_OK);
-    EXPECT_EQ(length, reported);
-    EXPECT_EQ(dest, expected) << reported;
-  }
 }
 
 }  // namespace

@@ -42,12 +42,10 @@ TEST_F(RegionCommandTest, EachRegionHasItsLengthAndOthersAreLogged) {
 }
 
 TEST_F(RegionCommandTest, ADumpIsCheckedInOrder) {
-  const auto refusal = [](std::uint32_t type, std::uint32_t room, std::uint8_t* place) {
+  const auto refusal = [this](std::uint32_t type, std::uint32_t room, std::uint8_t* place) {
+    expect_sli_mode(board0, 4);
     return OVK_IssueDumpMBox(0, type, 0, 3, 0, place, &room);
   };
-  for (int i = 0; i < 5; ++i) {
-    expect_sli_mode(board0, 4);
-  }
   EXPECT_EQ(refusal(0, 0, nullptr), 2U) << "a type too low";
   EXPECT_EQ(refusal(5, 0, nullptr), 2U) << "a type too high";
   EXPECT_EQ(refusal(1, 0, nullptr), 7U) << "no room";
@@ -59,9 +57,13 @@ TEST_F(RegionCommandTest, ADumpDeliversWhatLiesBehindTheOffset) {
   const ByteVector image = counted_bytes(4096);
   using Case = std::array<std::uint32_t, 4>;
   for (const auto& [offset, room, returned, delivered] :
-       {Case{0, 4096, 1024, 1024}, Case{0, 100, 1024, 100}, Case{24, 4096, 1024, 1000},
-        Case{1023, 9, 1024, 1}, Case{1024, 9, 1024, 0}, Case{0xFFFFFFFF, 9, 1024, 0},
-        Case{0, 4100, 0xFFFFFFFF, 4096}, Case{4095, 9, 0xFFFFFFFF, 1}, Case{4096, 9, 4097, 0}}) {
+       std::to_array<Case>({{0, 100, 1024, 100},
+                            {24, 4096, 1024, 1000},
+                            {1023, 9, 1024, 1},
+                            {1024, 9, 1024, 0},
+                            {0xFFFFFFFF, 9, 1024, 0},
+                            {0, 4100, 0xFFFFFFFF, 4096},
+                            {4096, 9, 4097, 0}})) {
     SCOPED_TRACE(testing::Message() << "offset " << offset << ", room " << room);
     dest.assign(4100, 0xEE);
     std::uint32_t size = room;
@@ -123,14 +125,12 @@ class LegacyRegionTest : public MailboxTest {
   }
 };
 
-TEST_F(LegacyRegionTest, ADumpEndsWhereTheAdapterEndsIt) {
+TEST_F(LegacyRegionTest, ADumpEndsWhereTheAdapterEndsItAndNeverLeadsOutOfTheBuffers) {
   expect_region_step(14, 0, 100, ByteVector(128, 1));
   expect_region_step(14, 100, 128, ByteVector(128, 2));
   expect_region_step(14, 228, 0, ByteVector(128, 3));
   expect_dump(14, {{100, 1}, {128, 2}});
-}
 
-TEST_F(LegacyRegionTest, AReturnedLengthNeverLeadsOutOfTheBuffers) {
   expect_region_step(3, 0, 128, ByteVector(2048, 6));
   expect_dump(3, {});  // a region without a length
 
@@ -138,8 +138,8 @@ TEST_F(LegacyRegionTest, AReturnedLengthNeverLeadsOutOfTheBuffers) {
   expect_region_step(22, 128, 0xFFFFFFFF, ByteVector(2048, 2));
   expect_dump(22, {{128, 1}, {384, 2}});
 
-  expect_region_step(19, 0, 2027,
-                     ByteVector(2048, 3));  // each step carries 512 bytes, whatever it says
+  // Each step carries 512 bytes, whatever it says.
+  expect_region_step(19, 0, 2027, ByteVector(2048, 3));
   expect_region_step(19, 2027, 128, ByteVector(2048, 4));
   expect_dump(19, {{512, 3}, {1515, 0}, {1, 4}});
 

@@ -13,8 +13,6 @@ constexpr std::uint32_t list_end = 0xffff;
 
 class FcfListTest : public RegionTest {
  protected:
-  FcfListTest() { list().value = 0x7700; }
-
   FcfList& list() { return *static_cast<FcfList*>(static_cast<void*>(memory.data())); }
 
   /** A driver's record whose bytes all tell their place. */
@@ -46,6 +44,7 @@ class FcfListTest : public RegionTest {
                                          {16, 20, 2},  {36, 24, 512}, {28, 536, 2},
                                          {30, 538, 1}, {4, 540, 4},   {8, 548, 4}};
     list().count = room;
+    list().value = 0x7700;
     EXPECT_EQ(OVK_FCoEGetFCFList(0, &list()), result);
     EXPECT_EQ(list().count, count);
     EXPECT_EQ(list().value, value);
@@ -70,19 +69,13 @@ TEST_F(FcfListTest, WalksTheTableAndSkipsRecordsThatAreNotReported) {
   expect_list(4, 0, 3, 0xffff, {1, 0, 1});  // the value is the last reply's, in 16 bits
 }
 
-TEST_F(FcfListTest, AnEmptyRecordEndsTheTable) {
+TEST_F(FcfListTest, AnEmptyRecordAndAFailureEndTheTableWithoutAnError) {
   expect_walk({{5, {}}});
   expect_list(4, 0, 0, 5, {});
-}
-
-TEST_F(FcfListTest, AFailureEndsTheTableWithoutAnError) {
+  expect_walk({{4, record()}}).answers(5, 0x0102).delivery_error(3);
+  expect_list(4, 0, 0, 0x7802, {});  // a failure at once adds its value to the caller's
   expect_walk({{4, record()}, {9, record()}}).answers(5, 0x0102).status(0x0BAD0001);
   expect_list(4, 0, 1, 0x0102, {1});
-}
-
-TEST_F(FcfListTest, AFailureAtOnceAddsItsValueToTheCallers) {
-  expect_walk({{4, record()}}).answers(5, 0x0102).delivery_error(3);
-  expect_list(4, 0, 0, 0x7802, {});
 }
 
 TEST_F(FcfListTest, ATableWithoutAnEndIsLeftWhenTheCountCouldBeFullAndCountsWhatFindsNoRoom) {

@@ -16,9 +16,8 @@ class Region23Test : public RegionTest {
  protected:
   /** Reads the region, which gives this image, or fails without an image. */
   static void expect_image(std::uint32_t sli_mode, const ByteVector& expected) {
-    void* untouched = &sli_mode;
-    auto* image = static_cast<Region23Image*>(untouched);
     std::uint32_t length = 77;
+    auto* image = reinterpret_cast<Region23Image*>(&length);
     const AllocationWatch memory;
     EXPECT_EQ(GetRegion23(0, &image, &length, sli_mode), expected.empty() ? 1U : 0U);
     EXPECT_EQ(memory.outstanding(), expected.empty() ? 0 : 1);
