@@ -1,13 +1,11 @@
 // A command of ovkctl that changes or interrupts an adapter asks before it does.
 
+#include "tests/house/tree.h"
 #include "tests/support/files.h"
 
-#include <algorithm>
 #include <cctype>
-#include <filesystem>
 #include <map>
 #include <regex>
-#include <set>
 #include <sstream>
 #include <string>
 
@@ -15,8 +13,6 @@
 
 namespace ovk::test {
 namespace {
-
-namespace fs = std::filesystem;
 
 /** What changes nothing, although its name or what it calls says so. */
 const std::map<std::string, const char*> harmless = {
@@ -27,11 +23,10 @@ const std::map<std::string, const char*> harmless = {
 };
 
 /** A file without its comments and what stands in quotes. */
-std::string code_of(const fs::path& path) {
+std::string code_of(const std::string& text) {
   static const std::regex noise{R"(^ *(/\*|\*).*|//.*|/\*.*?\*/|"(\\.|[^"\\])*")"};
-  std::istringstream lines{read_file(path)};
   std::string code;
-  for (std::string line; std::getline(lines, line);) {
+  for (const std::string& line : lines_of(text)) {
     code += std::regex_replace(line, noise, "") + "\n";
   }
   return code;
@@ -41,131 +36,93 @@ std::string code_of(const fs::path& path) {
 using Bodies = std::map<std::string, std::string>;
 
 void add_bodies(Bodies& bodies, const std::string& code) {
-  static const std::regex heading{R"(^(?:class|struct) (\w+)|(\w+)\()"};
-  std::istringstream lines{code};
-  std::string block;
-  int depth = 0;
-  for (std::string line; std::getline(lines, line);) {
-    if (block.empty() && (line.empty() || !std::isalpha(static_cast<unsigned char>(line[0])) ||
-                          line.starts_with("namespace"))) {
-      continue;
+  static const std::regex heading{R"(^(?:class|struct) (\w+)|(::)?(\b\w+)\()"};
+  std::string of_none;
+  std::string* body = &of_none;
+  for (const std::string& line : lines_of(code)) {
+    // Only what is defined anew stands at a line's begin.
+    if (!line.empty() && std::isalpha(static_cast<unsigned char>(line[0])) != 0) {
+      std::smatch match;
+      body = std::regex_search(line, match, heading)
+                 ? &bodies[(match[2].matched ? "." : "") + match.str(1) + match.str(3)]
+                 : &of_none;
     }
-    block += line + "\n";
-    depth += static_cast<int>(std::ranges::count(line, '{') - std::ranges::count(line, '}'));
-    const bool ends = !line.empty() && (line.back() == ';' || line.back() == '}');
-    if (depth > 0 || !ends) {
-      continue;
-    }
-    if (std::smatch match; std::regex_search(block, match, heading)) {
-      const bool method = match.prefix().str().ends_with("::");
-      bodies[(method ? "." : "") + match[1].str() + match[2].str()] += block;
-    }
-    block.clear();
+    *body += line + "\n";
   }
 }
 
 /** What the library's headers declare that changes or interrupts an adapter. */
-std::set<std::string> changing_calls() {
-  static const std::regex declaration{R"(OVK_API [^;(]*?(\w+)\()"};
+Names changing_calls() {
   static const std::regex changes{
       "Set|Write|Reset|Issue|Delete|Create|Persist|Initiate|ableAuth|Update|InitR|Config|Loopback"};
   static const std::regex reads{"Get|Read|IssueDumpMBox"};
-  std::set<std::string> calls;
-  for (const auto& entry : fs::directory_iterator{fs::path{OVK_SOURCE_DIR} / "include/ovk"}) {
-    const std::string code = code_of(entry.path());
-    for (std::sregex_iterator match{code.begin(), code.end(), declaration}, end; match != end;
-         ++match) {
-      const std::string name = (*match)[1];
-      if (std::regex_search(name, changes) && !std::regex_search(name, reads)) {
-        calls.insert(name);
-      }
-    }
-  }
+  Names calls = declared("include");
+  std::erase_if(calls, [](const std::string& name) {
+    return !std::regex_search(name, changes) || std::regex_search(name, reads);
+  });
   return calls;
 }
 
-/** Looks for some names in a function and in what it calls. */
-class Reach {
- public:
-  Reach(const Bodies& bodies, const std::set<std::string>& names)
-      : bodies_{bodies}, names_{names} {}
-
-  /** The way from a function to one of the names; empty when there is none. */
-  std::string from(const std::string& function) {
-    static const std::regex name{R"((\.|->)?(\w+))"};
-    const std::string bare = function.substr(function.starts_with('.') ? 1 : 0);
-    if (harmless.contains(bare)) {
-      used_.insert(bare);
-      return "";
-    }
-    if (names_.contains(bare)) {
-      return bare;
-    }
-    const auto body = bodies_.find(function);
-    if (body == bodies_.end() || !seen_.insert(function).second) {
-      return "";
-    }
-    const std::string& code = body->second;
-    for (std::sregex_iterator match{code.begin(), code.end(), name}, end; match != end; ++match) {
-      const std::string word = (*match)[2];
-      std::string way = (*match)[1].length() == 0 ? from(word) : "";
-      way = way.empty() ? from("." + word) : way;
-      if (!way.empty()) {
-        return function + " > " + way;
-      }
-    }
+/** The way from a function to one of some names through all that it calls, each of which it adds to
+    `seen`; empty when there is none. */
+std::string way(const std::string& function, const Names& names, const Bodies& bodies,
+                Names& seen) {
+  static const std::regex name{R"((\.|->)?(\w+))"};
+  const std::string bare = function.substr(function.starts_with('.') ? 1 : 0);
+  if (!seen.insert(function).second || harmless.contains(bare)) {
     return "";
   }
-
-  [[nodiscard]] const std::set<std::string>& used() const { return used_; }
-
- private:
-  const Bodies& bodies_;
-  const std::set<std::string>& names_;
-  std::set<std::string> seen_;
-  std::set<std::string> used_;
-};
+  if (names.contains(bare)) {
+    return bare;
+  }
+  const std::string code = bodies.contains(function) ? bodies.at(function) : "";
+  for (std::sregex_iterator match{code.begin(), code.end(), name}, end; match != end; ++match) {
+    const std::string word = match->str(2);
+    std::string rest = (*match)[1].matched ? "" : way(word, names, bodies, seen);
+    rest = rest.empty() ? way("." + word, names, bodies, seen) : rest;
+    if (!rest.empty()) {
+      return function + " > " + rest;
+    }
+  }
+  return "";
+}
 
 TEST(AsksTest, ACommandThatChangesAnAdapterAsks) {
   static const std::regex shows{R"(\.shows\((\w+)\))"};
-  const fs::path root = fs::path{OVK_SOURCE_DIR} / "ovkctl";
-  const std::set<std::string> changing = changing_calls();
-  const std::set<std::string> asking{"ask"};
+  const Names changing = changing_calls();
   Bodies shared;
-  for (const auto& entry : fs::directory_iterator{root / "subjects"}) {
-    if (entry.path().extension() == ".cpp") {
-      add_bodies(shared, code_of(entry.path()));
-    }
+  for (const auto& [path, text] : files_below("ovkctl/subjects", R"(.*\.cpp)")) {
+    add_bodies(shared, code_of(text));
   }
-  std::set<std::string> used;
+  Names all_seen;
   int found = 0;
-  for (const auto& entry : fs::directory_iterator{root / "commands"}) {
-    const std::string code = code_of(entry.path());
+  for (const auto& [path, text] : files_below("ovkctl/commands")) {
+    const std::string code = code_of(text);
     Bodies bodies;
     add_bodies(bodies, code);
     bodies.insert(shared.begin(), shared.end());
     std::istringstream statements{code};
     for (std::string statement; std::getline(statements, statement, ';');) {
-      std::smatch match;
-      if (!std::regex_search(statement, match, shows)) {
-        continue;
+      for (const std::string& shown : all_matches(statement, shows)) {
+        SCOPED_TRACE(path + ": " + shown);
+        EXPECT_TRUE(bodies.contains(shown)) << "the function is not found";
+        Names seen;
+        const std::string change = way(shown, changing, bodies, seen);
+        found += change.empty() ? 0 : 1;
+        EXPECT_TRUE(change.empty() || statement.find(".asks") != statement.npos)
+            << "it does not ask: " << change;
+        all_seen.merge(seen);
+        seen.clear();
+        EXPECT_TRUE(statement.find(".asks_itself(") == statement.npos ||
+                    way(shown, {"ask"}, bodies, seen) != "")
+            << "it never asks";
       }
-      SCOPED_TRACE(entry.path().filename().string() + ": " + match[1].str());
-      EXPECT_TRUE(bodies.contains(match[1])) << "the function is not found";
-      Reach change{bodies, changing};
-      const std::string way = change.from(match[1]);
-      used.insert(change.used().begin(), change.used().end());
-      EXPECT_TRUE(way.empty() || statement.find(".asks") != statement.npos)
-          << "it does not ask: " << way;
-      if (statement.find(".asks_itself(") != statement.npos) {
-        EXPECT_NE((Reach{bodies, asking}.from(match[1])), "") << "it never asks";
-      }
-      found += way.empty() ? 0 : 1;
     }
   }
   EXPECT_GT(found, 25);
   for (const auto& [function, reason] : harmless) {
-    EXPECT_TRUE(used.contains(function)) << function << " is gone";
+    EXPECT_TRUE(all_seen.contains(function) || all_seen.contains("." + function))
+        << function << " is gone";
   }
 }
 

@@ -1,10 +1,9 @@
-// Holds the version script, the headers and the binary against each other.
+// Holds the version script, the headers, the binary and the fuzzer against each other.
 
+#include "tests/house/tree.h"
 #include "tests/support/files.h"
 
-#include <filesystem>
 #include <regex>
-#include <set>
 #include <string>
 #include <utility>
 
@@ -18,16 +17,6 @@ using testing::ContainerEq;
 using testing::HasSubstr;
 using testing::Not;
 
-using Names = std::set<std::string>;
-
-Names all_matches(const std::string& text, const std::regex& pattern) {
-  Names names;
-  for (std::sregex_iterator match{text.begin(), text.end(), pattern}, end; match != end; ++match) {
-    names.insert((*match)[1]);
-  }
-  return names;
-}
-
 /** The names that a node of the version script lists. */
 Names scripted(const std::string& node) {
   const std::string script = read_file(OVK_SOURCE_DIR "/library/core/libovk.map");
@@ -37,33 +26,16 @@ Names scripted(const std::string& node) {
   return all_matches(script.substr(begin, end - begin), std::regex{R"(\n\s+(\w+);)"});
 }
 
-/** The names that the library's binary exports under a node. */
-Names exported(const std::string& node) {
+/** The names that the library's binary exports under a node, or those of its functions. */
+Names exported(const std::string& node, const std::string& kind = "[A-Z]") {
   return all_matches(
       output_of("nm --dynamic --defined-only --with-symbol-versions '" OVK_LIBRARY "'"),
-      std::regex{"\\b(\\w+)@@" + node});
-}
-
-/** The names that the headers of a folder declare as exported. */
-Names declared(const std::filesystem::path& folder) {
-  static const std::regex declaration{R"((?:\n|extern )OVK_API\b[^;(\[]*?\b(\w+)\s*[(\[;])"};
-  Names names;
-  for (const auto& entry : std::filesystem::directory_iterator{folder}) {
-    if (entry.path().extension() == ".h") {
-      names.merge(all_matches(read_file(entry.path()), declaration));
-    }
-  }
-  return names;
+      std::regex{" " + kind + " (\\w+)@@" + node});
 }
 
 TEST(InterfaceTest, ScriptHeadersAndBinaryHaveTheSameNames) {
-  Names internal;
-  for (const char* room : {"core", "boards", "hbaapi", "fabric", "info", "mailbox", "regions",
-                           "features", "npiv", "auth"}) {
-    internal.merge(declared(std::filesystem::path{OVK_SOURCE_DIR "/library"} / room));
-  }
   for (const auto& [node, names] :
-       {std::pair{"OVK_14", declared(OVK_SOURCE_DIR "/include/ovk")}, {"OVK_PRIVATE", internal}}) {
+       {std::pair{"OVK_14", declared("include")}, {"OVK_PRIVATE", declared("library")}}) {
     SCOPED_TRACE(node);
     EXPECT_THAT(names, ContainerEq(scripted(node)));
     EXPECT_THAT(names, ContainerEq(exported(node)));
@@ -77,13 +49,21 @@ TEST(InterfaceTest, NoNameThatApplicationsMayLookUpIsMissing) {
   EXPECT_THAT(offered, ContainerEq(all_matches(promised, std::regex{R"((\w+)\n)"})));
 }
 
+TEST(InterfaceTest, TheFuzzerCallsEveryFunctionOfTheInterface) {
+  Names functions = exported("OVK_14", "T");
+  EXPECT_GT(functions.size(), 100U);
+  for (const std::string& called :
+       all_matches(read_file(OVK_SOURCE_DIR "/fuzz/calls_fuzzer.cpp"), std::regex{R"((\w+))"})) {
+    functions.erase(called);
+  }
+  EXPECT_THAT(functions, testing::IsEmpty());
+}
+
 TEST(InterfaceTest, OvkHeaderPullsInEverySubsystem) {
-  const std::string all = read_file(OVK_SOURCE_DIR "/include/ovk/ovk.h");
-  for (const auto& entry : std::filesystem::directory_iterator{OVK_SOURCE_DIR "/include/ovk"}) {
-    const std::string name = entry.path().filename();
-    if (name != "ovk.h") {
-      EXPECT_THAT(all, HasSubstr("<ovk/" + name + ">"));
-    }
+  auto headers = files_below("include/ovk");
+  const auto all = headers.extract("include/ovk/ovk.h");
+  for (const auto& [path, text] : headers) {
+    EXPECT_THAT(all.mapped(), HasSubstr("<" + path.substr(path.find("ovk/")) + ">"));
   }
 }
 
