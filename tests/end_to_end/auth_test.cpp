@@ -43,6 +43,9 @@ TEST_F(AuthTest, WrongPasswordsAreTold) {
   EXPECT_THAT(set_passwords("winter harbour 1\nsummer harbour 3\n"), Exits(0));
   EXPECT_THAT(json_of(start), Holds({{"state", "failed"},
                                      {"reason", "the peer's password is not the expected one"}}));
+  EXPECT_THAT(set_passwords("winter harbour 2\n\n"), Exits(0));
+  json_of("auth config set 0 " + remote + " --persist --yes");
+  EXPECT_EQ(json_of(start).at("reason"), "the peer does not accept the board's password");
   EXPECT_THAT(set_passwords("too short\nsummer harbour 3\n"),
               Exits(1, "the driver does not take these values"));
   EXPECT_THAT(set_passwords(std::string(129, 'x')), Exits(1, "too long"));

@@ -57,6 +57,7 @@ TEST_F(ListTest, TextIsATableThatKeepsControlCharactersOfTheDriverOffTheTerminal
             "BOARD  DRIVER  MODEL      PORT WWN                 STATE        SPEED  SLI  FIRMWARE\n"
             "    0       7  Lone?[31m  10:00:02:00:00:00:00:01  not ready  unknown    4  12.1\n");
   EXPECT_EQ(json_of("list").at("boards").at(0).at("state"), "not ready");
+  EXPECT_THAT(run("state set 0 normal --yes"), Exits(1));
 }
 
 TEST_F(ShowTest, TellsAllThatTheTopologySays) {
@@ -76,6 +77,7 @@ TEST_F(ShowTest, TellsAllThatTheTopologySays) {
                                        {"supported_speeds_gbit", port.at("supported_speeds")}}));
   EXPECT_THAT(shown.at("port"), Holds(R"(
       {"service_classes": ["class 3"], "fc4_types_supported": ["FCP", "CT", "NVMe"],
+       "fc4_types_active": ["FCP", "CT"], "fabric_name": "10:00:02:fa:54:00:00:01",
        "max_frame_size": 2048, "discovered_ports": 3})"_json));
 }
 

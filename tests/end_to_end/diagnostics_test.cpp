@@ -51,6 +51,7 @@ TEST_F(DiagnosticsTest, TheExternalLoopbackNeedsAPlugAndAnOlderBoardTakesNoValue
   EXPECT_THAT(run("loopback run 0 --value 1 --yes"), Exits(1, "takes no --value"));
   set_board({{"sli_mode", 3}, {"loopback_plug", true}});
   EXPECT_EQ(json_of("loopback run 0 --mode external --yes").at("intact"), 100);
+  EXPECT_EQ(json_of("link 0").at("lips"), 2) << "each run on an older board ends with one";
 }
 
 TEST_F(DiagnosticsTest, NothingHappensWithoutAYes) {
@@ -78,6 +79,8 @@ TEST_F(DiagnosticsTest, AResetIsWaitedForOnRequest) {
   set_board({{"reset_milliseconds", 200}});
   EXPECT_EQ(json_of("reset 0 --wait 30 --yes").at("ready"), true);
   EXPECT_EQ(state_of_board(), "normal");
+  EXPECT_THAT(column(json_of("events 0").at("events"), "event"),
+              testing::ElementsAre("link up", "link down", "link up"));
 }
 
 TEST_F(DiagnosticsTest, StatesOutliveTheProcessThatSetThem) {

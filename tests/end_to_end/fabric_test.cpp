@@ -3,6 +3,8 @@
 
 #include "tests/end_to_end/ovkctl.h"
 
+#include <tuple>
+
 namespace ovk::test {
 namespace {
 
@@ -107,11 +109,7 @@ TEST_F(FabricTest, AFileThatIsWrittenToAUnitComesBackAsItWas) {
     "luns": [{"lun": 0, "serial_number": "D", "file": "disk"}]}])")}});
 
   const std::string unit = "1000020000000002 0 ";
-  const std::string write_line = "scsi write 0 " + unit + "source --lba 700";
-  EXPECT_THAT(run(write_line), Exits(2)) << "nobody was asked";
-  EXPECT_TRUE(contents_of("disk") == disk);
-
-  EXPECT_THAT(run(write_line + " --yes"), Exits(0));
+  EXPECT_THAT(run("scsi write 0 " + unit + "source --lba 700 --yes"), Exits(0));
   EXPECT_THAT(run("scsi read 0 " + unit + "--lba 700 --blocks 300 -o copy"), Exits(0));
   EXPECT_TRUE(contents_of("copy") == data);
   EXPECT_TRUE(contents_of("disk") == disk.replace(700 * 512, data.size(), data));
@@ -119,6 +117,8 @@ TEST_F(FabricTest, AFileThatIsWrittenToAUnitComesBackAsItWas) {
   EXPECT_EQ(json_of("capacity 0 " + unit).at("blocks"), "1024");
   EXPECT_THAT(run("scsi read 0 " + unit + "--lba 1000 --blocks 25"),
               Exits(1, "logical block address out of range"));
+  EXPECT_THAT(json_of("io 0").at("commands"), Holds(R"(
+      {"writes": 2, "failed": 1, "bytes_written": "153600", "bytes_read": "153600"})"_json));
 }
 
 TEST_F(FabricTest, TheNameServerAndThePortsAnswer) {
@@ -130,13 +130,45 @@ TEST_F(FabricTest, TheNameServerAndThePortsAnswer) {
   EXPECT_THAT(run("ct 0 0xfffffc 01000000fc0200000999000000000000").out,
               HasSubstr("rejected: command not supported"));
   EXPECT_THAT(run("ct 0 0x010200 00"), Exits(2));
-  EXPECT_EQ(json_of("els 0 " + array_port + " 10000000deadbeef").at("data"), "02000000deadbeef");
   EXPECT_THAT(run("els 0 " + array_port + " 55000000").out, HasSubstr("LS_RJT"));
-  EXPECT_THAT(run("els 0 1000020a00000099 10000000"), Exits(1, "the port did not answer"));
 
   set_faults(R"([{"command": "RAVN_MGMT_SEND_CT", "effect": "reject", "value": "0x0907"}])");
   EXPECT_THAT(run("nameserver list 0"),
               Exits(1, "rejected: unable to perform the command, explanation 0x07"));
+}
+
+TEST_F(FabricTest, ServersAndPortsAnswerWhatTheyKnowAndRejectTheRest) {
+  const std::string directory = "ct 0 0xfffffc 01000000fc020000";
+  const std::string management = "ct 0 0xfffffa 01000000fa010000";
+  const std::string els = "els 0 " + array_port + " ";
+  const std::string zeros(32, '0');
+  const std::tuple<std::string, std::string, std::string> exchanges[] = {
+      {directory, "010000000000000000010300", "8002000000000000010104011000020b54000001"},
+      {directory, "010000000000000000010401", "800200000000000001010100"},
+      {directory, "017100000000000000000008", "800200000000000000010100000102000001030080010401"},
+      {directory, "017100010000000000000008", "800200030000000000010100"},
+      {directory, "017200000000000000000020", "800200000000000080010100000000001000020054563201"},
+      {directory, "011300000000000000010401", "80020000000000001000020b54000000"},
+      {directory, "011800000000000000010401", "80020000000000001d4c616e7465726e20"},
+      {directory, "01210000000000001000020b54000001", "800200000000000000010401"},
+      {directory, "011300000000000000000077", "80010000000901"},
+      {directory, "017100000000000000000009", "80010000000907"},
+      {directory, "", "80010000000400"},
+      {management, "0101000000000000", "800200000000000000000001100002fa5400000100000001"},
+      {management, "0999000000000000100002fa54000001", "80010000000b00"},
+      {els, "10000000deadbeef", "02000000deadbeef"},
+      {els, "78000000df000000",
+       "02000000df1000341000020a540000011000020a54000000" + zeros + "00000009" + zeros + zeros},
+      {els, "0f00000000010200", "020000000000000100000002"},
+      {els, "0f00000000000009", "0100000000091f00"},
+      {els, "55000000", "0100000000010000"}};
+  for (const auto& [line, request, reply] : exchanges) {
+    // The answer of a server repeats what the request says of the service.
+    const std::string data = json_of(line + request).at("data");
+    EXPECT_THAT(data.substr(line == els ? 0 : 16), testing::StartsWith(reply)) << line << request;
+  }
+  EXPECT_THAT(run("ct 0 0xfffffb 01000000fb02000009990000000000"), Exits(1, "did not answer"));
+  EXPECT_THAT(run("els 0 1000020a00000099 10000000"), Exits(1, "the port did not answer"));
 }
 
 }  // namespace

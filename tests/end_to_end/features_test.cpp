@@ -63,6 +63,10 @@ TEST_F(FeaturesTest, OasRulesAppearInTheListAndGoAgain) {
   EXPECT_THAT(column(json_of("oas remove 0 " + target + " 5 --yes").at("luns"), "priority"),
               ElementsAre(100));
   EXPECT_THAT(run("oas remove 0 " + target + " 5 --yes"), Exits(1, "the driver has no such rule"));
+  json_of("oas add 0 " + target + " 0x12345678ffff0001 --priority 7 --yes");
+  json_of("oas add 0 " + target + " 6 --local 10:00:02:28:54:56:32:01 --yes");
+  EXPECT_THAT(column(json_of("oas list 0 " + target).at("luns"), "priority"), ElementsAre(7))
+      << "a rule has one priority, and another port of the board rules of its own";
   EXPECT_THAT(run("oas add 0 1000020a00000009 1 --yes"),
               Exits(1, "failed with result 18: the driver took the rule"));
   json_of("oas remove 0 1000020a00000009 1 --yes");
@@ -79,7 +83,9 @@ TEST_F(FeaturesTest, VmidGivesIdentifiersOfTheRangesThatQfpaShows) {
   EXPECT_THAT(json_of("vmid list 0").at("machines").at(0),
               Holds({{"uuid", uuid}, {"name", "web-3"}, {"identifier", 64}, {"qos_priority", 2}}));
   EXPECT_THAT(run(update + " --yes"), Exits(1, "the driver refused the change")) << "it is there";
-  EXPECT_THAT(json_of(update + " --remove --yes").at("machines"), IsEmpty());
+  const json first = json_of("vmid update 0 422e1f6a98d14c6eb0c25f1d3a7e9b11 --yes").at("machines");
+  EXPECT_THAT(first[1], Holds({{"identifier", 1}, {"qos_priority", 1}}));
+  EXPECT_EQ(json_of(update + " --remove --yes").at("machines").size(), 1U);
   EXPECT_THAT(run("vmid update 0 422e1f6a"), Exits(2));
 
   json_of("qfpa 0 -o qfpa.bin");

@@ -7,6 +7,7 @@ namespace ovk::test {
 namespace {
 
 using testing::AllOf;
+using testing::ElementsAre;
 using testing::HasSubstr;
 
 using LinkCommandTest = OvkctlTest;
@@ -24,16 +25,18 @@ TEST_F(LinkCommandTest, ShowsTheLinkAndTheNodesThatThePortsListShows) {
                               "logical_speed_gbit": 32})"_json));
   EXPECT_EQ(column(link.at("nodes"), "port_wwn"),
             column(json_of("ports 0").at("discovered_ports"), "port_wwn"));
-  EXPECT_THAT(column(link.at("nodes"), "target_id"), testing::ElementsAre(0, 1, 2));
+  EXPECT_THAT(column(link.at("nodes"), "target_id"), ElementsAre(0, 1, 2));
   EXPECT_EQ(json_of("link 1").at("logical_speed_gbit"), nullptr);
 }
 
 TEST_F(LinkCommandTest, ShowsALoopAndATrunk) {
   set_board({{"trunk", {{"ports", {0, 1, 2}}, {"ports_up", {0, 2}}}},
-             {"port", {{"fc_id", "0xe8"}, {"type", "nl_port"}, {"speed", 16}}}});
-  EXPECT_THAT(
-      json_of("link 0"),
-      Holds({{"topology", "loop"}, {"loop_positions", {"0xe8"}}, {"logical_speed_gbit", 32}}))
+             {"port", {{"fc_id", "0xe8"}, {"type", "nl_port"}, {"speed", 16}}},
+             {"discovered_ports", json::parse(R"([{"node_wwn": "1000020100000002", "fc_id": "0xef",
+                                     "port_wwn": "1000020000000002", "type": "nl_port"}])")}});
+  EXPECT_THAT(json_of("link 0"), Holds({{"topology", "loop"},
+                                        {"loop_positions", {"0xe8", "0xef"}},
+                                        {"logical_speed_gbit", 32}}))
       << "two of three ports with 16 each";
   EXPECT_THAT(run("trunk 0").out,
               AllOf(HasSubstr("0  up"), HasSubstr("1  down"), HasSubstr("2  up")));
@@ -52,15 +55,19 @@ TEST_F(IoCommandTest, CountsTheScsiCommandsOfEarlierProcesses) {
 TEST_F(VpdCommandTest, ParsesWhatItWritesToAFile) {
   const json vpd = json_of("vpd 0 -o vpd.bin");
   EXPECT_THAT(vpd, Holds({{"checksum", "right"}, {"complete", true}}));
-  EXPECT_EQ(vpd.at("fields")[0].at("value"), "TV32001");
-  EXPECT_EQ(vpd.at("fields").back().at("value"), "rack 12, slot 3");
+  EXPECT_THAT(
+      column(vpd.at("fields"), "value"),
+      ElementsAre("TV32001", "0000000c", "TV3209A0417", "5456", "14.2.1104.0", "rack 12, slot 3"));
   const std::string image = contents_of("vpd.bin");
   EXPECT_EQ(image.size(), vpd.at("size"));
   EXPECT_THAT(image, AllOf(testing::StartsWith("\x82"), testing::EndsWith("\x78")));
 }
 
-TEST_F(VpdCommandTest, TellsAnAdapterWithoutVpdFromAFailure) {
-  set_faults(R"([{"command": "RAVN_MGMT_GET_VPD", "status": "0x0BAD0084"}])");
+TEST_F(VpdCommandTest, HasRoomForTheLongestTextsAndTellsAnAdapterWithoutVpdFromAFailure) {
+  const std::string text(64, 'x');
+  set_board({{"model", text + text}, {"serial_number", text}, {"hardware_version", text}});
+  EXPECT_THAT(json_of("vpd 0"), Holds({{"checksum", "right"}, {"complete", true}}));
+  set_board({{"vpd", {{"present", false}}}});
   EXPECT_THAT(run("vpd 0"), Exits(1, "result 1: the adapter has no vital"));
   set_faults(R"([{"command": "RAVN_MGMT_GET_VPD", "status": "0x0BAD0021"}])");
   EXPECT_THAT(run("vpd 0"), Exits(1, "result 3: the command was not delivered"));
@@ -70,9 +77,11 @@ TEST_F(ParamsCommandTest, ASetValueStaysAndOneOutOfRangeIsRefused) {
   EXPECT_THAT(json_of("params set 0 lun_queue_depth 32 --yes"),
               Holds({{"before", 64}, {"value", 32}}));
   EXPECT_THAT(run("params set 0 lun_queue_depth 513 --yes"), Exits(1, "It takes 1 to 512."));
+  EXPECT_THAT(run("params set 0 interface_revision 4 --yes"), Exits(1, "cannot be set."));
   EXPECT_THAT(run("params set 0 no_such 1 --yes"), Exits(2));
-  EXPECT_THAT(run("params set 0 lun_queue_depth 1"), Exits(2)) << "nobody said yes";
-  EXPECT_EQ(json_of("params list 0").at("parameters")[1].at("value"), 32);
+  const json parameters = json_of("params list 0").at("parameters");
+  EXPECT_EQ(parameters[1].at("value"), 32);
+  EXPECT_THAT(parameters[4], Holds({{"name", "node_timeout"}, {"value", 10}, {"default", 10}}));
 }
 
 TEST_F(PciCommandTest, TheConfigurationReadsWellToOthers) {
@@ -94,6 +103,14 @@ TEST_F(PciCommandTest, AWriteReachesWhatCanBeWritten) {
   EXPECT_THAT(run("pci write 0 0x3c 0a --yes"), Exits(0));
   EXPECT_EQ(json_of("pci config 0").at("interrupt_line"), 10);
   EXPECT_THAT(run("pci write 0 0x3e 0a --yes"), Exits(2));
+  for (const char* const write : {"0x0 ffffffff", "0x10 ffffffff", "0x78 0000ffff"}) {
+    EXPECT_THAT(run("pci write 0 " + std::string{write} + " --yes"), Exits(0));
+  }
+  const json config = json_of("pci config 0");
+  EXPECT_EQ(config.at("vendor"), "0x5456") << "identifiers are read-only";
+  EXPECT_EQ(config.at("bars")[0].at("address"), "0x00000000ffffc000") << "it shows its size";
+  EXPECT_THAT(run("pci config 0 --hex").out, HasSubstr("70: 10 00 02 00 22 80 00 10 00 00 00 00"))
+      << "ones clear status bits, zeros clear control bits";
 }
 
 TEST_F(MemoryCommandTest, WhatIsWrittenFromAFileIsReadBackWhole) {
@@ -103,8 +120,8 @@ TEST_F(MemoryCommandTest, WhatIsWrittenFromAFileIsReadBackWhole) {
   }
   write("source", data);
   EXPECT_THAT(run("mem write 1 0x101 --from source --yes"), Exits(0));
-  EXPECT_THAT(run("mem read 1 0x101 10000 -o copy"), Exits(0));
-  EXPECT_TRUE(contents_of("copy") == data);
+  EXPECT_THAT(run("mem read 1 0x100 10002 -o copy"), Exits(0));
+  EXPECT_TRUE(contents_of("copy") == '\0' + data + '\0') << "and its neighbours are untouched";
   EXPECT_THAT(run("mem read 1 0x102 4").out, HasSubstr("00000102  07 0e 15 1c"));
 }
 
@@ -119,6 +136,9 @@ TEST_F(MemoryCommandTest, SaysWhyItCannot) {
 TEST_F(RegisterCommandTest, AWriteShowsWhatTheRegisterBecame) {
   EXPECT_EQ(json_of("reg write 1 0x4 6 --yes").at("value"), "0x00000000");
   EXPECT_EQ(json_of("reg write 1 0x0 2 --yes").at("value"), "0x00000004");
+  json_of("reg write 1 0xc 0xcafe --yes");
+  EXPECT_EQ(json_of("reg read 1 0xc").at("value"), "0x0000cafe");
+  EXPECT_EQ(json_of("reg read 1 0x8").at("value"), "0xc0000000");
 }
 
 TEST_F(ModuleCommandTest, ShowsAllBoardsAndComparesInterfaces) {
@@ -134,10 +154,13 @@ TEST_F(ModuleCommandTest, ShowsAllBoardsAndComparesInterfaces) {
 }
 
 TEST_F(ModuleCommandTest, LogsALineAndRaisesAnEvent) {
-  EXPECT_THAT(run("module log \"maintenance begins\""),
-              Exits(0, "driver log: maintenance begins\n"));
+  EXPECT_THAT(run("module log \"maintenance $(printf '\\033')begins\""),
+              Exits(0, "driver log: maintenance ?begins\n"));
   EXPECT_THAT(run("module log " + std::string(65, 'x')), Exits(2));
   EXPECT_EQ(json_of("module test-event 0 --event lip --detail 7").at("event"), "lip");
+  const json waiting = json_of("events 0").at("events");
+  EXPECT_THAT(column(waiting, "event"), ElementsAre("link up", "LIP"));
+  EXPECT_EQ(waiting[1].at("data")[1], "0x00000007");
 }
 
 }  // namespace

@@ -17,6 +17,7 @@ TEST_F(VportsTest, ListAndShowAgreeWithTheTopology) {
   const json listed = json_of("vports list 0").at("virtual_ports");
   EXPECT_EQ(column(listed, "port_wwn"), column(described, "port_wwn"));
   EXPECT_EQ(column(listed, "node_wwn"), column(described, "node_wwn"));
+  EXPECT_THAT(column(listed, "driver_word"), testing::ElementsAre("0x00010101", "0x00010102"));
   for (const json& vport : described) {
     EXPECT_THAT(run("vports show 0 " + vport.at("port_wwn").get<std::string>()).out,
                 HasSubstr(vport.at("symbolic_name").get<std::string>()));
@@ -28,7 +29,11 @@ TEST_F(VportsTest, ListAndShowAgreeWithTheTopology) {
 TEST_F(VportsTest, ReadinessAndResourcesAreTheBoards) {
   EXPECT_EQ(json_of("vports ready 0").at("ready"), true);
   EXPECT_EQ(json_of("vports ready 1").at("ready"), false);
-  EXPECT_THAT(json_of("vports resources 0").at("resources"), Holds({{"word0", 255}, {"word1", 2}}));
+  EXPECT_THAT(json_of("vports resources 0").at("resources"),
+              Holds({{"word0", 255}, {"word1", 2}, {"word2", 4096}, {"word3", 3 * 3}}))
+      << "each port is logged in with each discovered one";
+  EXPECT_THAT(run("state set 0 mode-3 --yes"), Exits(0));
+  EXPECT_EQ(json_of("vports ready 0").at("ready"), false);
 }
 
 TEST_F(NodesTest, AreThePortsThatTheBoardSeesWhicheverOfItsPortsIsAsked) {

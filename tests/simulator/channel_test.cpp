@@ -1,15 +1,13 @@
-#include "simulator/board/saved.h"
 #include "simulator/call/channel_error.h"
-#include "simulator/call/parameters.h"
-#include "simulator/call/request.h"
+#include "simulator/call/handler_table.h"
 #include "tests/simulator/simulator_test.h"
-#include "tests/support/files.h"
 
 #include <algorithm>
+#include <array>
 #include <atomic>
-#include <cstring>
 #include <functional>
 #include <thread>
+#include <tuple>
 
 #include <gmock/gmock.h>
 
@@ -21,37 +19,28 @@ using enum ChannelError;
 
 constexpr int code(ChannelError error) { return static_cast<int>(error); }
 
-template <std::size_t size>
-std::array<std::uint8_t, size> filled(std::uint8_t byte) {
-  std::array<std::uint8_t, size> buffer;
-  buffer.fill(byte);
-  return buffer;
-}
-
 class ChannelTest : public SimulatorTest {
  protected:
   ChannelTest() { use_topology(one_board); }
 };
 
 TEST_F(ChannelTest, WritesExactlyTheBytesThatAreDeclaredAsOutputWhateverTheStatus) {
-  constexpr std::size_t guard = 16;
+  constexpr std::size_t size = 490;
   const Channel channel;
   for (const std::uint8_t digit : {std::uint8_t{3}, std::uint8_t{9}}) {
-    auto reply = filled<490 + guard>(0xEE);
+    const bool known = digit == 3;
+    Bytes reply(size + 16, 0xEE);
     Bytes wanted = Bytes(8) + hex("10000200000000") + Bytes{digit};
     wanted.resize(28);
     const Bytes before = wanted;
     CommandBlock block{.driver_board = 3, .option = 77};
-    EXPECT_EQ(channel.send("RAVN_MGMT_HBA_WWPNPORTATTRIBUTES", block, reply.data(), wanted.data()),
-              digit == 3 ? DriverStatus::success : DriverStatus::not_found);
-    EXPECT_EQ(reply[16], digit == 3 ? 3 : 0) << "the FC id of the wanted port";
-    auto expected = filled<490 + guard>(0xEE);
-    if (digit == 3) {
-      std::copy_n(reply.begin(), 490, expected.begin());
-    } else {
-      std::fill_n(expected.begin(), 490, std::uint8_t{0});
-    }
-    EXPECT_EQ(reply, expected) << "nothing behind it, and zeros when there is no such port";
+    EXPECT_EQ(channel.invoke("RAVN_MGMT_HBA_WWPNPORTATTRIBUTES", block, reply.data(), &wanted[0]),
+              0);
+    EXPECT_EQ(block.status, known ? DriverStatus::success : DriverStatus::not_found);
+    EXPECT_EQ(reply[16], known ? 3 : 0) << "the FC id of the wanted port";
+    EXPECT_TRUE(known || std::ranges::count(reply, 0) == size)
+        << "zeros when there is no such port";
+    EXPECT_EQ(Bytes(reply.begin() + size, reply.end()), Bytes(16, 0xEE)) << "nothing behind it";
     EXPECT_EQ(wanted, before);
     EXPECT_EQ(block.option, 77U);
   }
@@ -59,8 +48,8 @@ TEST_F(ChannelTest, WritesExactlyTheBytesThatAreDeclaredAsOutputWhateverTheStatu
 
 TEST_F(ChannelTest, RefusesWrongCallsAndTouchesNothing) {
   const Channel channel;
-  const auto untouched = filled<81>(0xEE);
-  auto reply = untouched;
+  Bytes bytes(81, 0xEE);
+  std::uint8_t* const reply = bytes.data();
   CommandBlock block{.driver_board = 3, .status = DriverStatus{0x55}};
   int other{};
   auto* unknown = reinterpret_cast<vmk_MgmtChannel*>(&other);
@@ -72,41 +61,58 @@ TEST_F(ChannelTest, RefusesWrongCallsAndTouchesNothing) {
   };
   void* const nothing = nullptr;
   EXPECT_EQ(invoke(channel.get(), 0, 1, &block), wrong_parameter_count);
-  EXPECT_EQ(invoke(channel.get(), 0, 3, &block, &reply, &reply), wrong_parameter_count);
+  EXPECT_EQ(invoke(channel.get(), 0, 3, &block, reply, reply), wrong_parameter_count);
   EXPECT_EQ(invoke(channel.get(), 0, 1000, &block), wrong_parameter_count);
   EXPECT_EQ(invoke(channel.get(), 0, 2, &block, nothing), missing_parameter);
-  EXPECT_EQ(invoke(channel.get(), 0, 2, nothing, &reply), missing_parameter);
-  EXPECT_EQ(invoke(channel.get(), 1, 2, &block, &reply), not_open);
-  EXPECT_EQ(invoke(unknown, 0, 2, &block, &reply), not_open);
-  EXPECT_EQ(channel.invoke(CommandId{0x1234}, block, &reply), code(undeclared_callback));
+  EXPECT_EQ(invoke(channel.get(), 0, 2, nothing, reply), missing_parameter);
+  EXPECT_EQ(invoke(channel.get(), 1, 2, &block, reply), not_open);
+  EXPECT_EQ(invoke(unknown, 0, 2, &block, reply), not_open);
+  EXPECT_EQ(channel.invoke(CommandId{0x1234}, block, reply), code(undeclared_callback));
   block.driver_board = 2;
-  EXPECT_EQ(channel.invoke("RAVN_MGMT_INITBRDS", block, &reply), code(no_such_board));
-  EXPECT_EQ(reply, untouched);
+  EXPECT_EQ(channel.invoke("RAVN_MGMT_INITBRDS", block, reply), code(no_such_board));
+  EXPECT_EQ(bytes, Bytes(81, 0xEE));
   EXPECT_EQ(block.status, DriverStatus{0x55});
 }
 
 TEST_F(ChannelTest, RefusesACallThatDeclaresLessThanTheDriverUses) {
-  for (const auto& [size, type] :
-       {std::pair{80, VMK_MGMT_PARAMETER_OUT}, std::pair{81, VMK_MGMT_PARAMETER_IN}}) {
+  const std::tuple<const char*, std::uint32_t, std::uint32_t> declarations[] = {
+      {"RAVN_MGMT_INITBRDS", 80, VMK_MGMT_PARAMETER_OUT},
+      {"RAVN_MGMT_INITBRDS", 81, VMK_MGMT_PARAMETER_IN},
+      {"RAVN_MGMT_LOG_MSG", 64, VMK_MGMT_PARAMETER_OUT}};
+  for (const auto& [name, size, type] : declarations) {
+    const CommandId command = command_named(name).value();
     auto table = callbacks();
-    auto& initbrds = *std::ranges::find(table, 0x7AU, &vmk_MgmtCallbackInfo::id);
-    initbrds.parameter_sizes[1] = static_cast<std::uint32_t>(size);
-    initbrds.parameter_types[1] = type;
+    auto& callback = *std::ranges::find(table, command.number, &vmk_MgmtCallbackInfo::id);
+    callback.parameter_sizes[1] = size;
+    callback.parameter_types[1] = type;
     const Channel channel{table};
-    auto reply = filled<81>(0xEE);
+    Bytes reply(81, 0xEE);
     CommandBlock block{.driver_board = 3};
     testing::internal::CaptureStderr();
-    EXPECT_EQ(channel.invoke("RAVN_MGMT_INITBRDS", block, &reply), code(mismatched_declaration));
+    EXPECT_EQ(channel.invoke(command, block, reply.data()), code(mismatched_declaration));
     EXPECT_THAT(testing::internal::GetCapturedStderr(),
-                testing::HasSubstr("RAVN_MGMT_INITBRDS: parameter 1"));
-    EXPECT_EQ(reply, filled<81>(0xEE));
+                testing::HasSubstr(std::string{name} + ": parameter 1"));
+    EXPECT_EQ(reply, Bytes(81, 0xEE));
+  }
+}
+
+TEST(HandlersTest, EveryCommandThatTheLibraryInvokesHasADriverSide) {
+  const HandlerTable handlers = all_handlers();
+  for (const ovk::DriverCommand& row : ovk::commands) {
+    if (row.name != ovk::command_rows::reserved) {
+      const auto command = command_named(row.name);
+      ASSERT_TRUE(command) << row.name;
+      EXPECT_EQ(command->number, row.id) << row.name;
+      EXPECT_EQ(name_of(*command), row.name);
+      EXPECT_NE(handlers.find(*command), nullptr) << row.name;
+    }
   }
 }
 
 TEST_F(ChannelTest, AnswersACommandWithoutAHandlerAsNotSupported) {
-  const Channel channel;
   CommandBlock block{.driver_board = 3};
-  EXPECT_EQ(channel.send(CommandId{0x100f}, block), DriverStatus::not_supported);
+  EXPECT_EQ(Channel{}.invoke(CommandId{0x100f}, block), 0);
+  EXPECT_EQ(block.status, DriverStatus::not_supported);
 }
 
 TEST_F(ChannelTest, RefusesForeignAndInvalidSignatures) {
@@ -141,20 +147,20 @@ TEST_F(ChannelTest, RefusesForeignAndInvalidSignatures) {
 TEST_F(ChannelTest, ChannelsOfOneProcessLeadToOneHostUntilTheLastIsClosed) {
   Channel first;
   Channel second;
-  CommandBlock block{.driver_board = 3, .selector = 19};
-  ASSERT_EQ(first.send("RAVN_MGMT_SETDIAG", block), DriverStatus::success);
+  const auto mode = [](const Channel& channel, std::uint32_t sub_command) {
+    CommandBlock block{.driver_board = 3, .selector = sub_command};
+    EXPECT_EQ(channel.invoke("RAVN_MGMT_SETDIAG", block), 0);
+    return block.value;
+  };
+  EXPECT_EQ(mode(first, 19), 3U);
   vmk_MgmtChannel* const closed = first.get();
   first.close();
-
-  block = {.driver_board = 3, .selector = 16};
-  EXPECT_EQ(second.send("RAVN_MGMT_SETDIAG", block), DriverStatus::success);
-  EXPECT_EQ(block.value, 3U);
+  EXPECT_EQ(mode(second, 16), 3U);
+  CommandBlock block{.driver_board = 3};
   EXPECT_EQ(vmk_MgmtUserCallbackInvokeInt(closed, 0, 0x7b, 1, &block), code(not_open));
 
   second.close();
-  const Channel third;
-  EXPECT_EQ(third.send("RAVN_MGMT_SETDIAG", block), DriverStatus::success);
-  EXPECT_EQ(block.value, 1U) << "without a state folder, a new host starts afresh";
+  EXPECT_EQ(mode(Channel{}, 16), 1U) << "without a state folder, a new host starts afresh";
 }
 
 TEST_F(ChannelTest, ThreadsMayCallAtOnceThroughChannelsOfTheirOwnOrOfOneAnother) {
@@ -181,40 +187,10 @@ TEST_F(ChannelTest, ThreadsMayCallAtOnceThroughChannelsOfTheirOwnOrOfOneAnother)
   EXPECT_EQ(wrong, 0);
 }
 
-TEST_F(ChannelTest, WritesBehindADescriptorNoMoreThanItAdmits) {
-  auto memory = filled<16>(0xEE);
-  CommandBlock block{};
-  const auto bytes = bytes_of(std::span{"0123456789"});
-  const auto write = [&](vmk_MgmtDataDescriptor descriptor) {
-    void* const caller[] = {&block, &descriptor};
-    const DeclaredParameter declared[] = {{sizeof block, Direction::in_out},
-                                          {1, Direction::descriptor}};
-    const Request request{"RAVN_MGMT_GET_RAS_LOG", copy_in(declared, caller)};
-    return request.write_behind(1, bytes);
-  };
-
-  const auto address = static_cast<std::uint32_t>(reinterpret_cast<std::uintptr_t>(&memory));
-  EXPECT_EQ(write({.length = 4, .address = address}), 4U);
-  EXPECT_EQ(std::string(memory.begin(), memory.begin() + 5), "0123\xEE");
-  EXPECT_EQ(write({.length = 4096, .address = address}), bytes.size());
-  EXPECT_EQ(memory[bytes.size()], 0xEE);
-  EXPECT_EQ(write({.length = 0, .address = 0}), 0U);
-  EXPECT_THROW(write({.length = 4, .address = 0}), Refusal);
-}
-
 TEST(ChannelLibraryTest, ExportsTheThreeFunctionsOfTheChannelAndNothingElse) {
   EXPECT_EQ(ovk::test::output_of("nm -D --defined-only --format=just-symbols " RAVNSIM_LIBRARY
                                  " | LC_ALL=C sort"),
             "vmk_MgmtUserCallbackInvokeInt\nvmk_MgmtUserDestroy\nvmk_MgmtUserInit\n");
-}
-
-TEST_F(ChannelTest, DriverInformationWantsRoomForItsRecordWhenTheRoomIsTold) {
-  for (const std::uint32_t room : {0U, 120U}) {
-    EXPECT_EQ(ask("GET_RAVNOVK_INFO", {.request_size = room}).payload(),
-              words({0xABCD1234}) + Bytes(92) + words({4, 0, 0x400, 3, 0x704, 0}))
-        << room;
-  }
-  EXPECT_EQ(status_of("GET_RAVNOVK_INFO", {.request_size = 119}), DriverStatus::does_not_fit);
 }
 
 }  // namespace

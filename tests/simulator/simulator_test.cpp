@@ -1,8 +1,7 @@
 #include "tests/simulator/simulator_test.h"
 
-#include "driver_abi/commands.h"
-
 #include <algorithm>
+#include <array>
 #include <cstdlib>
 #include <cstring>
 
@@ -80,50 +79,36 @@ Bytes operator+(Bytes first, const Bytes& second) {
 
 std::uint32_t Answer::word(std::size_t offset, std::size_t number) const {
   std::uint32_t value = 0;
-  std::memcpy(&value, &payload(number).at(offset), sizeof value);
+  std::memcpy(&value, part(offset, sizeof value, number).data(), sizeof value);
   return value;
 }
 
 Bytes Answer::part(std::size_t offset, std::size_t size, std::size_t number) const {
-  EXPECT_LE(offset + size, payload(number).size());
-  const auto begin = payload(number).begin() + static_cast<std::ptrdiff_t>(offset);
-  return {begin, begin + static_cast<std::ptrdiff_t>(size)};
-}
-
-const ovk::DriverCommand& declared(std::string_view command) {
-  const auto row = std::ranges::find(ovk::commands, "RAVN_MGMT_" + std::string{command},
-                                     &ovk::DriverCommand::name);
-  EXPECT_NE(row, ovk::commands.end()) << command;
-  return *row;
-}
-
-Answer prepared(std::string_view command, const CommandBlock& block, std::vector<Bytes> payloads) {
-  const ovk::DriverCommand& row = declared(command);
-  EXPECT_LE(payloads.size(), row.payload_count) << command;
-  payloads.resize(row.payload_count);
-  for (std::size_t i = 0; i < payloads.size(); ++i) {
-    const ovk::Parameter& declared_as = row.payloads[i];
-    payloads[i].resize(declared_as.direction == ovk::Direction::descriptor
-                           ? sizeof(vmk_MgmtDataDescriptor)
-                           : declared_as.size);
-  }
-  Answer answer{block, std::move(payloads)};
-  answer.block.driver_board = 3;
-  return answer;
+  const Bytes& whole = payload(number);
+  EXPECT_LE(offset + size, whole.size());
+  return {&whole.at(offset), &whole.at(offset) + size};
 }
 
 Answer SimulatorTest::ask(std::string_view command, const CommandBlock& block,
                           std::vector<Bytes> payloads) {
-  Answer answer = prepared(command, block, std::move(payloads));
+  const auto& row = *std::ranges::find(ovk::commands, "RAVN_MGMT_" + std::string{command},
+                                       &ovk::DriverCommand::name);
+  Answer answer{block, std::move(payloads)};
+  answer.block.driver_board = 3;
+  answer.payloads.resize(row.payload_count);
   std::array<void*, ovk::max_payloads> pointers{};
-  std::ranges::transform(answer.payloads, pointers.begin(),
-                         [](Bytes& bytes) { return bytes.data(); });
+  for (std::size_t i = 0; i < row.payload_count; ++i) {
+    const ovk::Parameter& declared = row.payloads[i];
+    answer.payloads[i].resize(declared.direction == ovk::Direction::descriptor
+                                  ? sizeof(vmk_MgmtDataDescriptor)
+                                  : declared.size);
+    pointers.at(i) = answer.payloads[i].data();
+  }
   if (!channel_) {
     channel_.emplace();
   }
-  EXPECT_EQ(vmk_MgmtUserCallbackInvokeInt(channel_->get(), 0, declared(command).id,
-                                          1 + std::uint32_t(answer.payloads.size()), &answer.block,
-                                          pointers[0], pointers[1], pointers[2]),
+  EXPECT_EQ(vmk_MgmtUserCallbackInvokeInt(channel_->get(), 0, row.id, 1U + row.payload_count,
+                                          &answer.block, pointers[0], pointers[1], pointers[2]),
             0)
       << command;
   return answer;
@@ -160,12 +145,6 @@ std::filesystem::path SimulatorTest::use_state() {
   return state;
 }
 
-std::string SimulatorTest::said_by_a_channel() {
-  testing::internal::CaptureStderr();
-  Channel{}.close();
-  return testing::internal::GetCapturedStderr();
-}
-
 const std::string one_board = R"({
   "driver": {"name": "ravn", "version": "1.2.3"},
   "boards": [{
@@ -195,6 +174,20 @@ std::string one_board_with(const std::string& members) {
   return with(one_board, R"("sli_mode")", members + R"(, "sli_mode")");
 }
 
-std::string sli3_board() { return with(one_board, R"("sli_mode": 4)", R"("sli_mode": 3)"); }
+std::string full_board() {
+  return with(with(one_board, R"("extended_sli_config": false)", R"("fcp_priority": {"limit": 3},
+    "oas": {"limit": 2}, "vmid": {"ranges": [{"low": 5, "high": 6}]},
+    "ras_log": {"bytes_per_command": 102400},
+    "auth": {"peers": [{"port_wwn": "1000020000000002", "expects": "the board's key"}]},
+    "npiv": {"virtual_ports": [
+      {"node_wwn": "1000022900000001", "port_wwn": "1000022800000001", "fc_id": "0x010204"},
+      {"node_wwn": "1000022900000002", "port_wwn": "1000022800000002", "fc_id": "0x010205"}]},
+    "bindings": [{"port_wwn": "1000020000000002", "target": 7}],
+    "fcfs": [{"index": 2, "fabric_name": "1000020000000001", "switch_name": "1000020100000001"}],
+    "regions": [{"number": 30, "contents": "01 02 0A"}, {"number": 22, "locked": true}])"),
+              R"("fc_id": 2)", R"("fc_id": 2, "fc4_types": ["fcp"], "luns": [
+        {"lun": 300, "serial_number": "A", "blocks": 100},
+        {"lun": 1, "serial_number": "B", "blocks": 4294967294, "read_only": true}])");
+}
 
 }  // namespace ravnsim::test

@@ -9,15 +9,12 @@
 #include "simulator/call/command_id.h"
 #include "tests/support/files.h"
 
-#include <algorithm>
-#include <array>
 #include <cstdint>
 #include <filesystem>
 #include <initializer_list>
 #include <optional>
 #include <string>
 #include <string_view>
-#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -51,13 +48,6 @@ class Channel {
                                          &block, payloads...);
   }
 
-  /** Invokes a command, which must be delivered, and gives the driver's status. */
-  template <typename... Payloads>
-  DriverStatus send(CommandId command, CommandBlock& block, Payloads*... payloads) const {
-    EXPECT_EQ(invoke(command, block, payloads...), 0) << name_of(command);
-    return block.status;
-  }
-
  private:
   vmk_MgmtChannel* channel_ = nullptr;
   int open_result_;
@@ -71,9 +61,6 @@ Bytes words(std::initializer_list<std::uint32_t> numbers);
 Bytes hex(std::string_view digits);
 Bytes operator+(Bytes first, const Bytes& second);
 
-/** The declaration of a command, such as "OAS_GET". */
-const ovk::DriverCommand& declared(std::string_view command);
-
 /** What the driver makes of a command. */
 struct Answer {
   CommandBlock block{};
@@ -85,10 +72,6 @@ struct Answer {
   [[nodiscard]] std::uint32_t word(std::size_t offset, std::size_t number = 1) const;
   [[nodiscard]] Bytes part(std::size_t offset, std::size_t size, std::size_t number = 1) const;
 };
-
-/** The answer before there is one: the block, for board 3, and the payloads, as a caller has them.
- */
-Answer prepared(std::string_view command, const CommandBlock& block, std::vector<Bytes> payloads);
 
 /** An environment without the simulator's variables, a folder for files, and a channel. */
 class SimulatorTest : public testing::Test {
@@ -104,16 +87,13 @@ class SimulatorTest : public testing::Test {
   /** Gives the simulator a state folder; gives its path. */
   std::filesystem::path use_state();
 
-  /** What is said on standard error while opening and closing a channel. */
-  static std::string said_by_a_channel();
-
   /** Sends a command, such as "OAS_GET", to board 3, with payloads that begin so, through the
      test's channel, which the first command opens. */
   Answer ask(std::string_view command, const CommandBlock& block = {},
              std::vector<Bytes> payloads = {});
   DriverStatus status_of(std::string_view command, const CommandBlock& block = {},
-                         std::vector<Bytes> payloads = {}) {
-    return ask(command, block, std::move(payloads)).block.status;
+                         const std::vector<Bytes>& payloads = {}) {
+    return ask(command, block, payloads).block.status;
   }
 
   /** Closes the test's channel: the next command starts a new host. */
@@ -128,7 +108,7 @@ class SimulatorTest : public testing::Test {
   std::optional<Channel> channel_;
 };
 
-/** A topology of one board, number 3, which sees two ports. */
+/** A topology of one board, number 3, which sees two ports and has no more than it must. */
 extern const std::string one_board;
 
 /** A text with one passage of it replaced. */
@@ -137,7 +117,7 @@ std::string with(std::string text, const std::string& passage, const std::string
 /** one_board with more members of its board. */
 std::string one_board_with(const std::string& members);
 
-/** one_board as an older board. */
-std::string sli3_board();
+/** one_board with everything that a board can have. */
+std::string full_board();
 
 }  // namespace ravnsim::test

@@ -16,7 +16,6 @@ namespace ravnsim::test {
 
 namespace {
 
-using enum DriverStatus;
 using Blob = std::vector<std::uint8_t>;
 
 constexpr std::size_t blob_size = 65536;
@@ -128,31 +127,10 @@ TEST_F(SimulatorTest, AFolderInUseByAnotherProcessFailsTheOpeningAfterAWhile) {
 TEST_F(SimulatorTest, AStateFolderThatCannotBeMadeFailsTheOpening) {
   const std::string file = use_topology(one_board);
   setenv("RAVNSIM_STATE", (file + "/state").c_str(), 1);
-  EXPECT_THAT(said_by_a_channel(), testing::HasSubstr(file + "/state: cannot be made"));
-}
-
-TEST_F(SimulatorTest, DiscoveryShowsWhetherABoardIsReadyAndOneThatDoesNotGetUpNeverIs) {
-  // The state that a sub-command of RAVN_MGMT_SETDIAG leaves, or its status.
-  const auto set = [this](std::uint32_t sub_command) {
-    const CommandBlock block = ask("SETDIAG", {.selector = sub_command}).block;
-    return block.status == success ? DriverStatus{block.value} : block.status;
-  };
-  const auto is_ready = [this] { return ask("INITBRDS").word(20) < 0x80000000; };
-  use_topology(one_board);
-  EXPECT_EQ(set(20), DriverStatus{5});
-  EXPECT_TRUE(is_ready());
-  EXPECT_EQ(set(18), DriverStatus{2});
-  EXPECT_FALSE(is_ready());
-  EXPECT_EQ(set(17), DriverStatus{1});
-  EXPECT_TRUE(is_ready());
-  for (const std::uint32_t unknown : {0U, 15U, 21U, 0xFFFFFFFFU}) {
-    EXPECT_EQ(set(unknown), not_supported) << unknown;
-  }
-  use_topology(one_board_with(R"("ready": false)"));
-  EXPECT_FALSE(is_ready());
-  EXPECT_EQ(set(16), DriverStatus{2});
-  EXPECT_EQ(set(18), DriverStatus{2});
-  EXPECT_EQ(set(17), not_ready);
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(Channel{}.open_result(), static_cast<int>(ChannelError::input_output));
+  EXPECT_THAT(testing::internal::GetCapturedStderr(),
+              testing::HasSubstr(file + "/state: cannot be made"));
 }
 
 }  // namespace
