@@ -65,8 +65,7 @@ TEST_F(DiagnosticsTest, AResetSendsTheModesThatTheDriverHasAndAsksForThemAtItsBo
 TEST_F(DiagnosticsTest, OtherDumpModesSetTheBoardsStateWhereTheSliModeIsNotFour) {
   using Case = std::array<std::uint32_t, 5>;
   for (const auto& [sli_mode, mode, sub_command, answered_state, result] :
-       {Case{3, 2, 20, 5, 2}, Case{3, 2, 20, 4, 2}, Case{3, 1, 17, 1, 1}, Case{5, 1, 17, 3, 3},
-        Case{3, 0, 16, 0xFFFFFFFF, 0xFFFFFFFF}}) {
+       {Case{3, 2, 20, 5, 2}, Case{3, 2, 20, 4, 2}, Case{5, 1, 17, 3, 3}, Case{3, 5, 20, 6, 6}}) {
     expect_sli_mode(board0, sli_mode);
     channel.expect("RAVN_MGMT_SETDIAG", board0).word(6, sub_command).answers(4, answered_state);
     EXPECT_EQ(OVK_SetDumpEnv(0, mode), result) << mode << ", " << answered_state;

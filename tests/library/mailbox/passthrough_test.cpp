@@ -103,8 +103,8 @@ TEST_F(PassthroughTest, TheResultLinesNameTheDumpCommand) {
   const LogLine call{"_IssueMbox", "call: RAVN_MGMT_MBOX id"};
   const std::string success = "cmd ok:         RAVN_MGMT_INDUCE_DUMP brd[0] id";
   const std::string failure = "cmd err:        RAVN_MGMT_INDUCE_DUMP brd[0] stat[x0:xbad0039] id";
-  EXPECT_THAT(log_lines(), testing::ElementsAre(call, LogLine{"_IssueMbox", success}, call,
-                                                LogLine{"_IssueMbox", failure}));
+  EXPECT_EQ(log_lines(),
+            (std::vector<LogLine>{call, {"_IssueMbox", success}, call, {"_IssueMbox", failure}}));
 }
 
 TEST_F(PassthroughTest, TheOrdinaryCallIsForOlderAdapters) {

@@ -57,13 +57,9 @@ TEST_F(RegionCommandTest, ADumpDeliversWhatLiesBehindTheOffset) {
   const ByteVector image = counted_bytes(4096);
   using Case = std::array<std::uint32_t, 4>;
   for (const auto& [offset, room, returned, delivered] :
-       std::to_array<Case>({{0, 100, 1024, 100},
-                            {24, 4096, 1024, 1000},
-                            {1023, 9, 1024, 1},
-                            {1024, 9, 1024, 0},
-                            {0xFFFFFFFF, 9, 1024, 0},
-                            {0, 4100, 0xFFFFFFFF, 4096},
-                            {4096, 9, 4097, 0}})) {
+       {Case{0, 100, 1024, 100}, Case{24, 4096, 1024, 1000}, Case{1023, 9, 1024, 1},
+        Case{1024, 9, 1024, 0}, Case{0xFFFFFFFF, 9, 1024, 0}, Case{0, 4100, 0xFFFFFFFF, 4096},
+        Case{4096, 9, 4097, 0}}) {
     SCOPED_TRACE(testing::Message() << "offset " << offset << ", room " << room);
     dest.assign(4100, 0xEE);
     std::uint32_t size = room;
@@ -80,7 +76,7 @@ TEST_F(RegionCommandTest, AFirmwareStatusDecidesADumpAndDeliversNothing) {
   // Intended: the result of a firmware status without one of its own is the delivery error.
   using Case = std::array<std::uint32_t, 4>;
   for (const auto& [mailbox_status, status, delivery, result] :
-       {Case{0xFFFD, 0, 0, 4}, Case{0xFFF7, 0x0BAD0001, 19, 5}, Case{0xFFF6, 0x0BAD0001, 19, 6},
+       {Case{0xFFFD, 0, 0, 4}, Case{0xFFF7, 0x0BAD0001, 19, 5}, Case{0xFFF6, 0, 19, 6},
         Case{7, 0x0BAD0001, 0, 0}, Case{7, 0, 19, 19}, Case{0x1FFFD, 0, 0, 0}}) {
     SCOPED_TRACE(testing::Message() << std::hex << mailbox_status << ", " << status);
     std::uint32_t size = 100;

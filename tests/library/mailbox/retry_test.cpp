@@ -1,6 +1,5 @@
 #include "tests/library/mailbox/mailbox_script.h"
 
-#include <limits>
 #include <tuple>
 #include <vector>
 
@@ -8,11 +7,9 @@ namespace ovk::test {
 namespace {
 
 using Sleeps = std::vector<std::uint64_t>;
-using Words = std::vector<std::uint32_t>;
 
 constexpr std::uint64_t second = 1000000;
 constexpr std::uint32_t driver_busy = 0x0BAD0039;
-constexpr std::uint32_t longest_delay = std::numeric_limits<std::uint32_t>::max();
 
 /** The calls that issue a mailbox again while the firmware is busy. */
 enum class RetryCall { plain, extended, v2 };
@@ -59,7 +56,7 @@ TEST_P(RetryTest, EachBusyAttemptIsFollowedByAWaitUpToTheLast) {
   using Delay = std::pair<std::uint32_t, std::uint64_t>;
   for (const auto& [delay, wait] :
        {Delay{0, 0}, Delay{1, extended ? 1000 : second}, Delay{1000, second},
-        Delay{1001, 2 * second}, Delay{longest_delay, 4294968 * second}}) {
+        Delay{1001, 2 * second}, Delay{0xFFFFFFFF, 4294968 * second}}) {
     for (const auto last : std::to_array<std::uint16_t>({0, OVK_MAILBOX_BUSY})) {
       start();
       expect_attempt().replies(2, returned_mailbox(OVK_MAILBOX_BUSY));
@@ -127,7 +124,7 @@ TEST_F(SingleRetryTest, EachCallHasLimitsOfItsOwn) {
 
 TEST_F(SingleRetryTest, ExtendedAttemptsSendTheCallersDataAndReturnWhatTheLastOneSentOrGot) {
   Mailbox mailbox = mailbox_of(0x1B);
-  Words ext(512, 0x01010101);
+  std::vector<std::uint32_t> ext(512, 0x01010101);
   const ByteVector full = extended_data(2048, 2048, 5, ByteVector(2048, 1));
   expect_extended_mailbox(mailbox, full).status(driver_busy).replies(3, ByteVector(2057, 3));
   expect_extended_mailbox(mailbox, full).replies(3, ByteVector(2057, 2));
@@ -137,7 +134,7 @@ TEST_F(SingleRetryTest, ExtendedAttemptsSendTheCallersDataAndReturnWhatTheLastOn
   ext = {7, 7, 7};
   expect_extended_mailbox(mailbox, extended_data(4, 8, 5, {7})).replies(2, returned_mailbox(9));
   EXPECT_EQ(OVK_IssueMboxWithRetryEx(0, &mailbox, ext.data(), 5, 1, 2, 2, 100), 2U);
-  EXPECT_EQ(ext, (Words{7, 0, 7}));
+  EXPECT_THAT(ext, testing::ElementsAre(7, 0, 7));
 }
 
 TEST_F(SingleRetryTest, ABusyMailboxThatTheDriverRewroteKeepsTheMemoryThatItsCallerNamed) {

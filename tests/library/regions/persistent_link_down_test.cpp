@@ -60,9 +60,7 @@ TEST_F(PersistentLinkDownTest, TheFirstValidSlotTellsAndASetChangesItAndTheHeade
   expect_get(0, 1);
   expect_opened(region23_ending_with({0xa2, 2, 0, 0, 1, 0, 0, 0}, 0xa1));
   expect_get(0, 1);
-}
 
-TEST_F(PersistentLinkDownTest, ASetOnAnEmptyRegionWritesTheWholeDefaultOne) {
   expect_opened(bare_region23()).replies(3, 0xFFFDU);
   expect_write(23, patched(default_region23(), {{link_at + 6, {kept_down}}})).replies(2, 0x99U);
   EXPECT_EQ(OVK_SetPersistLinkDown(0, 1), 0x99U) << "the firmware's status";

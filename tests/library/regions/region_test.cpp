@@ -69,7 +69,7 @@ TEST_F(Region23Test, EmptyRegionsReadAsTheDefaultOneAndOtherFailuresFail) {
   expect_image(sli4, {});
 }
 
-TEST_F(Region23Test, InitialisationWritesTheDefaultRegionOnBothGenerations) {
+TEST_F(Region23Test, AWriteTakesTheWholeRegionAndOnlyTheFirmwareTellsOfItsFailure) {
   expect_sli_mode(board0, sli3);
   expect_write(23, default_region23(), sli3);
   EXPECT_EQ(OVK_InitR23(0), 0U);
@@ -78,9 +78,7 @@ TEST_F(Region23Test, InitialisationWritesTheDefaultRegionOnBothGenerations) {
   EXPECT_EQ(OVK_InitR23(0), 0xFFF6U);
   expect_no_sli_mode(board0);
   EXPECT_EQ(OVK_InitR23(0), 1U);
-}
 
-TEST_F(Region23Test, AWriteTakesNoMoreThanTheRegionAndOnlyTheFirmwareTellsOfItsFailure) {
   const ByteVector bytes(2000, 0x31);
   expect_write(23, ByteVector(region23_size, 0x31)).replies(2, 0xFFF6U).delivery_error(1);
   EXPECT_EQ(fcoeSetRegion23(0, bytes.data(), 2000), 0U);
@@ -200,30 +198,28 @@ INSTANTIATE_TEST_SUITE_P(AdapterTypes, Region22Test,
                          testing::Values(with_commands, 0x704U, without_commands));
 
 TEST_F(Region23Test, WithoutMemoryNothingOfARegionIsSentAndWithItAllIsFreed) {
-  ByteVector dest(region23_size);
-  std::vector<Region22Entry> entries(33);
   Region23Image* image = nullptr;
-  std::uint32_t number = 0;
+  std::uint32_t length = 0;
   const auto expect_no_memory = [](const auto& call) {
     const AllocationWatch no_memory{0};
     EXPECT_EQ(call(), 12U);
   };
-  expect_no_memory([&] { return GetRegion23(0, &image, &number, sli4); });
-  expect_no_memory([&] { return LEG_IssueDumpMBox(0, dest.data(), 23); });
+  expect_no_memory([&] { return GetRegion23(0, &image, &length, sli4); });
+  expect_no_memory([] { return LEG_IssueDumpMBox(0, nullptr, 23); });
   expect_sli_mode(board0, sli4);
   expect_no_memory([] { return OVK_InitR23(0); });
-  for (int i = 0; i < 3; ++i) {
+  for (int i = 0; i < 4; ++i) {
     expect_adapter_type(board0, without_commands);
   }
-  expect_no_memory([&] { return OVK_GetRegion22(0, entries.data(), &number); });
-  expect_no_memory([&] { return OVK_SetRegion22(0, entries.data(), 1); });
+  expect_no_memory([] { return OVK_GetRegion22(0, nullptr, nullptr); });
+  expect_no_memory([] { return OVK_SetRegion22(0, nullptr, 0); });
   expect_no_memory([] { return OVK_InitR22(0); });
 
-  expect_adapter_type(board0, without_commands);
   expect_read(22, default_region22(), 0, sli3);
+  expect_write(22, default_region22(), sli3);
   const AllocationWatch memory;
-  EXPECT_EQ(OVK_GetRegion22(0, entries.data(), &number), 0U);
-  EXPECT_EQ(memory.allocations(), 5) << "the image, and the extension of each mailbox";
+  EXPECT_EQ(OVK_SetRegion22(0, nullptr, 0), 0U);
+  EXPECT_EQ(memory.allocations(), 6) << "the image, and the extension of each mailbox";
   EXPECT_EQ(memory.outstanding(), 0);
 }
 
