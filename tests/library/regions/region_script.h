@@ -68,12 +68,10 @@ inline ByteVector region23_of(const ByteVector& types, std::uint8_t words = 2) {
 
 /** An image that holds three records of a type, and of its fourth record only these bytes. */
 inline ByteVector region23_ending_with(const ByteVector& record, std::uint8_t others) {
-  const std::size_t filler = region23_size - fcoe_at - record.size();
-  const auto third = static_cast<std::uint8_t>((filler - 2 * 324 - 4) / 4);
-  return patched(bare_region23(), {{fcoe_at, {others, 80}},
-                                   {fcoe_at + 324, {others, 80}},
-                                   {fcoe_at + 648, {others, third}},
-                                   {region23_size - record.size(), record}});
+  const std::size_t end = region23_size - record.size();
+  const auto third = static_cast<std::uint8_t>((end - 20) / 4);
+  return patched(bare_region23(),
+                 {{8, {others, 0}}, {12, {others, 0}}, {16, {others, third}}, {end, record}});
 }
 
 class RegionTest : public MailboxTest {
