@@ -86,10 +86,9 @@ std::uint8_t parse_codes(const Words<Code, count>& table, std::string text,
   while (!text.empty()) {
     const std::size_t end = std::min(text.find(','), text.size());
     if (used == codes.size()) {
-      throw UsageError(fmt::format("At most {} of {} fit.", codes.size(),
-                                   list_words(WordList<Code>{table}, ", ")));
+      throw UsageError(fmt::format("At most {} of {} fit.", codes.size(), list_words(table, ", ")));
     }
-    const Code code = code_of(WordList<Code>{table}, text.substr(0, end));
+    const Code code = code_of(table, text.substr(0, end));
     codes[used++] = static_cast<std::uint8_t>(code);
     text.erase(0, end + 1);
   }
@@ -201,15 +200,15 @@ Report show_config(const Board& board, const Wwn& remote) {
   return config_report(board, ports_of(board, remote));
 }
 
-constexpr Choice<ovk::AuthMode> mode_choice{"--mode", "whether the board authenticates", modes,
-                                            ovk::AuthMode::enabled};
+constexpr Setting<ovk::AuthMode> mode_setting{"--mode",  "", "whether the board authenticates",
+                                              "enabled", "", modes};
 constexpr Flag bidirectional_flag{"--bidirectional", "the remote port authenticates as well"};
 constexpr Setting<std::string> hashes_setting{"--hashes", "LIST",
                                               "of md5, sha1, sha256; best first", "sha256,sha1"};
 constexpr Setting<std::string> groups_setting{
     "--groups", "LIST", "DH groups of null, 1024, 1280, 1536, 2048, 4096; best first", "2048,1536"};
 constexpr Setting<std::uint16_t> timeout_setting{"--timeout", "SECONDS", "how long a peer may take",
-                                                 "45",        "",        {.least = 1}};
+                                                 "45",        "",        {1}};
 constexpr Setting<std::uint32_t> interval_setting{
     "--interval", "SECONDS", "after which authentication is repeated; 0: never", "0"};
 
@@ -242,7 +241,8 @@ Report set_config(const Board& board, const NewConfig& given) {
   return config_report(board, record.ports);
 }
 
-constexpr OptionalWord<Wwn> any_remote_word{remote_word.name, remote_word.help, remote_word.sample};
+constexpr OptionalWord<Wwn> any_remote_word{remote_word.names, remote_word.help,
+                                            remote_word.sample};
 constexpr Flag all_flag{"--all", "delete all entries"};
 
 Report delete_configs(const Board& board, const std::optional<Wwn>& remote, bool all, bool keep) {
@@ -372,7 +372,7 @@ void add_config(const Command& config) {
   config.command("list", "Show a board's entries").shows(list_configs);
   config.command("show", "Show one entry").takes(remote_word).shows(show_config);
   config.command("set", "Add an entry or replace it")
-      .takes(remote_word, mode_choice, bidirectional_flag, hashes_setting, groups_setting,
+      .takes(remote_word, mode_setting, bidirectional_flag, hashes_setting, groups_setting,
              timeout_setting, interval_setting, persist_flag)
       .asks_itself()
       .shows(set_config);

@@ -68,7 +68,7 @@ BoardRow read_row(std::uint32_t board) {
 
 Report list(const Host& host) {
   std::vector<BoardRow> rows;
-  for (std::uint32_t board = 0; board < host.board_count(); ++board) {
+  for (const Board& board : host.boards()) {
     rows.push_back(read_row(board));
   }
   Report report;
@@ -239,7 +239,7 @@ Report module_log(const Host& /*host*/, const std::string& text) {
 constexpr auto events = words<std::uint32_t>(
     {{1, "lip"}, {2, "link-up"}, {3, "link-down"}, {4, "lip-reset"}, {5, "rscn"}});
 
-constexpr Choice<std::uint32_t> event_choice{"--event", "the event", events, 5, "rscn"};
+constexpr Setting<std::uint32_t> event_setting{"--event", "", "the event", "rscn", "rscn", events};
 constexpr Setting<std::uint32_t> detail_setting{"--detail", "NUMBER", "what the event carries", "0",
                                                 "0x010200"};
 
@@ -263,7 +263,7 @@ void add_boards(Command root) {
   module.command("version", "Compare the interfaces of library and driver").shows(module_version);
   module.command("log", "Write a line into the driver's log").takes(log_word).shows(module_log);
   module.command("test-event", "Have the driver raise an event for a test")
-      .takes(event_choice, detail_setting)
+      .takes(event_setting, detail_setting)
       .shows(module_test_event);
 }
 

@@ -45,7 +45,7 @@ Report show(const Board& board) {
 
 constexpr Option<HexBytes> fc_map_option{"--fc-map", "BYTES", "the three bytes of the FC-MAP"};
 constexpr Option<std::uint16_t> vlan_option{
-    "--vlan", "NUMBER", "use this VLAN", "100", {.most = OVK_VLAN_ID_MASK}};
+    "--vlan", "NUMBER", "use this VLAN", "100", {0, OVK_VLAN_ID_MASK}};
 constexpr Flag no_vlan_flag{"--no-vlan", "use no VLAN"};
 
 /** What of the parameters is to be set. */
@@ -118,26 +118,25 @@ FcfListOwner read_fcfs(const Board& board) {
 }
 
 // The driver's values keep the names that the interface gives them.
-using FcfRow = Numbered<FcfListEntry>;
-constexpr Column<FcfRow> fcf_columns[] = {
-    {"index", "FCF", number_of},
-    {"name20", "NAME (20)", of_row<&FcfListEntry::name20>},
-    {"name548", "NAME (548)", of_row<&FcfListEntry::name548>},
-    {"flag18", "FLAG (18)", of_row<[](const FcfListEntry& fcf) { return fcf.flag18 != 0; }>},
-    {"half16", "VALUE (16)", of_row<&FcfListEntry::half16>},
-    {"word12", "VALUE (12)", of_row<&FcfListEntry::word12>},
-    {"word4", "VALUE (4)", of_row<&FcfListEntry::word4>},
-    {"word8", "VALUE (8)", of_row<&FcfListEntry::word8>},
-    {"half28", "VALUE (28)", of_row<&FcfListEntry::half28>},
-    {"byte30", "VALUE (30)", of_row<&FcfListEntry::byte30>},
-    {"block36", "", of_row<[](const FcfListEntry& fcf) { return bytes_text(fcf.block36); }>},
+constexpr Column<FcfListEntry> fcf_columns[] = {
+    {"index", "FCF", row_number},
+    {"name20", "NAME (20)", field<&FcfListEntry::name20>},
+    {"name548", "NAME (548)", field<&FcfListEntry::name548>},
+    {"flag18", "FLAG (18)", [](const FcfListEntry& fcf) { return fcf.flag18 != 0; }},
+    {"half16", "VALUE (16)", field<&FcfListEntry::half16>},
+    {"word12", "VALUE (12)", field<&FcfListEntry::word12>},
+    {"word4", "VALUE (4)", field<&FcfListEntry::word4>},
+    {"word8", "VALUE (8)", field<&FcfListEntry::word8>},
+    {"half28", "VALUE (28)", field<&FcfListEntry::half28>},
+    {"byte30", "VALUE (30)", field<&FcfListEntry::byte30>},
+    {"block36", "", field<&FcfListEntry::block36>},
 };
 
 Report list_fcfs(const Board& board) {
   const FcfListOwner list = read_fcfs(board);
   return board.report()
       .field("value", "Driver's value", list->value)
-      .table("fcfs", "FCFs", fcf_columns, numbered(std::span{list->entries, list->count}),
+      .table("fcfs", "FCFs", fcf_columns, std::span{list->entries, list->count},
              "The board has discovered no FCF.");
 }
 
@@ -151,24 +150,20 @@ FcfConnectList read_connections(const Board& board) {
   return list;
 }
 
-using ConnectionRow = Numbered<FcfConnectEntry>;
-constexpr Column<ConnectionRow> connection_columns[] = {
-    {"index", "ENTRY", number_of},
-    {"flags", "FLAGS",
-     [](const ConnectionRow& row) {
-       return Hex{row.row.flags, 2};
-     }},
-    {"vlan_id", "VLAN", of_row<&FcfConnectEntry::vlan_id>},
-    {"first_name", "FIRST NAME", [](const ConnectionRow& row) { return row.row.names[0]; }},
-    {"second_name", "SECOND NAME", [](const ConnectionRow& row) { return row.row.names[1]; }},
+constexpr Column<FcfConnectEntry> connection_columns[] = {
+    {"index", "ENTRY", row_number},
+    {"flags", "FLAGS", as<Hex, &FcfConnectEntry::flags, 2>},
+    {"vlan_id", "VLAN", field<&FcfConnectEntry::vlan_id>},
+    {"first_name", "FIRST NAME", [](const auto& entry) { return entry.names[0]; }},
+    {"second_name", "SECOND NAME", [](const auto& entry) { return entry.names[1]; }},
 };
 
 Report list_connections(const Board& board) {
   const FcfConnectList list = read_connections(board);
   return board.report()
       .field("capacity", "Room for", list.capacity)
-      .table("connections", "Connections", connection_columns,
-             numbered(std::span{list.entries, list.count}), "The list is empty.");
+      .table("connections", "Connections", connection_columns, std::span{list.entries, list.count},
+             "The list is empty.");
 }
 
 constexpr Rest<std::string> connection_words{

@@ -85,9 +85,7 @@ Report show_link(const Board& board) {
   const Cell nothing;
   Report report = board.report();
   report.field("state", "Link", up ? "up" : "down")
-      .field(
-          "topology", "Topology",
-          find_word(WordList<ovk::LinkTopology>{topology_words}, link.topology).value_or("unknown"))
+      .field("topology", "Topology", word_or(topology_words, link.topology, "unknown"))
       .field("speed_gbit", "Speed (Gbit/s)", up ? Cell{link.speed_mbit / mbit_per_gbit} : nothing)
       .field("logical_speed_gbit", "Logical speed (Gbit/s)", logical_speed(board))
       .field("fc_id", "FC ID", up ? Cell{FcAddress{link.fc_id}} : nothing)
@@ -137,23 +135,20 @@ constexpr auto effect_words =
                              {ovk::TakesEffect::never_set, "read-only"}});
 
 std::string effect_text(const ovk::ParameterRecord& parameter) {
-  return find_word(WordList<ovk::TakesEffect>{effect_words}, parameter.takes_effect)
-      .value_or("unknown");
+  return word_or(effect_words, parameter.takes_effect, "unknown");
 }
 
 std::string name_text(const ovk::ParameterRecord& parameter) { return fixed_text(parameter.name); }
 
-constexpr Column<Numbered<ovk::ParameterRecord>> parameter_columns[] = {
-    {"index", "INDEX", number_of},
-    {"name", "NAME", of_row<name_text>},
-    {"value", "VALUE", of_row<&ovk::ParameterRecord::value>},
-    {"default", "DEFAULT", of_row<&ovk::ParameterRecord::initial>},
-    {"least", "LEAST", of_row<&ovk::ParameterRecord::least>},
-    {"most", "MOST", of_row<&ovk::ParameterRecord::most>},
-    {"takes_effect", "TAKES EFFECT", of_row<effect_text>},
-    {"description", "DESCRIPTION", of_row<[](const ovk::ParameterRecord& parameter) {
-       return fixed_text(parameter.description);
-     }>},
+constexpr Column<ovk::ParameterRecord> parameter_columns[] = {
+    {"index", "INDEX", row_number},
+    {"name", "NAME", field<name_text>},
+    {"value", "VALUE", field<&ovk::ParameterRecord::value>},
+    {"default", "DEFAULT", field<&ovk::ParameterRecord::initial>},
+    {"least", "LEAST", field<&ovk::ParameterRecord::least>},
+    {"most", "MOST", field<&ovk::ParameterRecord::most>},
+    {"takes_effect", "TAKES EFFECT", field<effect_text>},
+    {"description", "DESCRIPTION", field<&ovk::ParameterRecord::description>},
 };
 
 std::vector<ovk::ParameterRecord> read_parameters(const Board& board) {
@@ -174,7 +169,7 @@ std::vector<ovk::ParameterRecord> read_parameters(const Board& board) {
 
 Report list_parameters(const Board& board) {
   Report report = board.report();
-  report.table("parameters", "", parameter_columns, numbered(read_parameters(board)),
+  report.table("parameters", "", parameter_columns, read_parameters(board),
                "The driver has no parameters.");
   return report;
 }

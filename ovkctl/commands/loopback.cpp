@@ -44,10 +44,10 @@ constexpr auto patterns = words<Pattern>({{counting, "counting"},
                                           {alternating, "alternating"},
                                           {random, "random"}});
 
-constexpr Choice<LoopbackMode> mode_choice{"--mode", "where a frame turns around", modes,
-                                           LoopbackMode::internal};
-constexpr Choice<Pattern> pattern_choice{"--pattern", "what the frames hold", patterns, counting,
-                                         "random"};
+constexpr Setting<LoopbackMode> mode_setting{"--mode",   "", "where a frame turns around",
+                                             "internal", "", modes};
+constexpr Setting<Pattern> pattern_setting{"--pattern", "",       "what the frames hold",
+                                           "counting",  "random", patterns};
 constexpr Setting<std::uint32_t> size_setting{"--size", "BYTES", "length of a frame",
                                               "2048",   "",      {1, OVK_LOOPBACK_MAX_SIZE}};
 constexpr Setting<std::uint32_t> count_setting{"--count", "NUMBER", "how many frames are sent",
@@ -141,7 +141,7 @@ Tally send_frames(const Board& board, const LoopbackArguments& given) {
 Report loopback_report(const Board& board, const LoopbackArguments& given, const Tally& tally) {
   Report report = board.report()
                       .field("mode", "Mode", word_of(modes, given.mode))
-                      .field("pattern", "Pattern", find_word<Pattern>(patterns, given.pattern))
+                      .field("pattern", "Pattern", word_or(patterns, given.pattern, ""))
                       .field("frame_size", "Frame size", Size{given.size})
                       .field("sent", "Frames sent", tally.sent)
                       .field("intact", "Came back intact", tally.intact)
@@ -198,7 +198,7 @@ Report run_loopback(const Board& board, const LoopbackArguments& given) {
 void add_loopback(Command root) {
   const Command loopback = root.noun("loopback", "Test a port by itself");
   loopback.command("run", "Send frames from a port to itself and compare what comes back")
-      .takes(mode_choice, pattern_choice, size_setting, count_setting, value_option, arg_setting)
+      .takes(mode_setting, pattern_setting, size_setting, count_setting, value_option, arg_setting)
       .asks("A loopback test takes the port of {board} out of its fabric while it runs.")
       .shows(run_loopback);
   loopback.command("end", "Take a port out of loopback")

@@ -57,21 +57,16 @@ Walk walk_fabric(const Board& board) {
   }
 }
 
-constexpr Column<Numbered<PortAttributes>> port_columns[] = {
-    {"index", "INDEX", number_of},
-    {"port_wwn", "PORT WWN", of_row<&PortAttributes::PortWWN>},
-    {"node_wwn", "NODE WWN", of_row<&PortAttributes::NodeWWN>},
-    {"fc_id", "FC ID", of_row<[](const PortAttributes& port) { return FcAddress{port.PortFcId}; }>},
-    {"type", "TYPE",
-     of_row<[](const PortAttributes& port) { return port_type_text(port.PortType); }>},
-    {"state", "STATE",
-     of_row<[](const PortAttributes& port) { return port_state_text(port.PortState); }>},
-    {"speed_gbit", "SPEED",
-     of_row<[](const PortAttributes& port) { return Speed{port.PortSpeed}; }>},
-    {"fc4_types_active", "FC-4 TYPES",
-     of_row<[](const PortAttributes& port) { return fc4_type_list(port.PortFc4TypesActive); }>},
-    {"symbolic_name", "SYMBOLIC NAME",
-     of_row<[](const PortAttributes& port) { return fixed_text(port.PortSymbolicName); }>},
+constexpr Column<PortAttributes> port_columns[] = {
+    {"index", "INDEX", row_number},
+    {"port_wwn", "PORT WWN", field<&PortAttributes::PortWWN>},
+    {"node_wwn", "NODE WWN", field<&PortAttributes::NodeWWN>},
+    {"fc_id", "FC ID", as<FcAddress, &PortAttributes::PortFcId>},
+    {"type", "TYPE", field<&PortAttributes::PortType, port_type_text>},
+    {"state", "STATE", field<&PortAttributes::PortState, port_state_text>},
+    {"speed_gbit", "SPEED", as<Speed, &PortAttributes::PortSpeed>},
+    {"fc4_types_active", "FC-4 TYPES", field<&PortAttributes::PortFc4TypesActive, fc4_type_list>},
+    {"symbolic_name", "SYMBOLIC NAME", field<&PortAttributes::PortSymbolicName>},
 };
 
 Report show_ports(const Board& board) {
@@ -80,7 +75,7 @@ Report show_ports(const Board& board) {
   report.field("restarts", walk.restarts == 0 ? "" : "Restarts of the walk", walk.restarts);
   add_port_fields(report.section("own_port", "Own port"), walk.own);
   report.section("", "").table("discovered_ports", "Discovered ports", port_columns,
-                               numbered(walk.discovered), "The board sees no other port.");
+                               walk.discovered, "The board sees no other port.");
   return report;
 }
 
@@ -110,23 +105,15 @@ struct NodeRow {
   std::optional<PortAttributes> port;
 };
 
-template <auto make_cell>
-constexpr auto of_port = of_row<[](const NodeRow& row) {
-  return row.port ? Cell{std::invoke(make_cell, *row.port)} : Cell{};
-}>;
-
-constexpr Column<Numbered<NodeRow>> node_columns[] = {
-    {"index", "INDEX", number_of},
-    {"port_wwn", "PORT WWN", of_row<[](const NodeRow& row) { return row.node.port_wwn; }>},
-    {"node_wwn", "NODE WWN", of_port<&PortAttributes::NodeWWN>},
-    {"fc_id", "FC ID",
-     of_port<[](const PortAttributes& port) { return FcAddress{port.PortFcId}; }>},
-    {"state", "STATE",
-     of_port<[](const PortAttributes& port) { return port_state_text(port.PortState); }>},
-    {"speed_gbit", "SPEED",
-     of_port<[](const PortAttributes& port) { return Speed{port.PortSpeed}; }>},
-    {"name", "NAME", of_row<[](const NodeRow& row) { return fixed_text(row.node.name); }>},
-    {"driver_words", "", of_row<[](const NodeRow& row) { return driver_words(row.node); }>},
+constexpr Column<NodeRow> node_columns[] = {
+    {"index", "INDEX", row_number},
+    {"port_wwn", "PORT WWN", field<&NodeRow::node, &NodeInformation::port_wwn>},
+    {"node_wwn", "NODE WWN", field<&NodeRow::port, &PortAttributes::NodeWWN>},
+    {"fc_id", "FC ID", field<&NodeRow::port, as<FcAddress, &PortAttributes::PortFcId>>},
+    {"state", "STATE", field<&NodeRow::port, &PortAttributes::PortState, port_state_text>},
+    {"speed_gbit", "SPEED", field<&NodeRow::port, as<Speed, &PortAttributes::PortSpeed>>},
+    {"name", "NAME", field<&NodeRow::node, &NodeInformation::name>},
+    {"driver_words", "", field<&NodeRow::node, driver_words>},
 };
 
 std::vector<NodeRow> read_nodes(const Board& board, const Wwn& local) {
@@ -155,7 +142,7 @@ Report show_nodes(const Board& board, const std::optional<Wwn>& port) {
   const Wwn local = port ? *port : read_own_port(board).PortWWN;
   Report report = board.report();
   report.field("port_wwn", "Port WWN", local);
-  report.table("nodes", "Nodes", node_columns, numbered(read_nodes(board, local)),
+  report.table("nodes", "Nodes", node_columns, read_nodes(board, local),
                "The port is logged in with no other.");
   return report;
 }
@@ -247,10 +234,9 @@ struct Bindings {
 
 static_assert(offsetof(Bindings, entries) == offsetof(FcpBindList, entry));
 
-constexpr Column<Numbered<FcpBinding>> binding_columns[] = {
-    {"index", "INDEX", number_of},
-    {"bytes", "DRIVER'S RECORD",
-     of_row<[](const FcpBinding& binding) { return bytes_text(binding.bytes); }>},
+constexpr Column<FcpBinding> binding_columns[] = {
+    {"index", "INDEX", row_number},
+    {"bytes", "DRIVER'S RECORD", field<&FcpBinding::bytes>},
 };
 
 Report show_bindings(const Board& board) {
@@ -260,7 +246,7 @@ Report show_bindings(const Board& board) {
   board.check(GetFcpBindList(board, static_cast<FcpBindList*>(list)), "Reading the bindings");
   const std::size_t count = std::min<std::size_t>(bindings->count, OVK_MAX_BINDINGS);
   Report report = board.listing();
-  report.table("bindings", "", binding_columns, numbered(std::span{bindings->entries}.first(count)),
+  report.table("bindings", "", binding_columns, std::span{bindings->entries}.first(count),
                "The board has no persistent bindings.");
   return report;
 }

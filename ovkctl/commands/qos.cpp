@@ -146,24 +146,14 @@ Report set_rules(const Board& board, const std::string& file) {
   return rules_report(board, *list);
 }
 
-/** Whether the rules are to be applied. */
-struct Switch {
-  bool on;
-};
+constexpr auto switches = words<bool>({{true, "on"}, {false, "off"}});
+constexpr OptionalWord<bool> state_word{"STATE", "on or off; without it, the state is shown", "on",
+                                        switches};
 
-void parse_value(const std::string& text, Switch& value) {
-  static constexpr auto switches = words<bool>({{true, "on"}, {false, "off"}});
-  value.on = code_of(WordList<bool>{switches}, text);
-}
-
-constexpr OptionalWord<Switch> state_word{"STATE", "on or off; without it, the state is shown",
-                                          "on"};
-
-Report show_or_set_flag(const Board& board, std::optional<Switch> state) {
+Report show_or_set_flag(const Board& board, std::optional<bool> state) {
   if (state) {
-    board.ask("This {} applying the FCP priority rules of {board}.",
-              state->on ? "starts" : "stops");
-    board.check(OVK_QoSSetGlobalFlag(board, state->on ? 1 : 0), "Setting the FCP priority flag");
+    board.ask("This {} applying the FCP priority rules of {board}.", *state ? "starts" : "stops");
+    board.check(OVK_QoSSetGlobalFlag(board, *state ? 1 : 0), "Setting the FCP priority flag");
   }
   Report report = board.report();
   report.field("applied", "Rules are applied", read_flag(board));

@@ -203,10 +203,7 @@ constexpr Column<Capability> capability_columns[] = {
      [](const Capability& row) {
        return Hex{row.id, 2};
      }},
-    {"name", "NAME",
-     [](const Capability& row) {
-       return find_word<std::uint8_t>(capability_names, row.id).value_or("");
-     }},
+    {"name", "NAME", [](const Capability& row) { return word_or(capability_names, row.id, ""); }},
 };
 
 std::vector<Capability> capabilities_of(const Bytes& config) {
@@ -276,7 +273,7 @@ Report show_location(const Board& board) {
 
 constexpr Word<std::uint32_t> config_offset_word{
     "OFFSET", "byte offset, a multiple of 4", "0x3c", {0, config_size}};
-constexpr OptionalWord<HexBytes> config_hex_word{hex_word.name, hex_word.help, "0a"};
+constexpr OptionalWord<HexBytes> config_hex_word{hex_word.names, hex_word.help, "0a"};
 
 Report write_config(const Board& board, const NewBytes& given) {
   const Bytes bytes = given.bytes(OVK_MAX_RAW_TRANSFER);

@@ -62,9 +62,9 @@ constexpr auto states = words<std::uint32_t>({{OVK_BOARD_NORMAL, "normal"},
                                               {3, "mode-3"},
                                               {5, "mode-5"}});
 
-constexpr OptionalWord<BoardIndex> any_board_word{"BOARD", "library board index"};
-constexpr ChoiceWord<std::uint32_t> state_word{"STATE", "normal, not-ready, mode-3 or mode-5",
-                                               states, "not-ready"};
+constexpr OptionalWord<std::uint32_t> any_board_word{"BOARD", "library board index"};
+constexpr Word<std::uint32_t> state_word{"STATE", "normal, not-ready, mode-3 or mode-5",
+                                         "not-ready", states};
 
 /** A board and its state. */
 struct StateRow {
@@ -95,13 +95,10 @@ StateRow read_state(const Board& board) {
   return change_state(board, query_state, "Reading the state");
 }
 
-Report show_states(const Host& host, std::optional<BoardIndex> one) {
+Report show_states(const Host& host, std::optional<std::uint32_t> one) {
   std::vector<StateRow> rows;
-  if (one) {
-    rows.push_back(read_state(host.board(*one)));
-  }
-  for (std::uint32_t index = 0; !one && index < host.board_count(); ++index) {
-    rows.push_back(read_state(host.board({index})));
+  for (const Board& board : one ? std::vector{host.board(*one)} : host.boards()) {
+    rows.push_back(read_state(board));
   }
   return Report{}.table("boards", "", state_columns, rows, "There is no board.");
 }

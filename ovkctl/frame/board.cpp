@@ -2,6 +2,9 @@
 
 #include "ovkctl/frame/files.h"
 
+#include <ovk/core.h>
+
+#include <array>
 #include <cstdio>
 #include <fmt/core.h>
 #include <iostream>
@@ -67,28 +70,44 @@ bool Invocation::ask(const std::string& warning, const Report* preview) const {
   return shown;
 }
 
-Board Host::board(BoardIndex index) const {
-  if (index.given < board_count_) {
-    return {*invocation_, index.given};
+Host::Host(const Invocation& invocation) : invocation_{&invocation} {
+  std::array<DiagBoardEntry, OVK_MAX_BOARDS> entries{};
+  board_count_ = OVK_InitDiagEnv(entries.data(), entries.size());
+  // A refused channel leaves no reference to release.
+  if (refcnt == 0) {
+    throw OperationFailed("The management channel to the adapter driver could not be opened.",
+                          "Check that the driver is loaded and fits this version of ovkctl.");
+  }
+  if (board_count_ == 0) {
+    OVK_FreeDiagEnv();
+    throw OperationFailed("There is no Fibre Channel board on this host.",
+                          "Check that an adapter is installed and that its driver claimed it.");
+  }
+}
+
+Host::~Host() { OVK_FreeDiagEnv(); }
+
+Board Host::board(std::uint32_t index) const {
+  if (index < board_count_) {
+    return {*invocation_, index};
   }
   const std::string range = board_count_ == 1
                                 ? "0 is the only board"
                                 : fmt::format("the boards are 0 to {}", board_count_ - 1);
-  throw UsageError(
-      fmt::format("There is no board {}: {} (see \"ovkctl list\").", index.given, range));
+  throw UsageError(fmt::format("There is no board {}: {} (see \"ovkctl list\").", index, range));
 }
 
-Report Board::report() const {
-  Report report;
-  report.field("board", "Board", index_);
-  return report;
+std::vector<Board> Host::boards() const {
+  std::vector<Board> boards;
+  for (std::uint32_t index = 0; index < board_count_; ++index) {
+    boards.emplace_back(*invocation_, index);
+  }
+  return boards;
 }
 
-Report Board::listing() const {
-  Report report;
-  report.field("board", "", index_);
-  return report;
-}
+Report Board::report() const { return Report{}.field("board", "Board", index_); }
+
+Report Board::listing() const { return Report{}.field("board", "", index_); }
 
 void Board::check(std::uint32_t result, const std::string& operation,
                   std::span<const ResultText> own) const {

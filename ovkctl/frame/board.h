@@ -15,6 +15,7 @@
 #include <span>
 #include <string>
 #include <utility>
+#include <vector>
 
 namespace ovkctl {
 
@@ -56,20 +57,20 @@ struct Invocation {
 
 class Board;
 
-/** The host, while the library is initialised. */
+/** The host. The library is initialised as long as this lives. */
 class Host {
  public:
-  /** @param board_count  boards 0 to board_count - 1 exist */
-  Host(const Invocation& invocation, std::uint32_t board_count)
-      : invocation_{&invocation}, board_count_{board_count} {}
-
-  /** The number of boards. */
-  [[nodiscard]] std::uint32_t board_count() const { return board_count_; }
+  /** Throws OperationFailed when there is no board. */
+  explicit Host(const Invocation& invocation);
+  ~Host();
+  Host(const Host&) = delete;
+  Host& operator=(const Host&) = delete;
 
   /** The board of an index; throws UsageError when there is none. */
-  [[nodiscard]] Board board(BoardIndex index) const;
+  [[nodiscard]] Board board(std::uint32_t index) const;
 
-  [[nodiscard]] const Invocation& invocation() const { return *invocation_; }
+  /** All boards. */
+  [[nodiscard]] std::vector<Board> boards() const;
 
  private:
   const Invocation* invocation_;

@@ -5,7 +5,7 @@
 
 #include <algorithm>
 #include <array>
-#include <fmt/core.h>
+#include <fmt/format.h>
 #include <iterator>
 
 namespace ovkctl {
@@ -30,10 +30,7 @@ std::string size_text(std::uint64_t bytes) {
 }
 
 std::string list_text(const List& list) {
-  std::string text;
-  for (const std::string& item : list) {
-    text += (text.empty() ? "" : ", ") + item;
-  }
+  const std::string text = fmt::format("{}", fmt::join(list, ", "));
   return text.empty() ? nothing : text;
 }
 
@@ -77,6 +74,11 @@ struct TextOf {
   std::string operator()(const List& list) const { return list_text(list); }
 };
 
+template <typename... Types>
+bool holds_one_of(const Cell::Value& value) {
+  return (std::holds_alternative<Types>(value) || ...);
+}
+
 }  // namespace
 
 std::optional<std::uint32_t> Speed::gbit() const {
@@ -95,9 +97,8 @@ std::vector<std::uint32_t> Speeds::gbits() const {
 }
 
 bool Cell::is_quantity() const {
-  return std::holds_alternative<std::int64_t>(value_) || std::holds_alternative<double>(value_) ||
-         std::holds_alternative<WideNumber>(value_) || std::holds_alternative<Size>(value_) ||
-         std::holds_alternative<LargeSize>(value_) || std::holds_alternative<Speed>(value_);
+  return holds_one_of<std::monostate, std::int64_t, double, WideNumber, Size, LargeSize, Speed>(
+      value_);
 }
 
 std::string Cell::text() const { return std::visit(TextOf{}, value_); }

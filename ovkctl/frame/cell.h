@@ -4,12 +4,16 @@
  */
 #pragma once
 
+#include "ovkctl/frame/values.h"
+
 #include <ovk/types.h>
 
 #include <concepts>
 #include <cstdint>
 #include <optional>
+#include <span>
 #include <string>
+#include <type_traits>
 #include <variant>
 #include <vector>
 
@@ -72,22 +76,14 @@ class Cell {
   /** A value that is not known. */
   Cell() = default;
 
-  template <std::integral T>
-  Cell(T number) : value_{number_value(number)} {}
-
+  /** A number, a text, the text of a fixed-size field that may lack its terminator, bytes as their
+      hex digits or a type of this file; of an optional what it holds, or a value not known. */
   template <typename T>
-  requires std::constructible_from<Value, T> &&(!std::integral<T>)Cell(T value)
-      : value_{std::move(value)} {}
-
-  Cell(const char* text) : value_{std::string{text}} {}
-
-  /** The value, or a value that is not known. */
-  template <typename T>
-  Cell(std::optional<T> value) : Cell(value ? Cell(std::move(*value)) : Cell()) {}
+  requires(!std::same_as<T, Cell>) Cell(const T& given) : value_{value_of(given)} {}
 
   [[nodiscard]] const Value& value() const { return value_; }
 
-  /** Whether a column of these is aligned to the right. */
+  /** Whether a column of these is aligned to the right; what is not known does not say no. */
   [[nodiscard]] bool is_quantity() const;
 
   /** The text for people; "-" for what is empty or not known. */
@@ -95,13 +91,22 @@ class Cell {
 
  private:
   template <typename T>
-  static Value number_value(T number) {
-    if constexpr (std::same_as<T, bool>) {
-      return number;
-    } else if constexpr (sizeof(T) <= sizeof(std::uint32_t)) {
-      return static_cast<std::int64_t>(number);
+  static Value value_of(const T& given) {
+    if constexpr (requires { given.has_value(); }) {
+      return given ? value_of(*given) : Value{};
+    } else if constexpr (std::integral<T> && sizeof(T) > sizeof(std::uint32_t)) {
+      return WideNumber{std::to_string(given)};
+    } else if constexpr (std::integral<T> && !std::same_as<T, bool>) {
+      return static_cast<std::int64_t>(given);
+    } else if constexpr (std::convertible_to<const T&, std::span<const std::uint8_t>>) {
+      return bytes_text(given);
+    } else if constexpr (std::convertible_to<T, const char*> && !std::is_array_v<T>) {
+      return std::string{given};
+    } else if constexpr (std::convertible_to<const T&, std::span<const char>> &&
+                         !std::same_as<T, std::string>) {
+      return fixed_text(given);
     } else {
-      return WideNumber{std::to_string(number)};
+      return given;
     }
   }
 

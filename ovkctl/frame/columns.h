@@ -3,69 +3,79 @@
  * The columns of a table: a column's header stands together with how its cell comes from a row.
  *
  *     constexpr Column<Node> node_columns[] = {
+ *         {"index", "INDEX", row_number},
  *         {"handle", "HANDLE", field<&Node::handle>},
  *         {"state", "STATE", field<state_text>},
- *         {"target", "TARGET", [](const Node& node) { return Hex{node.target, 4}; }},
+ *         {"type", "TYPE", field<&Node::port, &Port::type, type_text>},
+ *         {"target", "TARGET", as<Hex, &Node::target, 4>},
  *     };
  */
 #pragma once
 
 #include "ovkctl/frame/cell.h"
 
+#include <concepts>
 #include <cstdint>
 #include <functional>
-#include <iterator>
+#include <span>
 #include <type_traits>
-#include <vector>
 
 namespace ovkctl {
 
-/** A column of a table whose rows are made from `Row`s. */
-template <typename Row>
-struct Column {
-  /** @param make_cell  a lambda without captures, or field<&Row::member> */
-  template <typename MakeCell>
-  constexpr Column(const char* column_key, const char* column_header, MakeCell /*make_cell*/)
-      : key{column_key}, header{column_header}, cell{[](const Row& row) -> Cell {
-          return MakeCell{}(row);
-        }} {}
-
+/** What stands above a column. */
+struct ColumnHead {
   const char* key;     ///< the member in JSON, in snake_case
   const char* header;  ///< in the text; a column without a header stands in JSON only
-  Cell (*cell)(const Row& row);
 };
 
-/** A member of a row as it stands, or what a function makes of the row. */
-template <auto member_or_function>
-inline constexpr auto field = [](const auto& row) { return std::invoke(member_or_function, row); };
-
-/** As `field`, shown as a type of cell.h: as<Hex, &Node::target, 4>. */
-template <typename Shown, auto member_or_function, auto... more>
-inline constexpr auto as = [](const auto& row) {
-  return Shown{std::invoke(member_or_function, row), more...};
-};
-
-/** A row with its number, for tables whose first column counts from 0. */
+/** A column of a table whose rows are made from `Row`s. */
 template <typename Row>
-struct Numbered {
-  std::uint32_t number;
-  Row row;
+struct Column : ColumnHead {
+  /** @param make_cell  a lambda without captures, `field`, `as` or `row_number` */
+  template <typename MakeCell>
+  constexpr Column(const char* column_key, const char* column_header, MakeCell /*make_cell*/)
+      : ColumnHead{column_key, column_header}, cell{[](const Row& row, std::uint32_t number) {
+          if constexpr (std::invocable<MakeCell, const Row&>) {
+            return Cell{MakeCell{}(row)};
+          } else {
+            return Cell{MakeCell{}(row, number)};
+          }
+        }} {}
+
+  Cell (*cell)(const Row& row, std::uint32_t number);
 };
 
-template <typename Rows>
-auto numbered(const Rows& rows) {
-  using Row = std::remove_cvref_t<decltype(*std::begin(rows))>;
-  std::vector<Numbered<Row>> all;
-  for (const Row& row : rows) {
-    all.push_back({static_cast<std::uint32_t>(all.size()), row});
+/** The number of a row, from 0 on. */
+inline constexpr auto row_number = [](const auto& /*row*/, std::uint32_t number) { return number; };
+
+/** A member of a row, or what a function makes of the row. */
+template <auto step, typename Row>
+constexpr decltype(auto) get(const Row& row) {
+  if constexpr (std::is_array_v<Row>) {
+    return step(std::span{row});  // the function would get a pointer
+  } else {
+    return std::invoke(step, row);
   }
-  return all;
 }
 
-/** The number of a numbered row, and a member of the row itself or what a function makes of it. */
-inline constexpr auto number_of = [](const auto& numbered) { return numbered.number; };
-template <auto member_or_function>
-inline constexpr auto of_row =
-    [](const auto& numbered) { return std::invoke(member_or_function, numbered.row); };
+/** A member of a row as it stands, or what a function makes of the row; then a member of that, and
+    so on. A member that may lack a value and does makes an empty cell. */
+template <auto step, auto... more>
+inline constexpr auto field = [](const auto& row) -> Cell {
+  const auto& value = get<step>(row);
+  if constexpr (sizeof...(more) == 0) {
+    return value;
+  } else if constexpr (requires { value.has_value(); }) {
+    return value ? field<more...>(*value) : Cell{};
+  } else {
+    return field<more...>(value);
+  }
+};
+
+/** As `field` of one step, shown as a type of cell.h. */
+template <typename Shown, auto step, auto... more>
+inline constexpr auto as = [](const auto& row) {
+  return Shown{get<step>(row), more...};
+};
 
 }  // namespace ovkctl

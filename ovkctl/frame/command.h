@@ -13,7 +13,7 @@
  * The function's parameters say what the command works with: a `const Board&` first makes the
  * command take the argument BOARD, a `const Host&` has the library initialised without one, and
  * then come the values that the command takes, one by one or as an aggregate of all of them. What
- * the function returns is printed; one that returns nothing prints its reports itself.
+ * the function returns is printed.
  *
  * A noun that the command line does not name is not declared any further than its name, and costs
  * next to nothing. The parser shows in command_line.cpp alone, which keeps subjects quick to
@@ -41,22 +41,18 @@ namespace ovkctl {
 template <typename... Parameters>
 class Verb;
 
+/** What a command is apart from its parameters and its function. */
+struct Traits {
+  const char* question = nullptr;  ///< asked before it runs; empty when the command asks itself
+  bool saves = false;              ///< whether it has bytes for "-o FILE"
+  const char* board = "0";         ///< the board of the example
+  std::vector<const char*> examples;
+};
+
 /** A noun, or the root above the nouns. A handle; the command line owns what is behind it. */
 class Command {
  public:
   struct Node;
-
-  using Take = std::function<void(const std::string&)>;
-  enum class Kind { argument, optional_argument, arguments, option };
-
-  /** A parameter as the parser and the help know it. */
-  struct Declaration {
-    Kind kind;
-    std::string names;
-    std::string value_name;
-    std::string help;
-    std::string sample;
-  };
 
   /** @param node  null for what the command line does not name: declaring it does nothing */
   explicit Command(Node* node) : node_{node} {}
@@ -64,138 +60,124 @@ class Command {
   /** Adds a noun, or a group of commands in a noun. */
   [[nodiscard]] Command noun(const char* name, const char* summary) const;
 
-  /** Adds a command. */
+  /** Adds a command; what is below it is added before it gets its function. */
   [[nodiscard]] Verb<> command(const char* name, const char* summary) const;
 
  protected:
+  using Take = std::function<void(const std::string&)>;
+  using Action = std::function<Report(const Invocation&, std::uint32_t board)>;
+
   [[nodiscard]] bool declared() const { return node_ != nullptr; }
 
-  void declare(const Declaration& declaration, Take take) const;
-  void declare_flag(const char* names, const char* help, std::function<void()> take) const;
+  /** @param words  what the value may be; empty when there is more than some words */
+  void declare(const Declaration& declaration, const std::string& words, Take take) const;
+  void declare_flag(const Flag& flag, bool& given) const;
 
-  /** Adds "--yes"; asks the question, if there is one, before the command runs. */
-  void declare_question(const char* question) const;
-
-  /** Adds "-o FILE". */
-  void declare_output_file() const;
-
-  /** Adds an example; `words` stand behind the names of the command. */
-  void add_example(const std::string& words) const;
-
-  /** Says which board the examples made of samples name. */
-  void set_sample_board(const char* board) const;
-
-  using BoardAction = std::function<Report(const Board&)>;
-  using HostAction = std::function<Report(const Host&)>;
-  using PlainAction = std::function<Report()>;
-
-  /** Adds the argument BOARD. */
-  void declare_board() const;
+  /** Adds the options of the traits, and the argument BOARD to a command of a board. */
+  void declare_traits(const Traits& traits, bool of_board) const;
 
   /** Ends the declaration with what the command does. */
-  void runs(BoardAction action) const;
-  void runs(HostAction action) const;
-  void runs(PlainAction action) const;
+  void runs(const Traits& traits, Action action) const;
 
  private:
   Node* node_;
 };
 
+/** Whether a `const Leading&` is the first of some types. */
+template <typename Leading, typename... Types>
+inline constexpr bool starts_with = false;
+template <typename Leading, typename... Types>
+inline constexpr bool starts_with<Leading, const Leading&, Types...> = true;
+
 /** A command whose function gets the values of `Parameters`. */
 template <typename... Parameters>
 class Verb : public Command {
  public:
-  Verb(const Command& command, std::tuple<Parameters...> parameters)
-      : Command{command}, parameters_{std::move(parameters)} {}
+  Verb(const Command& command, Traits traits, std::tuple<Parameters...> parameters)
+      : Command{command}, traits_{std::move(traits)}, parameters_{std::move(parameters)} {}
 
   /** Adds parameters, arguments in their order; parameter.h has their kinds. */
   template <typename... More>
   [[nodiscard]] Verb<Parameters..., More...> takes(const More&... more) const {
-    return {*this, std::tuple_cat(parameters_, std::tuple{more...})};
+    return {*this, traits_, std::tuple_cat(parameters_, std::tuple{more...})};
   }
 
   /** Says that the command changes or interrupts an adapter: it asks before it runs, in a sentence
       in which "{board}" stands for the board, unless the command line has --yes. */
-  [[nodiscard]] Verb asks(const char* question) const {
-    declare_question(question);
-    return *this;
+  [[nodiscard]] Verb&& asks(const char* question) {
+    traits_.question = question;
+    return std::move(*this);
   }
 
   /** Says that the command asks, in the middle of its work, with Board::ask. */
-  [[nodiscard]] Verb asks_itself() const { return asks(""); }
+  [[nodiscard]] Verb&& asks_itself() { return asks(""); }
 
   /** Adds "-o FILE", for the bytes that the report has as payload. */
-  [[nodiscard]] Verb saves() const {
-    declare_output_file();
-    return *this;
+  [[nodiscard]] Verb&& saves() {
+    traits_.saves = true;
+    return std::move(*this);
   }
 
   /** Adds an example beside the one that the samples of the parameters make. */
-  [[nodiscard]] Verb example(const char* words) const {
-    add_example(words);
-    return *this;
+  [[nodiscard]] Verb&& example(const char* words) {
+    traits_.examples.push_back(words);
+    return std::move(*this);
   }
 
   /** Says which board the example names, where board 0 does not have what the command is for. */
-  [[nodiscard]] Verb on_board(const char* board) const {
-    set_sample_board(board);
-    return *this;
+  [[nodiscard]] Verb&& on_board(const char* board) {
+    traits_.board = board;
+    return std::move(*this);
   }
 
   /** Ends the declaration with the function that the command is. */
-  template <typename Result, typename... Arguments>
-  void shows(Result (*function)(Arguments...)) const {
+  template <typename... Types>
+  void shows(Report (*function)(Types...)) const {
     if (!declared()) {
       return;
     }
-    if constexpr (starts_with<Board, Arguments...>()) {
-      declare_board();
-      runs(BoardAction{bound<const Board&>(function)});
-    } else if constexpr (starts_with<Host, Arguments...>()) {
-      runs(HostAction{bound<const Host&>(function)});
-    } else {
-      runs(PlainAction{bound(function)});
-    }
+    declare_traits(traits_, starts_with<Board, Types...>);
+    const auto call = bound(function);
+    const char* const question = traits_.question;
+    runs(traits_, [=](const Invocation& invocation, std::uint32_t index) {
+      if constexpr (starts_with<Board, Types...>) {
+        const Host host{invocation};
+        const Board board = host.board(index);
+        if (question != nullptr && *question != '\0') {
+          board.ask(question);
+        }
+        return call(board);
+      } else if constexpr (starts_with<Host, Types...>) {
+        return call(Host{invocation});
+      } else {
+        return call();
+      }
+    });
   }
 
  private:
-  /** Whether the first parameter of a function is a `Leading`. */
-  template <typename Leading, typename... Arguments>
-  static consteval bool starts_with() {
-    if constexpr (sizeof...(Arguments) == 0) {
-      return false;
-    } else {
-      return std::same_as<std::remove_cvref_t<std::tuple_element_t<0, std::tuple<Arguments...>>>,
-                          Leading>;
-    }
-  }
-
   /** The last parameter of a function: where the values go that it does not take one by one. A
       function without parameters has none, which `int` stands for: clang looks at it. */
-  template <typename... Arguments>
-  using LastOf = std::remove_cvref_t<
-      std::tuple_element_t<sizeof...(Arguments), std::tuple<int, Arguments...>>>;
+  template <typename... Types>
+  using LastOf =
+      std::remove_cvref_t<std::tuple_element_t<sizeof...(Types), std::tuple<int, Types...>>>;
 
   /** The function with the values of the command line, to be called with what leads them. */
-  template <typename... Leading, typename Result, typename... Arguments>
-  auto bound(Result (*function)(Arguments...)) const {
-    auto readers = std::apply(
+  template <typename... Types>
+  auto bound(Report (*function)(Types...)) const {
+    const std::tuple readers = std::apply(
         [&](const auto&... parameter) { return std::tuple{reader_of(parameter)...}; }, parameters_);
-    return [function, readers = std::move(readers)](Leading... leading) -> Report {
+    return [function, readers](const auto&... leading) {
+      const auto call = [&](const auto&... values) -> Report {
+        return function(leading..., values...);
+      };
       return std::apply(
           [&](const auto&... read) {
-            const auto call = [&](auto&&... values) -> Report {
-              if constexpr (std::is_void_v<Result>) {
-                function(leading..., std::forward<decltype(values)>(values)...);
-                return {};
-              } else {
-                return function(leading..., std::forward<decltype(values)>(values)...);
-              }
-            };
-            if constexpr (std::invocable<decltype(function), Leading..., decltype(read())...>) {
+            if constexpr (std::invocable<decltype(function), decltype(leading)...,
+                                         decltype(read())...>) {
               return call(read()...);
             } else {
-              return call(LastOf<Arguments...>{read()...});
+              return call(LastOf<Types...>{read()...});
             }
           },
           readers);
@@ -203,81 +185,27 @@ class Verb : public Command {
   }
 
   /** Declares a parameter; gives what reads its value once the command line was parsed. */
-  template <typename T>
-  auto reader_of(const Word<T>& word) const {
-    return reader(T{}, {Kind::argument, word.name, {}, word.help, word.sample}, word.range);
-  }
-  template <typename T>
-  auto reader_of(const OptionalWord<T>& word) const {
-    return reader(std::optional<T>{},
-                  {Kind::optional_argument, word.name, {}, word.help, word.sample}, word.range);
-  }
-  template <typename T>
-  auto reader_of(const Rest<T>& rest) const {
-    return reader(std::vector<T>{}, {Kind::arguments, rest.name, {}, rest.help, rest.sample},
-                  rest.range);
-  }
-  template <typename T>
-  auto reader_of(const Option<T>& option) const {
-    return reader(std::optional<T>{},
-                  {Kind::option, option.names, option.value_name, option.help, option.sample},
-                  option.range);
-  }
-  template <typename T>
-  auto reader_of(const Setting<T>& setting) const {
-    T otherwise{};
-    parse_value(setting.otherwise, otherwise);
-    return reader(std::move(otherwise),
-                  {Kind::option, setting.names, setting.value_name, setting.help, setting.sample},
-                  setting.range);
-  }
-  template <typename Code>
-  auto reader_of(const Choice<Code>& choice) const {
-    return choice_reader(
-        choice.words, choice.otherwise,
-        {Kind::option, choice.names, list_words(choice.words, "|"), choice.help, choice.sample});
-  }
-  template <typename Code>
-  auto reader_of(const ChoiceWord<Code>& word) const {
-    return choice_reader(word.words, Code{},
-                         {Kind::argument, word.name, {}, word.help, word.sample});
+  template <typename Value>
+  auto reader_of(const Parameter<Value>& parameter) const {
+    const auto value = std::make_shared<Value>();
+    const auto& accepted = parameter.accepted;
+    if (parameter.otherwise != nullptr) {
+      accepted.read(parameter.otherwise, Share<Value>::place_in(*value));
+    }
+    declare(parameter, list_words(accepted.words, "|"), [value, accepted](const std::string& text) {
+      auto& place = Share<Value>::place_in(*value);
+      accepted.read(text, place);
+      accepted.check(place);
+    });
+    return [value] { return *value; };
   }
   auto reader_of(const Flag& flag) const {
     const auto given = std::make_shared<bool>(false);
-    declare_flag(flag.names, flag.help, [given] { *given = true; });
+    declare_flag(flag, *given);
     return [given] { return *given; };
   }
 
-  template <typename Value>
-  auto reader(Value otherwise, const Declaration& declaration, Range range) const {
-    const auto value = std::make_shared<Value>(std::move(otherwise));
-    declare(declaration, [value, range](const std::string& text) { take(text, *value, range); });
-    return [value] { return *value; };
-  }
-
-  template <typename Code>
-  auto choice_reader(WordList<Code> words, Code otherwise, const Declaration& declaration) const {
-    const auto code = std::make_shared<Code>(otherwise);
-    declare(declaration, [code, words](const std::string& text) { *code = code_of(words, text); });
-    return [code] { return *code; };
-  }
-
-  template <typename T>
-  static void take(const std::string& text, T& value, Range range) {
-    parse_value(text, value);
-    if constexpr (std::unsigned_integral<T>) {
-      refuse_outside(range, value);
-    }
-  }
-  template <typename T>
-  static void take(const std::string& text, std::optional<T>& value, Range range) {
-    take(text, value.emplace(), range);
-  }
-  template <typename T>
-  static void take(const std::string& text, std::vector<T>& values, Range range) {
-    take(text, values.emplace_back(), range);
-  }
-
+  Traits traits_;
   std::tuple<Parameters...> parameters_;
 };
 

@@ -69,9 +69,22 @@ struct AddPart {
   void operator()(const Note&) const {}
 };
 
-void add_parts(Json& object, const Section& section) {
-  for (const Section::Part& part : section.parts()) {
+void add_members(Json& object, const Report& report) {
+  for (const Report::Part& part : report.parts()) {
     std::visit(AddPart{object}, part);
+  }
+  for (const Section& section : report.sections()) {
+    if (section.key().empty()) {
+      add_members(object, section);
+      continue;
+    }
+    Json member = Json::object();
+    add_members(member, section);
+    if (section.kind() == Section::Kind::element) {
+      object[section.key()].push_back(std::move(member));
+    } else {
+      add_member(object, section.key(), std::move(member));
+    }
   }
 }
 
@@ -79,20 +92,7 @@ void add_parts(Json& object, const Section& section) {
 
 std::string render_json(const Report& report, JsonForm form) {
   Json document = {{"version", json_version}};
-  add_parts(document, report);
-  for (const Section& section : report.sections()) {
-    if (section.key().empty()) {
-      add_parts(document, section);
-      continue;
-    }
-    Json object = Json::object();
-    add_parts(object, section);
-    if (section.kind() == Section::Kind::element) {
-      document[section.key()].push_back(std::move(object));
-    } else {
-      add_member(document, section.key(), std::move(object));
-    }
-  }
+  add_members(document, report);
   const int indent = form == JsonForm::indented ? 2 : -1;
   return document.dump(indent, ' ', false, Json::error_handler_t::replace) + "\n";
 }

@@ -12,7 +12,8 @@
 #include "ovkctl/frame/values.h"
 
 #include <cstdint>
-#include <deque>
+#include <iterator>
+#include <list>
 #include <optional>
 #include <string>
 #include <utility>
@@ -26,12 +27,6 @@ struct Field {
   std::string key;
   std::string label;
   Cell value;
-};
-
-/** What stands above a column: its member in JSON, and its header in the text. */
-struct ColumnHead {
-  std::string key;
-  std::string header;
 };
 
 /** Rows under a header, with a cell for each column; an array of objects in JSON. */
@@ -57,17 +52,29 @@ struct Note {
   std::string text;
 };
 
-/** Fields, tables, dumps and notes that belong together; an object in JSON. */
-class Section {
+class Report;
+
+/** Parts that belong together in a report; an object in JSON. */
+using Section = Report;
+
+/**
+ * What a command has to say: fields, tables, dumps and notes, and after them sections of those.
+ * What adds a part gives the report itself, to be added to or to be returned.
+ */
+class Report {
  public:
   using Part = std::variant<Field, Table, Dump, Note>;
-  /** Whether the section is a member of its own or one of the objects in an array. */
+  /** Whether a section is a member of its own or one of the objects in an array. */
   enum class Kind { object, element };
 
-  Section(std::string key, std::string title, Kind kind);
+  Report() = default;
+  Report(std::string key, std::string title, Kind kind)
+      : key_{std::move(key)}, title_{std::move(title)}, kind_{kind} {}
 
   /** Adds a labelled value. */
-  Section& field(std::string key, std::string label, Cell value) &;
+  Report&& field(std::string key, std::string label, Cell value) {
+    return add(Field{std::move(key), std::move(label), std::move(value)});
+  }
 
   /**
    * Adds a table with a row for each element of `rows`.
@@ -75,103 +82,72 @@ class Section {
    * @param when_empty  the sentence that stands for a table without rows
    */
   template <typename Row, std::size_t count, typename Rows>
-  Section& table(std::string key, std::string label, const Column<Row> (&columns)[count],
-                 const Rows& rows, std::string when_empty) & {
+  Report&& table(std::string key, std::string label, const Column<Row> (&columns)[count],
+                 const Rows& rows, std::string when_empty) {
     Table table{std::move(key), std::move(label), std::move(when_empty), {}, {}};
-    for (const Column<Row>& column : columns) {
-      table.columns.push_back({column.key, column.header});
-    }
+    table.columns.assign(std::begin(columns), std::end(columns));
     for (const auto& row : rows) {
+      const auto number = static_cast<std::uint32_t>(table.rows.size());
       std::vector<Cell>& cells = table.rows.emplace_back();
       for (const Column<Row>& column : columns) {
-        cells.push_back(column.cell(row));
+        cells.push_back(column.cell(row, number));
       }
     }
-    parts_.emplace_back(std::move(table));
-    return *this;
+    return add(std::move(table));
+  }
+
+  /** Adds raw bytes. */
+  Report&& dump(std::string key, std::string label, Bytes bytes, std::uint64_t first_offset = 0) {
+    return add(Dump{std::move(key), std::move(label), std::move(bytes), first_offset});
   }
 
   /** Adds the bytes that "-o FILE" writes; they are shown when there is no -o, unless the key is
       empty. Several go into the file one after the other. */
-  Section& payload(std::string key, std::string label, Bytes bytes,
-                   std::uint64_t first_offset = 0) &;
-
-  /** Takes out the bytes that "-o FILE" writes; nothing when the section has none. */
-  std::optional<Bytes> take_payload();
-
-  /** Adds raw bytes. */
-  Section& dump(std::string key, std::string label, Bytes bytes, std::uint64_t first_offset = 0) &;
+  Report&& payload(std::string key, std::string label, Bytes bytes,
+                   std::uint64_t first_offset = 0) {
+    return add(Dump{std::move(key), std::move(label), std::move(bytes), first_offset, true});
+  }
 
   /** Adds a sentence for people. */
-  Section& note(std::string text) &;
-
-  [[nodiscard]] const std::string& key() const { return key_; }
-  [[nodiscard]] const std::string& title() const { return title_; }
-  [[nodiscard]] Kind kind() const { return kind_; }
-  [[nodiscard]] const std::deque<Part>& parts() const { return parts_; }
-
- private:
-  std::string key_;
-  std::string title_;
-  Kind kind_;
-  std::deque<Part> parts_;
-};
-
-/** What a command has to say. Its own parts come first, then its sections. */
-class Report : public Section {
- public:
-  Report() : Section{{}, {}, Kind::object} {}
-
-  // A report that is made in one expression grows in place.
-  using Section::dump;
-  using Section::field;
-  using Section::note;
-  using Section::payload;
-  using Section::table;
-  Report&& field(std::string key, std::string label, Cell value) && {
-    field(std::move(key), std::move(label), std::move(value));
-    return std::move(*this);
-  }
-  template <typename Row, std::size_t count, typename Rows>
-  Report&& table(std::string key, std::string label, const Column<Row> (&columns)[count],
-                 const Rows& rows, std::string when_empty) && {
-    table(std::move(key), std::move(label), columns, rows, std::move(when_empty));
-    return std::move(*this);
-  }
-  Report&& payload(std::string key, std::string label, Bytes bytes,
-                   std::uint64_t first_offset = 0) && {
-    payload(std::move(key), std::move(label), std::move(bytes), first_offset);
-    return std::move(*this);
-  }
-  Report&& dump(std::string key, std::string label, Bytes bytes,
-                std::uint64_t first_offset = 0) && {
-    dump(std::move(key), std::move(label), std::move(bytes), first_offset);
-    return std::move(*this);
-  }
-  Report&& note(std::string text) && {
-    note(std::move(text));
-    return std::move(*this);
-  }
+  Report&& note(std::string text) { return add(Note{std::move(text)}); }
 
   /**
    * Adds a section; in JSON a member with that key, or, without a key, the members of the document.
    * The reference stays valid.
    */
-  Section& section(std::string key, std::string title);
+  Section& section(std::string key, std::string title) {
+    return sections_.emplace_back(std::move(key), std::move(title), Kind::object);
+  }
 
   /** Adds a section that is one of several alike; in JSON all of one key make an array. */
-  Section& element(std::string key, std::string title);
+  Section& element(std::string key, std::string title) {
+    return sections_.emplace_back(std::move(key), std::move(title), Kind::element);
+  }
 
-  [[nodiscard]] const std::deque<Section>& sections() const { return sections_; }
-
-  /** Takes out the bytes that "-o FILE" writes, of all sections; nothing when there are none. */
-  std::optional<Bytes> take_payload();
+  /** Takes out the bytes that "-o FILE" writes, of all sections, and puts them after those before;
+      nothing when there are none. */
+  std::optional<Bytes> take_payload(std::optional<Bytes> before = {});
 
   /** Whether there is nothing to say. */
-  [[nodiscard]] bool empty() const { return parts().empty() && sections_.empty(); }
+  [[nodiscard]] bool empty() const { return parts_.empty() && sections_.empty(); }
+
+  [[nodiscard]] const std::string& key() const { return key_; }
+  [[nodiscard]] const std::string& title() const { return title_; }
+  [[nodiscard]] Kind kind() const { return kind_; }
+  [[nodiscard]] const std::vector<Part>& parts() const { return parts_; }
+  [[nodiscard]] const std::list<Section>& sections() const { return sections_; }
 
  private:
-  std::deque<Section> sections_;
+  Report&& add(Part part) {
+    parts_.push_back(std::move(part));
+    return std::move(*this);
+  }
+
+  std::string key_;
+  std::string title_;
+  Kind kind_ = Kind::object;
+  std::vector<Part> parts_;
+  std::list<Section> sections_;
 };
 
 /** The text of a report: aligned, without trailing blanks, each line with its end. */

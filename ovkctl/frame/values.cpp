@@ -95,8 +95,6 @@ void parse_value(const std::string& text, Wwn& value) {
   }
 }
 
-void parse_value(const std::string& text, BoardIndex& value) { parse_value(text, value.given); }
-
 void parse_value(const std::string& text, HexBytes& value) {
   value.bytes = parse_bytes(text, ": ");
 }

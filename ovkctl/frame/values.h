@@ -27,11 +27,6 @@ struct Range {
   std::uint64_t most = std::numeric_limits<std::uint64_t>::max();
 };
 
-/** A library board index as the command line gave it; Host::board makes it usable. */
-struct BoardIndex {
-  std::uint32_t given = 0;
-};
-
 /** Bytes that the command line gives in hex: "0a0b", "0a 0b", "0a:0b". */
 struct HexBytes {
   Bytes bytes;
@@ -54,9 +49,6 @@ void parse_value(const std::string& text, T& value) {
 
 /** Reads 16 hex digits, with colons between the bytes or without. */
 void parse_value(const std::string& text, Wwn& value);
-
-/** Reads a board index; whether that board exists is the session's to say. */
-void parse_value(const std::string& text, BoardIndex& value);
 
 /** Reads pairs of hex digits with blanks, colons or nothing between them. */
 void parse_value(const std::string& text, HexBytes& value);

@@ -13,7 +13,6 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
-#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -41,42 +40,39 @@ consteval Words<Code, count> words(const CodedWord<Code> (&table)[count]) {
   return std::to_array(table);
 }
 
-/** The word of a code, if it has one. */
-template <typename Code>
-std::optional<std::string> find_word(WordList<Code> table, Code code) {
-  const auto entry = std::ranges::find(table, code, &CodedWord<Code>::code);
-  return entry != table.end() ? std::optional<std::string>{entry->word} : std::nullopt;
+/** The word of a code, or what stands for a code without one. */
+template <typename Table, typename Code>
+std::string word_or(const Table& table, Code code, std::string otherwise) {
+  const auto entry = std::ranges::find(table, code, &Table::value_type::code);
+  return entry != table.end() ? entry->word : otherwise;
 }
 
 /** The word of a code; of one without a word, its number after `prefix`. */
-template <typename Code, std::size_t count>
-std::string word_of(const Words<Code, count>& table, Code code, const char* prefix = "code ") {
-  return find_word(WordList<Code>{table}, code)
-      .value_or(prefix + std::to_string(static_cast<std::uint64_t>(code)));
+template <typename Table, typename Code>
+std::string word_of(const Table& table, Code code, const char* prefix = "code ") {
+  return word_or(table, code, prefix + std::to_string(static_cast<std::uint64_t>(code)));
 }
 
 /** The word of a code; of one without a word, its number in hex after `prefix`. */
-template <typename Code, std::size_t count>
-std::string word_or_hex(const Words<Code, count>& table, Code code, int digits,
-                        const char* prefix = "") {
-  return find_word(WordList<Code>{table}, code).value_or(prefix + hex_text(code, digits));
+template <typename Table, typename Code>
+std::string word_or_hex(const Table& table, Code code, int digits, const char* prefix = "") {
+  return word_or(table, code, prefix + hex_text(code, digits));
 }
 
 /** The words of a table with a separator between them. */
-template <typename Code>
-std::string list_words(WordList<Code> table, std::string_view separator) {
+template <typename Table>
+std::string list_words(const Table& table, std::string_view separator) {
   std::string text;
-  for (const CodedWord<Code>& entry : table) {
+  for (const auto& entry : table) {
     text.append(text.empty() ? "" : separator).append(entry.word);
   }
   return text;
 }
 
 /** The code of a word; throws UsageError for a word that is not in the table. */
-template <typename Code>
-Code code_of(WordList<Code> table, const std::string& word) {
-  const auto entry = std::ranges::find_if(
-      table, [&word](const CodedWord<Code>& each) { return word == each.word; });
+template <typename Table>
+auto code_of(const Table& table, const std::string& word) {
+  const auto entry = std::ranges::find(table, word, &Table::value_type::word);
   if (entry == table.end()) {
     throw UsageError("\"" + word + "\" is none of " + list_words(table, "|") + ".");
   }

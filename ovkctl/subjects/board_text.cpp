@@ -20,7 +20,7 @@ constexpr auto board_states = words<std::int32_t>({
 
 std::string board_state_text(std::uint32_t board) {
   const std::int32_t state = ovk_state[board];
-  return find_word<std::int32_t>(board_states, state).value_or(fmt::format("state {}", state));
+  return word_or(board_states, state, fmt::format("state {}", state));
 }
 
 std::string summary_state_text(std::uint32_t board, const PortAttributes* port) {

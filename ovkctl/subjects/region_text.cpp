@@ -103,9 +103,7 @@ constexpr Column<RecordRow> record_columns[] = {
        return Hex{static_cast<std::uint8_t>(row.header.type), 2};
      }},
     {"name", "RECORD",
-     [](const RecordRow& row) {
-       return find_word<ovk::RecordType>(record_names, row.header.type).value_or("unknown");
-     }},
+     [](const RecordRow& row) { return word_or(record_names, row.header.type, "unknown"); }},
     {"words", "WORDS", [](const RecordRow& row) { return row.header.words; }},
     {"meaning", "CONTENTS",
      [](const RecordRow& row) {

@@ -63,9 +63,9 @@ std::string sense_text(const Sense& sense) {
   const bool is_fixed = (sense.bytes[0] & 0x7F) < descriptor_format;
   const std::uint8_t key = sense.bytes[is_fixed ? 2 : 1] & 0x0F;
   const std::uint32_t code = big_endian(sense.bytes, is_fixed ? 12 : 2, 2);
-  const auto meaning = find_word(WordList<std::uint32_t>{additional_senses}, code);
-  return fmt::format("{}, {}({:x}/{:02x}/{:02x})", sense_keys[key], meaning ? *meaning + " " : "",
-                     key, code >> 8, code & 0xFF);
+  const std::string meaning = word_or(additional_senses, code, "");
+  return fmt::format("{}, {}{}({:x}/{:02x}/{:02x})", sense_keys[key], meaning,
+                     meaning.empty() ? "" : " ", key, code >> 8, code & 0xFF);
 }
 
 }  // namespace

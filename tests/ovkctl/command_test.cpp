@@ -45,38 +45,45 @@ Result run_line(std::vector<const char*> words) {
   return {exit_code, GetCapturedStdout(), GetCapturedStderr()};
 }
 
-constexpr Word<BoardIndex> board_word{"BOARD", "board", "1"};
+constexpr Word<std::uint32_t> board_word{"BOARD", "board", "1"};
 constexpr Rest<std::uint32_t> words_rest{"WORD", "words", "2"};
 constexpr Setting<std::uint32_t> count_setting{"-n,--count", "NUMBER", "times", "5", "", {1, 9}};
 constexpr auto modes = words<int>({{10, "inner"}, {20, "outer"}});
-constexpr Choice<int> mode_choice{"--mode", "way", modes, 10};
+constexpr Setting<int> mode_setting{"--mode", "", "way", "inner", "", modes};
 constexpr Option<Wwn> to_option{"--to", "WWN", "receiver"};
 
 struct Sent {
-  BoardIndex board;
+  std::uint32_t board;
   std::vector<std::uint32_t> words;
   std::uint32_t count;
   int mode;
   std::optional<Wwn> to;
 };
 
-void send(const Sent& sent) {
-  seen = std::to_string(sent.board.given);
+Report send(const Sent& sent) {
+  seen = std::to_string(sent.board);
   for (const std::uint32_t word : sent.words) {
     seen += fmt::format(" {}", word);
   }
   seen += fmt::format(" n{} m{}{}", sent.count, sent.mode, sent.to ? " " + wwn_text(*sent.to) : "");
+  return {};
 }
 
-void forget(BoardIndex board) { seen = fmt::format("reset {}", board.given); }
+Report forget(std::uint32_t board) {
+  seen = fmt::format("reset {}", board);
+  return {};
+}
 
 void add_send(Command root) {
   const auto command = root.command("send", "Send words");
-  command.takes(board_word, words_rest, count_setting, mode_choice, to_option).shows(send);
   command.command("reset", "Forget what was sent").takes(board_word).shows(forget);
+  command.takes(board_word, words_rest, count_setting, mode_setting, to_option).shows(send);
 }
 
-void erase(const Board& board) { seen = "erased " + board.name(); }
+Report erase(const Board& board) {
+  seen = "erased " + board.name();
+  return {};
+}
 
 constexpr OptionalWord<HexBytes> bytes_word{"BYTES", "what is read"};
 

@@ -8,6 +8,7 @@
 #include <array>
 #include <optional>
 #include <stdexcept>
+#include <string>
 
 #include <gmock/gmock.h>
 
@@ -88,7 +89,7 @@ TEST(ReportTest, JsonHasEveryMemberAndLosesNoDigits) {
 
 TEST(ReportTest, BytesThatAreNoUtf8DoNotBreakTheJson) {
   Report report;
-  report.field("text", "Text", "\xff");
+  report.field("text", "Text", std::string{"\xff"});
   EXPECT_EQ(render_json(report, JsonForm::one_line), "{\"version\":1,\"text\":\"\uFFFD\"}\n");
 }
 
