@@ -49,51 +49,43 @@ struct Run {
   std::size_t size;
 };
 
-/** Has a call's arguments, and what they point to, stand in its memory one behind the other, each
-    at a multiple of four. A pointer to no type has `untyped` bytes. */
+/** The bytes of an argument or of what it points to, as a multiple of four; a pointer to no type
+   has `untyped` bytes. */
+template <typename Argument, std::size_t untyped>
+constexpr std::size_t size_of() {
+  using Target = std::remove_cv_t<std::remove_pointer_t<Argument>>;
+  if constexpr (std::is_void_v<Target>) {
+    return untyped;
+  } else {
+    return (sizeof(Target) + 3) / 4 * 4;
+  }
+}
+
+template <typename Argument, std::size_t untyped>
+Argument take(std::uint8_t*& next) {
+  void* const place = next;
+  next += size_of<Argument, untyped>();
+  if constexpr (std::is_pointer_v<Argument>) {
+    return static_cast<Argument>(place);
+  } else {
+    return *static_cast<Argument*>(place);
+  }
+}
+
+template <auto function, std::size_t untyped, typename Result, typename Board,
+          typename... Arguments>
+constexpr Run run_in_order(Result (* /*function*/)(Board, Arguments...)) {
+  return {[](std::uint32_t board, [[maybe_unused]] std::uint8_t* memory) {
+            const std::tuple<Board, Arguments...> arguments{static_cast<Board>(board),
+                                                            take<Arguments, untyped>(memory)...};
+            return static_cast<std::uint32_t>(std::apply(function, arguments));
+          },
+          (std::size_t{0} + ... + size_of<Arguments, untyped>())};
+}
+
+/** Has a call's arguments, and what they point to, stand in its memory one behind the other. */
 template <auto function, std::size_t untyped = 0>
-struct InOrder {
-  template <typename Argument>
-  static constexpr std::size_t size_of() {
-    using Target = std::remove_cv_t<std::remove_pointer_t<Argument>>;
-    if constexpr (std::is_void_v<Target>) {
-      return untyped;
-    } else {
-      return (sizeof(Target) + 3) / 4 * 4;
-    }
-  }
-
-  template <typename Argument>
-  static Argument take(std::uint8_t*& next) {
-    void* const place = next;
-    next += size_of<Argument>();
-    if constexpr (std::is_pointer_v<Argument>) {
-      return static_cast<Argument>(place);
-    } else {
-      return *static_cast<Argument*>(place);
-    }
-  }
-
-  template <typename Result, typename Board, typename... Arguments>
-  static std::uint32_t apply(Result (*called)(Board, Arguments...), std::uint32_t board,
-                             [[maybe_unused]] std::uint8_t* memory) {
-    const std::tuple<Arguments...> arguments{take<Arguments>(memory)...};
-    return static_cast<std::uint32_t>(
-        std::apply([&](auto... argument) { return called(static_cast<Board>(board), argument...); },
-                   arguments));
-  }
-
-  template <typename Result, typename Board, typename... Arguments>
-  static constexpr std::size_t all(Result (* /*called*/)(Board, Arguments...)) {
-    return (std::size_t{0} + ... + size_of<Arguments>());
-  }
-};
-
-template <auto function, std::size_t untyped = 0>
-inline constexpr Run in_order{[](std::uint32_t board, std::uint8_t* memory) {
-                                return InOrder<function, untyped>::apply(function, board, memory);
-                              },
-                              InOrder<function, untyped>::all(function)};
+inline constexpr Run in_order = run_in_order<function, untyped>(function);
 
 /** The call with other arguments or another answer than its row has, and what they come to. */
 struct Variation {
@@ -109,8 +101,8 @@ struct Variation {
 
   // In place of those of the row:
   std::vector<Copy> shares = {};
-  std::vector<Copy> gets = {};     ///< whatever the ending
-  std::vector<Place> leaves = {};  ///< words of the caller's memory, where nothing is copied
+  std::vector<Copy> gets = {};  ///< whatever the ending
+  std::vector<Place> leaves = {};
   std::uint32_t result = 0;
   std::uint32_t status = 0;
   int delivery = 0;
@@ -135,11 +127,9 @@ struct Besides {
   Addressee addressee = Addressee::board;
 };
 
-struct Contract {
-  const char* call;
-  const char* command;
-  Run run;
-  const char* variant = "";
+/** What a call promises. */
+struct Terms {
+  const char* variant = "";  ///< tells rows of one call apart
 
   // The way to the driver. A payload has zeros where nothing is copied to.
   std::vector<Place> given = {};  ///< words of the caller's memory; the other bytes all count up
@@ -157,6 +147,7 @@ struct Contract {
   std::vector<Copy> gets = {};                              ///< on success
   std::vector<Copy> refused = {};                           ///< on every other status
   std::pair<std::uint32_t, std::vector<Copy>> told = {};    ///< on one other status
+  std::vector<Place> leaves = {};  ///< words of the caller's memory afterwards, whatever came
   Kept keeps = {};
 
   // The results.
@@ -174,18 +165,22 @@ struct Contract {
   std::vector<Besides> before = {};
   std::vector<Besides> after = {};  ///< on success
 
-  // The log, where it differs from the names above.
-  const char* logged_call = call;
-  const char* call_text = command;
-  const char* result_text = command;
+  // The log, where its lines do not name the call and the command.
+  const char* logged_call = nullptr;
+  const char* call_text = nullptr;
+  const char* result_text = nullptr;
   LoggedLines lines = all_lines;
-  const char* also_logged = nullptr;  ///< before each of its commands
 };
 
-/** The calls that pass their arguments on. */
-const std::vector<Contract>& contracts();
+struct Contract {
+  const char* call;
+  const char* command;
+  Run run;
+  Terms terms = {};
+};
 
-/** Those, and for each command that none of them sends a call that does more than send it. */
-const std::vector<Contract>& logged_commands();
+/** The calls that pass their arguments on, and for each command that none of these sends a call
+   that does more. */
+const std::vector<Contract>& contracts();
 
 }  // namespace ovk::test

@@ -4,8 +4,10 @@
 #include <ovk/hbaapi.h>
 
 #include <cstring>
+#include <map>
 #include <numeric>
 #include <optional>
+#include <utility>
 #include <vector>
 
 namespace ovk::test {
@@ -14,15 +16,23 @@ namespace {
 constexpr std::uint32_t fc_device = 0xF4001234;
 constexpr std::uint8_t untouched = 0xEE;
 
+/** What the driver answers for a board: every byte has a value of its own. */
+ByteVector discovery_record(std::uint32_t device, std::uint8_t readiness_top = 0x17) {
+  return with_at(with_at(counted_bytes(81), 0, device), 23, readiness_top);
+}
+
 class BoardTest : public LibraryTest {
  protected:
-  /** What the driver answers for the board with this number: every byte has a value of its own. */
-  static ByteVector discovery_record(std::uint32_t device, std::uint8_t readiness_top = 0x17) {
-    return with_at(with_at(counted_bytes(81), 0, device), 23, readiness_top);
-  }
-
-  void expect_probe_of(std::uint32_t number, std::uint32_t device) {
-    channel.expect("RAVN_MGMT_INITBRDS", number).replies(1, discovery_record(device));
+  /** Expects the question for every number; the driver has these boards. */
+  void expect_discovery(const std::map<std::uint32_t, ByteVector>& boards) {
+    for (std::uint32_t number = 0; number < OVK_MAX_BOARDS; ++number) {
+      Exchange& question = channel.expect("RAVN_MGMT_INITBRDS", number);
+      if (const auto board = boards.find(number); board != boards.end()) {
+        question.replies(1, board->second);
+      } else {
+        question.ends_with(0x0BAD0001, number % 2 == 0 ? 0 : 5);
+      }
+    }
   }
 
   struct Part {
@@ -31,36 +41,29 @@ class BoardTest : public LibraryTest {
     std::size_t size;
   };
 
-  /** Untouched entries, but for these parts of the first, which are the driver's. */
+  /** Two untouched entries, but for these parts of the first, which are the driver's. */
   template <typename Entry>
-  static ByteVector described(const std::vector<Entry>& entries, const ByteVector& record,
-                              std::initializer_list<Part> parts) {
-    ByteVector bytes(entries.size() * sizeof(Entry), untouched);
+  static ByteVector described(const ByteVector& record, std::initializer_list<Part> parts) {
+    ByteVector bytes(2 * sizeof(Entry), untouched);
     for (const auto& [place, from, size] : parts) {
       std::memcpy(&bytes[place], &record[from], size);
     }
     return bytes;
-  }
-
-  void expect_no_board(std::uint32_t first, std::uint32_t last) {
-    for (std::uint32_t number = first; number <= last; ++number) {
-      channel.expect("RAVN_MGMT_INITBRDS", number).status(0x0BAD0001);
-    }
   }
 };
 
 TEST_F(BoardTest, DiscoveryNumbersTheFibreChannelFunctionsAndClearsThePerBoardTables) {
   std::memset(ovk_refresh_timer, untouched, sizeof ovk_refresh_timer);
   std::memset(ovk_rststatistics, untouched, sizeof ovk_rststatistics);
-  std::uint32_t number = 0;
+  std::map<std::uint32_t, ByteVector> boards;
   for (const std::uint32_t other : {0x0714U, 0x0724U, 0x072CU, 0xE200U, 0xF100U}) {
-    expect_probe_of(number++, other << 16 | 0x0714);
+    boards[static_cast<std::uint32_t>(boards.size())] = discovery_record(other << 16 | 0x0714);
   }
-  expect_probe_of(5, 0x0714);  // only the upper half tells the function type
-  channel.expect("RAVN_MGMT_INITBRDS", 6).delivery_error(5);
-  for (number = 7; number < 32; ++number) {
-    expect_probe_of(number, fc_device);
+  boards[5] = discovery_record(0x0714);  // only the upper half tells the function type
+  for (std::uint32_t number = 7; number < 32; ++number) {
+    boards[number] = discovery_record(fc_device);
   }
+  expect_discovery(boards);
 
   const AllocationWatch memory;
   EXPECT_EQ(OVK_InitDiagEnv(nullptr, 0), 26U);
@@ -76,16 +79,12 @@ TEST_F(BoardTest, DiscoveryNumbersTheFibreChannelFunctionsAndClearsThePerBoardTa
 
 TEST_F(BoardTest, DescribesBoardsUpToTheCapacityByteForByte) {
   ovk_state[1] = 77;
-  expect_no_board(0, 3);
-  channel.expect("RAVN_MGMT_INITBRDS", 4).replies(1, discovery_record(fc_device, 0x80));
-  expect_probe_of(5, fc_device);
-  expect_no_board(6, 31);
-
+  const ByteVector record = discovery_record(fc_device, 0x80);
+  expect_discovery({{4, record}, {5, discovery_record(fc_device)}});
   std::vector boards(2, record_of<DiagBoardEntry>(untouched));
   EXPECT_EQ(OVK_InitDiagEnv(boards.data(), 1), 2U);
-  ByteVector expected =
-      described(boards, discovery_record(fc_device, 0x80),
-                {{28, 0, 12}, {40, 80, 1}, {42, 12, 2}, {44, 16, 60}, {104, 76, 4}});
+  ByteVector expected = described<DiagBoardEntry>(
+      record, {{28, 0, 12}, {40, 80, 1}, {42, 12, 2}, {44, 16, 60}, {104, 76, 4}});
   expected[41] = 10;
   EXPECT_THAT(bytes_of(boards), SameBytes(expected));
 
@@ -96,13 +95,12 @@ TEST_F(BoardTest, DescribesBoardsUpToTheCapacityByteForByte) {
 
 TEST_F(BoardTest, LegacyInitialisationKeepsOldMappingsAndFillsShortRecords) {
   ovk_brdno[7] = 30;
-  expect_probe_of(0, fc_device);
-  expect_no_board(1, 31);
-
+  const ByteVector record = discovery_record(fc_device);
+  expect_discovery({{0, record}});
   std::vector boards(2, record_of<LegacyBoardEntry>(untouched));
   EXPECT_EQ(InitDiagEnv(boards.data()), 1U);
-  EXPECT_THAT(bytes_of(boards), SameBytes(described(boards, discovery_record(fc_device),
-                                                    {{28, 0, 12}, {43, 12, 1}, {44, 16, 56}})));
+  EXPECT_THAT(bytes_of(boards), SameBytes(described<LegacyBoardEntry>(
+                                    record, {{28, 0, 12}, {43, 12, 1}, {44, 16, 56}})));
   EXPECT_EQ(ovk_state[0], OVK_BOARD_NORMAL);
   EXPECT_EQ(ovk_brdno[0], 0);
   EXPECT_EQ(ovk_brdno[1], static_cast<std::int32_t>(board1));
@@ -122,10 +120,7 @@ TEST_F(BoardTest, AHostWithoutAChannelHasNoBoardsAndIsAskedAgain) {
 TEST_F(BoardTest, DiscoveryLogsBoardsUnderTheirDriverNumberAndIsSilentAboutAbsentOnes) {
   in_fresh_process([this] {
     configure_log("log 6");
-    expect_no_board(0, 2);
-    expect_probe_of(3, fc_device);
-    channel.expect("RAVN_MGMT_INITBRDS", 4).delivery_error(7);
-    expect_no_board(5, 31);
+    expect_discovery({{3, discovery_record(fc_device)}});
     OVK_InitDiagEnv(nullptr, 0);
     EXPECT_THAT(log_file(), testing::Contains(LogLine{"OVK_InitDiagEnv",
                                                       "cmd ok:            RAVN_MGMT_INITBRDS "
@@ -187,8 +182,9 @@ TEST_F(BoardStateTest, AllBoardsAreSetInOrderUpToTheFirstFailure) {
 }
 
 TEST_F(BoardStateTest, ABoardBeyondTheTablesIsNeverKnownToBeThere) {
-  channel.expect("RAVN_MGMT_SETDIAG", unmapped_number).word(6, 16).answers(4, 1);
-  channel.expect("RAVN_MGMT_SETDIAG", unmapped_number).word(6, 18).answers(4, 9);
+  for (const auto& [sub_command, state] : {std::pair{16U, 2U}, {16U, 1U}, {18U, 9U}}) {
+    channel.expect("RAVN_MGMT_SETDIAG", unmapped_number).word(6, sub_command).answers(4, state);
+  }
   EXPECT_EQ(SetBrdEnv(32, 2), 9);
 }
 

@@ -3,38 +3,16 @@
 #include <ovk/core.h>
 #include <ovk/hbaapi.h>
 
+#include <cstring>
 #include <fstream>
 #include <sstream>
 #include <string>
 #include <unistd.h>
-#include <utility>
-#include <vector>
 
 namespace ovk::test {
 namespace {
 
 using CommandTest = LibraryTest;
-
-TEST_F(CommandTest, EachLevelBitWritesItsLines) {
-  log_at(0);
-  const LogLine call{"RefreshInformation", "call: RAVN_MGMT_HBA_REFRESHINFO id"};
-  const LogLine success{"RefreshInformation", "cmd ok:     RAVN_MGMT_HBA_REFRESHINFO brd[1] id"};
-  const LogLine failure{"RefreshInformation",
-                        "cmd err:    RAVN_MGMT_HBA_REFRESHINFO brd[1] stat[x1d:xbad00ab] id"};
-  std::vector<LogLine> expected;
-  for (const auto& [level, lines] : {std::pair{OVK_LOG_LIFECYCLE, std::vector<LogLine>{}},
-                                     {OVK_LOG_CALL, {call, call}},
-                                     {OVK_LOG_SUCCESS, {success}},
-                                     {OVK_LOG_ERROR, {failure}}}) {
-    LogLevel = level;
-    channel.expect("RAVN_MGMT_HBA_REFRESHINFO", board1);
-    RefreshInformation(1);
-    channel.expect("RAVN_MGMT_HBA_REFRESHINFO", board1).ends_with(0x0BAD00AB, 0x1D);
-    RefreshInformation(1);
-    expected.insert(expected.end(), lines.begin(), lines.end());
-    EXPECT_EQ(log_lines(), expected) << level;
-  }
-}
 
 TEST_F(CommandTest, ALogLineNamesTimeFunctionSourceLineProcessAndThread) {
   host().time = 1735732800;
@@ -46,6 +24,19 @@ TEST_F(CommandTest, ALogLineNamesTimeFunctionSourceLineProcessAndThread) {
               testing::MatchesRegex("2025-01-01T12:00:00        RefreshInformation:   [ 0-9][0-9] "
                                     "call: RAVN_MGMT_HBA_REFRESHINFO " +
                                     caller + "\\]\n"));
+}
+
+TEST_F(CommandTest, TheLibrarySignatureIsThereEvenWhenTheDriversIsNot) {
+  auto expected = record_of<VersionSignature>('.');
+  expected.revision = 0x02000104;
+  std::memcpy(expected.name, "ravn-mgmt", sizeof "ravn-mgmt");
+  std::memcpy(expected.vendor, "TRV", sizeof "TRV");
+  expected.callback_count = 94;
+  channel.expect("RAVN_MGMT_CALL_VER", no_board).delivery_error(19);
+  VersionSignature driver{};
+  auto library = record_of<VersionSignature>('.');
+  EXPECT_EQ(CallVer(&driver, &library), 19U);
+  EXPECT_THAT(bytes_of(library), SameBytes(bytes_of(expected))) << "texts end at terminators";
 }
 
 /** A line of the file: row, id, then size and direction code of each parameter. */
