@@ -171,7 +171,7 @@ class ContractTest : public LibraryTest, public testing::WithParamInterface<Cont
     }
     for (std::size_t i = 0; i < command.payload_count; ++i) {
       if (terms.passes_on && command.payloads[i].direction != Direction::descriptor) {
-        exchange.holds(i + 1, sent[i]);
+        exchange.sends(i + 1, sent[i]);
       }
       if (command.payloads[i].direction == Direction::output ||
           command.payloads[i].direction == Direction::in_out) {

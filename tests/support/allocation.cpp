@@ -4,45 +4,25 @@
 
 namespace ovk::test {
 
+constinit thread_local Heap heap{};
+
 namespace {
-
-struct AllocationCount {
-  bool counting;
-  int failing;
-  int allocations;
-  int outstanding;
-};
-
-constinit thread_local AllocationCount count{};
 
 /** Whether the allocation that is being asked for gets its memory. */
 bool grant_allocation() {
-  if (!count.counting) {
+  if (!heap.counting) {
     return true;
   }
-  if (count.allocations++ == count.failing) {
-    return false;
-  }
-  ++count.outstanding;
-  return true;
+  const bool granted = heap.allocations++ != heap.failing;
+  heap.outstanding += granted ? 1 : 0;
+  return granted;
 }
 
 }  // namespace
-
-AllocationWatch::AllocationWatch(int failing) { count = {.counting = true, .failing = failing}; }
-AllocationWatch::~AllocationWatch() { count.counting = false; }
-int AllocationWatch::allocations() const { return count.allocations; }
-int AllocationWatch::outstanding() const { return count.outstanding; }
-
-AllocationsUncounted::AllocationsUncounted() : was_counting_{count.counting} {
-  count.counting = false;
-}
-AllocationsUncounted::~AllocationsUncounted() { count.counting = was_counting_; }
-
 }  // namespace ovk::test
 
-using ovk::test::count;
 using ovk::test::grant_allocation;
+using ovk::test::heap;
 
 extern "C" {
 
@@ -55,28 +35,18 @@ void* __libc_calloc(size_t, size_t);
 void __libc_free(void*);
 
 void* malloc(size_t size) {
-  if (!grant_allocation()) {
-    return nullptr;
-  }
-  return __interceptor_malloc != nullptr ? __interceptor_malloc(size) : __libc_malloc(size);
+  auto* const real = __interceptor_malloc != nullptr ? __interceptor_malloc : __libc_malloc;
+  return grant_allocation() ? real(size) : nullptr;
 }
 
 void* calloc(size_t members, size_t size) {
-  if (!grant_allocation()) {
-    return nullptr;
-  }
-  return __interceptor_calloc != nullptr ? __interceptor_calloc(members, size)
-                                         : __libc_calloc(members, size);
+  auto* const real = __interceptor_calloc != nullptr ? __interceptor_calloc : __libc_calloc;
+  return grant_allocation() ? real(members, size) : nullptr;
 }
 
 void free(void* pointer) {
-  if (count.counting && pointer != nullptr) {
-    --count.outstanding;
-  }
-  if (__interceptor_free != nullptr) {
-    __interceptor_free(pointer);
-  } else {
-    __libc_free(pointer);
-  }
+  auto* const real = __interceptor_free != nullptr ? __interceptor_free : __libc_free;
+  heap.outstanding -= heap.counting && pointer != nullptr ? 1 : 0;
+  real(pointer);
 }
 }

@@ -5,7 +5,19 @@
  */
 #pragma once
 
+#include <utility>
+
 namespace ovk::test {
+
+/** What the program's malloc, calloc and free go by. */
+struct Heap {
+  bool counting;
+  int failing;
+  int allocations;
+  int outstanding;
+};
+
+extern constinit thread_local Heap heap;
 
 /**
  * Counts the library's allocations while it lives, and can have one fail. What the channel
@@ -16,27 +28,21 @@ class AllocationWatch {
   static constexpr int none_fails = -1;
 
   /** @param failing  which allocation from now on has no memory, from 0 */
-  explicit AllocationWatch(int failing = none_fails);
-  ~AllocationWatch();
-  AllocationWatch(const AllocationWatch&) = delete;
-  AllocationWatch& operator=(const AllocationWatch&) = delete;
+  explicit AllocationWatch(int failing = none_fails) {
+    heap = {.counting = true, .failing = failing};
+  }
+  ~AllocationWatch() { heap.counting = false; }
 
   /** Allocations so far, the failed one included. */
-  [[nodiscard]] int allocations() const;
+  [[nodiscard]] int allocations() const { return heap.allocations; }
   /** Allocations that were not freed. */
-  [[nodiscard]] int outstanding() const;
+  [[nodiscard]] int outstanding() const { return heap.outstanding; }
 };
 
 /** Suspends an AllocationWatch. */
-class AllocationsUncounted {
- public:
-  AllocationsUncounted();
-  ~AllocationsUncounted();
-  AllocationsUncounted(const AllocationsUncounted&) = delete;
-  AllocationsUncounted& operator=(const AllocationsUncounted&) = delete;
-
- private:
-  bool was_counting_;
+struct AllocationsUncounted {
+  const bool was_counting = std::exchange(heap.counting, false);
+  ~AllocationsUncounted() { heap.counting = was_counting; }
 };
 
 }  // namespace ovk::test

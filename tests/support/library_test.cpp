@@ -3,12 +3,10 @@
 #include <ovk/core.h>
 #include <ovk/hbaapi.h>
 
-#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <iostream>
-#include <iterator>
 #include <regex>
 #include <unistd.h>
 
@@ -21,20 +19,17 @@ constexpr std::size_t sli_mode_offset = 96;
 constexpr std::size_t features_offset = 104;
 constexpr std::size_t adapter_type_offset = 112;
 
-LogLine parse_log_line(const std::string& line) {
+std::vector<LogLine> parse_log(const std::string& log) {
   static const std::regex prefix{R"(^\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d  +(\w+): +\d+ (.*)$)"};
   static const std::regex caller{"id\\[" + std::to_string(getpid()) + ":" +
                                  std::to_string(gettid()) + "\\]$"};
-  std::smatch match;
-  if (!std::regex_match(line, match, prefix)) {
-    return {"", line};
-  }
-  return {match[1], std::regex_replace(match[2].str(), caller, "id")};
-}
-
-std::vector<LogLine> parse_log(const std::filesystem::path& path) {
   std::vector<LogLine> lines;
-  std::ranges::transform(lines_of(read_file(path)), std::back_inserter(lines), parse_log_line);
+  for (const std::string& line : lines_of(log)) {
+    std::smatch match;
+    lines.push_back(std::regex_match(line, match, prefix)
+                        ? LogLine{match[1], std::regex_replace(match.str(2), caller, "id")}
+                        : LogLine{"", line});
+  }
   return lines;
 }
 
@@ -43,17 +38,12 @@ int report_failures() {
   const testing::TestResult& result =
       *testing::UnitTest::GetInstance()->current_test_info()->result();
   for (int i = 0; i < result.total_part_count(); ++i) {
-    const testing::TestPartResult& part = result.GetTestPartResult(i);
-    std::cerr << part.file_name() << ":" << part.line_number() << ": " << part.message() << "\n";
+    std::cerr << result.GetTestPartResult(i) << "\n";
   }
   return result.Failed() ? EXIT_FAILURE : EXIT_SUCCESS;
 }
 
 }  // namespace
-
-std::ostream& operator<<(std::ostream& out, const LogLine& line) {
-  return out << line.function << ": " << line.text;
-}
 
 LibraryTest::LibraryTest() {
   host() = Host{.root = folder_.path()};
@@ -78,22 +68,17 @@ LibraryTest::~LibraryTest() {
 }
 
 void LibraryTest::log_at(std::uint32_t level) {
-  fLogger = std::fopen(log_path().c_str(), "w+");
+  fLogger = std::fopen((host().root / "log").c_str(), "w+");
   std::setvbuf(fLogger, log_buffer_.data(), _IOFBF, log_buffer_.size());
   LogLevel = level;
 }
 
-std::filesystem::path LibraryTest::log_path() const { return host().root / "log"; }
-
 std::string LibraryTest::raw_log() {
   std::fflush(fLogger);
-  return read_file(log_path());
+  return read_file(host().root / "log");
 }
 
-std::vector<LogLine> LibraryTest::log_lines() {
-  std::fflush(fLogger);
-  return parse_log(log_path());
-}
+std::vector<LogLine> LibraryTest::log_lines() { return parse_log(raw_log()); }
 
 void LibraryTest::expect_sli_mode(std::uint32_t driver_board, std::uint32_t mode,
                                   std::uint32_t features) {
@@ -123,7 +108,7 @@ void LibraryTest::configure_log(const std::string& text) {
 }
 
 std::vector<LogLine> LibraryTest::log_file() {
-  return parse_log(host().root / "scratch/log/libovk.log");
+  return parse_log(read_file(host().root / "scratch/log/libovk.log"));
 }
 
 void LibraryTest::in_fresh_process(const std::function<void()>& body) {

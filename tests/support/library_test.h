@@ -16,6 +16,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <functional>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -28,8 +29,7 @@ namespace ovk::test {
 inline constexpr std::uint32_t board0 = 5;
 inline constexpr std::uint32_t board1 = 9;
 
-/** A board index without a board, and what the driver is sent for it. */
-inline constexpr std::uint32_t unmapped_board = 2;
+/** What the driver is sent for a board index without a board. */
 inline constexpr std::uint32_t unmapped_number = 0xFFFFFFFF;
 
 /** A log line without its time, line number, process and thread. */
@@ -37,9 +37,10 @@ struct LogLine {
   std::string function;
   std::string text;
   bool operator==(const LogLine&) const = default;
+  friend std::ostream& operator<<(std::ostream& out, const LogLine& line) {
+    return out << line.function << ": " << line.text;
+  }
 };
-
-std::ostream& operator<<(std::ostream& out, const LogLine& line);
 
 /** How a command ends at the driver, and the result that becomes of it. */
 struct Ending {
@@ -89,8 +90,6 @@ class LibraryTest : public testing::Test {
   ScriptedChannel channel;
 
  private:
-  [[nodiscard]] std::filesystem::path log_path() const;
-
   const TemporaryFolder folder_;
   std::array<char, 4096> log_buffer_{};  // or logging would allocate
 };

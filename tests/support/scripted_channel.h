@@ -13,7 +13,6 @@
 #include <cstdint>
 #include <cstring>
 #include <deque>
-#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -30,9 +29,8 @@ using ByteVector = std::vector<std::uint8_t>;
 template <typename Record>
 ByteVector bytes_of(const Record& record) {
   static_assert(std::is_trivially_copyable_v<Record>);
-  ByteVector bytes(sizeof record);
-  std::memcpy(bytes.data(), &record, sizeof record);
-  return bytes;
+  const auto* bytes = reinterpret_cast<const std::uint8_t*>(&record);
+  return {bytes, bytes + sizeof record};
 }
 
 template <typename Record>
@@ -87,7 +85,8 @@ inline constexpr std::uint32_t no_board = 0;
 /** One command that is expected, and its answer. Words that are not named are expected to be 0. */
 class Exchange {
  public:
-  Exchange(const DriverCommand& command, std::uint32_t driver_board);
+  Exchange(const DriverCommand& command, std::uint32_t driver_board)
+      : command_{&command}, expected_words_{driver_board} {}
 
   /** Expects a word of the Command block. */
   Exchange& word(std::size_t number, std::uint32_t value) {
@@ -99,12 +98,6 @@ class Exchange {
   Exchange& sends(std::size_t payload, const Record& record) {
     payloads_.at(payload - 1).expected = bytes_of(record);
     return *this;
-  }
-  /** Expects the same of a payload that the driver only writes: what it holds until then. */
-  template <typename Record>
-  Exchange& holds(std::size_t payload, const Record& record) {
-    payloads_.at(payload - 1).written_only = true;
-    return sends(payload, record);
   }
   /** Expects a null pointer in place of payload 1, 2 or 3. */
   Exchange& lacks(std::size_t payload) {
@@ -133,11 +126,6 @@ class Exchange {
   Exchange& ends_with(std::uint32_t status, int delivery) {
     return this->status(status).delivery_error(delivery);
   }
-  /** Runs while the command is at the driver. */
-  Exchange& meanwhile(std::function<void()> action) {
-    meanwhile_ = std::move(action);
-    return *this;
-  }
 
   /** A payload as it came, whole, whatever its direction. Only after the command was sent. */
   [[nodiscard]] const ByteVector& sent(std::size_t payload) const {
@@ -152,30 +140,25 @@ class Exchange {
 
   struct Payload {
     std::optional<ByteVector> expected;
-    bool written_only = false;
     bool lacking = false;
     ByteVector reply;
     ByteVector sent;
   };
 
   int perform(std::uint32_t* block, const std::vector<std::uint8_t*>& payloads);
-  void check(const std::uint32_t* block, const std::vector<std::uint8_t*>& payloads);
 
   const DriverCommand* command_;
   std::array<std::uint32_t, words> expected_words_{};
   std::vector<std::pair<std::size_t, std::uint32_t>> answered_words_;
   std::array<Payload, max_payloads> payloads_;
-  std::function<void()> meanwhile_;
   int result_ = 0;
 };
 
 /** The channel of the running test. The end of its life checks that every exchange took place. */
 class ScriptedChannel {
  public:
-  ScriptedChannel();
-  ~ScriptedChannel();
-  ScriptedChannel(const ScriptedChannel&) = delete;
-  ScriptedChannel& operator=(const ScriptedChannel&) = delete;
+  ScriptedChannel() { current = this; }
+  ~ScriptedChannel() { verify(); }
 
   /** Expects a command, by its name, after those expected before. */
   Exchange& expect(std::string_view name, std::uint32_t driver_board);
@@ -188,8 +171,8 @@ class ScriptedChannel {
   int closed = 0;
 
   /** The channel side; called by the three channel functions. */
-  static ScriptedChannel* current();
-  vmk_MgmtChannel* handle();
+  inline static ScriptedChannel* current = nullptr;
+  vmk_MgmtChannel* handle() { return reinterpret_cast<vmk_MgmtChannel*>(this); }
   int invoke(std::uint64_t id, std::uint32_t parameter_count,
              const std::vector<std::uint8_t*>& parameters);
 
