@@ -5,11 +5,10 @@
 #include "ovkctl/frame/errors.h"
 #include "ovkctl/frame/terminal.h"
 #include "tests/ovkctl/person.h"
+#include "tests/support/files.h"
 
 #include <cstdio>
 #include <fmt/core.h>
-#include <fstream>
-#include <iterator>
 #include <optional>
 #include <string>
 #include <utility>
@@ -20,6 +19,7 @@
 namespace ovkctl {
 namespace {
 
+using ovk::test::Outcome;
 using testing::AllOf;
 using testing::HasSubstr;
 using testing::internal::CaptureStderr;
@@ -30,13 +30,7 @@ using testing::internal::GetCapturedStdout;
 /** What the commands below saw last. */
 std::string seen;
 
-struct Result {
-  int exit_code;
-  std::string out;
-  std::string err;
-};
-
-Result run_line(std::vector<const char*> words) {
+Outcome run_line(std::vector<const char*> words) {
   words.insert(words.begin(), "ovkctl");
   seen.clear();
   CaptureStdout();
@@ -128,7 +122,7 @@ TEST(CommandTest, WrongUsageExitsWith2AndNamesTheMistake) {
       {{"group", "nothing"}, "nothing"},
   };
   for (const auto& [words, sentence] : mistakes) {
-    const Result result = run_line(words);
+    const Outcome result = run_line(words);
     EXPECT_EQ(result.exit_code, 2) << sentence;
     EXPECT_THAT(result.err, HasSubstr(sentence));
     EXPECT_EQ(result.out + seen, "") << sentence;
@@ -136,26 +130,16 @@ TEST(CommandTest, WrongUsageExitsWith2AndNamesTheMistake) {
 }
 
 TEST(CommandTest, HelpShowsArgumentsOptionsAndExample) {
-  const Result help = run_line({"send", "--help"});
+  const Outcome help = run_line({"send", "--help"});
   EXPECT_EQ(help.exit_code, 0);
   for (const char* part :
        {"Usage: ovkctl send [OPTIONS]", "-n,--count NUMBER", "inner|outer", "--json", "reset",
         "Examples:\n  ovkctl send 1 2\n  ovkctl send reset 1\n"}) {
     EXPECT_THAT(help.out, HasSubstr(part));
   }
-  const Result group = run_line({"group"});
+  const Outcome group = run_line({"group"});
   EXPECT_EQ(group.exit_code, 2);
   EXPECT_THAT(group.err, HasSubstr("Usage: ovkctl group [OPTIONS] [COMMAND]"));
-}
-
-TEST(ConfirmationTest, WithoutATerminalOnlyYesLetsItHappen) {
-  ASSERT_NE(std::freopen("/dev/null", "r", stdin), nullptr);
-  const Result refused = run_line({"group", "erase", "1"});
-  EXPECT_EQ(refused.exit_code, 2);
-  EXPECT_EQ(refused.err, "ovkctl: This erases all of board 1. Confirm it with --yes.\n");
-  EXPECT_EQ(seen, "");
-  EXPECT_EQ(run_line({"group", "erase", "1", "--yes"}).exit_code, 0);
-  EXPECT_EQ(seen, "erased board 1");
 }
 
 TEST(ConfirmationTest, AtATerminalThePersonDecides) {
@@ -175,27 +159,28 @@ TEST(ConfirmationTest, AtATerminalThePersonDecides) {
 }
 
 TEST(OutputFileTest, BytesGoToTheFileOrToStandardOutputAndTheReportIsShownBesideThem) {
-  const std::string path = testing::TempDir() + "ovkctl_output_file";
+  const ovk::test::TemporaryFolder folder;
+  const std::string path = folder.path() / "file";
+  const auto read_to = [](const char* file) {
+    return run_line({"group", "read", "6869", "--json", "-o", file});
+  };
   EXPECT_THAT(run_line({"group", "read", "6869"}).out, HasSubstr("68 69"));
-
-  const Result saved = run_line({"group", "read", "6869", "-o", path.c_str()});
+  const Outcome saved = run_line({"group", "read", "6869", "-o", path.c_str()});
   EXPECT_EQ(saved.out, "Place       7\nWritten to  " + path + "\n\nMore\n\nDone.\n");
-  std::ifstream file{path};
-  EXPECT_EQ(std::string(std::istreambuf_iterator<char>{file}, {}), "hi!");
-
-  const Result json = run_line({"group", "read", "6869", "--json", "-o", path.c_str()});
-  EXPECT_THAT(json.out, AllOf(HasSubstr("\"place\": 7"), HasSubstr("\"file\": \"" + path + "\"")));
-  const Result piped = run_line({"group", "read", "6869", "--json", "-o", "-"});
+  EXPECT_EQ(ovk::test::read_file(path), "hi!");
+  EXPECT_THAT(read_to(path.c_str()).out,
+              AllOf(HasSubstr("\"place\": 7"), HasSubstr("\"file\": \"" + path + "\"")));
+  const Outcome piped = read_to("-");
   EXPECT_EQ(piped.out, "hi!");
   EXPECT_THAT(piped.err, HasSubstr("\"file\": \"-\""));
+  const Outcome unwritable = read_to("/dev/full");
+  EXPECT_EQ(unwritable.exit_code, 1);
+  EXPECT_THAT(unwritable.err, HasSubstr("cannot be written"));
 
-  const Result none = run_line({"group", "read", "-o", path.c_str()});
+  const Outcome none = run_line({"group", "read", "-o", path.c_str()});
   EXPECT_EQ(none.exit_code, 1);
   EXPECT_EQ(none.out, "Place  7\n");
   EXPECT_THAT(none.err, HasSubstr("no bytes"));
-  const Result unwritable = run_line({"group", "read", "6869", "-o", "/dev/full"});
-  EXPECT_EQ(unwritable.exit_code, 1);
-  EXPECT_THAT(unwritable.err, HasSubstr("cannot be written"));
 }
 
 TEST(ProgressTest, GrowsFromNothingOnATerminalAndIsSilentInAPipe) {

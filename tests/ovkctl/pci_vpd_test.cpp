@@ -5,7 +5,8 @@
 namespace ovkctl {
 namespace {
 
-using testing::IsEmpty;
+using testing::ElementsAre;
+using testing::FieldsAre;
 
 /** "ab", a part number "P1" and a checksum, an asset tag "T", and the end. */
 const std::vector<std::uint8_t> image = {
@@ -18,12 +19,7 @@ const std::vector<std::uint8_t> image = {
 TEST(PciVpdTest, ReadsIdentifierFieldsAndChecksum) {
   const Vpd vpd = parse_vpd(image);
   EXPECT_EQ(vpd.identifier, "ab");
-  ASSERT_EQ(vpd.fields.size(), 2U);
-  EXPECT_EQ(vpd.fields[0].keyword, "PN");
-  EXPECT_EQ(vpd.fields[0].text, "P1");
-  EXPECT_FALSE(vpd.fields[0].writable);
-  EXPECT_EQ(vpd.fields[1].text, "T");
-  EXPECT_TRUE(vpd.fields[1].writable);
+  EXPECT_THAT(vpd.fields, ElementsAre(FieldsAre("PN", "P1", false), FieldsAre("YA", "T", true)));
   EXPECT_TRUE(vpd.checksum_right);
   EXPECT_TRUE(vpd.complete);
 }
@@ -42,7 +38,7 @@ TEST(PciVpdTest, AChangedByteMakesTheChecksumWrongAndALyingLengthEndsTheWalk) {
   std::vector<std::uint8_t> lying = image;
   lying[10] = 0xff;  // the part number would leave its resource
   EXPECT_FALSE(parse_vpd(lying).complete);
-  EXPECT_THAT(parse_vpd(lying).fields, IsEmpty());
+  EXPECT_THAT(parse_vpd(lying).fields, ElementsAre());
 }
 
 }  // namespace

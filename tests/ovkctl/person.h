@@ -1,6 +1,5 @@
 // A person at a terminal, on which a program runs.
-#ifndef TESTS_OVKCTL_PERSON_H
-#define TESTS_OVKCTL_PERSON_H
+#pragma once
 
 #include <array>
 #include <csignal>
@@ -78,5 +77,3 @@ class Person {
 };
 
 }  // namespace ovkctl
-
-#endif
