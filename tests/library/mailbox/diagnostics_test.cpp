@@ -2,8 +2,6 @@
 
 #include "tests/library/mailbox/mailbox_script.h"
 
-#include <ovk/core.h>
-
 #include <array>
 
 namespace ovk::test {

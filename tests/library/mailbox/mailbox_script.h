@@ -103,7 +103,7 @@ class MailboxTest : public LibraryTest {
     const std::uint32_t sent = length / 4 * 4;
     return expect_extended_mailbox(
         {.command = 0x1B, .words4 = {0x32, length << 16 | region, 0, length}},
-        extended_data(sent, 0, 5, {data.begin(), data.begin() + sent}));
+        extended_data(sent, 0, 5, {data.data(), data.data() + sent}));
   }
 };
 

@@ -200,7 +200,7 @@ TEST_F(SliConfigTest, ExternalDataGoesTheExtendedWayWithoutItsAddressesWhateverT
       SCOPED_TRACE(testing::Message() << addresses << ", " << sub_code << ", " << words);
       ByteVector memory = mailbox;
       ByteVector expected = with_at(without_status(mailbox), addresses, std::uint64_t{0});
-      const ByteVector passed(expected.begin(), expected.begin() + words * 4);
+      const ByteVector passed(expected.data(), expected.data() + words * 4);
       expect_extended_command(passed, sub_code).status(driver_busy);
       EXPECT_EQ(issue(memory, words), OVK_FAILED);
       EXPECT_THAT(memory, SameBytes(expected));
@@ -232,11 +232,11 @@ TEST_F(SliConfigTest, AnExtendedCommandMovesAtMostItsBuffer) {
   std::vector mailboxes(17, mailbox_of(0x9B));
   expect_sli_mode(board0, 4);
   channel.expect("RAVN_MGMT_MBOX_SLI_CFG_EXT", board0)
-      .word(2, 4100)
-      .word(3, 4100)
+      .word(2, 4)
+      .word(3, 4)
       .word(6, 3)
       .replies(1, ByteVector(4096, 7));
-  EXPECT_EQ(IssueExtendedSLIConfig(0, mailboxes.data(), 3, 1, 1025), OVK_OK);
+  EXPECT_EQ(IssueExtendedSLIConfig(0, mailboxes.data(), 3, 1, 0x40000001), OVK_OK);
   EXPECT_THAT(bytes_of(mailboxes[15]), SameBytes(ByteVector(256, 7)));
   EXPECT_THAT(bytes_of(mailboxes[16]), SameBytes(bytes_of(mailbox_of(0x9B))));
 }

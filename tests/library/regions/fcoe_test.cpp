@@ -37,7 +37,9 @@ TEST_F(FcoeRecordsTest, ParametersAreReadFieldByField) {
     params = record_of<FcoeParams>(0xEE);
     const auto flags = static_cast<std::uint8_t>(0xfe + valid);
     expect_region(region_with({0xa0, 2, 9, flags, 1, 2, 3, 4, 0xbc, 0xfa, 6, 7}));
+    const AllocationWatch memory;
     EXPECT_EQ(OVK_FCoEGetParams(0, &params), 0U);
+    EXPECT_EQ(memory.outstanding(), 0);
     EXPECT_EQ(bytes_of(params), (ByteVector{1, 0xEE, 0xEE, 0xEE, 1, 2, 3, valid, 0xbc, 0x0a}));
   }
 }
@@ -88,7 +90,7 @@ TEST_F(FcoeRecordsTest, ASetReplacesAllConnections) {
     ByteVector after = default_region23();
     for (std::size_t i = 0; i < count; ++i) {
       ByteVector connection(20);
-      std::copy_n(given.begin() + 4 + i * 22, 20, connection.begin());
+      std::copy_n(&given[4 + i * 22], 20, connection.begin());
       connection[0] = (connection[0] & 0x3e) | 1;
       connection[1] = 0;
       after = connected(after, i, connection);
@@ -127,8 +129,7 @@ TEST_F(FcoeRecordsTest, RefusalsAreThoseOfTheGettersAndOfTheSetters) {
   expect_refusals([this] { return OVK_FCoEGetFCFConnectList(0, &list); }, connections_at, 1, true);
   expect_refusals([this] { return OVK_FCoESetFCFConnectList(0, &list); }, connections_at, 3, true);
 
-  list.count = 17;
-  list.capacity = 0;
+  list = {.count = 17};
   expect_region(default_region23());
   EXPECT_EQ(OVK_FCoESetFCFConnectList(0, &list), 7U);
   EXPECT_EQ(list.capacity, 16);
@@ -213,6 +214,7 @@ TEST_F(FcfListTest, OlderBoardsHaveNoTable) {
   log_at(OVK_LOG_ERROR);
   expect_gate([this] { return OVK_FCoEGetFCFList(0, &list()); }, sli3, 2);
   EXPECT_THAT(raw_log(), testing::EndsWith(" ERROR: sliMode 3 not supported\n\n"));
+  EXPECT_EQ(list().count, 0xEEEE);
 }
 
 }  // namespace

@@ -111,7 +111,7 @@ class RegionTest : public MailboxTest {
     constexpr std::uint32_t step = 128;
     Exchange* last = nullptr;
     for (std::uint32_t at = 0; at == 0 || (status == 0 && at < image.size()); at += step) {
-      const ByteVector data{image.begin() + at, image.begin() + at + step};
+      const ByteVector data{&image[at], &image[at] + step};
       last = &expect_region_step(region, at, step, data, status);
     }
     return *last;

@@ -56,7 +56,6 @@ TEST_F(Region23Test, AnImageOfFourKnownRecordsIsReadAsItIsAnyOtherAsTheDefaultOn
 TEST_F(Region23Test, EmptyRegionsReadAsTheDefaultOneAndOtherFailuresFail) {
   for (const std::uint32_t sli_mode : {sli3, sli4}) {
     for (const auto status : std::to_array<std::uint16_t>({0xFFFD, 0xFFF7, 0xFFF6})) {
-      SCOPED_TRACE(status);
       expect_read(23, bare_region23(), status, sli_mode);
       expect_image(sli_mode, default_region23());
     }
