@@ -221,15 +221,6 @@ class ContractTest : public LibraryTest, public testing::WithParamInterface<Cont
     return {entries, entries + terms.keeps.size * OVK_MAX_BOARDS};
   }
 
-  [[nodiscard]] ByteVector table_after(const CallEnding& ending) const {
-    const Kept& kept = terms.keeps;
-    ByteVector entries = table();
-    if (ending.succeeds() && ending.board < OVK_MAX_BOARDS) {
-      copy(sources[kept.source], kept.at, entries, kept.size * ending.board, kept.size);
-    }
-    return entries;
-  }
-
   [[nodiscard]] std::uint32_t result_of(const CallEnding& ending) const {
     if (ending.succeeds()) {
       return terms.success;
@@ -252,7 +243,11 @@ class ContractTest : public LibraryTest, public testing::WithParamInterface<Cont
     SCOPED_TRACE(testing::Message() << "board " << board << ", status " << std::hex << status
                                     << ", delivery " << std::dec << delivery);
     ByteVector memory = given();
-    const ByteVector kept = table_after(ending);
+    const auto& [kept_in, source, at, size] = terms.keeps;
+    ByteVector kept = table();
+    if (ending.succeeds() && board < OVK_MAX_BOARDS) {
+      copy(sources[source], at, kept, size * board, size);
+    }
     expect_call(ending, memory);
     const AllocationWatch watch;
     EXPECT_EQ(contract.run.call(board, memory.data()), result_of(ending));
