@@ -40,6 +40,9 @@ struct Gate {
 inline Gate sli4_only(std::uint32_t refusal) { return {{4, 5}, 3, refusal}; }
 inline Gate sli3_only(std::uint32_t refusal) { return {{3, 2}, 4, refusal}; }
 
+/** What a status begins with; the table tells only the rest. */
+inline constexpr std::uint32_t status_base = 0x0BAD0000;
+
 /** What a command that was not delivered gives. */
 enum class Undelivered { by_status, otherwise, error };
 

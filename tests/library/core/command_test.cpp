@@ -4,7 +4,6 @@
 #include <ovk/hbaapi.h>
 
 #include <cstring>
-#include <fstream>
 #include <sstream>
 #include <string>
 #include <unistd.h>
@@ -39,33 +38,25 @@ TEST_F(CommandTest, TheLibrarySignatureIsThereEvenWhenTheDriversIsNot) {
   EXPECT_THAT(bytes_of(library), SameBytes(bytes_of(expected))) << "texts end at terminators";
 }
 
-/** A line of the file: row, id, then size and direction code of each parameter. */
-std::string describe(std::size_t row, const vmk_MgmtCallbackInfo& info) {
-  std::ostringstream line;
-  line << std::dec << row << " 0x" << std::hex << info.id << std::dec;
-  for (std::size_t i = 0; i < VMK_MGMT_MAX_PARAMETERS; ++i) {
-    if (i < info.parameter_count) {
-      line << " " << info.parameter_sizes[i] << ":" << info.parameter_types[i];
-    } else {
-      EXPECT_EQ(info.parameter_sizes[i] + info.parameter_types[i], 0U) << "row " << row;
-    }
-  }
-  return line.str();
-}
-
 TEST(CatalogueTest, DeclaresToTheHostWhatTheDriverOffers) {
-  std::ifstream driver_commands{OVK_SOURCE_DIR "/tests/library/core/driver_commands.txt"};
-  std::size_t row = 0;
-  for (std::string line; std::getline(driver_commands, line); ++row) {
-    ASSERT_LT(row, ravn_mgmt_signature.callback_count);
+  std::ostringstream declared;  // row, id, then size and direction code of each parameter
+  for (std::size_t row = 0; row < ravn_mgmt_signature.callback_count; ++row) {
     const vmk_MgmtCallbackInfo& info = ravn_mgmt_signature.callbacks[row];
-    EXPECT_EQ(describe(row, info), line);
+    declared << row << " 0x" << std::hex << info.id << std::dec;
+    for (std::size_t i = 0; i < VMK_MGMT_MAX_PARAMETERS; ++i) {
+      if (i < info.parameter_count) {
+        declared << " " << info.parameter_sizes[i] << ":" << info.parameter_types[i];
+      } else {
+        EXPECT_EQ(info.parameter_sizes[i] + info.parameter_types[i], 0U) << "row " << row;
+      }
+    }
+    declared << "\n";
     EXPECT_EQ(info.location, 1U);
     EXPECT_EQ(info.user_function, 0U);
     EXPECT_EQ(info.synchronous, 1U);
     EXPECT_EQ(info.reserved[0] + info.reserved[1], 0);
   }
-  EXPECT_EQ(row, 94U);
+  EXPECT_EQ(declared.str(), read_file(OVK_SOURCE_DIR "/tests/library/core/driver_commands.txt"));
   EXPECT_EQ(ravn_mgmt_signature.callback_count, 94U);
   EXPECT_EQ(ravn_mgmt_signature.version, 0x02000104U);
   EXPECT_STREQ(ravn_mgmt_signature.name, "ravn-mgmt");
