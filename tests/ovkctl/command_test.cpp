@@ -8,7 +8,7 @@
 #include "tests/support/files.h"
 
 #include <cstdio>
-#include <fmt/core.h>
+#include <fmt/format.h>
 #include <optional>
 #include <string>
 #include <utility>
@@ -22,10 +22,7 @@ namespace {
 using ovk::test::Outcome;
 using testing::AllOf;
 using testing::HasSubstr;
-using testing::internal::CaptureStderr;
-using testing::internal::CaptureStdout;
-using testing::internal::GetCapturedStderr;
-using testing::internal::GetCapturedStdout;
+namespace capture = testing::internal;
 
 /** What the commands below saw last. */
 std::string seen;
@@ -33,10 +30,10 @@ std::string seen;
 Outcome run_line(std::vector<const char*> words) {
   words.insert(words.begin(), "ovkctl");
   seen.clear();
-  CaptureStdout();
-  CaptureStderr();
+  capture::CaptureStdout();
+  capture::CaptureStderr();
   const int exit_code = run_command_line(static_cast<int>(words.size()), words.data());
-  return {exit_code, GetCapturedStdout(), GetCapturedStderr()};
+  return {exit_code, capture::GetCapturedStdout(), capture::GetCapturedStderr()};
 }
 
 constexpr Word<std::uint32_t> board_word{"BOARD", "board", "1"};
@@ -46,20 +43,10 @@ constexpr auto modes = words<int>({{10, "inner"}, {20, "outer"}});
 constexpr Setting<int> mode_setting{"--mode", "", "way", "inner", "", modes};
 constexpr Option<Wwn> to_option{"--to", "WWN", "receiver"};
 
-struct Sent {
-  std::uint32_t board;
-  std::vector<std::uint32_t> words;
-  std::uint32_t count;
-  int mode;
-  std::optional<Wwn> to;
-};
-
-Report send(const Sent& sent) {
-  seen = std::to_string(sent.board);
-  for (const std::uint32_t word : sent.words) {
-    seen += fmt::format(" {}", word);
-  }
-  seen += fmt::format(" n{} m{}{}", sent.count, sent.mode, sent.to ? " " + wwn_text(*sent.to) : "");
+Report send(std::uint32_t board, const std::vector<std::uint32_t>& words, std::uint32_t count,
+            int mode, std::optional<Wwn> to) {
+  seen = fmt::format("{} {} n{} m{}", board, fmt::join(words, " "), count, mode);
+  seen += to ? " " + wwn_text(*to) : "";
   return {};
 }
 
@@ -189,9 +176,9 @@ TEST(ProgressTest, GrowsFromNothingOnATerminalAndIsSilentInAPipe) {
     progress.update(100);
     return 0;
   };
-  CaptureStderr();
+  capture::CaptureStderr();
   work();
-  EXPECT_EQ(GetCapturedStderr(), "");
+  EXPECT_EQ(capture::GetCapturedStderr(), "");
 
   Person person(work);
   EXPECT_EQ(person.end(), 0);

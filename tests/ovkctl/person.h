@@ -25,8 +25,6 @@ class Person {
     }
   }
   ~Person() { close(terminal_); }
-  Person(const Person&) = delete;
-  Person& operator=(const Person&) = delete;
 
   /** Waits until the terminal shows this. */
   void sees(const std::string& text) {
