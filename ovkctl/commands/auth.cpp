@@ -7,13 +7,12 @@
 #include <ovk/auth.h>
 
 #include <algorithm>
-#include <array>
-#include <bit>
 #include <cstring>
-#include <ctime>
+#include <fmt/chrono.h>
 #include <fmt/core.h>
 #include <optional>
 #include <span>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -59,6 +58,8 @@ constexpr auto reasons = words<ovk::AuthFailure>(
      {ovk::AuthFailure::board_rejected, "the peer does not accept the board's password"},
      {ovk::AuthFailure::peer_rejected, "the peer's password is not the expected one"}});
 
+using Config = ovk::AuthConfigRecord;
+
 constexpr Word<Wwn> remote_word{"REMOTE", "port WWN of the remote port", "10:00:02:0a:54:00:00:01"};
 constexpr Flag persist_flag{"--persist", "keep all of the board's entries over a restart"};
 
@@ -80,17 +81,15 @@ List words_of(const Words<Code, count>& table, std::span<const std::uint8_t> cod
 
 /** Fills a list of codes from "word,word"; returns how many there are. */
 template <typename Code, std::size_t count>
-std::uint8_t parse_codes(const Words<Code, count>& table, std::string text,
+std::uint8_t parse_codes(const Words<Code, count>& table, const std::string& text,
                          std::span<std::uint8_t> codes) {
+  std::istringstream list{text};
   std::uint8_t used = 0;
-  while (!text.empty()) {
-    const std::size_t end = std::min(text.find(','), text.size());
+  for (std::string word; std::getline(list, word, ',');) {
     if (used == codes.size()) {
       throw UsageError(fmt::format("At most {} of {} fit.", codes.size(), list_words(table, ", ")));
     }
-    const Code code = code_of(table, text.substr(0, end));
-    codes[used++] = static_cast<std::uint8_t>(code);
-    text.erase(0, end + 1);
+    codes[used++] = static_cast<std::uint8_t>(code_of(table, word));
   }
   return used;
 }
@@ -103,26 +102,28 @@ ovk::PortPair ports_of(const Board& board, const Wwn& remote) {
   return {read_own_port(board).PortWWN, remote};
 }
 
-void persist(const Board& board) {
-  check_auth(board, OVK_PersistAuthConfig(board), "Persisting the authentication entries");
+void persist_if(bool wanted, const Board& board) {
+  if (wanted) {
+    check_auth(board, OVK_PersistAuthConfig(board), "Persisting the authentication entries");
+  }
 }
 
 // ---- Reading --------------------------------------------------------------------------------
 
 /** The entry of a pair of ports, or the one after it; nothing when there is none. */
-std::optional<ovk::AuthConfigRecord> find_config(const Board& board, const ovk::PortPair& ports,
-                                                 ovk::AuthEntry entry) {
-  auto config = std::bit_cast<AuthConfig>(ovk::AuthConfigRecord{.ports = ports});
-  const std::uint32_t result =
-      OVK_GetAuthConfigV2(board, ports.local, &config, static_cast<std::uint8_t>(entry));
+std::optional<Config> find_config(const Board& board, const ovk::PortPair& ports,
+                                  ovk::AuthEntry entry) {
+  Config config{.ports = ports};
+  const std::uint32_t result = OVK_GetAuthConfigV2(board, ports.local, opaque<AuthConfig>(config),
+                                                   static_cast<std::uint8_t>(entry));
   if (result == OVK_AUTH_STATUS_NOT_FOUND) {
     return std::nullopt;
   }
   check_auth(board, result, "Reading the authentication entries");
-  return std::bit_cast<ovk::AuthConfigRecord>(config);
+  return config;
 }
 
-ovk::AuthConfigRecord read_config(const Board& board, const ovk::PortPair& ports) {
+Config read_config(const Board& board, const ovk::PortPair& ports) {
   const auto config = find_config(board, ports, ovk::AuthEntry::named);
   if (!config) {
     check_auth(board, OVK_AUTH_STATUS_NOT_FOUND, "Reading the authentication entry");
@@ -138,10 +139,9 @@ struct PasswordsSet {
 
 PasswordsSet read_passwords_set(const Board& board, const ovk::PortPair& ports) {
   static constexpr std::uint8_t lengths_only = 0;
-  auto password = std::bit_cast<AuthPassword>(ovk::AuthPasswordRecord{.ports = ports});
-  const std::uint32_t result = OVK_GetAuthPasswordV2(board, &password, lengths_only);
-  auto record = std::bit_cast<ovk::AuthPasswordRecord>(password);
-  explicit_bzero(&password, sizeof password);
+  ovk::AuthPasswordRecord record{.ports = ports};
+  const std::uint32_t result =
+      OVK_GetAuthPasswordV2(board, opaque<AuthPassword>(record), lengths_only);
   const PasswordsSet set{record.local_type != ovk::SecretType::none && record.local_length != 0,
                          record.remote_type != ovk::SecretType::none && record.remote_length != 0};
   explicit_bzero(&record, sizeof record);
@@ -154,32 +154,38 @@ PasswordsSet read_passwords_set(const Board& board, const ovk::PortPair& ports) 
 
 // ---- Entries --------------------------------------------------------------------------------
 
+std::string mode_text(const Config& config) { return word_of(modes, config.mode, ""); }
+
+List hash_list(const Config& config) { return words_of(hashes, config.hashes, config.hash_count); }
+
+List group_list(const Config& config) {
+  return words_of(groups, config.groups, config.group_count);
+}
+
+bool is_bidirectional(const Config& config) { return config.bidirectional != 0; }
+
 Report config_report(const Board& board, const ovk::PortPair& ports) {
-  const ovk::AuthConfigRecord config = read_config(board, ports);
+  const Config config = read_config(board, ports);
   const PasswordsSet passwords = read_passwords_set(board, ports);
   return board.report()
       .field("local_port", "Local port", config.ports.local)
       .field("remote_port", "Remote port", config.ports.remote)
-      .field("mode", "Mode", word_of(modes, config.mode, ""))
-      .field("bidirectional", "Bidirectional", config.bidirectional != 0)
-      .field("hashes", "Hashes", words_of(hashes, config.hashes, config.hash_count))
-      .field("groups", "DH groups", words_of(groups, config.groups, config.group_count))
+      .field("mode", "Mode", mode_text(config))
+      .field("bidirectional", "Bidirectional", is_bidirectional(config))
+      .field("hashes", "Hashes", hash_list(config))
+      .field("groups", "DH groups", group_list(config))
       .field("timeout_seconds", "Timeout, seconds", config.timeout_seconds)
       .field("interval_seconds", "Repeated after, seconds", config.interval_seconds)
       .field("local_password_set", "Local password set", passwords.local)
       .field("remote_password_set", "Remote password set", passwords.remote);
 }
 
-using Config = ovk::AuthConfigRecord;
 constexpr Column<Config> config_columns[] = {
     {"remote_port", "REMOTE PORT", [](const Config& config) { return config.ports.remote; }},
-    {"mode", "MODE", [](const Config& config) { return word_of(modes, config.mode, ""); }},
-    {"bidirectional", "BIDIRECTIONAL",
-     [](const Config& config) { return config.bidirectional != 0; }},
-    {"hashes", "HASHES",
-     [](const Config& config) { return words_of(hashes, config.hashes, config.hash_count); }},
-    {"groups", "DH GROUPS",
-     [](const Config& config) { return words_of(groups, config.groups, config.group_count); }},
+    {"mode", "MODE", field<mode_text>},
+    {"bidirectional", "BIDIRECTIONAL", field<is_bidirectional>},
+    {"hashes", "HASHES", field<hash_list>},
+    {"groups", "DH GROUPS", field<group_list>},
 };
 
 Report list_configs(const Board& board) {
@@ -212,32 +218,20 @@ constexpr Setting<std::uint16_t> timeout_setting{"--timeout", "SECONDS", "how lo
 constexpr Setting<std::uint32_t> interval_setting{
     "--interval", "SECONDS", "after which authentication is repeated; 0: never", "0"};
 
-/** What the command line says about an entry. */
-struct NewConfig {
-  Wwn remote;
-  ovk::AuthMode mode;
-  bool bidirectional;
-  std::string hashes;
-  std::string groups;
-  std::uint16_t timeout;
-  std::uint32_t interval;
-  bool persist;
-};
-
-Report set_config(const Board& board, const NewConfig& given) {
-  Config record{.mode = given.mode,
-                .bidirectional = static_cast<std::uint8_t>(given.bidirectional ? 1 : 0),
-                .timeout_seconds = given.timeout,
-                .interval_seconds = given.interval};
-  record.hash_count = parse_codes(hashes, given.hashes, record.hashes);
-  record.group_count = parse_codes(groups, given.groups, record.groups);
-  record.ports = ports_of(board, given.remote);
+Report set_config(const Board& board, const Wwn& remote, ovk::AuthMode mode, bool bidirectional,
+                  const std::string& hash_words, const std::string& group_words,
+                  std::uint16_t timeout, std::uint32_t interval, bool keep) {
+  Config record{.mode = mode,
+                .bidirectional = static_cast<std::uint8_t>(bidirectional ? 1 : 0),
+                .timeout_seconds = timeout,
+                .interval_seconds = interval};
+  record.hash_count = parse_codes(hashes, hash_words, record.hashes);
+  record.group_count = parse_codes(groups, group_words, record.groups);
+  record.ports = ports_of(board, remote);
   board.ask("This changes how {board} authenticates with the remote port.");
-  auto sent = std::bit_cast<AuthConfig>(record);
-  check_auth(board, OVK_SetAuthConfigV2(board, &sent), "Setting the authentication entry");
-  if (given.persist) {
-    persist(board);
-  }
+  check_auth(board, OVK_SetAuthConfigV2(board, opaque<AuthConfig>(record)),
+             "Setting the authentication entry");
+  persist_if(keep, board);
   return config_report(board, record.ports);
 }
 
@@ -250,20 +244,15 @@ Report delete_configs(const Board& board, const std::optional<Wwn>& remote, bool
     throw UsageError("Name a REMOTE port or say --all.");
   }
   board.ask("This deletes {} and passwords of {board}.", all ? "all entries" : "the entry");
-  AuthConfig config{};
-  if (remote) {
-    config = std::bit_cast<AuthConfig>(Config{.ports = ports_of(board, *remote)});
-  }
-  check_auth(board, OVK_DeleteAuthConfigV2(board, &config, all ? 1 : 0),
+  Config config{.ports = all ? ovk::PortPair{} : ports_of(board, *remote)};
+  check_auth(board, OVK_DeleteAuthConfigV2(board, opaque<AuthConfig>(config), all ? 1 : 0),
              "Deleting authentication entries");
-  if (keep) {
-    persist(board);
-  }
+  persist_if(keep, board);
   return list_configs(board);
 }
 
 Report persist_configs(const Board& board) {
-  persist(board);
+  persist_if(true, board);
   return list_configs(board);
 }
 
@@ -302,10 +291,8 @@ void send_passwords(const Board& board, const ovk::PortPair& ports, const Secret
       .remote_length = remote.length(),
       .local = local.bytes(),
       .remote = remote.bytes()};
-  auto sent = std::bit_cast<AuthPassword>(record);
-  const std::uint32_t result = OVK_SetAuthPasswordV2(board, &sent);
+  const std::uint32_t result = OVK_SetAuthPasswordV2(board, opaque<AuthPassword>(record));
   explicit_bzero(&record, sizeof record);
-  explicit_bzero(&sent, sizeof sent);
   check_auth(board, result, "Setting the passwords");
 }
 
@@ -313,7 +300,7 @@ Report set_passwords(const Board& board, const Wwn& remote_port,
                      std::optional<std::uint32_t> local_fd, std::optional<std::uint32_t> remote_fd,
                      bool keep) {
   const ovk::PortPair ports = ports_of(board, remote_port);
-  const bool bidirectional = read_config(board, ports).bidirectional != 0;
+  const bool bidirectional = is_bidirectional(read_config(board, ports));
   Secret local;
   take_password(local, local_fd, "Password of the board");
   Secret remote;
@@ -321,26 +308,20 @@ Report set_passwords(const Board& board, const Wwn& remote_port,
     take_password(remote, remote_fd, "Password of the remote port");
   }
   send_passwords(board, ports, local, remote);
-  if (keep) {
-    persist(board);
-  }
+  persist_if(keep, board);
   return config_report(board, ports);
 }
 
 // ---- Status ---------------------------------------------------------------------------------
 
 std::string time_text(std::uint32_t seconds) {
-  const std::time_t time = static_cast<std::time_t>(seconds);
-  std::tm parts{};
-  std::array<char, 32> text{};
-  std::strftime(text.data(), text.size(), "%Y-%m-%dT%H:%M:%SZ", gmtime_r(&time, &parts));
-  return text.data();
+  return fmt::format("{:%Y-%m-%dT%H:%M:%SZ}", fmt::gmtime(static_cast<std::time_t>(seconds)));
 }
 
 Report status_report(const Board& board, const ovk::PortPair& ports) {
-  auto asked = std::bit_cast<AuthStatus>(ovk::AuthStatusRecord{.ports = ports});
-  check_auth(board, OVK_GetAuthStatus(board, &asked), "Reading the authentication status");
-  const auto status = std::bit_cast<ovk::AuthStatusRecord>(asked);
+  ovk::AuthStatusRecord status{.ports = ports};
+  check_auth(board, OVK_GetAuthStatus(board, opaque<AuthStatus>(status)),
+             "Reading the authentication status");
   const bool tried = status.attempts != 0;
   return board.report()
       .field("local_port", "Local port", status.ports.local)
@@ -362,9 +343,7 @@ Report start(const Board& board, const Wwn& remote, bool keep) {
   const ovk::PortPair ports = ports_of(board, remote);
   check_auth(board, OVK_InitiateAuthentication(board, ports.local, ports.remote),
              "Starting authentication");
-  if (keep) {
-    persist(board);
-  }
+  persist_if(keep, board);
   return status_report(board, ports);
 }
 

@@ -4,6 +4,8 @@
 #include <ovk/features.h>
 
 #include <algorithm>
+#include <bit>
+#include <endian.h>
 #include <fmt/core.h>
 #include <iterator>
 #include <memory>
@@ -14,7 +16,12 @@
 namespace ovkctl {
 namespace {
 
-constexpr const char* switched_off = "Switch optimized access on in the adapter's settings.";
+constexpr ResultText not_offered = {OVK_OAS_NOT_SUPPORTED,
+                                    "the driver does not offer optimized access",
+                                    "See with \"ovkctl show\" which adapter and driver this is."};
+constexpr ResultText switched_off = {OVK_OAS_DISABLED,
+                                     "optimized access is switched off on the adapter",
+                                     "Switch optimized access on in the adapter's settings."};
 
 constexpr ResultText oas_results[] = {
     {OVK_OAS_VERSION_TOO_LOW, "the driver's rules have no priority",
@@ -29,9 +36,8 @@ constexpr ResultText oas_results[] = {
      "the driver took the rule, but the board is not logged in with the target",
      "Check the name of the target with \"ovkctl ports\". Until it logs in, the rule has no "
      "effect."},
-    {OVK_OAS_NOT_SUPPORTED, "the driver does not offer optimized access",
-     "See with \"ovkctl show\" which adapter and driver this is."},
-    {OVK_OAS_DISABLED, "optimized access is switched off on the adapter", switched_off},
+    not_offered,
+    switched_off,
     {OVK_OAS_RULE_REFUSED, "the driver does not take the rule, or has no room for it",
      "See with \"ovkctl oas list\" which rules there are, and remove one."},
 };
@@ -39,9 +45,8 @@ constexpr ResultText oas_results[] = {
 constexpr ResultText remove_results[] = {
     {OVK_FAILED, "the command was not delivered or the driver has no such rule",
      "See with \"ovkctl oas list\" which rules there are."},
-    {OVK_OAS_NOT_SUPPORTED, "the driver does not offer optimized access",
-     "See with \"ovkctl show\" which adapter and driver this is."},
-    {OVK_OAS_DISABLED, "optimized access is switched off on the adapter", switched_off},
+    not_offered,
+    switched_off,
 };
 
 constexpr Word<Wwn> target_word{"TARGET", "port WWN of the target", "10:00:02:0a:54:00:00:01"};
@@ -62,19 +67,12 @@ Ports ports_of(const Board& board, const Wwn& target, const std::optional<Wwn>& 
 }
 
 std::uint64_t lun_number(const OasLun& lun) {
-  std::uint64_t number = 0;
-  for (const std::uint8_t byte : lun.lun) {
-    number = number << 8 | byte;
-  }
-  return number;
+  return be64toh(std::bit_cast<std::uint64_t>(lun.lun));
 }
 
 constexpr Column<OasLun> lun_columns[] = {
     {"lun", "LUN", field<lun_number>},
-    {"scsi_lun", "SCSI LUN",
-     [](const OasLun& lun) {
-       return Hex{lun.scsi_lun, 16};
-     }},
+    {"scsi_lun", "SCSI LUN", as<Hex, &OasLun::scsi_lun, 16>},
     {"active", "ACTIVE", [](const OasLun& lun) { return lun.flag0 != 0; }},
     {"has_priority", "OWN PRIORITY", [](const OasLun& lun) { return lun.flag1 != 0; }},
     {"priority", "PRIORITY",
@@ -97,12 +95,12 @@ std::unique_ptr<OasLunList> read_list(const Board& board, const Ports& ports) {
 Report list_report(const Board& board, const Ports& ports) {
   const auto list = read_list(board, ports);
   const std::size_t delivered = std::min<std::size_t>(list->count, std::size(list->luns));
-  Report report = board.report();
-  report.field("local_port", "Local port", ports.local)
-      .field("target_port", "Target port", ports.target)
-      .field("count", "Logical units", list->count)
-      .table("luns", "", lun_columns, std::span{list->luns}.first(delivered),
-             "No logical unit has optimized access.");
+  Report report = board.report()
+                      .field("local_port", "Local port", ports.local)
+                      .field("target_port", "Target port", ports.target)
+                      .field("count", "Logical units", list->count)
+                      .table("luns", "", lun_columns, std::span{list->luns}.first(delivered),
+                             "No logical unit has optimized access.");
   if (delivered < list->count) {
     report.note("The driver has more than it gives at a time.");
   }

@@ -121,11 +121,10 @@ Report rules_report(const Board& board, const FcpPriorityList& list) {
        std::span{list.entries}.first(std::min<std::size_t>(list.count, std::size(list.entries)))) {
     rows.push_back({static_cast<std::uint32_t>(rows.size() + 1), rule});
   }
-  Report report = board.report();
-  report.field("applied", "Rules are applied", read_flag(board))
+  return board.report()
+      .field("applied", "Rules are applied", read_flag(board))
       .field("count", "Rules", list.count)
       .table("rules", "", rule_columns, rows, "The board has no FCP priority rules.");
-  return report;
 }
 
 Report list_rules(const Board& board) {
@@ -155,9 +154,7 @@ Report show_or_set_flag(const Board& board, std::optional<bool> state) {
     board.ask("This {} applying the FCP priority rules of {board}.", *state ? "starts" : "stops");
     board.check(OVK_QoSSetGlobalFlag(board, *state ? 1 : 0), "Setting the FCP priority flag");
   }
-  Report report = board.report();
-  report.field("applied", "Rules are applied", read_flag(board));
-  return report;
+  return board.report().field("applied", "Rules are applied", read_flag(board));
 }
 
 }  // namespace

@@ -31,10 +31,13 @@ constexpr ResultText log_results[] = {
     {OVK_RAS_LOG_NO_MEMORY, "the driver has no memory for the log", "Free memory on the host."},
 };
 
-FwLogConfig query(const Board& board) {
-  FwLogConfig config{.action = OVK_FW_LOG_QUERY};
-  board.check(OVK_FwLogConfig(board, &config), "Asking for the firmware log", config_results);
+FwLogConfig configure(const Board& board, FwLogConfig config, const char* operation) {
+  board.check(OVK_FwLogConfig(board, &config), operation, config_results);
   return config;
+}
+
+FwLogConfig query(const Board& board) {
+  return configure(board, {.action = OVK_FW_LOG_QUERY}, "Asking for the firmware log");
 }
 
 ovk::RasLogExtent read_extent(const Board& board, const FwLogConfig& config) {
@@ -69,16 +72,15 @@ void read_piece(const Board& board, std::uint32_t offset, std::span<std::uint8_t
 /** Reads the whole log, the oldest bytes first: they are the next to be overwritten. */
 Bytes read_log(const Board& board, const ovk::RasLogExtent& extent) {
   Bytes log(extent.available);
-  Progress progress = board.progress("Reading the firmware log", log.size());
-  std::uint32_t offset = extent.oldest;
-  for (std::size_t done = 0; done < log.size();) {
-    const std::size_t to_the_end = extent.available - offset;
-    const std::size_t size = std::min<std::size_t>({piece_size, log.size() - done, to_the_end});
-    read_piece(board, offset, std::span(log).subspan(done, size));
-    done += size;
-    offset = size == to_the_end ? 0 : offset + static_cast<std::uint32_t>(size);
-    progress.update(done);
-  }
+  in_pieces(
+      "Reading the firmware log", std::span{log}, piece_size, [&](std::size_t done, auto piece) {
+        const std::uint32_t offset = (extent.oldest + done) % extent.available;
+        const auto to_the_end = piece.first(std::min(piece.size(), extent.available - offset));
+        read_piece(board, offset, to_the_end);
+        if (to_the_end.size() < piece.size()) {
+          read_piece(board, 0, piece.subspan(to_the_end.size()));
+        }
+      });
   return log;
 }
 
@@ -86,10 +88,10 @@ Report save(const Board& board, const std::string& path) {
   const FwLogConfig config = query(board);
   const Bytes log = read_log(board, read_extent(board, config));
   write_file(path, log);
-  Report report = board.report();
-  report.field("file", "File", path)
-      .field("bytes", "Saved", Size{log.size()})
-      .field("logging", "Logging", config.state != 0);
+  Report report = board.report()
+                      .field("file", "File", path)
+                      .field("bytes", "Saved", Size{log.size()})
+                      .field("logging", "Logging", config.state != 0);
   if (config.state != 0) {
     report.note("The firmware went on logging; what it added meanwhile may be missing.");
   }
@@ -97,14 +99,12 @@ Report save(const Board& board, const std::string& path) {
 }
 
 Report start(const Board& board, std::uint8_t level) {
-  FwLogConfig config{.action = OVK_FW_LOG_START, .level = level};
-  board.check(OVK_FwLogConfig(board, &config), "Starting the firmware log", config_results);
+  configure(board, {.action = OVK_FW_LOG_START, .level = level}, "Starting the firmware log");
   return status(board);
 }
 
 Report stop(const Board& board) {
-  FwLogConfig config{.action = OVK_FW_LOG_STOP};
-  board.check(OVK_FwLogConfig(board, &config), "Stopping the firmware log", config_results);
+  configure(board, {.action = OVK_FW_LOG_STOP}, "Stopping the firmware log");
   return status(board);
 }
 

@@ -33,24 +33,14 @@ constexpr ResultText register_results[] = {
 constexpr OptionalWord<HexBytes> hex_word{"HEX", "the bytes, as hex digits", "00010203"};
 constexpr Option<std::string> from_option{"--from", "FILE", "take the bytes from a file"};
 
-/** What is to be written, and where. */
-struct NewBytes {
-  std::uint32_t offset;
-  std::optional<HexBytes> hex;
-  std::optional<std::string> file;
-
-  /** The bytes; throws UsageError unless the command line gives them in one of the two ways. */
-  [[nodiscard]] Bytes bytes(std::size_t most) const {
-    if (hex.has_value() == file.has_value()) {
-      throw UsageError("Give the bytes either as HEX or with --from FILE.");
-    }
-    Bytes bytes = hex ? hex->bytes : read_file(*file, most);
-    if (bytes.empty() || bytes.size() > most) {
-      throw UsageError(fmt::format("A write takes 1 to {} bytes.", most));
-    }
-    return bytes;
+Bytes bytes_to_write(const std::optional<HexBytes>& hex, const std::optional<std::string>& file,
+                     std::size_t most) {
+  Bytes bytes = given_bytes(hex, file, most, "Give the bytes either as HEX or with --from FILE.");
+  if (bytes.empty() || bytes.size() > most) {
+    throw UsageError(fmt::format("A write takes 1 to {} bytes.", most));
   }
-};
+  return bytes;
+}
 
 Report written_report(const Board& board, Hex offset, std::size_t count) {
   return board.report()
@@ -72,15 +62,9 @@ void move_memory(const Board& board, const char* operation, std::uint32_t offset
   if (bytes.size() > std::numeric_limits<std::uint32_t>::max() - offset) {
     throw UsageError("The range ends beyond what 32 bits can address.");
   }
-  Progress progress = board.progress(operation, bytes.size());
-  for (std::size_t done = 0; done < bytes.size();) {
-    const std::size_t size = std::min<std::size_t>(bytes.size() - done, OVK_MAX_RAW_TRANSFER);
-    board.check(move(board, bytes.subspan(done).data(), static_cast<std::uint32_t>(offset + done),
-                     static_cast<std::uint32_t>(size)),
-                operation, memory_results);
-    done += size;
-    progress.update(done);
-  }
+  in_pieces(operation, bytes, OVK_MAX_RAW_TRANSFER, [&](std::size_t done, auto piece) {
+    board.check(move(board, piece.data(), offset + done, piece.size()), operation, memory_results);
+  });
 }
 
 Report read_memory(const Board& board, std::uint32_t offset, std::uint32_t count) {
@@ -92,11 +76,12 @@ Report read_memory(const Board& board, std::uint32_t offset, std::uint32_t count
       .payload("bytes", "", bytes, offset);
 }
 
-Report write_memory(const Board& board, const NewBytes& given) {
-  const Bytes bytes = given.bytes(most_memory_bytes);
+Report write_memory(const Board& board, std::uint32_t offset, const std::optional<HexBytes>& hex,
+                    const std::optional<std::string>& file) {
+  const Bytes bytes = bytes_to_write(hex, file, most_memory_bytes);
   board.ask("This overwrites memory that {board} works with.");
-  move_memory(board, "Writing the memory", given.offset, std::span{bytes}, WriteMem);
-  return written_report(board, Hex{given.offset, 4}, bytes.size());
+  move_memory(board, "Writing the memory", offset, std::span{bytes}, WriteMem);
+  return written_report(board, Hex{offset, 4}, bytes.size());
 }
 
 // ---- Registers ------------------------------------------------------------------------------
@@ -133,19 +118,6 @@ std::uint32_t class_of(const Bytes& config) { return at<std::uint32_t>(config, 0
 
 std::string class_text(const Bytes& config) {
   return class_of(config) == fibre_channel ? "Fibre Channel controller" : "";
-}
-
-void add_header(Section& section, const Bytes& config) {
-  section.field("vendor", "Vendor", Hex{at<std::uint16_t>(config, 0x00), 4})
-      .field("device", "Device", Hex{at<std::uint16_t>(config, 0x02), 4})
-      .field("subsystem_vendor", "Subsystem vendor", Hex{at<std::uint16_t>(config, 0x2C), 4})
-      .field("subsystem_device", "Subsystem device", Hex{at<std::uint16_t>(config, 0x2E), 4})
-      .field("class", "Class", Hex{class_of(config), 6})
-      .field("class_name", "Class name", class_text(config))
-      .field("revision", "Revision", Hex{at<std::uint8_t>(config, 0x08), 2})
-      .field("command", "Command", Hex{at<std::uint16_t>(config, 0x04), 4})
-      .field("status", "Status", Hex{at<std::uint16_t>(config, 0x06), 4})
-      .field("interrupt_line", "Interrupt line", at<std::uint8_t>(config, 0x3C));
 }
 
 /** A base address register. */
@@ -195,14 +167,8 @@ struct Capability {
 };
 
 constexpr Column<Capability> capability_columns[] = {
-    {"offset", "OFFSET",
-     [](const Capability& row) {
-       return Hex{row.place, 2};
-     }},
-    {"id", "ID",
-     [](const Capability& row) {
-       return Hex{row.id, 2};
-     }},
+    {"offset", "OFFSET", as<Hex, &Capability::place, 2>},
+    {"id", "ID", as<Hex, &Capability::id, 2>},
     {"name", "NAME", [](const Capability& row) { return word_or(capability_names, row.id, ""); }},
 };
 
@@ -229,14 +195,34 @@ std::string location_text(const ovk::PciLocationRecord& location) {
                      location.function);
 }
 
-/** Adds the space as "lspci -F" reads it; in JSON its bytes. */
-void add_lspci_dump(Section& section, const std::string& location, const Bytes& config) {
+/** The space as "lspci -F" reads it; in JSON its bytes. */
+Report lspci_report(const Board& board, const Bytes& config) {
   constexpr std::size_t line_bytes = 16;
-  section.field("bytes", "", bytes_text(config)).note(location + " " + class_text(config));
+  Report report;
+  report.field("bytes", "", bytes_text(config))
+      .note(location_text(read_location(board)) + " " + class_text(config));
   for (std::size_t place = 0; place < config.size(); place += line_bytes) {
     const auto line = std::span{config}.subspan(place, line_bytes);
-    section.note(fmt::format("{:02x}: {}", place, bytes_text(line, " ")));
+    report.note(fmt::format("{:02x}: {}", place, bytes_text(line, " ")));
   }
+  return report;
+}
+
+Report config_report(const Board& board, const Bytes& config) {
+  return board.report()
+      .field("vendor", "Vendor", Hex{at<std::uint16_t>(config, 0x00), 4})
+      .field("device", "Device", Hex{at<std::uint16_t>(config, 0x02), 4})
+      .field("subsystem_vendor", "Subsystem vendor", Hex{at<std::uint16_t>(config, 0x2C), 4})
+      .field("subsystem_device", "Subsystem device", Hex{at<std::uint16_t>(config, 0x2E), 4})
+      .field("class", "Class", Hex{class_of(config), 6})
+      .field("class_name", "Class name", class_text(config))
+      .field("revision", "Revision", Hex{at<std::uint8_t>(config, 0x08), 2})
+      .field("command", "Command", Hex{at<std::uint16_t>(config, 0x04), 4})
+      .field("status", "Status", Hex{at<std::uint16_t>(config, 0x06), 4})
+      .field("interrupt_line", "Interrupt line", at<std::uint8_t>(config, 0x3C))
+      .table("bars", "Base addresses", bar_columns, bars_of(config), "There are no base addresses.")
+      .table("capabilities", "Capabilities", capability_columns, capabilities_of(config),
+             "There are no capabilities.");
 }
 
 constexpr Flag hex_flag{"--hex", "print all bytes, in the form that lspci reads"};
@@ -245,20 +231,7 @@ Report show_config(const Board& board, bool hex) {
   Bytes config(config_size);
   board.check(OVK_ReadPciCfg(board, config.data(), 0, config_size),
               "Reading the PCI configuration");
-  Report report;
-  if (hex) {
-    add_lspci_dump(report, location_text(read_location(board)), config);
-  } else {
-    report = board.report();
-    add_header(report, config);
-    report
-        .table("bars", "Base addresses", bar_columns, bars_of(config),
-               "There are no base addresses.")
-        .table("capabilities", "Capabilities", capability_columns, capabilities_of(config),
-               "There are no capabilities.");
-  }
-  report.payload("", "", config);
-  return report;
+  return (hex ? lspci_report(board, config) : config_report(board, config)).payload("", "", config);
 }
 
 Report show_location(const Board& board) {
@@ -275,16 +248,16 @@ constexpr Word<std::uint32_t> config_offset_word{
     "OFFSET", "byte offset, a multiple of 4", "0x3c", {0, config_size}};
 constexpr OptionalWord<HexBytes> config_hex_word{hex_word.names, hex_word.help, "0a"};
 
-Report write_config(const Board& board, const NewBytes& given) {
-  const Bytes bytes = given.bytes(OVK_MAX_RAW_TRANSFER);
-  if (given.offset % sizeof(std::uint32_t) != 0) {
+Report write_config(const Board& board, std::uint32_t offset, const std::optional<HexBytes>& hex,
+                    const std::optional<std::string>& file) {
+  const Bytes bytes = bytes_to_write(hex, file, OVK_MAX_RAW_TRANSFER);
+  if (offset % sizeof(std::uint32_t) != 0) {
     throw UsageError("The offset is a multiple of 4.");
   }
   board.ask("A wrong PCI configuration can take {board} off the bus.");
-  board.check(
-      WritePciCfg(board, bytes.data(), given.offset, static_cast<std::uint32_t>(bytes.size())),
-      "Writing the PCI configuration", pci_results);
-  return written_report(board, Hex{given.offset, 2}, bytes.size());
+  board.check(WritePciCfg(board, bytes.data(), offset, bytes.size()),
+              "Writing the PCI configuration", pci_results);
+  return written_report(board, Hex{offset, 2}, bytes.size());
 }
 
 }  // namespace

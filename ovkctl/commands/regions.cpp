@@ -35,13 +35,14 @@ void go_through(const Board& board, const char* label, const Range& range, Work 
 // ---- Reading --------------------------------------------------------------------------------
 
 struct RegionRow {
-  RegionKind region;
-  std::string state;
+  std::uint32_t number;
+  std::uint32_t length;
+  const char* state;
 };
 
 constexpr Column<RegionRow> region_columns[] = {
-    {"region", "REGION", [](const RegionRow& row) { return row.region.number; }},
-    {"size_bytes", "SIZE", [](const RegionRow& row) { return Size{row.region.length}; }},
+    {"region", "REGION", field<&RegionRow::number>},
+    {"size_bytes", "SIZE", as<Size, &RegionRow::length>},
     {"state", "STATE", field<&RegionRow::state>},
 };
 
@@ -49,7 +50,7 @@ Report list(const Board& board) {
   const RegionIo io{board};
   std::vector<RegionRow> rows;
   for (const RegionKind& region : ovk::region_kinds) {
-    rows.push_back({region, io.read(region).state()});
+    rows.push_back({region.number, region.length, io.read(region).state});
   }
   return Report{}.table("regions", "", region_columns, rows, "");
 }
@@ -57,7 +58,7 @@ Report list(const Board& board) {
 Report region_report(const Board& board, const RegionKind& region, const RegionContents& contents) {
   return board.report()
       .field("region", "Region", region.number)
-      .field("state", "State", contents.state())
+      .field("state", "State", contents.state)
       .field("size_bytes", "Size", Size{region.length});
 }
 
@@ -88,55 +89,38 @@ constexpr Setting<std::uint32_t> offset_setting{
     "--offset", "NUMBER", "where in the region they go; all others stay (default: 0)", "0", "8"};
 constexpr Flag dry_run_flag{"--dry-run", "only show what would change"};
 
-/** What is to be written, and where. */
-struct NewBytes {
-  std::uint32_t region;
-  std::optional<std::string> file;
-  std::optional<HexBytes> hex;
-  std::uint32_t offset;
-  bool dry_run;
-
-  [[nodiscard]] Bytes bytes() const {
-    if (file.has_value() == hex.has_value()) {
-      throw UsageError("Give the bytes either with --file or with --hex.");
-    }
-    return file ? read_file(*file, ovk::max_region_length) : hex->bytes;
+/** A region's bytes with new ones in their place. */
+Bytes put_into(Bytes image, const Bytes& given, std::uint32_t offset) {
+  if (offset > image.size() || given.size() > image.size() - offset) {
+    throw UsageError(fmt::format("The region has {} bytes: {} at offset {} do not fit.",
+                                 image.size(), count_text(given.size(), "byte"), offset));
   }
+  std::ranges::copy(given, image.begin() + static_cast<std::ptrdiff_t>(offset));
+  return image;
+}
 
-  /** The region's bytes with the new ones in their place. */
-  [[nodiscard]] Bytes put_into(Bytes image) const {
-    const Bytes given = bytes();
-    if (offset > image.size() || given.size() > image.size() - offset) {
-      throw UsageError(fmt::format("The region has {} bytes: {} at offset {} do not fit.",
-                                   image.size(), count_text(given.size(), "byte"), offset));
-    }
-    std::ranges::copy(given, image.begin() + static_cast<std::ptrdiff_t>(offset));
-    return image;
-  }
-};
-
-Report write(const Board& board, const NewBytes& given) {
-  const RegionKind& region = region_kind(given.region);
+Report write(const Board& board, std::uint32_t number, const std::optional<std::string>& file,
+             const std::optional<HexBytes>& hex, std::uint32_t offset, bool dry_run) {
+  const RegionKind& region = region_kind(number);
   const RegionIo io{board};
   const RegionContents contents = io.read(region);
   Bytes before = contents.bytes;
   before.resize(region.length);
-  const Bytes after = given.put_into(before);
+  const Bytes given = given_bytes(hex, file, ovk::max_region_length,
+                                  "Give the bytes either with --file or with --hex.");
+  const Bytes after = put_into(before, given, offset);
 
   Report report = region_report(board, region, contents);
   const std::size_t changed = add_changes(report.section("", ""), before, after);
   const bool needed = changed != 0 || !contents.readable();
-  if (given.dry_run || !needed) {
-    report.field("written", "Written", false);
-    return report;
+  if (dry_run || !needed) {
+    return std::move(report).field("written", "Written", false);
   }
   const bool shown = board.ask(
       report, "This changes {} of region {} of {board}, which a wrong byte can make unusable.",
       count_text(changed, "byte"), region.number);
   io.write(region, after);
-  Report result = shown ? Report{} : std::move(report);
-  result.field("written", "Written and verified", true);
-  return result;
+  return (shown ? Report{} : std::move(report)).field("written", "Written and verified", true);
 }
 
 constexpr Word<std::uint32_t> default_word{"REGION", "22 or 23", "23"};

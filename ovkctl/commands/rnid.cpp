@@ -1,6 +1,7 @@
 #include "driver_abi/records/rnid.h"
 
 #include "driver_abi/fc.h"
+#include "driver_abi/record.h"
 #include "ovkctl/frame/command.h"
 
 #include <ovk/hbaapi.h>
@@ -83,26 +84,10 @@ Report show(const Board& board) {
                     .ip_address = {},
                     .topology_flags = info.TopologyDiscoveryFlags};
   std::ranges::copy(info.IPAddress, topology.ip_address.begin());
-  Report report = board.report();
-  report.field("wwn", "WWN", info.wwn);
+  Report report = board.report().field("wwn", "WWN", info.wwn);
   add_topology(report, topology);
   return report;
 }
-
-/** What the options of "set" change of what the board has. */
-struct Changes {
-  std::optional<Wwn> wwn;
-  std::optional<std::uint32_t> unit_type;
-  std::optional<std::uint32_t> physical_port;
-  std::optional<std::uint32_t> attached_nodes;
-  std::optional<std::string> ip;
-  std::optional<std::uint16_t> udp_port;
-  std::optional<std::uint16_t> flags;
-
-  [[nodiscard]] bool any() const {
-    return wwn || unit_type || physical_port || attached_nodes || ip || udp_port || flags;
-  }
-};
 
 constexpr Option<Wwn> wwn_option{"--wwn", "WWN", "name"};
 constexpr Option<std::uint32_t> unit_type_option{"--unit-type", "NUMBER",
@@ -127,19 +112,22 @@ void put_ip_address(RnidMgmtInfo& info, const std::string& text) {
   std::ranges::copy(address, info.IPAddress);
 }
 
-Report set(const Board& board, const Changes& changes) {
-  if (!changes.any()) {
+Report set(const Board& board, const std::optional<Wwn>& wwn,
+           std::optional<std::uint32_t> unit_type, std::optional<std::uint32_t> physical_port,
+           std::optional<std::uint32_t> attached_nodes, const std::optional<std::string>& ip,
+           std::optional<std::uint16_t> udp_port, std::optional<std::uint16_t> flags) {
+  if (!wwn && !unit_type && !physical_port && !attached_nodes && !ip && !udp_port && !flags) {
     throw UsageError("Nothing is to be changed. Give at least one of the options.");
   }
   auto info = board.read(GetRNIDMgmtInfo, "Reading the RNID management information");
-  info.wwn = changes.wwn.value_or(info.wwn);
-  info.unittype = changes.unit_type.value_or(info.unittype);
-  info.PortId = changes.physical_port.value_or(info.PortId);
-  info.NumberOfAttachedNodes = changes.attached_nodes.value_or(info.NumberOfAttachedNodes);
-  info.UDPPort = changes.udp_port.value_or(info.UDPPort);
-  info.TopologyDiscoveryFlags = changes.flags.value_or(info.TopologyDiscoveryFlags);
-  if (changes.ip) {
-    put_ip_address(info, *changes.ip);
+  info.wwn = wwn.value_or(info.wwn);
+  info.unittype = unit_type.value_or(info.unittype);
+  info.PortId = physical_port.value_or(info.PortId);
+  info.NumberOfAttachedNodes = attached_nodes.value_or(info.NumberOfAttachedNodes);
+  info.UDPPort = udp_port.value_or(info.UDPPort);
+  info.TopologyDiscoveryFlags = flags.value_or(info.TopologyDiscoveryFlags);
+  if (ip) {
+    put_ip_address(info, *ip);
   }
   board.ask("This changes the RNID management information of {board}.");
   board.check(SetRNIDMgmtInfo(board, &info), "Changing the RNID management information");
@@ -153,126 +141,88 @@ constexpr ResultText send_results[] = {
      "See with \"ovkctl nodes\" which ports the board is logged in with."},
 };
 
-/** An LS_ACC (FC-LS), with the parts that it carries. */
-struct Reply {
-  struct Names {
-    Wwn port_wwn;
-    Wwn node_wwn;
-  };
-
+/** What an LS_ACC begins with (FC-LS). The names follow, if it has any, and then the data. */
+struct ReplyHeader {
+  ovk::Els command;
+  std::uint8_t reserved1[3];
   std::uint8_t format;
-  std::optional<Names> names;
-  std::optional<Topology> topology;
+  std::uint8_t names_size;
+  std::uint8_t reserved6;
+  std::uint8_t data_size;
+
+  [[nodiscard]] bool fits(std::size_t size) const {
+    return command == ovk::Els::ls_acc && size >= sizeof *this + names_size + data_size;
+  }
 };
 
-/** Takes numbers and bytes in wire order out of bytes of which there are enough. */
-class Cursor {
- public:
-  explicit Cursor(std::span<const std::uint8_t> bytes) : bytes_{bytes} {}
+static_assert(sizeof(ReplyHeader) == 8);
+static_assert(offsetof(ReplyHeader, format) == 4);
 
-  template <typename Number>
-  Number number() {
-    std::uint64_t value = 0;
-    for (const std::uint8_t byte : take(sizeof(Number))) {
-      value = value << 8 | byte;
-    }
-    return static_cast<Number>(value);
-  }
-
-  template <typename Bytes>
-  Bytes bytes() {
-    Bytes copy;
-    std::ranges::copy(take(std::size(copy)), std::begin(copy));
-    return copy;
-  }
-
-  Wwn wwn() {
-    Wwn name;
-    std::ranges::copy(take(sizeof name), name.bytes);
-    return name;
-  }
-
-  [[nodiscard]] std::size_t left() const { return bytes_.size(); }
-  void skip(std::size_t count) { take(count); }
-
- private:
-  std::span<const std::uint8_t> take(std::size_t count) {
-    const auto taken = bytes_.first(count);
-    bytes_ = bytes_.subspan(count);
-    return taken;
-  }
-
-  std::span<const std::uint8_t> bytes_;
+struct Names {
+  Wwn port;
+  Wwn node;
 };
 
-Topology parse_topology(Cursor& cursor) {
-  constexpr std::size_t vendor_unique_size = 16;
-  cursor.skip(vendor_unique_size);
-  Topology topology{};
-  topology.unit_type = cursor.number<std::uint32_t>();
-  topology.physical_port = cursor.number<std::uint32_t>();
-  topology.attached_nodes = cursor.number<std::uint32_t>();
-  cursor.skip(1);  // node management
-  topology.ip_version = cursor.number<std::uint8_t>();
-  topology.udp_port = cursor.number<std::uint16_t>();
-  topology.ip_address = cursor.bytes<IpAddress>();
-  cursor.skip(2);
-  topology.topology_flags = cursor.number<std::uint16_t>();
-  return topology;
+/** General topology discovery data as it travels, in network byte order. */
+struct TopologyOnWire {
+  std::uint8_t vendor_unique[16];
+  std::uint32_t unit_type;
+  std::uint32_t physical_port;
+  std::uint32_t attached_nodes;
+  std::uint8_t node_management;
+  std::uint8_t ip_version;
+  std::uint16_t udp_port;
+  IpAddress ip_address;
+  std::uint16_t reserved48;
+  std::uint16_t topology_flags;
+};
+
+static_assert(sizeof(TopologyOnWire) == 52);
+static_assert(offsetof(TopologyOnWire, ip_version) == 29);
+static_assert(offsetof(TopologyOnWire, topology_flags) == 50);
+
+Topology topology_of(const TopologyOnWire& wire) {
+  return {.unit_type = ntohl(wire.unit_type),
+          .physical_port = ntohl(wire.physical_port),
+          .attached_nodes = ntohl(wire.attached_nodes),
+          .ip_version = wire.ip_version,
+          .udp_port = ntohs(wire.udp_port),
+          .ip_address = wire.ip_address,
+          .reserved32 = 0,
+          .topology_flags = ntohs(wire.topology_flags)};
 }
 
-/** Reads an LS_ACC; nothing when the bytes are none, or end too early. */
-std::optional<Reply> parse_reply(std::span<const std::uint8_t> bytes) {
-  constexpr auto ls_acc = static_cast<std::uint8_t>(ovk::Els::ls_acc);
-  constexpr std::size_t topology_size = 52;
-  constexpr std::size_t header_size = 8;
-  if (bytes.size() < header_size || bytes[0] != ls_acc) {
-    return std::nullopt;
+/** Adds what the parts of a reply say whose sizes are those of the standard. */
+void add_reply(Report& report, std::span<const std::uint8_t> reply) {
+  const auto header = ovk::read_record<ReplyHeader>(reply);
+  if (!header || !header->fits(reply.size())) {
+    report.note("The reply is not an LS_ACC that is understood here.");
+    return;
   }
-  Cursor cursor{bytes};
-  cursor.skip(4);  // the command
-  Reply reply{.format = cursor.number<std::uint8_t>(), .names = {}, .topology = {}};
-  const std::size_t names_size = cursor.number<std::uint8_t>();
-  cursor.skip(1);
-  const std::size_t specific_size = cursor.number<std::uint8_t>();
-  if (cursor.left() < names_size + specific_size) {
-    return std::nullopt;
+  report.field("format", "Format", Hex{header->format, 2});
+  const auto names = ovk::read_record<Names>(reply, sizeof *header);
+  if (names && header->names_size == sizeof *names) {
+    report.field("port_wwn", "Port WWN", names->port).field("node_wwn", "Node WWN", names->node);
   }
-  if (names_size == sizeof(Reply::Names)) {
-    reply.names = Reply::Names{cursor.wwn(), cursor.wwn()};
-  } else {
-    cursor.skip(names_size);
+  const auto data = ovk::read_record<TopologyOnWire>(reply, sizeof *header + header->names_size);
+  const bool is_general = header->format == ovk::rnid_general_topology;
+  if (data && is_general && header->data_size == sizeof *data) {
+    add_topology(report.section("topology", "General topology"), topology_of(*data));
   }
-  if (reply.format == ovk::rnid_general_topology && specific_size == topology_size) {
-    reply.topology = parse_topology(cursor);
-  }
-  return reply;
 }
 
 constexpr Word<Wwn> wwn_word{"WWN", "name of the port to ask", "10:00:02:0a:54:00:00:01"};
 constexpr Flag node_flag{"--node", "WWN is a node WWN, not a port WWN"};
 
 Report send(const Board& board, const Wwn& wwn, bool by_node) {
-  std::array<std::uint8_t, OVK_RNID_REPLY_SIZE> buffer{};
-  std::uint32_t length = buffer.size();
-  board.check(SendRNID(board, &wwn, by_node ? OVK_NODE_WWN : OVK_PORT_WWN, buffer.data(), &length),
+  Bytes reply(OVK_RNID_REPLY_SIZE);
+  std::uint32_t length = OVK_RNID_REPLY_SIZE;
+  board.check(SendRNID(board, &wwn, by_node ? OVK_NODE_WWN : OVK_PORT_WWN, reply.data(), &length),
               "Asking " + wwn_text(wwn), send_results);
-  const auto bytes = std::span{buffer}.first(std::min<std::size_t>(length, buffer.size()));
-  Report report = board.report();
-  report.field("wwn", "Asked", wwn);
-  if (const auto reply = parse_reply(bytes)) {
-    report.field("format", "Format", Hex{reply->format, 2});
-    if (reply->names) {
-      report.field("port_wwn", "Port WWN", reply->names->port_wwn)
-          .field("node_wwn", "Node WWN", reply->names->node_wwn);
-    }
-    if (reply->topology) {
-      add_topology(report.section("topology", "General topology"), *reply->topology);
-    }
-  } else {
-    report.note("The reply is not an LS_ACC that is understood here.");
-  }
-  report.section("", "").payload("reply", "Reply", {bytes.begin(), bytes.end()});
+  Report report = board.report().field("wwn", "Asked", wwn);
+  reply.resize(std::min<std::size_t>(length, reply.size()));
+  add_reply(report, reply);
+  report.section("", "").payload("reply", "Reply", reply);
   return report;
 }
 

@@ -22,9 +22,7 @@ constexpr Word<std::uint32_t> lun_word{"LUN", "logical unit number", "0", {0, la
 
 /** A report whose text does not repeat which logical unit was asked. */
 Report unit_report(const LogicalUnit& unit) {
-  Report report = unit.board.listing();
-  report.field("target", "", unit.target).field("lun", "", unit.lun);
-  return report;
+  return unit.board.listing().field("target", "", unit.target).field("lun", "", unit.lun);
 }
 
 // ---- inquiry --------------------------------------------------------------------------------
@@ -42,12 +40,9 @@ constexpr Option<std::uint8_t> page_option{
 Bytes read_inquiry(const LogicalUnit& unit, std::optional<std::uint8_t> page) {
   constexpr std::uint32_t most = 255;  // the length in the CDB has one byte
   Bytes data(most);
-  std::uint32_t length = most;
-  Sense sense;
-  const std::uint32_t result =
-      SendScsiInquiry(unit.board, &unit.target, unit.word0(), unit.word1(), page ? 1 : 0,
-                      page.value_or(0), data.data(), &length, sense.bytes.data(), &sense.length);
-  check_scsi(result, sense, unit.board, "The inquiry");
+  const std::uint32_t length =
+      send_scsi(unit.board, "The inquiry", data, SendScsiInquiry, &unit.target, unit.word0(),
+                unit.word1(), std::uint8_t{page.has_value()}, page.value_or(0));
   data.resize(std::min(length, most));
   return data;
 }
@@ -109,13 +104,9 @@ constexpr std::uint32_t beyond_ten_byte_commands = 0xFFFFFFFF;
 
 Report show_capacity(const Board& board, const Wwn& target, std::uint32_t lun) {
   const LogicalUnit unit{board, target, lun};
-  std::uint32_t length = 8;
-  Bytes data(length);
-  Sense sense;
-  const std::uint32_t result =
-      SendReadCapacity(board, &target, unit.word0(), unit.word1(), data.data(), &length,
-                       sense.bytes.data(), &sense.length);
-  check_scsi(result, sense, board, "Reading the capacity");
+  Bytes data(8);
+  send_scsi(board, "Reading the capacity", data, SendReadCapacity, &target, unit.word0(),
+            unit.word1());
 
   const std::uint32_t last_block = big_endian(data, 0, 4);
   const std::uint32_t block_size = big_endian(data, 4, 4);
@@ -137,12 +128,9 @@ constexpr std::size_t lun_size = 8;
 
 Bytes report_luns(const Board& board, const Wwn& target) {
   Bytes data(OVK_SCSI_MAX_TRANSFER);
-  auto length = static_cast<std::uint32_t>(data.size());
-  Sense sense;
-  const std::uint32_t result =
-      SendReportLUNs(board, &target, data.data(), &length, sense.bytes.data(), &sense.length);
-  check_scsi(result, sense, board, "Reading the list of logical units");
-  data.resize(std::min<std::size_t>(length, data.size()));
+  const std::size_t length =
+      send_scsi(board, "Reading the list of logical units", data, SendReportLUNs, &target);
+  data.resize(std::min(length, data.size()));
   return data;
 }
 
@@ -161,11 +149,10 @@ Report list_luns(const Board& board, const Wwn& target) {
   for (std::size_t at = lun_size; at + lun_size <= end; at += lun_size) {
     luns.push_back(LunBytes{data}.subspan(at, lun_size));
   }
-  Report report = board.listing();
-  report.field("target", "", target)
+  return board.listing()
+      .field("target", "", target)
       .table("luns", "", lun_columns, luns, "The target has no logical unit.")
       .payload("", "", data);
-  return report;
 }
 
 // ---- scsi read and write --------------------------------------------------------------------
@@ -188,28 +175,18 @@ struct Place {
 };
 
 /** Moves all the data, a chunk after the other. */
-void transfer_all(Transfer* transfer, const Place& place, std::span<std::uint8_t> data,
-                  const std::string& operation) {
-  Progress progress(operation, data.size());
-  for (std::size_t done = 0; done < data.size();) {
-    const auto wanted =
-        static_cast<std::uint32_t>(std::min<std::size_t>(chunk_size, data.size() - done));
-    const auto lba = place.lba + static_cast<std::uint32_t>(done / OVK_SCSI_BLOCK_SIZE);
-    std::uint32_t length = wanted;
-    Sense sense;
+void transfer_all(Transfer* transfer, const Place& place, Bytes& data, const char* operation) {
+  in_pieces(operation, std::span{data}, chunk_size, [&](std::size_t done, auto chunk) {
     const LogicalUnit& unit = place.unit;
-    const std::uint32_t result =
-        transfer(unit.board, &unit.target, unit.word0(), unit.word1(), lba, data.data() + done,
-                 &length, sense.bytes.data(), &sense.length);
+    const std::uint32_t lba = place.lba + done / OVK_SCSI_BLOCK_SIZE;
     const std::string where = fmt::format("{} block {}", operation, lba);
-    check_scsi(result, sense, unit.board, where);
-    if (length != wanted) {
-      throw OperationFailed(
-          fmt::format("{} failed: the target transferred {} of {} bytes.", where, length, wanted));
+    const std::uint32_t length = send_scsi(unit.board, where, chunk, transfer, &unit.target,
+                                           unit.word0(), unit.word1(), lba);
+    if (length != chunk.size()) {
+      throw OperationFailed(fmt::format("{} failed: the target transferred {} of {} bytes.", where,
+                                        length, chunk.size()));
     }
-    done += wanted;
-    progress.update(done);
-  }
+  });
 }
 
 void refuse_beyond_last_lba(std::uint32_t lba, std::size_t bytes) {
@@ -220,13 +197,12 @@ void refuse_beyond_last_lba(std::uint32_t lba, std::size_t bytes) {
 }
 
 Report transfer_report(const Place& place, std::size_t bytes) {
-  Report report = place.unit.board.report();
-  report.field("target", "Target", place.unit.target)
+  return place.unit.board.report()
+      .field("target", "Target", place.unit.target)
       .field("lun", "LUN", place.unit.lun)
       .field("lba", "First block", place.lba)
       .field("blocks", "Blocks", static_cast<std::uint32_t>(bytes / OVK_SCSI_BLOCK_SIZE))
       .field("bytes", "Transferred", Size{bytes});
-  return report;
 }
 
 Report read(const Board& board, const Wwn& target, std::uint32_t lun, std::uint32_t lba,
@@ -235,12 +211,8 @@ Report read(const Board& board, const Wwn& target, std::uint32_t lun, std::uint3
   Bytes data(std::size_t{blocks} * OVK_SCSI_BLOCK_SIZE);
   refuse_beyond_last_lba(lba, data.size());
   transfer_all(SendScsiRead, place, data, "Reading");
-  Report report;
-  if (board.has_output_file()) {
-    report = transfer_report(place, data.size());
-  } else {
-    report.field("lba", "", lba);
-  }
+  Report report = board.has_output_file() ? transfer_report(place, data.size())
+                                          : Report{}.field("lba", "", lba);
   report.payload("data", "", std::move(data));
   return report;
 }
@@ -257,9 +229,7 @@ Report write(const Board& board, const Wwn& target, std::uint32_t lun, const std
             data.size() / OVK_SCSI_BLOCK_SIZE, lun, wwn_text(target), lba);
   const Place place{{board, target, lun}, lba};
   transfer_all(SendScsiWrite, place, data, "Writing");
-  Report report = transfer_report(place, data.size());
-  report.field("file", "File", file);
-  return report;
+  return transfer_report(place, data.size()).field("file", "File", file);
 }
 
 }  // namespace

@@ -37,11 +37,10 @@ Report show_ranges(const Board& board) {
       board.read(OVK_GetQFPAPriorityList, "Reading the priority ranges", qfpa_results);
   const auto record = std::bit_cast<ovk::QfpaRecord>(list);
   const std::size_t count = std::min<std::size_t>(record.count, record.ranges.size());
-  Report report = board.report();
-  report.table("ranges", "", range_columns, std::span{record.ranges}.first(count),
-               "The fabric gave no priority range.");
-  report.payload("", "", {std::begin(list.bytes), std::end(list.bytes)});
-  return report;
+  return board.report()
+      .table("ranges", "", range_columns, std::span{record.ranges}.first(count),
+             "The fabric gave no priority range.")
+      .payload("", "", {std::begin(list.bytes), std::end(list.bytes)});
 }
 
 // ---- vmid -----------------------------------------------------------------------------------
@@ -64,26 +63,25 @@ constexpr ResultText update_results[] = {
 };
 
 std::string uuid_text(const Uuid& uuid) {
-  std::string text;
-  for (std::size_t i = 0; i < uuid.size(); ++i) {
-    const bool dash = i == 4 || i == 6 || i == 8 || i == 10;
-    text += (dash ? "-" : "") + hex_text(uuid[i], 2).substr(2);
+  std::string text = bytes_text(uuid);
+  for (const std::size_t dash : {8, 13, 18, 23}) {
+    text.insert(dash, "-");
   }
   return text;
 }
 
-Uuid parse_uuid(std::string text) {
-  const std::string mistake = fmt::format("\"{}\" is no UUID of 32 hex digits.", text);
-  std::erase(text, '-');
+Uuid parse_uuid(const std::string& text) {
+  std::string digits = text;
+  std::erase(digits, '-');
   HexBytes hex;
   try {
-    parse_value(text, hex);
+    parse_value(digits, hex);
   } catch (const UsageError&) {
-    throw UsageError(mistake);
+    hex.bytes.clear();
   }
   Uuid uuid{};
   if (hex.bytes.size() != uuid.size()) {
-    throw UsageError(mistake);
+    throw UsageError(fmt::format("\"{}\" is no UUID of 32 hex digits.", text));
   }
   std::ranges::copy(hex.bytes, uuid.begin());
   return uuid;
@@ -97,15 +95,14 @@ constexpr Column<ovk::VmidMachine> machine_columns[] = {
 };
 
 Report list_machines(const Board& board) {
-  const auto mapping = std::make_unique<VMidMapping>();
-  board.check(OVK_GetVMidMapping(board, mapping.get()), "Reading the VMID mapping", vmid_results);
-  const auto record = std::make_unique<ovk::VmidRecord>(std::bit_cast<ovk::VmidRecord>(*mapping));
+  const auto record = std::make_unique<ovk::VmidRecord>();
+  auto* const mapping = opaque<VMidMapping>(*record);
+  board.check(OVK_GetVMidMapping(board, mapping), "Reading the VMID mapping", vmid_results);
   const std::size_t count = std::min<std::size_t>(record->count, record->machines.size());
-  Report report = board.report();
-  report.table("machines", "", machine_columns, std::span{record->machines}.first(count),
-               "No virtual machine has an identifier.");
-  report.payload("", "", {std::begin(mapping->bytes), std::end(mapping->bytes)});
-  return report;
+  return board.report()
+      .table("machines", "", machine_columns, std::span{record->machines}.first(count),
+             "No virtual machine has an identifier.")
+      .payload("", "", {std::begin(mapping->bytes), std::end(mapping->bytes)});
 }
 
 constexpr Word<std::string> uuid_word{"UUID", "the machine's UUID",
@@ -129,9 +126,8 @@ Report update_machine(const Board& board, const std::string& uuid, const std::st
   std::ranges::copy(name, machine.name.begin());
   board.ask("This {} the identifier of virtual machine {} on {board}.", remove ? "removes" : "sets",
             uuid);
-  const auto mapping = std::make_unique<VMidMapping>(std::bit_cast<VMidMapping>(*record));
-  board.check(OVK_UpdateVMidMapping(board, mapping.get()), "Changing the VMID mapping",
-              update_results);
+  board.check(OVK_UpdateVMidMapping(board, opaque<VMidMapping>(*record)),
+              "Changing the VMID mapping", update_results);
   return list_machines(board);
 }
 

@@ -55,6 +55,13 @@ struct Invocation {
   bool ask(const std::string& warning, const Report* preview = nullptr) const;
 };
 
+/** A record of the driver as the library takes it, which leaves its layout open. */
+template <typename Opaque, typename Record>
+[[nodiscard]] Opaque* opaque(Record& record) {
+  static_assert(sizeof(Opaque) == sizeof(Record));
+  return static_cast<Opaque*>(static_cast<void*>(&record));
+}
+
 class Board;
 
 /** The host. The library is initialised as long as this lives. */

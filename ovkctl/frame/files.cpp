@@ -47,6 +47,14 @@ Bytes read_file(const std::string& path, std::size_t most) {
   return bytes;
 }
 
+Bytes given_bytes(const std::optional<HexBytes>& hex, const std::optional<std::string>& file,
+                  std::size_t most, const char* sentence) {
+  if (hex.has_value() == file.has_value()) {
+    throw UsageError(sentence);
+  }
+  return hex ? hex->bytes : read_file(*file, most);
+}
+
 void write_file(const std::string& path, std::span<const std::uint8_t> bytes) {
   // A copy of the descriptor, so that closing tells here whether all was written.
   File file(path == "-" ? fdopen(dup(STDOUT_FILENO), "wb") : std::fopen(path.c_str(), "wb"));

@@ -32,12 +32,16 @@ constexpr Unreadable unreadable_regions[] = {
     {ovk::RegionStatus::unknown, OVK_REGION_STATUS_FFF6, "not present"},
 };
 
-std::string reading(const RegionKind& region) {
-  return fmt::format("Reading region {}", region.number);
+/** Why a region cannot be read, by the firmware's answer or the library's; null for another. */
+template <typename Answer>
+const char* find_state(Answer Unreadable::*member, Answer answer) {
+  const auto* const found = std::ranges::find(unreadable_regions, answer, member);
+  return found != std::end(unreadable_regions) ? found->state : nullptr;
 }
 
-std::string writing(const RegionKind& region) {
-  return fmt::format("Writing region {}", region.number);
+/** What is done with a region, as the start of a sentence. */
+std::string doing(const char* verb, const RegionKind& region) {
+  return fmt::format("{} region {}", verb, region.number);
 }
 
 }  // namespace
@@ -52,11 +56,6 @@ const RegionKind& region_kind(std::uint32_t number) {
     known += fmt::format("{}{}", known.empty() ? "" : ", ", region.number);
   }
   throw UsageError(fmt::format("There is no region {}: the regions are {}.", number, known));
-}
-
-std::string RegionContents::state() const {
-  const auto* const why = std::ranges::find(unreadable_regions, result, &Unreadable::result);
-  return why != std::end(unreadable_regions) ? why->state : "written";
 }
 
 RegionIo::RegionIo(const Board& board) : board_{board}, by_command_{false} {
@@ -85,12 +84,13 @@ void RegionIo::write(const RegionKind& region, const Bytes& bytes) const {
 RegionContents RegionIo::read_by_command(const RegionKind& region) const {
   RegionContents contents{.bytes = Bytes(region.length)};
   std::uint32_t size = region.length;
-  contents.result = OVK_IssueDumpMBox(board_, OVK_REGION_REQUEST_TYPE, 0, region.number, 0,
-                                      contents.bytes.data(), &size);
-  if (std::ranges::find(unreadable_regions, contents.result, &Unreadable::result) ==
-      std::end(unreadable_regions)) {
-    board_.check(contents.result, reading(region));
-    board_.check(size != 0 ? OVK_OK : OVK_FAILED, reading(region));
+  const std::uint32_t result = OVK_IssueDumpMBox(board_, OVK_REGION_REQUEST_TYPE, 0, region.number,
+                                                 0, contents.bytes.data(), &size);
+  if (const char* const state = find_state(&Unreadable::result, result)) {
+    contents.state = state;
+  } else {
+    board_.check(result, doing("Reading", region));
+    board_.check(size != 0 ? OVK_OK : OVK_FAILED, doing("Reading", region));
   }
   contents.bytes.resize(size);
   return contents;
@@ -106,12 +106,11 @@ RegionContents RegionIo::read_by_mailbox(const RegionKind& region) const {
     const std::uint32_t result = OVK_IssueMboxWithRetryEx(
         board_, &mailbox, data.data(), ovk::region_data_flag, 0,
         ovk::region_step_bytes / sizeof(std::uint32_t), attempts, delay_milliseconds);
-    const auto* const why = std::ranges::find(unreadable_regions, ovk::RegionStatus{mailbox.status},
-                                              &Unreadable::status);
-    if (result != OVK_OK && why != std::end(unreadable_regions)) {
-      return {.bytes = {}, .result = why->result};
+    const char* const state = find_state(&Unreadable::status, ovk::RegionStatus{mailbox.status});
+    if (result != OVK_OK && state != nullptr) {
+      return {.bytes = {}, .state = state};
     }
-    check_answer(result, mailbox.status, reading(region));
+    check_answer(result, mailbox.status, doing("Reading", region));
     const std::uint32_t count = std::min(std::bit_cast<ovk::RegionMailbox>(mailbox).length, wanted);
     if (count == 0) {
       break;
@@ -127,7 +126,7 @@ void RegionIo::write_by_command(const RegionKind& region, const Bytes& bytes) co
   const std::int32_t result =
       OVK_IssueUpdateCfgMBox(board_, OVK_REGION_REQUEST_TYPE, region.number, bytes.data(),
                              static_cast<std::uint32_t>(bytes.size()), &status);
-  check_answer(static_cast<std::uint32_t>(result), status, writing(region));
+  check_answer(static_cast<std::uint32_t>(result), status, doing("Writing", region));
 }
 
 void RegionIo::write_by_mailbox(const RegionKind& region, const Bytes& bytes) const {
@@ -143,7 +142,7 @@ void RegionIo::write_by_mailbox(const RegionKind& region, const Bytes& bytes) co
   const std::uint32_t result =
       OVK_IssueMboxWithRetryEx(board_, &mailbox, data.data(), ovk::region_data_flag,
                                length / sizeof(std::uint32_t), 0, attempts, delay_milliseconds);
-  check_answer(result, mailbox.status, writing(region));
+  check_answer(result, mailbox.status, doing("Writing", region));
 }
 
 void RegionIo::check_answer(std::uint32_t result, std::uint32_t mailbox_status,

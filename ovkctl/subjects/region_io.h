@@ -20,12 +20,12 @@ const RegionKind& region_kind(std::uint32_t number);
 
 /** What a region holds. */
 struct RegionContents {
-  Bytes bytes;               ///< none unless it could be read
-  std::uint32_t result = 0;  ///< OVK_OK, or an OvkRegionResult: it is empty or refuses to be read
+  Bytes bytes;                  ///< none unless it could be read
+  const char* state = written;  ///< "written", "empty", or why it cannot be read
 
-  [[nodiscard]] bool readable() const { return result == 0; }
-  /** "written", "empty", or why it cannot be read. */
-  [[nodiscard]] std::string state() const;
+  [[nodiscard]] bool readable() const { return state == written; }
+
+  static constexpr const char* written = "written";
 };
 
 /** Reads and writes the regions of one board. */

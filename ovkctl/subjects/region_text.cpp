@@ -11,6 +11,8 @@
 #include <cstddef>
 #include <cstring>
 #include <fmt/core.h>
+#include <functional>
+#include <numeric>
 #include <optional>
 #include <vector>
 
@@ -18,10 +20,6 @@ namespace ovkctl {
 namespace {
 
 using Image = std::span<const std::uint8_t>;
-
-bool is_zero(Image bytes) {
-  return std::ranges::all_of(bytes, [](std::uint8_t byte) { return byte == 0; });
-}
 
 std::string spaced(Image bytes) { return bytes_text(bytes, " "); }
 
@@ -94,10 +92,7 @@ struct RecordRow {
 };
 
 constexpr Column<RecordRow> record_columns[] = {
-    {"offset", "OFFSET",
-     [](const RecordRow& row) {
-       return Hex{row.offset, 3};
-     }},
+    {"offset", "OFFSET", as<Hex, &RecordRow::offset, 3>},
     {"type", "TYPE",
      [](const RecordRow& row) {
        return Hex{static_cast<std::uint8_t>(row.header.type), 2};
@@ -135,21 +130,21 @@ void add_records(Section& section, Image image, const ovk::Region23Header& regio
 /** An entry of region 22 and its index. */
 struct EntryRow {
   std::uint32_t index;
-  ovk::Region22Slot entry;
+  std::string bytes;
 };
 
 constexpr Column<EntryRow> entry_columns[] = {
     {"index", "ENTRY", field<&EntryRow::index>},
-    {"bytes", "BYTES", [](const EntryRow& row) { return spaced(row.entry.bytes); }},
+    {"bytes", "BYTES", field<&EntryRow::bytes>},
 };
 
 void add_entries(Section& section, Image image) {
   std::vector<EntryRow> entries;
   std::uint32_t index = 0;
-  for (const auto& entry :
+  for (const auto& [bytes] :
        records_of<ovk::Region22Slot>(image.subspan(offsetof(ovk::Region22Image, entries)))) {
-    if (!is_zero(entry.bytes)) {
-      entries.push_back({index, entry});
+    if (std::ranges::count(bytes, 0) != sizeof bytes) {
+      entries.push_back({index, spaced(bytes)});
     }
     ++index;
   }
@@ -165,10 +160,7 @@ struct ChangeRow {
 };
 
 constexpr Column<ChangeRow> change_columns[] = {
-    {"offset", "OFFSET",
-     [](const ChangeRow& row) {
-       return Hex{row.offset, 3};
-     }},
+    {"offset", "OFFSET", as<Hex, &ChangeRow::offset, 3>},
     {"before", "BEFORE", [](const ChangeRow& row) { return spaced(row.before); }},
     {"after", "AFTER", [](const ChangeRow& row) { return spaced(row.after); }},
 };
@@ -191,13 +183,13 @@ void add_region_contents(Section& section, const RegionKind& region, Image image
 }
 
 Bytes default_region(const RegionKind& region) {
-  Bytes image(region.length);
-  if (region.number == ovk::region22) {
-    std::memcpy(image.data(), &ovk::default_region22, sizeof ovk::default_region22);
-  } else {
-    std::memcpy(image.data(), &ovk::default_region23, sizeof ovk::default_region23);
-  }
-  return image;
+  const auto image_of = [&region](const auto& contents) {
+    Bytes image(region.length);
+    std::memcpy(image.data(), &contents, sizeof contents);
+    return image;
+  };
+  return region.number == ovk::region22 ? image_of(ovk::default_region22)
+                                        : image_of(ovk::default_region23);
 }
 
 std::size_t add_changes(Section& section, const Bytes& before, const Bytes& after) {
@@ -207,12 +199,11 @@ std::size_t add_changes(Section& section, const Bytes& before, const Bytes& afte
   for (std::size_t at = 0; at < after.size(); at += line_bytes) {
     const std::size_t count = std::min(line_bytes, after.size() - at);
     const ChangeRow row{at, Image{before}.subspan(at, count), Image{after}.subspan(at, count)};
-    std::size_t differences = 0;
-    for (std::size_t i = 0; i < count; ++i) {
-      differences += row.before[i] != row.after[i] ? 1 : 0;
-    }
-    changed += differences;
-    if (differences != 0) {
+    const std::size_t same =
+        std::inner_product(row.before.begin(), row.before.end(), row.after.begin(), std::size_t{0},
+                           std::plus{}, std::equal_to{});
+    if (same != count) {
+      changed += count - same;
       rows.push_back(row);
     }
   }

@@ -4,7 +4,7 @@
 #include "ovkctl/frame/words.h"
 
 #include <algorithm>
-#include <cstring>
+#include <arpa/inet.h>
 #include <fmt/core.h>
 
 namespace ovkctl {
@@ -88,11 +88,7 @@ std::string ascii_text(std::span<const std::uint8_t> bytes, std::size_t offset, 
 
 std::uint32_t LogicalUnit::word0() const {
   const std::uint32_t address = lun < peripheral_limit ? lun : flat_space | lun;
-  const std::array<std::uint8_t, 4> bytes{static_cast<std::uint8_t>(address >> 8),
-                                          static_cast<std::uint8_t>(address)};
-  std::uint32_t word = 0;
-  std::memcpy(&word, bytes.data(), sizeof word);
-  return word;
+  return htons(static_cast<std::uint16_t>(address));
 }
 
 std::string lun_text(std::span<const std::uint8_t> fcp_lun) {

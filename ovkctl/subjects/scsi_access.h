@@ -50,6 +50,24 @@ struct Sense {
 void check_scsi(std::uint32_t result, const Sense& sense, const Board& board,
                 const std::string& operation);
 
+/**
+ * Has a call of the library send a command to a target; throws as check_scsi does.
+ *
+ * @param data       what the command transfers, either way
+ * @param arguments  of the call, between the board and the data
+ * @return how many bytes it transferred
+ */
+template <typename Call, typename... Arguments>
+std::uint32_t send_scsi(const Board& board, const std::string& operation,
+                        std::span<std::uint8_t> data, Call* call, Arguments... arguments) {
+  Sense sense;
+  std::uint32_t length = data.size();
+  const std::uint32_t result =
+      call(board, arguments..., data.data(), &length, sense.bytes.data(), &sense.length);
+  check_scsi(result, sense, board, operation);
+  return length;
+}
+
 /** A peripheral device type, such as "disk". */
 std::string device_type_text(std::uint8_t first_inquiry_byte);
 

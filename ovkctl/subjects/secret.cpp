@@ -9,6 +9,7 @@
 #include <fcntl.h>
 #include <fmt/core.h>
 #include <poll.h>
+#include <sys/signalfd.h>
 #include <termios.h>
 #include <unistd.h>
 
@@ -26,15 +27,11 @@ class SilentTerminal {
     }
     sigset_t held;
     sigemptyset(&held);
-    for (const int signal : signals) {
+    for (const int signal : {SIGHUP, SIGINT, SIGQUIT, SIGTERM}) {
       sigaddset(&held, signal);
     }
     sigprocmask(SIG_BLOCK, &held, &mask_);
-    struct sigaction note {};
-    note.sa_handler = [](int signal) { caught_ = signal; };
-    for (std::size_t i = 0; i < signals.size(); ++i) {
-      sigaction(signals[i], &note, &actions_[i]);
-    }
+    signals_ = signalfd(-1, &held, SFD_CLOEXEC);
     termios silent = before_;
     silent.c_lflag &= ~static_cast<tcflag_t>(ECHO);
     tcsetattr(descriptor_, TCSAFLUSH, &silent);
@@ -42,14 +39,9 @@ class SilentTerminal {
 
   ~SilentTerminal() {
     tcsetattr(descriptor_, TCSAFLUSH, &before_);
-    for (std::size_t i = 0; i < signals.size(); ++i) {
-      sigaction(signals[i], &actions_[i], nullptr);
-    }
+    close(signals_);
     close(descriptor_);
     sigprocmask(SIG_SETMASK, &mask_, nullptr);
-    if (caught_ != 0) {
-      raise(caught_);
-    }
   }
 
   SilentTerminal(const SilentTerminal&) = delete;
@@ -57,18 +49,15 @@ class SilentTerminal {
 
   void read(const std::string& prompt, Secret& secret) {
     dprintf(descriptor_, "%s: ", prompt.c_str());
-    secret.read_from(descriptor_, &mask_);
+    secret.read_from(descriptor_, signals_);
     dprintf(descriptor_, "\n");
   }
 
  private:
-  static constexpr std::array signals{SIGHUP, SIGINT, SIGQUIT, SIGTERM};
-  inline static volatile std::sig_atomic_t caught_ = 0;
-
   int descriptor_;
+  int signals_ = -1;
   sigset_t mask_{};
   termios before_{};
-  std::array<struct sigaction, signals.size()> actions_{};
 };
 
 }  // namespace
@@ -80,15 +69,18 @@ void Secret::wipe() {
   length_ = 0;
 }
 
-void Secret::read_from(int descriptor, const sigset_t* mask_while_waiting) {
+void Secret::read_from(int descriptor, int signals) {
   wipe();
   char character = '\0';
   while (true) {
-    // Held signals come in while it waits and at no other time: none is missed before the read.
-    pollfd input{.fd = descriptor, .events = POLLIN, .revents = 0};
-    const bool interrupted = ppoll(&input, 1, nullptr, mask_while_waiting) < 0;
+    pollfd inputs[] = {{descriptor, POLLIN, 0}, {signals, POLLIN, 0}};
+    while (poll(inputs, std::size(inputs), -1) < 0 && errno == EINTR) {
+    }
+    if (inputs[1].revents != 0) {
+      throw OperationFailed("The password was not given.");
+    }
     // Byte by byte: what follows the line is not ours.
-    const ssize_t count = interrupted ? -1 : read(descriptor, &character, 1);
+    const ssize_t count = ::read(descriptor, &character, 1);
     if (count < 0) {
       throw OperationFailed(fmt::format("The password cannot be read: {}.", std::strerror(errno)));
     }

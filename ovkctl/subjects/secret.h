@@ -5,7 +5,6 @@
 #pragma once
 
 #include <array>
-#include <csignal>
 #include <cstddef>
 #include <cstdint>
 #include <string>
@@ -23,8 +22,8 @@ class Secret {
   Secret& operator=(const Secret&) = delete;
 
   /** Reads the first line that a file descriptor gives; throws OperationFailed when it is longer
-      than longest, cannot be read, or when a signal comes in that only the given mask lets in. */
-  void read_from(int descriptor, const sigset_t* mask_while_waiting = nullptr);
+      than longest, cannot be read, or when a signal waits at the descriptor of signals. */
+  void read_from(int descriptor, int signals = -1);
 
   /** Asks for it at the terminal, twice and without echo; throws UsageError when there is no
       terminal, OperationFailed when the two differ. */
