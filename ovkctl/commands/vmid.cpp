@@ -64,7 +64,7 @@ constexpr ResultText update_results[] = {
 
 std::string uuid_text(const Uuid& uuid) {
   std::string text = bytes_text(uuid);
-  for (const std::size_t dash : {8, 13, 18, 23}) {
+  for (const std::size_t dash : {8U, 13U, 18U, 23U}) {
     text.insert(dash, "-");
   }
   return text;
