@@ -4,6 +4,7 @@
 #include <ovk/features.h>
 
 #include <algorithm>
+#include <bit>
 #include <fmt/core.h>
 #include <iterator>
 #include <memory>
@@ -30,27 +31,22 @@ constexpr ResultText set_results[] = {
      "force."},
 };
 
+/** What matches any field. */
+constexpr const char* all_ones = "ffffffffffffffff";
+
 std::string field_text(const FcpPriorityMatch& field) {
-  const bool matches_all =
-      std::ranges::all_of(field.bytes, [](std::uint8_t byte) { return byte == 0xFF; });
-  Wwn digits;
-  std::ranges::copy(field.bytes, digits.bytes);
-  return matches_all ? wildcard : wwn_text(digits);
+  const std::string digits = bytes_text(field.bytes);
+  return digits == all_ones ? wildcard : bytes_text(field.bytes, ":");
 }
 
 FcpPriorityMatch parse_field(const std::string& text) {
-  FcpPriorityMatch field;
-  std::ranges::fill(field.bytes, std::uint8_t{0xFF});
-  if (text != wildcard) {
-    Wwn digits;
-    try {
-      parse_value(text, digits);
-    } catch (const UsageError&) {
-      throw UsageError(fmt::format("\"{}\" is neither 16 hex digits nor *.", text));
-    }
-    std::ranges::copy(digits.bytes, field.bytes);
+  Wwn digits{};
+  try {
+    parse_value(text == wildcard ? all_ones : text, digits);
+  } catch (const UsageError&) {
+    throw UsageError(fmt::format("\"{}\" is neither 16 hex digits nor *.", text));
   }
-  return field;
+  return std::bit_cast<FcpPriorityMatch>(digits);
 }
 
 FcpPriorityEntry parse_rule(const std::vector<std::string>& words) {
@@ -92,23 +88,21 @@ std::unique_ptr<FcpPriorityList> read_rules(const std::string& path) {
   return list;
 }
 
-/** A rule and its place in the order in which the rules apply. */
-struct OrderedRule {
-  std::uint32_t order;
-  FcpPriorityEntry rule;
-};
-
 template <std::size_t number>
 constexpr auto match_text =
-    [](const OrderedRule& row) { return field_text(row.rule.match[number]); };
+    [](const FcpPriorityEntry& rule) { return field_text(rule.match[number]); };
 
-constexpr Column<OrderedRule> rule_columns[] = {
-    {"order", "ORDER", field<&OrderedRule::order>},
+constexpr auto order = [](const FcpPriorityEntry& /*rule*/, std::uint32_t number) {
+  return number + 1;
+};
+
+constexpr Column<FcpPriorityEntry> rule_columns[] = {
+    {"order", "ORDER", order},
     {"field1", "FIELD 1", match_text<0>},
     {"field2", "FIELD 2", match_text<1>},
     {"field3", "FIELD 3", match_text<2>},
     {"field4", "FIELD 4", match_text<3>},
-    {"priority", "PRIORITY", [](const OrderedRule& row) { return row.rule.priority; }},
+    {"priority", "PRIORITY", field<&FcpPriorityEntry::priority>},
 };
 
 bool read_flag(const Board& board) {
@@ -116,15 +110,12 @@ bool read_flag(const Board& board) {
 }
 
 Report rules_report(const Board& board, const FcpPriorityList& list) {
-  std::vector<OrderedRule> rows;
-  for (const FcpPriorityEntry& rule :
-       std::span{list.entries}.first(std::min<std::size_t>(list.count, std::size(list.entries)))) {
-    rows.push_back({static_cast<std::uint32_t>(rows.size() + 1), rule});
-  }
+  const std::size_t count = std::min<std::size_t>(list.count, std::size(list.entries));
   return board.report()
       .field("applied", "Rules are applied", read_flag(board))
       .field("count", "Rules", list.count)
-      .table("rules", "", rule_columns, rows, "The board has no FCP priority rules.");
+      .table("rules", "", rule_columns, std::span{list.entries}.first(count),
+             "The board has no FCP priority rules.");
 }
 
 Report list_rules(const Board& board) {

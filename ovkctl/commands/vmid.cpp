@@ -90,8 +90,8 @@ Uuid parse_uuid(const std::string& text) {
 constexpr Column<ovk::VmidMachine> machine_columns[] = {
     {"identifier", "ID", field<&ovk::VmidMachine::identifier>},
     {"qos_priority", "QOS PRIORITY", field<&ovk::VmidMachine::qos_priority>},
-    {"uuid", "UUID", [](const ovk::VmidMachine& machine) { return uuid_text(machine.uuid); }},
-    {"name", "NAME", [](const ovk::VmidMachine& machine) { return fixed_text(machine.name); }},
+    {"uuid", "UUID", field<&ovk::VmidMachine::uuid, uuid_text>},
+    {"name", "NAME", field<&ovk::VmidMachine::name>},
 };
 
 Report list_machines(const Board& board) {
