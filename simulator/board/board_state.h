@@ -25,6 +25,7 @@ class BoardState {
   explicit BoardState(Adapter& adapter);
 
   [[nodiscard]] BoardMode mode() const;
+  [[nodiscard]] bool is_ready() const { return mode() != BoardMode::not_ready; }
 
   /** Whether the board can be put into a mode at all. */
   [[nodiscard]] bool can_change() const;

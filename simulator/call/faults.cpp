@@ -100,16 +100,6 @@ bool Fault::takes(CommandId command, std::uint32_t board) {
   return true;
 }
 
-std::string_view Fault::effect() const {
-  const auto* effect = std::get_if<EffectFault>(&kind_);
-  return effect != nullptr ? std::string_view{effect->word} : std::string_view{};
-}
-
-std::uint32_t Fault::value() const {
-  const auto* effect = std::get_if<EffectFault>(&kind_);
-  return effect != nullptr ? effect->value : 0;
-}
-
 FaultScript::FaultScript(const JsonDocument& document, const Topology& topology,
                          const HandlerTable& handlers) {
   for (const JsonValue& place : document.root().elements()) {

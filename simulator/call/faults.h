@@ -10,7 +10,6 @@
 #include <limits>
 #include <optional>
 #include <string>
-#include <string_view>
 #include <variant>
 #include <vector>
 
@@ -47,11 +46,8 @@ class Fault {
 
   [[nodiscard]] const FaultKind& kind() const { return kind_; }
 
-  /** The effect's word; empty for another kind. */
-  [[nodiscard]] std::string_view effect() const;
-
-  /** The effect's value. */
-  [[nodiscard]] std::uint32_t value() const;
+  /** The effect; null for another kind. */
+  [[nodiscard]] const EffectFault* effect() const { return std::get_if<EffectFault>(&kind_); }
 
   /** Notes that the fault came to pass. */
   void count_hit() { ++hits_; }

@@ -66,11 +66,12 @@ std::size_t Request::write_behind(std::size_t number, std::span<const std::uint8
 }
 
 std::optional<std::uint32_t> Request::effect(std::string_view word) const {
-  if (effect_ == nullptr || effect_->effect() != word) {
+  const EffectFault* effect = effect_ != nullptr ? effect_->effect() : nullptr;
+  if (effect == nullptr || effect->word != word) {
     return std::nullopt;
   }
   effect_->count_hit();
-  return effect_->value();
+  return effect->value;
 }
 
 void Request::copy_back() const {

@@ -94,10 +94,6 @@ struct AuthTables {
   PairTable<AuthStatusRecord> statuses;
 };
 
-constexpr Guard offers_auth{
-    [](Adapter& adapter, const Request&) { return adapter.topology().offers.auth.has_value(); },
-    DriverStatus::not_supported};
-
 bool lists_known(std::span<const std::uint8_t> list, std::size_t count, std::uint8_t largest) {
   return count >= 1 && count <= list.size() &&
          std::ranges::all_of(list.first(count),
@@ -274,7 +270,7 @@ DriverStatus get_status(Adapter& adapter, Request& request) {
 }  // namespace
 
 void add_auth_handlers(HandlerTable& table) {
-  table.when(offers_auth)
+  table.when(offers<&FeatureTopology::auth>)
       .on<"RAVN_MGMT_DEL_AUTH_CONFIG_OBJ">(delete_object)
       .on<"RAVN_MGMT_DEL_AUTH_CONFIG_V2">(delete_config)
       .on<"RAVN_MGMT_GET_AUTH_CONFIG_V2">(get_config)

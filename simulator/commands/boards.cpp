@@ -39,7 +39,7 @@ DriverStatus discover(Adapter& adapter, Request& request) {
   record.sli_mode = topology.sli_mode;
   record.features = topology.features;
   record.port_count = 1;
-  if (adapter.state<BoardState>().mode() == BoardMode::not_ready) {
+  if (!adapter.state<BoardState>().is_ready()) {
     record.readiness = readiness_not_ready;
   }
   return DriverStatus::success;

@@ -131,8 +131,6 @@ DriverStatus give_logical_speed(Adapter& adapter, Request& request) {
   return DriverStatus::success;
 }
 
-constexpr Guard names_itself{repeats_its_id, DriverStatus::not_permitted};
-
 DriverStatus describe_trunk(Adapter& adapter, Request& request) {
   const TrunkTopology& trunk = adapter.topology().hardware.trunk;
   const bool up = adapter.state<Link>().is_up();
@@ -157,7 +155,9 @@ DriverStatus read_statistics(Adapter& adapter, Request& request) {
 
 void add_link_handlers(HandlerTable& table) {
   table.when(is_sli4).on<"RAVN_MGMT_GET_LOGICAL_LINK_SPEED">(give_logical_speed);
-  table.when(names_itself).when(is_sli4).on<"RAVN_MGMT_GET_TRUNK_INFO">(describe_trunk);
+  table.when(names_itself<DriverStatus::not_permitted>)
+      .when(is_sli4)
+      .on<"RAVN_MGMT_GET_TRUNK_INFO">(describe_trunk);
   table.on<"RAVN_MGMT_IOINFO">(count_io);
   table.on<"RAVN_MGMT_LINKINFO">(describe_link);
   table.on<"RAVN_MGMT_NODEINFO">(list_nodes);

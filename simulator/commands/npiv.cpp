@@ -31,9 +31,7 @@ std::vector<PortTopology> virtual_ports(Adapter& adapter) {
 
 DriverStatus tell_readiness(Adapter& adapter, Request& request) {
   const auto& npiv = adapter.topology().npiv;
-  const bool ready = npiv && npiv->ready && adapter.state<Link>().is_up() &&
-                     adapter.state<BoardState>().mode() == BoardMode::normal;
-  request.block().value = ready ? 1 : 0;
+  request.block().value = npiv && npiv->ready && is_on_fabric.holds(adapter, request) ? 1 : 0;
   return DriverStatus::success;
 }
 

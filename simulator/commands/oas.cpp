@@ -119,16 +119,6 @@ bool has_port(const Adapter& adapter, const Wwn& port_wwn) {
                             board.npiv->ports.end());
 }
 
-constexpr Guard offers_oas{
-    [](Adapter& adapter, const Request&) { return adapter.topology().offers.oas.has_value(); },
-    DriverStatus::not_supported};
-
-constexpr Guard names_itself{repeats_its_id, DriverStatus::not_supported};
-
-constexpr Guard is_enabled{
-    [](Adapter& adapter, const Request&) { return adapter.topology().offers.oas->enabled; },
-    DriverStatus::feature_disabled};
-
 DriverStatus get_version(Adapter& adapter, Request& request) {
   request.block().value = adapter.topology().offers.oas->version;
   return DriverStatus::success;
@@ -181,9 +171,9 @@ DriverStatus list_rules(Adapter& adapter, Request& request) {
 }  // namespace
 
 void add_oas_handlers(HandlerTable& table) {
-  table.when(offers_oas)
-      .when(names_itself)
-      .when(is_enabled)
+  table.when(offers<&FeatureTopology::oas>)
+      .when(names_itself<DriverStatus::not_supported>)
+      .when(is_enabled<&FeatureTopology::oas>)
       .on<"RAVN_MGMT_OAS_GET">(list_rules)
       .on<"RAVN_MGMT_OAS_SET">(set_rule)
       .on<"RAVN_MGMT_OAS_VER">(get_version);

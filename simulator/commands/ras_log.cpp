@@ -118,14 +118,6 @@ class RasLog {
   Saved<State> state_;
 };
 
-constexpr Guard offers_ras_log{
-    [](Adapter& adapter, const Request&) { return adapter.topology().offers.ras_log.has_value(); },
-    DriverStatus::not_supported};
-
-constexpr Guard is_enabled{
-    [](Adapter& adapter, const Request&) { return adapter.topology().offers.ras_log->enabled; },
-    DriverStatus::feature_disabled};
-
 DriverStatus get_config(Adapter& adapter, Request& request) {
   auto& log = adapter.state<RasLog>();
   log.grow();
@@ -174,8 +166,8 @@ DriverStatus get_log(Adapter& adapter, Request& request) {
 }  // namespace
 
 void add_ras_log_handlers(HandlerTable& table) {
-  table.when(offers_ras_log)
-      .when(is_enabled)
+  table.when(offers<&FeatureTopology::ras_log>)
+      .when(is_enabled<&FeatureTopology::ras_log>)
       .on<"RAVN_MGMT_GET_RAS_CONFIG">(get_config)
       .on<"RAVN_MGMT_GET_RAS_LOG">(get_log)
       .on<"RAVN_MGMT_SET_RAS_CONFIG">(set_config);

@@ -74,7 +74,7 @@ DriverStatus describe_dump_region(Adapter& adapter, Request& request) {
   if (block.selector != 0) {
     return DriverStatus::not_found;
   }
-  if (adapter.state<BoardState>().mode() == BoardMode::not_ready) {
+  if (!adapter.state<BoardState>().is_ready()) {
     return DriverStatus::transport_failed;
   }
   constexpr std::uint64_t first_address = 0x3F0000000;

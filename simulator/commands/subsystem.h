@@ -21,10 +21,9 @@ inline constexpr Guard takes_extended_sli_config{
     [](Adapter& adapter, const Request&) { return adapter.topology().extended_sli_config; },
     DriverStatus::not_supported};
 
-inline constexpr Guard is_ready{[](Adapter& adapter, const Request&) {
-                                  return adapter.state<BoardState>().mode() != BoardMode::not_ready;
-                                },
-                                DriverStatus::not_ready};
+inline constexpr Guard is_ready{
+    [](Adapter& adapter, const Request&) { return adapter.state<BoardState>().is_ready(); },
+    DriverStatus::not_ready};
 
 inline constexpr Guard can_change{
     [](Adapter& adapter, const Request&) { return adapter.state<BoardState>().can_change(); },
@@ -38,9 +37,24 @@ inline constexpr Guard is_on_fabric{[](Adapter& adapter, const Request&) {
                                     },
                                     DriverStatus::not_ready};
 
-/** Whether the Command block names its own command in the selector word, as some have to. */
-inline bool repeats_its_id(Adapter& /*adapter*/, const Request& request) {
-  return request.block().selector == request.command().number;
-}
+/** The Command block names its own command in the selector word, as some have to. */
+template <DriverStatus otherwise>
+constexpr Guard names_itself{[](Adapter&, const Request& request) {
+                               return request.block().selector == request.command().number;
+                             },
+                             otherwise};
+
+/** The board offers a feature, such as &FeatureTopology::oas. */
+template <auto feature>
+constexpr Guard offers{[](Adapter& adapter, const Request&) {
+                         return (adapter.topology().offers.*feature).has_value();
+                       },
+                       DriverStatus::not_supported};
+
+/** A feature that the board offers is enabled. */
+template <auto feature>
+constexpr Guard is_enabled{
+    [](Adapter& adapter, const Request&) { return (adapter.topology().offers.*feature)->enabled; },
+    DriverStatus::feature_disabled};
 
 }  // namespace ravnsim

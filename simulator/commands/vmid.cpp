@@ -58,10 +58,6 @@ DriverStatus apply(std::vector<VmidMachine>& machines, const VmidMachine& machin
   return std::erase_if(machines, is_it) > 0 ? DriverStatus::success : DriverStatus::not_found;
 }
 
-constexpr Guard offers_vmid{
-    [](Adapter& adapter, const Request&) { return adapter.topology().offers.vmid.has_value(); },
-    DriverStatus::not_supported};
-
 DriverStatus get_qfpa(Adapter& adapter, Request& request) {
   const auto& vmid = adapter.topology().offers.vmid;
   QfpaRecord record{};
@@ -108,7 +104,7 @@ DriverStatus update_mapping(Adapter& adapter, Request& request) {
 }  // namespace
 
 void add_vmid_handlers(HandlerTable& table) {
-  table.when(offers_vmid)
+  table.when(offers<&FeatureTopology::vmid>)
       .on<"RAVN_MGMT_VMID_GET_ID_MAPPING">(get_mapping)
       .on<"RAVN_MGMT_VMID_GET_QFPA">(get_qfpa)
       .on<"RAVN_MGMT_VMID_UPDATE_MAPPING">(update_mapping);
