@@ -6,30 +6,23 @@
 namespace ovk::test {
 namespace {
 
+using InformationTest = OvkctlTest;
 using testing::AllOf;
 using testing::ElementsAre;
 using testing::HasSubstr;
 
-using LinkCommandTest = OvkctlTest;
-using IoCommandTest = OvkctlTest;
-using VpdCommandTest = OvkctlTest;
-using ParamsCommandTest = OvkctlTest;
-using PciCommandTest = OvkctlTest;
-using MemoryCommandTest = OvkctlTest;
-using RegisterCommandTest = OvkctlTest;
-using ModuleCommandTest = OvkctlTest;
-
-TEST_F(LinkCommandTest, ShowsTheLinkAndTheNodesThatThePortsListShows) {
+TEST_F(InformationTest, LinkShowsItsStateAndTheNodesThatThePortsListShows) {
   const json link = json_of("link 0");
   EXPECT_THAT(link, Holds(R"({"state": "up", "topology": "point to point", "speed_gbit": 32,
                               "logical_speed_gbit": 32})"_json));
   EXPECT_EQ(column(link.at("nodes"), "port_wwn"),
             column(json_of("ports 0").at("discovered_ports"), "port_wwn"));
+  EXPECT_THAT(column(link.at("nodes"), "handle"), ElementsAre(1, 2, 3));
   EXPECT_THAT(column(link.at("nodes"), "target_id"), ElementsAre(0, 1, 2));
   EXPECT_EQ(json_of("link 1").at("logical_speed_gbit"), nullptr);
 }
 
-TEST_F(LinkCommandTest, ShowsALoopAndATrunk) {
+TEST_F(InformationTest, LinkShowsALoopAndATrunk) {
   set_board({{"trunk", {{"ports", {0, 1, 2}}, {"ports_up", {0, 2}}}},
              {"port", {{"fc_id", "0xe8"}, {"type", "nl_port"}, {"speed", 16}}},
              {"discovered_ports", json::parse(R"([{"node_wwn": "1000020100000002", "fc_id": "0xef",
@@ -44,15 +37,7 @@ TEST_F(LinkCommandTest, ShowsALoopAndATrunk) {
   EXPECT_THAT(run("trunk 0"), Exits(1, "this adapter does not support it"));
 }
 
-TEST_F(IoCommandTest, CountsTheScsiCommandsOfEarlierProcesses) {
-  const json before = json_of("io 0");
-  EXPECT_EQ(before.at("nodes"), 3);
-  EXPECT_EQ(before.at("commands").at("reads"), 0);
-  EXPECT_THAT(run("inquiry 0 10:00:02:0a:54:00:00:01 0"), Exits(0));
-  EXPECT_GE(json_of("io 0").at("commands").at("reads"), 1);
-}
-
-TEST_F(VpdCommandTest, ParsesWhatItWritesToAFile) {
+TEST_F(InformationTest, VpdParsesWhatItWritesToAFile) {
   const json vpd = json_of("vpd 0 -o vpd.bin");
   EXPECT_THAT(vpd, Holds({{"checksum", "right"}, {"complete", true}}));
   EXPECT_THAT(
@@ -63,7 +48,7 @@ TEST_F(VpdCommandTest, ParsesWhatItWritesToAFile) {
   EXPECT_THAT(image, AllOf(testing::StartsWith("\x82"), testing::EndsWith("\x78")));
 }
 
-TEST_F(VpdCommandTest, HasRoomForTheLongestTextsAndTellsAnAdapterWithoutVpdFromAFailure) {
+TEST_F(InformationTest, VpdHasRoomForTheLongestTextsAndTellsAnAdapterWithoutItFromAFailure) {
   const std::string text(64, 'x');
   set_board({{"model", text + text}, {"serial_number", text}, {"hardware_version", text}});
   EXPECT_THAT(json_of("vpd 0"), Holds({{"checksum", "right"}, {"complete", true}}));
@@ -73,7 +58,7 @@ TEST_F(VpdCommandTest, HasRoomForTheLongestTextsAndTellsAnAdapterWithoutVpdFromA
   EXPECT_THAT(run("vpd 0"), Exits(1, "result 3: the command was not delivered"));
 }
 
-TEST_F(ParamsCommandTest, ASetValueStaysAndOneOutOfRangeIsRefused) {
+TEST_F(InformationTest, AParameterThatIsSetStaysAndOneOutOfRangeIsRefused) {
   EXPECT_THAT(json_of("params set 0 lun_queue_depth 32 --yes"),
               Holds({{"before", 64}, {"value", 32}}));
   EXPECT_THAT(run("params set 0 lun_queue_depth 513 --yes"), Exits(1, "It takes 1 to 512."));
@@ -84,7 +69,7 @@ TEST_F(ParamsCommandTest, ASetValueStaysAndOneOutOfRangeIsRefused) {
   EXPECT_THAT(parameters[4], Holds({{"name", "node_timeout"}, {"value", 10}, {"default", 10}}));
 }
 
-TEST_F(PciCommandTest, TheConfigurationReadsWellToOthers) {
+TEST_F(InformationTest, ThePciConfigurationReadsWellToOthers) {
   const json config = json_of("pci config 0");
   EXPECT_THAT(config, Holds({{"vendor", "0x5456"}, {"device", "0x3200"}}));
   EXPECT_EQ(config.at("bars").size(), 2U);
@@ -99,7 +84,7 @@ TEST_F(PciCommandTest, TheConfigurationReadsWellToOthers) {
   EXPECT_EQ(json_of("pci location 0").at("location"), "0000:3b:00.0");
 }
 
-TEST_F(PciCommandTest, AWriteReachesWhatCanBeWritten) {
+TEST_F(InformationTest, APciWriteReachesWhatCanBeWritten) {
   EXPECT_THAT(run("pci write 0 0x3c 0a --yes"), Exits(0));
   EXPECT_EQ(json_of("pci config 0").at("interrupt_line"), 10);
   EXPECT_THAT(run("pci write 0 0x3e 0a --yes"), Exits(2));
@@ -113,7 +98,7 @@ TEST_F(PciCommandTest, AWriteReachesWhatCanBeWritten) {
       << "ones clear status bits, zeros clear control bits";
 }
 
-TEST_F(MemoryCommandTest, WhatIsWrittenFromAFileIsReadBackWhole) {
+TEST_F(InformationTest, MemoryThatIsWrittenFromAFileIsReadBackWhole) {
   std::string data;
   for (int i = 0; i < 10000; ++i) {  // more than one transfer
     data += static_cast<char>(i * 7 + i / 256);
@@ -125,15 +110,13 @@ TEST_F(MemoryCommandTest, WhatIsWrittenFromAFileIsReadBackWhole) {
   EXPECT_THAT(run("mem read 1 0x102 4").out, HasSubstr("00000102  07 0e 15 1c"));
 }
 
-TEST_F(MemoryCommandTest, SaysWhyItCannot) {
+TEST_F(InformationTest, MemoryAndRegistersSayWhyTheyCannot) {
   EXPECT_THAT(run("mem read 0 0 4"), Exits(1, "result 4: SLI-4 adapters have no memory"));
   EXPECT_THAT(run("mem read 1 16384 4"), Exits(1, "result 22"));
-  EXPECT_THAT(run("mem read 1 0xFFFFFFFF 4"), Exits(2));
-  EXPECT_THAT(run("mem write 1 0 --yes"), Exits(2)) << "no bytes";
   EXPECT_THAT(run("reg read 0 0"), Exits(1, "result 2: SLI-4"));
 }
 
-TEST_F(RegisterCommandTest, AWriteShowsWhatTheRegisterBecame) {
+TEST_F(InformationTest, ARegisterWriteShowsWhatTheRegisterBecame) {
   EXPECT_EQ(json_of("reg write 1 0x4 6 --yes").at("value"), "0x00000000");
   EXPECT_EQ(json_of("reg write 1 0x0 2 --yes").at("value"), "0x00000004");
   json_of("reg write 1 0xc 0xcafe --yes");
@@ -141,7 +124,7 @@ TEST_F(RegisterCommandTest, AWriteShowsWhatTheRegisterBecame) {
   EXPECT_EQ(json_of("reg read 1 0x8").at("value"), "0xc0000000");
 }
 
-TEST_F(ModuleCommandTest, ShowsAllBoardsAndComparesInterfaces) {
+TEST_F(InformationTest, ModuleShowsAllBoardsAndComparesInterfaces) {
   const json info = json_of("module info");
   EXPECT_EQ(info.at("name"), "ravn");
   EXPECT_EQ(info.at("boards").size(), 4U) << "also the one that is not Fibre Channel";
@@ -153,7 +136,7 @@ TEST_F(ModuleCommandTest, ShowsAllBoardsAndComparesInterfaces) {
   EXPECT_EQ(other.at("driver").at("revision"), "1.0.0-0");
 }
 
-TEST_F(ModuleCommandTest, LogsALineAndRaisesAnEvent) {
+TEST_F(InformationTest, ModuleLogsALineAndRaisesAnEvent) {
   EXPECT_THAT(run("module log \"maintenance $(printf '\\033')begins\""),
               Exits(0, "driver log: maintenance ?begins\n"));
   EXPECT_THAT(run("module log " + std::string(65, 'x')), Exits(2));

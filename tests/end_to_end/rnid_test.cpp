@@ -24,29 +24,25 @@ TEST_F(RnidTest, SettingChangesWhatIsNamedAndTheBoardKeepsIt) {
               Holds({{"ip_version_text", "IPv6"}, {"ip_address", "2001:db8::7"}}));
 }
 
-TEST_F(RnidTest, SendingDecodesTheReplyOfAPortByEitherName) {
-  const json by_port = json_of("rnid send 0 10:00:02:0a:54:00:00:01");
-  EXPECT_EQ(by_port.at("format"), "0xdf");
-  EXPECT_EQ(by_port.at("topology").at("unit_type_text"), "storage device");
-  EXPECT_EQ(by_port.at("reply").get<std::string>().substr(0, 16), "02000000df000034");
-  const json by_node = json_of("rnid send 0 10:00:02:0a:54:00:00:00 --node");
-  EXPECT_EQ(by_node.at("reply"), by_port.at("reply"));
-  EXPECT_THAT(run("rnid send 0 10:00:02:0a:54:00:00:77"),
-              Exits(1, "the port is not known to the board, or did not answer"));
-}
-
 TEST_F(RnidTest, APortAcceptsWithItsGeneralTopologyDataInWireOrder) {
   set_board({{"discovered_ports", json::parse(R"([{"node_wwn": "1000020100000003", "fc_id": 3,
-      "port_wwn": "1000020000000003", "rnid": {"unit_type": 11, "physical_port": "0x01020304",
+      "port_wwn": "1000020000000003", "rnid": {"unit_type": 10, "physical_port": "0x01020304",
         "attached_nodes": 2, "udp_port": 161, "ip_address": "192.0.2.17",
         "topology_flags": "0x8001"}},
       {"node_wwn": "1000020100000004", "port_wwn": "1000020000000004", "fc_id": 4,
        "rnid": {"answers": false}}])")}});
   const std::string send = "rnid send 0 100002000000000";
-  EXPECT_EQ(json_of(send + "3").at("reply"), "02000000df000034" + std::string(32, '0') +
-                                                 "0000000b0102030400000002000100a1" +
-                                                 std::string(24, '0') + "c000021100008001");
-  EXPECT_THAT(run(send + "4"), Exits(1, "did not answer"));
+  const json by_port = json_of(send + "3");
+  EXPECT_EQ(by_port.at("format"), "0xdf");
+  EXPECT_THAT(by_port.at("topology"),
+              Holds({{"unit_type_text", "host"}, {"ip_address", "192.0.2.17"}}));
+  EXPECT_EQ(json_of("rnid send 0 1000020100000003 --node").at("reply"), by_port.at("reply"));
+  EXPECT_EQ(by_port.at("reply"), "02000000df000034" + std::string(32, '0') +
+                                     "0000000a0102030400000002000100a1" + std::string(24, '0') +
+                                     "c000021100008001");
+  for (const char* const silent : {"4", "7"}) {
+    EXPECT_THAT(run(send + silent), Exits(1, "is not known to the board, or did not answer"));
+  }
 }
 
 TEST_F(RnidTest, AReplyThatEndsTooEarlyIsShownAsItIs) {

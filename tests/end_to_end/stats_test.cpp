@@ -36,7 +36,7 @@ TEST_F(StatsTest, ReadSinceTheLastResetOfAnyRunOrSinceTheLoad) {
   EXPECT_EQ(json_of("stats 0 --since-load").at("counters").at("error_frames"), "7");
 }
 
-TEST_F(StatsTest, AResetBeforeTheDriverWasLoadedAnewCountsNoMore) {
+TEST_F(StatsTest, AResetBeforeTheDriverWasLoadedAnewCountsNoMoreAndABaselineThatIsNoneIsNamed) {
   set_counters(busy);
   json_of("stats reset 0");
   set_counters(R"({"error_frames": {"start": 2}})");
@@ -44,6 +44,9 @@ TEST_F(StatsTest, AResetBeforeTheDriverWasLoadedAnewCountsNoMore) {
   EXPECT_EQ(shown.at("since"), "driver load");
   EXPECT_EQ(shown.at("counters").at("error_frames"), "2");
   EXPECT_THAT(run("stats 0").out, testing::HasSubstr("loaded anew"));
+  const std::string file = "baselines/ovkctl/statistics-10:00:02:00:00:00:00:01";
+  write(file, "12\n13\n");
+  EXPECT_THAT(run("stats 0"), Exits(1, file + " does not hold the counters of a port."));
 }
 
 TEST_F(StatsTest, WatchingShowsRatesOneDocumentALine) {
@@ -58,14 +61,6 @@ TEST_F(StatsTest, WatchingShowsRatesOneDocumentALine) {
     EXPECT_NEAR(counters.at(3).at("per_second").get<double>(), 1000, 100);
     EXPECT_TRUE(counters.at(5).at("per_second").is_null()) << "LIPs are not counted";
   }
-}
-
-TEST_F(StatsTest, ABaselineThatIsNoneIsNamed) {
-  set_counters(busy);
-  json_of("stats reset 0");
-  const std::string file = "baselines/ovkctl/statistics-10:00:02:00:00:00:00:01";
-  write(file, "12\n13\n");
-  EXPECT_THAT(run("stats 0"), Exits(1, file + " does not hold the counters of a port."));
 }
 
 }  // namespace

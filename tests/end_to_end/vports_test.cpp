@@ -8,9 +8,8 @@ namespace {
 using testing::HasSubstr;
 
 using VportsTest = OvkctlTest;
-using NodesTest = OvkctlTest;
 
-constexpr const char* unknown_port = "10:00:02:28:54:56:32:77";
+const std::string unknown_port = "10:00:02:28:54:56:32:77";
 
 TEST_F(VportsTest, ListAndShowAgreeWithTheTopology) {
   const json described = described_boards()[0].at("npiv").at("virtual_ports");
@@ -22,8 +21,7 @@ TEST_F(VportsTest, ListAndShowAgreeWithTheTopology) {
     EXPECT_THAT(run("vports show 0 " + vport.at("port_wwn").get<std::string>()).out,
                 HasSubstr(vport.at("symbolic_name").get<std::string>()));
   }
-  EXPECT_THAT(run(std::string("vports show 0 ") + unknown_port),
-              Exits(1, "no virtual port with this name"));
+  EXPECT_THAT(run("vports show 0 " + unknown_port), Exits(1, "no virtual port with this name"));
 }
 
 TEST_F(VportsTest, ReadinessAndResourcesAreTheBoards) {
@@ -36,7 +34,7 @@ TEST_F(VportsTest, ReadinessAndResourcesAreTheBoards) {
   EXPECT_EQ(json_of("vports ready 0").at("ready"), false);
 }
 
-TEST_F(NodesTest, AreThePortsThatTheBoardSeesWhicheverOfItsPortsIsAsked) {
+TEST_F(VportsTest, NodesAreThePortsThatTheBoardSeesWhicheverOfItsPortsIsAsked) {
   const json described = described_boards()[0];
   const json& ports = described.at("discovered_ports");
   const json own = json_of("nodes 0");
@@ -46,14 +44,16 @@ TEST_F(NodesTest, AreThePortsThatTheBoardSeesWhicheverOfItsPortsIsAsked) {
   EXPECT_EQ(column(own.at("nodes"), "fc_id"), column(ports, "fc_id"));
   const std::string vport = described.at("npiv").at("virtual_ports")[0].at("port_wwn");
   EXPECT_EQ(json_of("nodes 0 " + vport).at("nodes"), own.at("nodes"));
-  EXPECT_THAT(run(std::string("nodes 0 ") + unknown_port), Exits(1, "no port of the board"));
+  EXPECT_THAT(run("nodes 0 " + unknown_port), Exits(1, "no port of the board"));
 }
 
-TEST_F(NodesTest, ADriverThatClaimsMoreThanThereIsRoomForIsNotBelieved) {
+TEST_F(VportsTest, ADriverThatClaimsMoreThanThereIsRoomForIsNotBelieved) {
   set_faults(R"([{"command": "RAVN_MGMT_VPORT_GET_NODE_INFO", "effect": "count", "value": 513},
-                 {"command": "RAVN_MGMT_VPORT_GET_LIST", "effect": "count", "value": 4097}])");
+                 {"command": "RAVN_MGMT_VPORT_GET_LIST", "effect": "count", "value": 4097},
+                 {"command": "RAVN_MGMT_HBA_GETEVENT", "effect": "count", "value": "0xFFFFFFFF"}])");
   EXPECT_THAT(run("nodes 0"), Exits(1, "513 nodes where 512 have room"));
   EXPECT_THAT(run("vports list 0"), Exits(1, "4097 virtual ports where 4096 have room"));
+  EXPECT_THAT(run("events 0"), Exits(1, "4294967295 events where 32 have room"));
 }
 
 }  // namespace

@@ -39,7 +39,7 @@ Names names_in(const std::string& line) {
  */
 bool nobody_owns(const std::string& name, bool is_eui64) {
   static const Names other_numbers{"10000000deadbeef", "12345678ffff0001"};
-  static const std::regex local{"(1000|2...).[26aeAE].*"};
+  static const std::regex local{"(1000|2...|6).[26aeAE].*"};
   static const std::regex local_eui64{".[2367abefABEF].*"};
   static const std::regex registered{"[1256].*"};
   return other_numbers.contains(name) ||

@@ -19,10 +19,7 @@ using enum ChannelError;
 
 constexpr int code(ChannelError error) { return static_cast<int>(error); }
 
-class ChannelTest : public SimulatorTest {
- protected:
-  ChannelTest() { use_topology(one_board); }
-};
+using ChannelTest = SimulatorTest;
 
 TEST_F(ChannelTest, WritesExactlyTheBytesThatAreDeclaredAsOutputWhateverTheStatus) {
   constexpr std::size_t size = 490;

@@ -21,23 +21,8 @@ std::pair<ChannelError, std::string> opening() {
   return {ChannelError{result}, testing::internal::GetCapturedStderr()};
 }
 
-class TopologyTest : public SimulatorTest {};
-class FaultsTest : public SimulatorTest {
- protected:
-  FaultsTest() { use_topology(one_board); }
-
-  /** The results of some refreshes: the invoke result, or the status when that is 0. */
-  static std::vector<std::uint32_t> refreshes(const Channel& channel, int count) {
-    std::vector<std::uint32_t> results;
-    for (int i = 0; i < count; ++i) {
-      CommandBlock block{.driver_board = 3};
-      const int result = channel.invoke("RAVN_MGMT_HBA_REFRESHINFO", block);
-      results.push_back(result != 0 ? static_cast<std::uint32_t>(result)
-                                    : static_cast<std::uint32_t>(block.status));
-    }
-    return results;
-  }
-};
+using TopologyTest = SimulatorTest;
+using FaultsTest = SimulatorTest;
 
 struct Mistake {
   std::string passage;
@@ -94,12 +79,8 @@ const Mistake mistakes[] = {
     {"\"S1\"", '"' + std::string(65, 's') + '"', ": /boards/0/serial_number: the text has 65"},
     in_board(R"("device": 1)", "device: this member stands twice"),
     in_port(R"("fc_id": 4)", "fc_id: this member stands twice"),
-    in_board(R"("statistics": {"lip": "often"})", "statistics/lip: \"often\" is none of not_cou"),
-    in_board(R"("statistics": {"lips": {}})", "statistics: member \"lips\" is unknown"),
     in_board(R"("timeline": [{"happens": "lip"}])",
              "timeline/0: exactly one of after_seconds and after_commands"),
-    in_board(R"("timeline": [{"after_seconds": 1, "happens": "lip", "fc_id": 1}])",
-             "timeline/0: member \"fc_id\" is unknown"),
     in_board(R"("timeline": [{"after_seconds": 1, "happens": "port_leaves",
                               "port_wwn": "1000020000000001"}])",
              "timeline/0/port_wwn: the board discovers no port with the port_wwn"),
@@ -156,8 +137,13 @@ TEST_F(FaultsTest, FailTheCallsThatTheyNameInTheOrderOfTheFileAndNoOthers) {
     {"command": "RAVN_MGMT_HBA_REFRESHINFO", "skip": 9, "status": 7},
     {"command": "RAVN_MGMT_SETDIAG", "status": 7}])");
   testing::internal::CaptureStderr();
-  EXPECT_THAT(refreshes(Channel{}, 8),
-              testing::ElementsAre(0, 0x0BAD0039, 0x0BAD0039, 110, 0, 7, 7, 7));
+  std::optional<Channel> channel{std::in_place};
+  for (const int result : {0, 0x0BAD0039, 0x0BAD0039, 110, 0, 7, 7, 7}) {
+    CommandBlock block{.driver_board = 3};
+    const int undelivered = channel->invoke("RAVN_MGMT_HBA_REFRESHINFO", block);
+    EXPECT_EQ(undelivered != 0 ? undelivered : static_cast<int>(block.status), result);
+  }
+  channel.reset();
   const std::string missed = ": the fault of RAVN_MGMT_";
   EXPECT_EQ(testing::internal::GetCapturedStderr(),
             "ravnsim: " + path + ": /3" + missed + "HBA_REFRESHINFO was never hit\n" +
@@ -192,9 +178,7 @@ TEST_F(FaultsTest, MistakesAreToldAsThoseOfTheTopology) {
       {setdiag + R"("invoke_error": 0)", "/0/invoke_error: 0 is not"},
       {setdiag + R"("status": 7, "value": 1)", "/0/value: only an effect"},
       {setdiag + R"("status": 7, "times": 0)", "/0/times: 0 is not"},
-      {setdiag + R"("status": 7, "times": "ever")", "none of always"},
       {setdiag + R"("status": 7, "board": 4)", "/0/board: the host has no"},
-      {setdiag + R"("status": 7, "boards": 3)", "\"boards\" is unknown"},
       {setdiag + R"("effect": "stale")", "\"stale\" is no effect of RAVN_MGMT_SETDIAG"},
   };
   for (const auto& [fault, message] : wrong) {

@@ -3,7 +3,7 @@
 
 #include "tests/simulator/simulator_test.h"
 
-#include <fstream>
+#include <tuple>
 
 namespace ravnsim::test {
 

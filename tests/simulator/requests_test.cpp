@@ -38,11 +38,12 @@ Bytes auth_passwords(const std::string& own, const std::string& peers = "") {
   return record + text(peers);
 }
 
-/** An update of one virtual machine. */
-Bytes vmid_update(std::uint32_t identifier, std::uint32_t action) {
-  Bytes head = words({1, 0}) + Bytes{7};
-  head.resize(8 + 272);
-  return head + words({identifier, action});
+/** What an update does with a virtual machine: adds it with an identifier or any (1), removes it
+ * (2). */
+Bytes machine(std::uint8_t uuid, std::uint32_t action, std::uint32_t identifier = 0) {
+  Bytes head{uuid};
+  head.resize(272);
+  return head + words({identifier, action, 0, 0, 0, 0, 0});
 }
 
 /** A request, and the status that the driver gives it. */
@@ -87,7 +88,6 @@ TEST_F(RequestsTest, WordsThatMakeNoSenseAreRefusedUpToTheirLimits) {
       {"SETCFG", {.index = 15, .value = 4}, {}, not_permitted},
       {"SETCFG", {.index = 1, .value = 0}, {}, does_not_fit},
       {"SETDIAG", {.selector = 15}, {}, not_supported},
-      {"SETDIAG", {.selector = 21}, {}, not_supported},
       {"RESET", {.selector = 4}, {}, not_supported},
       {"EVENT_TEST", {.selector = 6}, {}, not_found},
       {"GET_TRUNK_INFO", {.selector = 1}, {}, not_permitted},
@@ -106,11 +106,25 @@ TEST_F(RequestsTest, WordsThatMakeNoSenseAreRefusedUpToTheirLimits) {
       {"OAS_GET", {.selector = 0x1015}, {unknown_port}, oas_no_such_port},
       {"SET_RAS_CONFIG", {}, {{1, 5}}, ras_bad_level},
       {"GET_RAS_LOG", {}, {words({0, 0, 1, 1})}, does_not_fit},
-      {"VMID_UPDATE_MAPPING", {}, {words({257})}, not_permitted},
-      {"VMID_UPDATE_MAPPING", {}, {vmid_update(5, 0)}, not_permitted},
-      {"VMID_UPDATE_MAPPING", {}, {vmid_update(7, 1)}, not_permitted},
-      {"VMID_UPDATE_MAPPING", {}, {vmid_update(5, 2)}, not_found},
+      {"SET_RAS_CONFIG", {}, {{0, 0}}, ras_not_active},
+      {"SET_RAS_CONFIG", {}, {{1, 4}}, success},
+      {"SET_RAS_CONFIG", {}, {{1, 4}}, ras_already_active},
   });
+}
+
+TEST_F(RequestsTest, AVirtualMachinesUpdateIsTakenWholeOrNotAtAll) {
+  const auto update = [this](std::uint32_t count, const Bytes& machines) {
+    return status_of("VMID_UPDATE_MAPPING", {}, {words({count, 0}) + machines});
+  };
+  EXPECT_EQ(update(257, {}), not_permitted);
+  EXPECT_EQ(update(1, machine(1, 0, 5)), not_permitted) << "no action";
+  EXPECT_EQ(update(1, machine(1, 1, 7)), not_permitted) << "in no range";
+  EXPECT_EQ(update(2, machine(1, 1) + machine(2, 1)), success);
+  EXPECT_EQ(update(1, machine(3, 1)), does_not_fit);
+  EXPECT_EQ(update(2, machine(1, 2) + machine(9, 2)), not_found);
+  EXPECT_EQ(ask("VMID_GET_ID_MAPPING").word(0), 2U);
+  EXPECT_EQ(update(2, machine(1, 2) + machine(3, 1)), success);
+  EXPECT_EQ(ask("VMID_GET_ID_MAPPING").word(300 + 280), 5U) << "the identifier that became free";
 }
 
 TEST_F(RequestsTest, MailboxesFramesAndSequencesThatAreNoneAreRefused) {
@@ -185,13 +199,13 @@ TEST_F(RequestsTest, LoopbackLastsFromAModeUntilItsEndAndALinkIsNotInitialisedMe
   use_topology(with(full_board(), R"("device")", R"("reset_milliseconds": 0, "device")"));
   use_faults(
       R"([{"command": "RAVN_MGMT_LOOPBACK_TEST", "skip": 1, "effect": "corrupt", "value": 10}])");
-  const Case run{"LOOPBACK_TEST", {.request_size = 8}, {{1, 2, 3, 4, 5, 6, 7, 8, 9}}, success};
   check({{"LOOPBACK_TEST", {.request_size = 8}, {}, no_response},
          {"DIAG_MODE_END", {.option = 15}, {}, not_permitted},
          {"LOOPBACK_MODE", {.code = 1}, {}, success}});
-  EXPECT_EQ(ask(run.command, run.block, run.payloads).part(0, 9, 2), hex("0102fc040506070800"))
+  EXPECT_EQ(ask("LOOPBACK_TEST", {.request_size = 8}, {Bytes(9, 3)}).part(0, 9, 2),
+            hex("0303fc030303030300"))
       << "a fault beyond a frame hits it too";
-  check({run,
+  check({{"LOOPBACK_TEST", {.request_size = 8}, {}, success},
          {"LIP", {}, {}, not_permitted},
          {"LOOPBACK_MODE", {.code = 4}, {}, success},
          {"LOOPBACK_TEST", {.request_size = 8}, {}, no_response},
@@ -228,9 +242,9 @@ TEST_F(RequestsTest, ABoardWithoutAnAbilitySaysSo) {
                     R"("1.2.3", "reset_mode_3": false)"));
   check_all(
       "OAS_VER OAS_SET OAS_GET VMID_GET_QFPA VMID_GET_ID_MAPPING VMID_UPDATE_MAPPING "
-      "GET_RAS_CONFIG "
-      "SET_RAS_CONFIG GET_RAS_LOG SET_AUTH_CONFIG_V2 GET_AUTH_CONFIG_V2 DEL_AUTH_CONFIG_V2 "
-      "PERSIST_AUTH_CONFIG DEL_AUTH_CONFIG_OBJ SET_AUTH_PASSWD_V2 GET_AUTH_PASSWD_V2 INIT_AUTH "
+      "GET_RAS_CONFIG SET_RAS_CONFIG GET_RAS_LOG SET_AUTH_CONFIG_V2 GET_AUTH_CONFIG_V2 "
+      "DEL_AUTH_CONFIG_V2 PERSIST_AUTH_CONFIG DEL_AUTH_CONFIG_OBJ SET_AUTH_PASSWD_V2 "
+      "GET_AUTH_PASSWD_V2 INIT_AUTH "
       "GET_AUTH_STATUS VPORT_GET_RESRC VPORT_GET_LIST VPORT_GET_ATTRIB READ_MEM WRITE_MEM "
       "READ_CTLREG WRITE_CTLREG MBOX_SLI_CFG_EXT MBOX_SLI_CFG_EXT_SUP HBA_GET_FCF_LIST",
       not_supported);
@@ -245,7 +259,6 @@ TEST_F(RequestsTest, ABoardWithoutAnAbilitySaysSo) {
       "DIAG_MODE_END GET_TRUNK_INFO GET_LOGICAL_LINK_SPEED HBA_ISSUE_DMP_MBX HBA_ISSUE_UPD_MBX",
       not_supported);
   check({{"READ_CTLREG", {.index = 0x1}, {}, not_found},
-         {"READ_CTLREG", {.index = 0x10}, {}, not_found},
          {"WRITE_CTLREG", {.index = 0x8}, {}, not_permitted},
          {"WRITE_MEM", {.index = 16381, .request_size = 4}, {}, does_not_fit}});
 }
@@ -254,7 +267,8 @@ TEST_F(RequestsTest, AnswersAreNoLongerThanThereIsRoomFor) {
   for (int i = 0; i < 40; ++i) {
     ask("EVENT_TEST", {.selector = 5});
   }
-  EXPECT_EQ(status_of("SET_FCP_PRIORITY", {.request_size = 3}, {words({3})}), success);
+  ask("SET_FCP_PRIORITY", {.request_size = 3}, {words({3}) + Bytes(3 * 36, 1)});
+  EXPECT_EQ(ask("GET_FCP_PRIORITY", {.request_size = 1}).part(38, 4), hex("01010000"));
   const std::tuple<const char*, std::uint32_t, std::uint32_t> answers[] = {
       {"HBA_GETEVENT", 2, 2},
       {"HBA_GETEVENT", 100, 32},
@@ -293,6 +307,7 @@ TEST_F(RequestsTest, PortsAreGivenByTheirPlaceInTheListOfATagUntilTheListMoves) 
   EXPECT_EQ(discovered(ask("HBA_REFRESHINFO").block.value, 0), PortAnswer(success, 3));
   EXPECT_EQ(status_of("RESET", {.selector = 1}), success);
   EXPECT_EQ(discovered(tag + 1, 0), stale) << "a reset discovers the ports anew";
+  EXPECT_EQ(ask("LINKINFO").word(0), 2U) << "and the link is up again";
 }
 
 }  // namespace

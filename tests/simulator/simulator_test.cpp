@@ -1,23 +1,13 @@
 #include "tests/simulator/simulator_test.h"
 
+#include "simulator/topology/wwn.h"
+
 #include <algorithm>
 #include <array>
 #include <cstdlib>
 #include <cstring>
 
 namespace ravnsim::test {
-
-namespace {
-
-constexpr const char* variables[] = {"RAVNSIM_TOPOLOGY", "RAVNSIM_STATE", "RAVNSIM_FAULTS"};
-
-void clear_environment() {
-  for (const char* variable : variables) {
-    unsetenv(variable);
-  }
-}
-
-}  // namespace
 
 std::vector<vmk_MgmtCallbackInfo> callbacks() {
   std::vector<vmk_MgmtCallbackInfo> table;
@@ -63,14 +53,7 @@ Bytes words(std::initializer_list<std::uint32_t> numbers) {
   return bytes;
 }
 
-Bytes hex(std::string_view digits) {
-  Bytes bytes;
-  for (std::size_t i = 0; i + 1 < digits.size(); i += 2) {
-    bytes.push_back(
-        static_cast<std::uint8_t>(std::stoul(std::string{digits.substr(i, 2)}, nullptr, 16)));
-  }
-  return bytes;
-}
+Bytes hex(std::string_view digits) { return parse_hex(digits).value(); }
 
 Bytes operator+(Bytes first, const Bytes& second) {
   first.insert(first.end(), second.begin(), second.end());
@@ -114,35 +97,18 @@ Answer SimulatorTest::ask(std::string_view command, const CommandBlock& block,
   return answer;
 }
 
-SimulatorTest::SimulatorTest() { clear_environment(); }
-
-SimulatorTest::~SimulatorTest() {
-  restart();
-  clear_environment();
+SimulatorTest::SimulatorTest() {
+  unsetenv("RAVNSIM_STATE");
+  unsetenv("RAVNSIM_FAULTS");
+  use_topology(one_board);
 }
 
-std::string SimulatorTest::use_file(const char* name, const char* variable,
-                                    const std::string& text) {
+std::string SimulatorTest::use_file(const char* variable, const std::string& text) {
   restart();
-  const std::filesystem::path path = folder / name;
+  const std::filesystem::path path = folder / variable;
   ovk::test::write_file(path, text);
   setenv(variable, path.c_str(), 1);
   return path.string();
-}
-
-std::string SimulatorTest::use_topology(const std::string& text) {
-  return use_file("topology.json", variables[0], text);
-}
-
-std::string SimulatorTest::use_faults(const std::string& text) {
-  return use_file("faults.json", variables[2], text);
-}
-
-std::filesystem::path SimulatorTest::use_state() {
-  restart();
-  const auto state = folder / "state";
-  setenv(variables[1], state.c_str(), 1);
-  return state;
 }
 
 const std::string one_board = R"({

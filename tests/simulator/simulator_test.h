@@ -73,19 +73,15 @@ struct Answer {
   [[nodiscard]] Bytes part(std::size_t offset, std::size_t size, std::size_t number = 1) const;
 };
 
-/** An environment without the simulator's variables, a folder for files, and a channel. */
+/** A host of one_board without a state folder, a folder for files, and a channel. */
 class SimulatorTest : public testing::Test {
  protected:
   SimulatorTest();
-  ~SimulatorTest() override;
 
   /** Has the simulator read this text as its topology file or its fault file, from its next start
       on; gives the path. */
-  std::string use_topology(const std::string& text);
-  std::string use_faults(const std::string& text);
-
-  /** Gives the simulator a state folder; gives its path. */
-  std::filesystem::path use_state();
+  std::string use_topology(const std::string& text) { return use_file("RAVNSIM_TOPOLOGY", text); }
+  std::string use_faults(const std::string& text) { return use_file("RAVNSIM_FAULTS", text); }
 
   /** Sends a command, such as "OAS_GET", to board 3, with payloads that begin so, through the
      test's channel, which the first command opens. */
@@ -103,7 +99,7 @@ class SimulatorTest : public testing::Test {
   const std::filesystem::path& folder = own_folder.path();
 
  private:
-  std::string use_file(const char* name, const char* variable, const std::string& text);
+  std::string use_file(const char* variable, const std::string& text);
 
   std::optional<Channel> channel_;
 };

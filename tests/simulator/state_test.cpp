@@ -4,11 +4,9 @@
 
 #include <chrono>
 #include <csignal>
-#include <functional>
+#include <cstdlib>
 #include <sys/resource.h>
-#include <sys/wait.h>
 #include <thread>
-#include <unistd.h>
 
 #include <gmock/gmock.h>
 
@@ -16,35 +14,25 @@ namespace ravnsim::test {
 
 namespace {
 
-using Blob = std::vector<std::uint8_t>;
-
 constexpr std::size_t blob_size = 65536;
 
-Blob blob_of(unsigned byte) { return Blob(blob_size, std::uint8_t(byte)); }
+Bytes blob_of(std::uint8_t byte) { return Bytes(blob_size, byte); }
 
-/** Runs something in a process of its own. */
-pid_t start_child(const std::function<void()>& body) {
-  const pid_t child = fork();
-  if (child == 0) {
-    body();
-    _exit(0);
-  }
-  return child;
-}
-
-/** Waits for a process; gives the signal that killed it, or its exit code, negated. */
-int end_of(pid_t child) {
-  int status = 0;
-  EXPECT_EQ(waitpid(child, &status, 0), child);
-  return WIFSIGNALED(status) ? WTERMSIG(status) : -WEXITSTATUS(status);
-}
-
-/** Lets a file of this process grow to half a blob only. */
-void limit_files() {
+/** Replaces the first blob in a process whose files can grow to half a blob only, and ends it; with
+    0 when the store tells the failure and still has the old one. */
+[[noreturn]] void replace_half(const std::filesystem::path& folder, void (*on_limit)(int)) {
   rlimit limit{};
   getrlimit(RLIMIT_FSIZE, &limit);
   limit.rlim_cur = blob_size / 2;
   setrlimit(RLIMIT_FSIZE, &limit);
+  std::signal(SIGXFSZ, on_limit);
+  StateStore store{folder};
+  try {
+    store.write("blob", blob_of(2));
+  } catch (const StateError&) {
+    std::_Exit(store.read("blob") == blob_of(1) ? 0 : 1);
+  }
+  std::_Exit(1);
 }
 
 TEST_F(SimulatorTest, AStoreKeepsItsBlobsInMemoryOrInItsFolderBeyondItsLife) {
@@ -70,62 +58,32 @@ TEST_F(SimulatorTest, AStoreKeepsItsBlobsInMemoryOrInItsFolderBeyondItsLife) {
 
 TEST_F(SimulatorTest, AWriterThatDiesOrFailsHalfwayLeavesTheOldBlob) {
   { StateStore{folder}.write("blob", blob_of(1)); }
-  for (const bool dies : {true, false}) {
-    const pid_t writer = start_child([&] {
-      std::signal(SIGXFSZ, dies ? SIG_DFL : SIG_IGN);
-      limit_files();
-      StateStore store{folder};
-      try {
-        store.write("blob", blob_of(2));
-      } catch (const StateError&) {
-        _exit(store.read("blob") == blob_of(1) ? 0 : 1);
-      }
-      _exit(1);
-    });
-    EXPECT_EQ(end_of(writer), dies ? SIGXFSZ : 0);
-    StateStore store{folder};
-    EXPECT_EQ(store.read("blob"), blob_of(1));
-  }
+  EXPECT_EXIT(replace_half(folder, SIG_DFL), testing::KilledBySignal(SIGXFSZ), "");
+  EXPECT_EXIT(replace_half(folder, SIG_IGN), testing::ExitedWithCode(0), "");
   StateStore store{folder};
+  EXPECT_EQ(store.read("blob"), blob_of(1));
   store.write("blob", blob_of(3));
   EXPECT_EQ(store.read("blob"), blob_of(3)) << "what the dead writer left is in nobody's way";
 }
 
-TEST_F(SimulatorTest, AFolderInUseByAnotherProcessFailsTheOpeningAfterAWhile) {
-  use_topology(one_board);
-  const auto path = use_state();
-  int ready[2];
-  ASSERT_EQ(pipe(ready), 0);
-  const pid_t holder = start_child([&] {
-    const StateStore store{path};
-    if (write(ready[1], "", 1) == 1) {
-      pause();
-    }
-  });
-  char byte;
-  ASSERT_EQ(read(ready[0], &byte, 1), 1);
-
+TEST_F(SimulatorTest, AFolderInUseFailsTheOpeningAfterAWhile) {
+  setenv("RAVNSIM_STATE", folder.c_str(), 1);
+  std::optional<StateStore> other{folder};
   const auto start = std::chrono::steady_clock::now();
   testing::internal::CaptureStderr();
-  const Channel refused;
-  EXPECT_THAT(testing::internal::GetCapturedStderr(), testing::HasSubstr(path.string()));
-  EXPECT_EQ(refused.open_result(), static_cast<int>(ChannelError::state_in_use));
+  EXPECT_EQ(Channel{}.open_result(), static_cast<int>(ChannelError::state_in_use));
+  EXPECT_THAT(testing::internal::GetCapturedStderr(), testing::HasSubstr(folder));
   EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::seconds{1});
 
-  std::thread killer{[&] {
+  const std::jthread ends{[&] {
     std::this_thread::sleep_for(std::chrono::milliseconds{200});
-    kill(holder, SIGKILL);
+    other.reset();
   }};
-  const Channel opened;
-  EXPECT_EQ(opened.open_result(), 0) << "it waits for a process that is about to end";
-  killer.join();
-  EXPECT_EQ(end_of(holder), SIGKILL);
-  close(ready[0]);
-  close(ready[1]);
+  EXPECT_EQ(Channel{}.open_result(), 0) << "it waits for a user that is about to end";
 }
 
 TEST_F(SimulatorTest, AStateFolderThatCannotBeMadeFailsTheOpening) {
-  const std::string file = use_topology(one_board);
+  const std::string file = use_faults("[]");
   setenv("RAVNSIM_STATE", (file + "/state").c_str(), 1);
   testing::internal::CaptureStderr();
   EXPECT_EQ(Channel{}.open_result(), static_cast<int>(ChannelError::input_output));
