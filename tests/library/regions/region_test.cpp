@@ -146,7 +146,7 @@ TEST_P(Region22Test, ARegionThatIsEmptyOrDamagedIsNotDeliveredAndASetRepairsItFi
   entries[0].bytes[0] = 0xAB;
   const auto expect_repair = [&](const auto& script, std::uint32_t result) {
     script();
-    EXPECT_EQ(OVK_GetRegion22(0, nullptr, nullptr), result);
+    EXPECT_EQ(OVK_GetRegion22(0, entries.data(), &count), result);
     script();
     expect_write22(default_region22());
     expect_write22(patched(default_region22(), {{8, {0xAB}}}));
