@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <fmt/core.h>
-#include <span>
 #include <string>
 #include <vector>
 

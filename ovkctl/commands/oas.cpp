@@ -6,12 +6,10 @@
 #include <algorithm>
 #include <bit>
 #include <endian.h>
-#include <fmt/core.h>
 #include <iterator>
 #include <memory>
 #include <optional>
 #include <span>
-#include <string>
 
 namespace ovkctl {
 namespace {

@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <string>
-#include <vector>
 
 namespace ovkctl {
 namespace {
@@ -64,8 +63,7 @@ Report status(const Board& board) {
 }
 
 void read_piece(const Board& board, std::uint32_t offset, std::span<std::uint8_t> piece) {
-  FwLogRequest request{
-      .offset = offset, .size = static_cast<std::uint32_t>(piece.size()), .buffer = piece.data()};
+  FwLogRequest request{.offset = offset, .size = piece.size(), .buffer = piece.data()};
   board.check(OVK_GetFwLog(board, &request), "Reading the firmware log", log_results);
 }
 

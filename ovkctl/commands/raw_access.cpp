@@ -5,7 +5,6 @@
 
 #include <ovk/info.h>
 
-#include <algorithm>
 #include <bit>
 #include <fmt/core.h>
 #include <limits>

@@ -36,17 +36,6 @@ constexpr unsigned qualifier_shift = 5;
 constexpr Option<std::uint8_t> page_option{
     "--page", "NUMBER", "a page of vital product data instead of the standard data"};
 
-/** The inquiry data of a logical unit: the standard data, or a page. */
-Bytes read_inquiry(const LogicalUnit& unit, std::optional<std::uint8_t> page) {
-  constexpr std::uint32_t most = 255;  // the length in the CDB has one byte
-  Bytes data(most);
-  const std::uint32_t length =
-      send_scsi(unit.board, "The inquiry", data, SendScsiInquiry, &unit.target, unit.word0(),
-                unit.word1(), std::uint8_t{page.has_value()}, page.value_or(0));
-  data.resize(std::min(length, most));
-  return data;
-}
-
 void add_standard(Report& report, const Bytes& data) {
   report.field("type", "Type", device_type_text(data.empty() ? 0x1F : data[0]))
       .field("vendor", "Vendor", ascii_text(data, 8, 8))
@@ -85,16 +74,20 @@ void add_page(Report& report, std::uint8_t page, const Bytes& data) {
 
 Report inquire(const Board& board, const Wwn& target, std::uint32_t lun,
                std::optional<std::uint8_t> page) {
+  constexpr std::uint32_t most = 255;  // the length in the CDB has one byte
   const LogicalUnit unit{board, target, lun};
-  const Bytes data = read_inquiry(unit, page);
+  Bytes data(most);
+  const std::uint32_t length =
+      send_scsi(board, "The inquiry", data, SendScsiInquiry, &target, unit.word0(), unit.word1(),
+                std::uint8_t{page.has_value()}, page.value_or(0));
+  data.resize(std::min(length, most));
   Report report = unit_report(unit);
   if (page) {
     add_page(report, *page, data);
   } else {
     add_standard(report, data);
   }
-  report.payload("", "", data);
-  return report;
+  return report.payload("", "", data);
 }
 
 // ---- capacity -------------------------------------------------------------------------------
@@ -126,14 +119,6 @@ Report show_capacity(const Board& board, const Wwn& target, std::uint32_t lun) {
 
 constexpr std::size_t lun_size = 8;
 
-Bytes report_luns(const Board& board, const Wwn& target) {
-  Bytes data(OVK_SCSI_MAX_TRANSFER);
-  const std::size_t length =
-      send_scsi(board, "Reading the list of logical units", data, SendReportLUNs, &target);
-  data.resize(std::min(length, data.size()));
-  return data;
-}
-
 using LunBytes = std::span<const std::uint8_t>;
 
 constexpr Column<LunBytes> lun_columns[] = {
@@ -142,7 +127,10 @@ constexpr Column<LunBytes> lun_columns[] = {
 };
 
 Report list_luns(const Board& board, const Wwn& target) {
-  const Bytes data = report_luns(board, target);
+  Bytes data(OVK_SCSI_MAX_TRANSFER);
+  const std::size_t length =
+      send_scsi(board, "Reading the list of logical units", data, SendReportLUNs, &target);
+  data.resize(std::min(length, data.size()));
   const std::size_t end =
       std::min<std::size_t>(data.size(), lun_size + std::size_t{big_endian(data, 0, 4)});
   std::vector<LunBytes> luns;
@@ -213,8 +201,7 @@ Report read(const Board& board, const Wwn& target, std::uint32_t lun, std::uint3
   transfer_all(SendScsiRead, place, data, "Reading");
   Report report = board.has_output_file() ? transfer_report(place, data.size())
                                           : Report{}.field("lba", "", lba);
-  report.payload("data", "", std::move(data));
-  return report;
+  return report.payload("data", "", std::move(data));
 }
 
 Report write(const Board& board, const Wwn& target, std::uint32_t lun, const std::string& file,

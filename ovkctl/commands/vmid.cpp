@@ -9,7 +9,6 @@
 #include <bit>
 #include <fmt/core.h>
 #include <memory>
-#include <optional>
 #include <span>
 #include <string>
 

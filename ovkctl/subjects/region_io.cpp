@@ -60,9 +60,7 @@ const RegionKind& region_kind(std::uint32_t number) {
 
 RegionIo::RegionIo(const Board& board) : board_{board}, by_command_{false} {
   DrvInfo info{.record_version = OVK_DRV_INFO_VERSION};
-  if (OVK_GetDrvInfo(board, &info) != OVK_OK) {
-    board.check(OVK_FAILED, "Reading the SLI mode");
-  }
+  board.check(OVK_GetDrvInfo(board, &info) == OVK_OK ? OVK_OK : OVK_FAILED, "Reading the SLI mode");
   by_command_ = info.sli_mode >= OVK_SLI4;
 }
 
