@@ -92,8 +92,8 @@ inline constexpr Run in_order = run_in_order<function, untyped>(function);
 
 /** The call with other arguments or another answer than its row has, and what they come to. */
 struct Variation {
-  Run run =
-      {};  ///< in place of the row's, and with it all that is given, sent and always delivered
+  /** In place of the row's, and with it all that is given, sent and always delivered. */
+  Run run = {};
 
   // Besides those of the row:
   std::vector<Place> given = {};

@@ -19,11 +19,9 @@
 namespace ovk::test {
 namespace {
 
-constexpr std::uint32_t statuses[] = {0x0BAD0003, 0x0BAD0004, 0x0BAD0006, 0x0BAD0007, 0x0BAD000A,
-                                      0x0BAD000D, 0x0BAD000E, 0x0BAD000F, 0x0BAD0010, 0x0BAD0014,
-                                      0x0BAD0020, 0x0BAD0021, 0x0BAD002B, 0x0BAD002C, 0x0BAD0030,
-                                      0x0BAD0039, 0x0BAD005A, 0x0BAD005D, 0x0BAD0084, 0x0BAD009B,
-                                      0x0BAD00B4, 0x0BAD0100, 0x0BAD0119, 0x0BAD0001, 1};
+constexpr std::uint32_t statuses[] = {0x01, 0x03, 0x04, 0x06, 0x07, 0x0A, 0x0D,  0x0E,
+                                      0x0F, 0x10, 0x14, 0x20, 0x21, 0x2B, 0x2C,  0x30,
+                                      0x39, 0x5A, 0x5D, 0x84, 0x9B, 0xB4, 0x100, 0x119};
 
 constexpr std::size_t word_size = 4;
 constexpr std::size_t guard = 16;  // bytes behind the caller's memory
@@ -276,9 +274,10 @@ TEST_P(ContractTest, EveryEndingHasItsResultAndItsEffects) {
   }
   expect_ending({.board = 0, .delivery = 5});
   expect_ending({.board = 0, .delivery = -3});
+  expect_ending({0, 1});
   for (const std::uint32_t status : statuses) {
-    expect_ending({0, status});
-    expect_ending({0, status, 5});
+    expect_ending({0, status_base + status});
+    expect_ending({0, status_base + status, 5});
   }
   for (const Variation& other : GetParam().terms.variations) {
     contract = varied(GetParam(), other);
