@@ -7,8 +7,9 @@
 #include <ovk/auth.h>
 
 #include <algorithm>
+#include <array>
 #include <cstring>
-#include <fmt/chrono.h>
+#include <ctime>
 #include <fmt/core.h>
 #include <optional>
 #include <span>
@@ -315,7 +316,11 @@ Report set_passwords(const Board& board, const Wwn& remote_port,
 // ---- Status ---------------------------------------------------------------------------------
 
 std::string time_text(std::uint32_t seconds) {
-  return fmt::format("{:%Y-%m-%dT%H:%M:%SZ}", fmt::gmtime(static_cast<std::time_t>(seconds)));
+  const std::time_t time = static_cast<std::time_t>(seconds);
+  std::tm parts{};
+  std::array<char, 32> text{};
+  std::strftime(text.data(), text.size(), "%Y-%m-%dT%H:%M:%SZ", gmtime_r(&time, &parts));
+  return text.data();
 }
 
 Report status_report(const Board& board, const ovk::PortPair& ports) {
