@@ -35,7 +35,8 @@ Names names_in(const std::string& line) {
   return names;
 }
 
-/** NAA 1 or 2 with a locally administered address, a local EUI-64, or what is no registered name.
+/** NAA 1, 2 or 6 with a locally administered address, a local EUI-64, or what is no registered
+ * name.
  */
 bool nobody_owns(const std::string& name, bool is_eui64) {
   static const Names other_numbers{"10000000deadbeef", "12345678ffff0001"};
