@@ -6,13 +6,12 @@
 #include <ovk/hbaapi.h>
 
 #include <algorithm>
-#include <array>
 #include <bit>
 #include <cstring>
 #include <fmt/core.h>
+#include <iterator>
 #include <memory>
 #include <optional>
-#include <span>
 #include <vector>
 
 namespace ovkctl {
@@ -28,29 +27,25 @@ struct BoardRow {
   std::optional<DrvInfo> driver;
 };
 
-/** The cell that comes from the board's port, if that could be read. */
-template <auto make_cell>
-constexpr auto of_port =
-    [](const BoardRow& row) { return row.port ? Cell{make_cell(*row.port)} : Cell{}; };
+/** One word for how a board does: what keeps it from working, else the state of its port. */
+std::string state_text(const BoardRow& row) {
+  if (ovk_state[row.board] != OVK_BOARD_NORMAL) {
+    return board_state_text(row.board);
+  }
+  return row.port ? port_state_text(row.port->PortState) : "no answer";
+}
 
 constexpr Column<BoardRow> board_columns[] = {
     {"board", "BOARD", field<&BoardRow::board>},
     {"driver_number", "DRIVER", [](const BoardRow& row) { return ovk_brdno[row.board]; }},
-    {"model", "MODEL", [](const BoardRow& row) { return fixed_text(row.adapter.Model); }},
-    {"port_wwn", "PORT WWN", of_port<[](const PortAttributes& port) { return port.PortWWN; }>},
-    {"board_state", "", [](const BoardRow& row) { return board_state_text(row.board); }},
-    {"port_state", "",
-     of_port<[](const PortAttributes& port) { return port_state_text(port.PortState); }>},
-    {"state", "STATE",
-     [](const BoardRow& row) {
-       return summary_state_text(row.board, row.port ? &*row.port : nullptr);
-     }},
-    {"speed_gbit", "SPEED",
-     of_port<[](const PortAttributes& port) { return Speed{port.PortSpeed}; }>},
-    {"sli_mode", "SLI",
-     [](const BoardRow& row) { return row.driver ? Cell{row.driver->sli_mode} : Cell{}; }},
-    {"firmware", "FIRMWARE",
-     [](const BoardRow& row) { return fixed_text(row.adapter.FirmwareVersion); }},
+    {"model", "MODEL", field<&BoardRow::adapter, &AdapterAttributes::Model>},
+    {"port_wwn", "PORT WWN", field<&BoardRow::port, &PortAttributes::PortWWN>},
+    {"board_state", "", field<&BoardRow::board, board_state_text>},
+    {"port_state", "", field<&BoardRow::port, &PortAttributes::PortState, port_state_text>},
+    {"state", "STATE", field<state_text>},
+    {"speed_gbit", "SPEED", field<&BoardRow::port, as<Speed, &PortAttributes::PortSpeed>>},
+    {"sli_mode", "SLI", field<&BoardRow::driver, &DrvInfo::sli_mode>},
+    {"firmware", "FIRMWARE", field<&BoardRow::adapter, &AdapterAttributes::FirmwareVersion>},
 };
 
 BoardRow read_row(std::uint32_t board) {
@@ -68,53 +63,43 @@ BoardRow read_row(std::uint32_t board) {
 
 Report list(const Host& host) {
   std::vector<BoardRow> rows;
-  for (const Board& board : host.boards()) {
-    rows.push_back(read_row(board));
-  }
-  Report report;
-  report.table("boards", "", board_columns, rows, "There is no board.");
-  return report;
+  std::ranges::transform(host.boards(), std::back_inserter(rows), read_row);
+  return Report{}.table("boards", "", board_columns, rows, "There is no board.");
 }
 
 // ---- show -----------------------------------------------------------------------------------
 
 constexpr ResultText driver_info_results[] = {
     {OVK_NOT_SUPPORTED, "the driver did not give its information or the board's port attributes",
-     "See with \"ovkctl list\" whether the board is ready, and look in the driver's log for the "
-     "reason."},
+     see_driver_log},
 };
 
 void add_adapter(Section& section, const AdapterAttributes& adapter) {
-  section.field("manufacturer", "Manufacturer", fixed_text(adapter.Manufacturer))
-      .field("serial_number", "Serial number", fixed_text(adapter.SerialNumber))
-      .field("model", "Model", fixed_text(adapter.Model))
-      .field("model_description", "Description", fixed_text(adapter.ModelDescription))
+  section.field("manufacturer", "Manufacturer", adapter.Manufacturer)
+      .field("serial_number", "Serial number", adapter.SerialNumber)
+      .field("model", "Model", adapter.Model)
+      .field("model_description", "Description", adapter.ModelDescription)
       .field("node_wwn", "Node WWN", adapter.NodeWWN)
-      .field("node_symbolic_name", "Node symbolic name", fixed_text(adapter.NodeSymbolicName))
-      .field("hardware_version", "Hardware version", fixed_text(adapter.HardwareVersion))
-      .field("firmware_version", "Firmware version", fixed_text(adapter.FirmwareVersion))
-      .field("option_rom_version", "Option ROM version", fixed_text(adapter.OptionROMVersion))
-      .field("driver_name", "Driver name", fixed_text(adapter.DriverName))
-      .field("driver_version", "Driver version", fixed_text(adapter.DriverVersion))
+      .field("node_symbolic_name", "Node symbolic name", adapter.NodeSymbolicName)
+      .field("hardware_version", "Hardware version", adapter.HardwareVersion)
+      .field("firmware_version", "Firmware version", adapter.FirmwareVersion)
+      .field("option_rom_version", "Option ROM version", adapter.OptionROMVersion)
+      .field("driver_name", "Driver name", adapter.DriverName)
+      .field("driver_version", "Driver version", adapter.DriverVersion)
       .field("vendor_specific_id", "Vendor-specific ID", Hex{adapter.VendorSpecificID, 8})
       .field("number_of_ports", "Ports", adapter.NumberOfPorts);
 }
 
-std::string interface_text(const DrvInfo& driver) {
-  return fmt::format("{}.{}.{}", driver.interface_major, driver.interface_minor,
-                     driver.interface_update);
-}
-
 void add_driver(Section& section, const DrvInfo& driver) {
-  List words;
-  for (const std::uint32_t word : driver.words0) {
-    words.push_back(hex_text(word, 8));
-  }
+  List words = hex_list(driver.words0, 8);
   for (const std::uint32_t word : {driver.word64, driver.word68, driver.word108}) {
     words.push_back(hex_text(word, 8));
   }
-  section.field("interface", "Interface", interface_text(driver))
-      .field("host_name", "Host name", fixed_text(driver.host_name))
+  section
+      .field("interface", "Interface",
+             fmt::format("{}.{}.{}", driver.interface_major, driver.interface_minor,
+                         driver.interface_update))
+      .field("host_name", "Host name", driver.host_name)
       .field("sli_mode", "SLI mode", driver.sli_mode)
       .field("features", "Features", Hex{driver.features, 8})
       .field("persistent_link_down", "Persistent link down",
@@ -125,9 +110,8 @@ void add_driver(Section& section, const DrvInfo& driver) {
 }
 
 Report show(const Board& board) {
-  DrvInfo driver{.record_version = OVK_DRV_INFO_VERSION};
-  board.check(OVK_GetDrvInfo(board, &driver), "Reading the driver information",
-              driver_info_results);
+  const auto driver = board.read(OVK_GetDrvInfo, "Reading the driver information",
+                                 driver_info_results, {.record_version = OVK_DRV_INFO_VERSION});
   AdapterAttributes adapter{};
   GetAdapterAttributes(board, &adapter);
 
@@ -145,16 +129,15 @@ Report show(const Board& board) {
 // ---- version --------------------------------------------------------------------------------
 
 Report version() {
-  std::array<char, OVK_LIB_VERSION_SIZE> library{};
-  OVK_GetLibVer(library.data());
+  char library[OVK_LIB_VERSION_SIZE]{};
+  OVK_GetLibVer(library);
   std::uint32_t major = 0;
   std::uint32_t minor = 0;
   GetOvkRev(&major, &minor);
-  Report report;
-  report.field("tool", "ovkctl", OVKCTL_VERSION)
-      .field("library", "libovk", fixed_text(library))
+  return Report{}
+      .field("tool", "ovkctl", OVKCTL_VERSION)
+      .field("library", "libovk", library)
       .field("interface_revision", "interface revision", fmt::format("{}.{}", major, minor));
-  return report;
 }
 
 // ---- module ---------------------------------------------------------------------------------
@@ -168,40 +151,32 @@ using ovk::ModuleBoard;
 
 constexpr Column<ModuleBoard> module_columns[] = {
     {"driver_number", "DRIVER", field<&ModuleBoard::driver_number>},
-    {"model", "MODEL", [](const ModuleBoard& board) { return fixed_text(board.model); }},
-    {"serial_number", "SERIAL",
-     [](const ModuleBoard& board) { return fixed_text(board.serial_number); }},
+    {"model", "MODEL", field<&ModuleBoard::model>},
+    {"serial_number", "SERIAL", field<&ModuleBoard::serial_number>},
     {"port_wwn", "PORT WWN", field<&ModuleBoard::port_wwn>},
-    {"os_device_name", "DEVICE",
-     [](const ModuleBoard& board) { return fixed_text(board.os_device_name); }},
-    {"firmware", "FIRMWARE",
-     [](const ModuleBoard& board) { return fixed_text(board.firmware_version); }},
+    {"os_device_name", "DEVICE", field<&ModuleBoard::os_device_name>},
+    {"firmware", "FIRMWARE", field<&ModuleBoard::firmware_version>},
     {"sli_mode", "SLI", field<&ModuleBoard::sli_mode>},
-    {"device", "PCI DEVICE",
-     [](const ModuleBoard& board) {
-       return Hex{board.device, 8};
-     }},
+    {"device", "PCI DEVICE", as<Hex, &ModuleBoard::device, 8>},
 };
 
 Report module_info(const Host& /*host*/) {
   const auto info = std::make_unique<ModuleInfo>();
   check(ModInfo(info.get()), "Reading the driver module");
   const auto module = std::bit_cast<ovk::ModuleRecord>(*info);
-  Report report;
-  report.field("name", "Driver", fixed_text(module.name))
-      .field("driver_version", "Version", fixed_text(module.version))
+  return Report{}
+      .field("name", "Driver", module.name)
+      .field("driver_version", "Version", module.version)
       .field("interface", "Interface", revision_text(module.interface_revision))
-      .field("logged_messages", "Messages logged", module.logged_messages);
-  const std::size_t count = std::min<std::size_t>(module.board_count, OVK_MAX_BOARDS);
-  report.table("boards", "", module_columns, std::span{module.boards}.first(count),
-               "The driver has no boards.");
-  return report;
+      .field("logged_messages", "Messages logged", module.logged_messages)
+      .table("boards", "", module_columns, first_of(module.boards, module.board_count),
+             "The driver has no boards.");
 }
 
 void add_signature(Section& section, const VersionSignature& signature) {
   section.field("revision", "Revision", revision_text(signature.revision))
-      .field("name", "Name", fixed_text(signature.name))
-      .field("vendor", "Vendor", fixed_text(signature.vendor))
+      .field("name", "Name", signature.name)
+      .field("vendor", "Vendor", signature.vendor)
       .field("callbacks", "Commands", signature.callback_count);
 }
 
@@ -230,9 +205,7 @@ Report module_log(const Host& /*host*/, const std::string& text) {
   }
   std::memcpy(message.text, text.data(), text.size());
   check(LogMsg(&message), "Writing to the driver's log");
-  Report report;
-  report.field("logged", "Logged", text);
-  return report;
+  return Report{}.field("logged", "Logged", text);
 }
 
 /** The event codes of FC-HBA. */
@@ -245,9 +218,9 @@ constexpr Setting<std::uint32_t> detail_setting{"--detail", "NUMBER", "what the 
 
 Report module_test_event(const Board& board, std::uint32_t event, std::uint32_t detail) {
   board.check(EventTest(board, event, detail), "Raising a test event");
-  Report report = board.report();
-  report.field("event", "Event", word_of(events, event)).field("detail", "Detail", Hex{detail, 6});
-  return report;
+  return board.report()
+      .field("event", "Event", word_of(events, event))
+      .field("detail", "Detail", Hex{detail, 6});
 }
 
 }  // namespace

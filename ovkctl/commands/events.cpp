@@ -5,7 +5,7 @@
 #include <array>
 #include <chrono>
 #include <ctime>
-#include <fmt/core.h>
+#include <fmt/chrono.h>
 #include <optional>
 #include <string>
 #include <thread>
@@ -36,23 +36,14 @@ Cell port_cell(const EventInfo& event) {
   return carries_port ? Cell(FcAddress{event.EventData[0]}) : Cell();
 }
 
-List data_words(const EventInfo& event) {
-  List words;
-  for (const std::uint32_t word : event.EventData) {
-    words.push_back(hex_text(word, 8));
-  }
-  return words;
-}
+List data_words(const EventInfo& event) { return hex_list(event.EventData, 8); }
 
 /** Takes what fits into one buffer. */
 std::uint32_t take_some(const Board& board, Events& taken) {
   std::array<EventInfo, OVK_MAX_EVENTS> events{};
   std::uint32_t count = OVK_MAX_EVENTS;
   board.check(GetEventBuffer(board, events.data(), &count), "Reading the events");
-  if (count > events.size()) {
-    throw OperationFailed(fmt::format("The driver says that it gave {} events where {} have room.",
-                                      count, events.size()));
-  }
+  check_room(count, events.size(), "events");
   taken.events.insert(taken.events.end(), events.begin(), events.begin() + count);
   taken.missed += EventMissedCount;
   return count;
@@ -84,39 +75,31 @@ constexpr Column<EventInfo> event_columns[] = {
 
 Report waiting_events(const Board& board) {
   const Events taken = take_events(board);
-  Report report = board.listing();
-  report.table("events", "", event_columns, taken.events, "No events wait.");
+  Report report =
+      board.listing().table("events", "", event_columns, taken.events, "No events wait.");
   add_missed(report, taken);
   return report;
 }
 
 std::string time_text() {
-  const std::time_t now = std::time(nullptr);
-  std::tm local{};
-  localtime_r(&now, &local);
-  std::array<char, 32> text{};
-  std::strftime(text.data(), text.size(), "%Y-%m-%dT%H:%M:%S%z", &local);
-  return text.data();
+  return fmt::format("{:%Y-%m-%dT%H:%M:%S%z}", fmt::localtime(std::time(nullptr)));
 }
 
 /** One event on one line. */
 Report event_line(const Board& board, const EventInfo& event) {
   const std::string time = time_text();
-  const Cell port = port_cell(event);
-  Report report;
-  report.field("time", "", time)
+  return Report{}
+      .field("time", "", time)
       .field("board", "", std::uint32_t{board})
       .field("code", "", event.EventCode)
       .field("event", "", event_text(event))
-      .field("port_fc_id", "", port)
+      .field("port_fc_id", "", port_cell(event))
       .field("data", "", data_words(event))
       .note(fmt::format("{}  {}  {}", time, event_text(event), Cell{data_words(event)}.text()));
-  return report;
 }
 
 Report missed_line(const Board& board, const Events& taken) {
-  Report report;
-  report.field("time", "", time_text()).field("board", "", std::uint32_t{board});
+  Report report = Report{}.field("time", "", time_text()).field("board", "", std::uint32_t{board});
   add_missed(report, taken);
   return report;
 }
@@ -128,13 +111,13 @@ constexpr Option<std::uint32_t> count_option{
     "--count", "NUMBER", "end --follow after so many events", "", {1}};
 
 /** Shows events as they come, until `most` were shown; without it for ever. */
-void follow(const Board& board, std::uint32_t interval, std::optional<std::uint32_t> most) {
+Report follow(const Board& board, std::uint32_t interval, std::optional<std::uint32_t> most) {
   for (std::uint32_t shown = 0; true;) {
     const Events taken = take_events(board);
     for (const EventInfo& event : taken.events) {
       board.show_next(event_line(board, event));
       if (++shown == most) {
-        return;
+        return {};
       }
     }
     if (taken.missed != 0) {
@@ -149,11 +132,7 @@ Report show(const Board& board, bool follows, std::uint32_t interval,
   if (most && !follows) {
     throw UsageError("--count goes with --follow.");
   }
-  if (!follows) {
-    return waiting_events(board);
-  }
-  follow(board, interval, most);
-  return {};
+  return follows ? follow(board, interval, most) : waiting_events(board);
 }
 
 }  // namespace

@@ -82,11 +82,10 @@ std::string response_text(std::span<const std::uint8_t> response) {
 
 Report send_ct(const Board& board, std::uint32_t destination, const HexBytes& request) {
   const Bytes response = exchange_ct(board, destination, request.bytes);
-  Report report;
-  report.field("response", "Response", response_text(response))
+  return Report{}
+      .field("response", "Response", response_text(response))
       .field("length", "Length", Size{response.size()})
       .payload("data", "", response);
-  return report;
 }
 
 // ---- ELS ------------------------------------------------------------------------------------
@@ -131,11 +130,10 @@ Report send_els(const Board& board, const HexBytes& destination, const HexBytes&
   board.check(OVK_SendELSCmd(board, &port, request.bytes.data(), size, reply.data(), &length),
               "The ELS exchange", els_results);
   reply.resize(std::min<std::size_t>(length, reply.size()));
-  Report report;
-  report.field("reply", "Reply", reply_text(reply))
+  return Report{}
+      .field("reply", "Reply", reply_text(reply))
       .field("length", "Length", Size{reply.size()})
       .payload("data", "", reply);
-  return report;
 }
 
 // ---- name server ----------------------------------------------------------------------------
@@ -182,14 +180,13 @@ std::string symbolic_name_text(const RegisteredPort& port) {
 }
 
 constexpr Column<RegisteredPort> registered_columns[] = {
-    {"fc_id", "FC ID", [](const RegisteredPort& port) { return FcAddress{port.address()}; }},
+    {"fc_id", "FC ID", as<FcAddress, &RegisteredPort::address>},
     {"port_wwn", "PORT WWN", field<&RegisteredPort::port_name>},
     {"node_wwn", "NODE WWN", field<&RegisteredPort::node_name>},
     {"type", "TYPE", field<type_text>},
     {"classes", "",
      [](const RegisteredPort& port) { return service_class_list(big_endian(port.classes, 0, 4)); }},
-    {"fc4_types", "FC-4 TYPES",
-     [](const RegisteredPort& port) { return fc4_type_list(port.fc4_types); }},
+    {"fc4_types", "FC-4 TYPES", field<&RegisteredPort::fc4_types, fc4_type_list>},
     {"fabric_wwn", "", field<&RegisteredPort::fabric_name>},
     {"symbolic_name", "SYMBOLIC NAME", field<symbolic_name_text>},
 };
@@ -215,18 +212,14 @@ RegisteredPort port_after(const Board& board, std::uint32_t fc_id) {
 Report list_registered(const Board& board) {
   std::vector<RegisteredPort> ports;
   // The server goes on with the lowest address after the highest.
-  std::uint32_t fc_id = 0;
-  while (ports.size() < most_ports) {
-    const RegisteredPort port = port_after(board, fc_id);
-    if (port.address() <= fc_id) {
+  for (std::uint32_t last = 0; ports.size() < most_ports; last = ports.back().address()) {
+    const RegisteredPort port = port_after(board, last);
+    if (port.address() <= last) {
       break;
     }
-    fc_id = port.address();
     ports.push_back(port);
   }
-  Report report = board.listing();
-  report.table("ports", "", registered_columns, ports, "No port is registered.");
-  return report;
+  return board.listing().table("ports", "", registered_columns, ports, "No port is registered.");
 }
 
 }  // namespace

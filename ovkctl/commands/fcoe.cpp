@@ -1,14 +1,13 @@
 #include "ovkctl/frame/command.h"
+#include "ovkctl/subjects/long_list.h"
 
 #include <ovk/regions.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <cstring>
 #include <fmt/core.h>
-#include <memory>
+#include <limits>
 #include <optional>
-#include <span>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -33,12 +32,8 @@ FcoeParams read_params(const Board& board) {
 
 Report show(const Board& board) {
   const FcoeParams params = read_params(board);
-  std::uint64_t fc_map = 0;
-  for (const std::uint8_t byte : params.fc_map) {
-    fc_map = fc_map << 8 | byte;
-  }
   return board.report()
-      .field("fc_map", "FC-MAP", Hex{fc_map, 6})
+      .field("fc_map", "FC-MAP", "0x" + bytes_text(params.fc_map))
       .field("vlan_valid", "VLAN used", params.vlan_valid != 0)
       .field("vlan_id", "VLAN", params.vlan_id);
 }
@@ -86,37 +81,6 @@ Report set(const Board& board, const NewParams& given) {
 
 // ---- FCFs -----------------------------------------------------------------------------------
 
-/** FCFs for which there is room at first; more are asked for again. */
-constexpr std::uint16_t first_room = 32;
-
-struct Free {
-  void operator()(FcfList* list) const { std::free(list); }
-};
-using FcfListOwner = std::unique_ptr<FcfList, Free>;
-
-/** An empty list with room for so many FCFs. */
-FcfListOwner make_list(std::uint16_t room) {
-  const std::size_t size = sizeof(FcfList) + room * sizeof(FcfListEntry);
-  FcfListOwner list{static_cast<FcfList*>(std::calloc(1, size))};
-  if (!list) {
-    throw OperationFailed("There is not enough memory.");
-  }
-  list->count = room;
-  return list;
-}
-
-/** Reads the whole table, again with more room when it did not fit. */
-FcfListOwner read_fcfs(const Board& board) {
-  FcfListOwner list = make_list(first_room);
-  std::uint32_t result = OVK_FCoEGetFCFList(board, list.get());
-  if (result == OVK_MORE_DATA) {
-    list = make_list(list->count);
-    result = OVK_FCoEGetFCFList(board, list.get());
-  }
-  board.check(result, "Reading the FCF table", fcoe_results);
-  return list;
-}
-
 // The driver's values keep the names that the interface gives them.
 constexpr Column<FcfListEntry> fcf_columns[] = {
     {"index", "FCF", row_number},
@@ -133,21 +97,21 @@ constexpr Column<FcfListEntry> fcf_columns[] = {
 };
 
 Report list_fcfs(const Board& board) {
-  const FcfListOwner list = read_fcfs(board);
+  static constexpr std::uint32_t first_room = 32;
+  LongList<FcfList, &FcfList::count, &FcfList::entries> list;
+  board.check(list.read(first_room, std::numeric_limits<std::uint16_t>::max(),
+                        [&](auto* fcfs) { return OVK_FCoEGetFCFList(board, fcfs); }),
+              "Reading the FCF table", fcoe_results);
   return board.report()
-      .field("value", "Driver's value", list->value)
-      .table("fcfs", "FCFs", fcf_columns, std::span{list->entries, list->count},
-             "The board has discovered no FCF.");
+      .field("value", "Driver's value", list.get()->value)
+      .table("fcfs", "FCFs", fcf_columns, list.entries(), "The board has discovered no FCF.");
 }
 
 // ---- FCFs that a board prefers --------------------------------------------------------------
 
 FcfConnectList read_connections(const Board& board) {
-  FcfConnectList list{};
-  list.count = OVK_FCF_CONNECT_ENTRIES;
-  board.check(OVK_FCoEGetFCFConnectList(board, &list), "Reading the FCF connection list",
-              fcoe_results);
-  return list;
+  return board.read(OVK_FCoEGetFCFConnectList, "Reading the FCF connection list", fcoe_results,
+                    {.count = OVK_FCF_CONNECT_ENTRIES});
 }
 
 constexpr Column<FcfConnectEntry> connection_columns[] = {
@@ -162,7 +126,7 @@ Report list_connections(const Board& board) {
   const FcfConnectList list = read_connections(board);
   return board.report()
       .field("capacity", "Room for", list.capacity)
-      .table("connections", "Connections", connection_columns, std::span{list.entries, list.count},
+      .table("connections", "Connections", connection_columns, first_of(list.entries, list.count),
              "The list is empty.");
 }
 

@@ -20,14 +20,12 @@ constexpr std::uint32_t vpd_version = 1;
 
 constexpr ResultText vpd_results[] = {
     {OVK_VPD_ABSENT, "the adapter has no vital product data", ""},
-    {OVK_VPD_FAILED, "the command was not delivered or the driver refused it",
-     "See with \"ovkctl list\" whether the board is ready, and look in the driver's log for the "
-     "reason."},
+    {OVK_VPD_FAILED, "the command was not delivered or the driver refused it", see_driver_log},
 };
 
 constexpr Column<VpdField> vpd_columns[] = {
     {"keyword", "KEYWORD", field<&VpdField::keyword>},
-    {"meaning", "MEANING", [](const VpdField& field) { return vpd_keyword_text(field.keyword); }},
+    {"meaning", "MEANING", field<&VpdField::keyword, vpd_keyword_text>},
     {"value", "VALUE", field<&VpdField::text>},
     {"access", "ACCESS",
      [](const VpdField& field) { return field.writable ? "read/write" : "read-only"; }},
@@ -35,25 +33,20 @@ constexpr Column<VpdField> vpd_columns[] = {
 
 /** Both parts together, as the adapter has them. */
 Bytes image_of(const ovk::VpdRecord& record) {
-  const auto used = [](std::span<const std::uint8_t> part, std::uint32_t size) {
-    return part.first(std::min<std::size_t>(size, part.size()));
-  };
-  const auto first = used(record.read_only, record.read_only_size);
-  const auto second = used(record.read_write, record.read_write_size);
+  const auto first = first_of(record.read_only, record.read_only_size);
+  const auto second = first_of(record.read_write, record.read_write_size);
   Bytes image(first.begin(), first.end());
   image.insert(image.end(), second.begin(), second.end());
   return image;
 }
 
 Report show_vpd(const Board& board) {
-  VpdInfo info{.word0 = vpd_version};
-  board.check(static_cast<std::uint32_t>(GetVPDInfo(board, &info)),
-              "Reading the vital product data", vpd_results);
-  const auto record = std::bit_cast<ovk::VpdRecord>(info);
+  const auto record = std::bit_cast<ovk::VpdRecord>(board.read(
+      GetVPDInfo, "Reading the vital product data", vpd_results, {.word0 = vpd_version}));
   const Bytes image = image_of(record);
   const Vpd vpd = parse_vpd(image);
   return board.report()
-      .field("product", "Product", fixed_text(record.product))
+      .field("product", "Product", record.product)
       .field("identifier", "Identifier", vpd.identifier)
       .field("checksum", "Checksum", vpd.checksum_right ? "right" : "wrong")
       .field("complete", "Complete", vpd.complete)

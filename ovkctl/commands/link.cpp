@@ -32,16 +32,6 @@ Cell count(std::uint32_t counter) {
   return counter != not_counted ? Cell{counter} : Cell{};
 }
 
-List loop_positions(const ovk::LinkRecord& link) {
-  const auto& [places, al_pas] = link.loop_map;
-  List positions;
-  for (const std::uint8_t al_pa :
-       std::span{al_pas}.first(std::min<std::size_t>(places, sizeof al_pas))) {
-    positions.push_back(hex_text(al_pa, 2));
-  }
-  return positions;
-}
-
 /** The Gbit/s of all ports that carry the link; nothing where the board does not give it. */
 std::optional<std::uint16_t> logical_speed(const Board& board) {
   std::uint16_t speed = 0;
@@ -59,7 +49,7 @@ constexpr Column<ovk::NodeRecord> node_columns[] = {
      [](const ovk::NodeRecord& node) {
        return node.state == ovk::NodeState::mapped ? "mapped" : "logged in";
      }},
-    {"fc_id", "FC ID", [](const ovk::NodeRecord& node) { return FcAddress{node.fc_id}; }},
+    {"fc_id", "FC ID", as<FcAddress, &ovk::NodeRecord::fc_id>},
     {"port_wwn", "PORT WWN", field<&ovk::NodeRecord::port_wwn>},
     {"node_wwn", "NODE WWN", field<&ovk::NodeRecord::node_wwn>},
     {"target_id", "TARGET",
@@ -83,22 +73,22 @@ Report show_link(const Board& board) {
   const bool up = link.state == ovk::LinkState::up;
   const bool loop = link.topology == ovk::LinkTopology::loop;
   const Cell nothing;
-  Report report = board.report();
-  report.field("state", "Link", up ? "up" : "down")
+  return board.report()
+      .field("state", "Link", up ? "up" : "down")
       .field("topology", "Topology", word_or(topology_words, link.topology, "unknown"))
       .field("speed_gbit", "Speed (Gbit/s)", up ? Cell{link.speed_mbit / mbit_per_gbit} : nothing)
       .field("logical_speed_gbit", "Logical speed (Gbit/s)", logical_speed(board))
       .field("fc_id", "FC ID", up ? Cell{FcAddress{link.fc_id}} : nothing)
       .field("on_fabric", "On a fabric", link.on_fabric != 0)
       .field("al_pa", loop ? "AL_PA" : "", loop ? Cell{Hex{link.al_pa, 2}} : nothing)
-      .field("loop_positions", loop ? "Loop positions" : "", loop_positions(link))
+      .field("loop_positions", loop ? "Loop positions" : "",
+             hex_list(first_of(link.loop_map.al_pas, link.loop_map.count), 2))
       .field("link_failures", "Link failures", count(link.link_failures))
       .field("losses_of_sync", "Losses of sync", count(link.losses_of_sync))
       .field("losses_of_signal", "Losses of signal", count(link.losses_of_signal))
       .field("lips", "LIPs", count(link.lips))
       .table("nodes", "Nodes that the port is logged in with", node_columns, read_nodes(board),
              "The port is logged in with no node.");
-  return report;
 }
 
 // ---- io -------------------------------------------------------------------------------------
@@ -142,7 +132,7 @@ std::string name_text(const ovk::ParameterRecord& parameter) { return fixed_text
 
 constexpr Column<ovk::ParameterRecord> parameter_columns[] = {
     {"index", "INDEX", row_number},
-    {"name", "NAME", field<name_text>},
+    {"name", "NAME", field<&ovk::ParameterRecord::name>},
     {"value", "VALUE", field<&ovk::ParameterRecord::value>},
     {"default", "DEFAULT", field<&ovk::ParameterRecord::initial>},
     {"least", "LEAST", field<&ovk::ParameterRecord::least>},
@@ -156,8 +146,7 @@ std::vector<ovk::ParameterRecord> read_parameters(const Board& board) {
   const std::uint32_t reported = GetCfgParam(board, table.data());
   if (reported == 0) {
     throw OperationFailed(fmt::format("Board {} gave no parameters.", std::uint32_t{board}),
-                          "See with \"ovkctl list\" whether the board is ready, and look in the "
-                          "driver's log for the reason.");
+                          see_driver_log);
   }
   table.resize(std::min<std::size_t>(reported, table.size()));
   std::vector<ovk::ParameterRecord> parameters;
@@ -168,10 +157,8 @@ std::vector<ovk::ParameterRecord> read_parameters(const Board& board) {
 }
 
 Report list_parameters(const Board& board) {
-  Report report = board.report();
-  report.table("parameters", "", parameter_columns, read_parameters(board),
-               "The driver has no parameters.");
-  return report;
+  return board.report().table("parameters", "", parameter_columns, read_parameters(board),
+                              "The driver has no parameters.");
 }
 
 /** What the parameter admits, for the one who just found out that it does not admit everything. */
@@ -198,12 +185,11 @@ Report set_parameter(const Board& board, const std::string& name, std::uint32_t 
   };
   board.check(SetCfgParam(board, index, value), "Setting " + name, results);
   const ovk::ParameterRecord now = read_parameters(board).at(index);
-  Report report = board.report();
-  report.field("name", "Parameter", name)
+  return board.report()
+      .field("name", "Parameter", name)
       .field("before", "Before", found->value)
       .field("value", "Now", now.value)
       .field("takes_effect", "Takes effect", effect_text(now));
-  return report;
 }
 
 }  // namespace

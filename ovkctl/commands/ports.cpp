@@ -1,5 +1,6 @@
 #include "ovkctl/frame/command.h"
 #include "ovkctl/subjects/board_text.h"
+#include "ovkctl/subjects/long_list.h"
 #include "ovkctl/subjects/scsi_access.h"
 
 #include <ovk/hbaapi.h>
@@ -7,10 +8,9 @@
 
 #include <algorithm>
 #include <cstring>
-#include <fmt/core.h>
+#include <iterator>
 #include <memory>
 #include <optional>
-#include <span>
 #include <vector>
 
 namespace ovkctl {
@@ -90,12 +90,8 @@ constexpr ResultText node_results[] = {
 /** What the driver's record has besides the names, as it stands there. */
 List driver_words(const NodeInformation& node) {
   List words{hex_text(node.word0, 8)};
-  for (const std::uint32_t word : node.words260) {
-    words.push_back(hex_text(word, 8));
-  }
-  for (const std::uint32_t word : node.words292) {
-    words.push_back(hex_text(word, 8));
-  }
+  std::ranges::move(hex_list(node.words260, 8), std::back_inserter(words));
+  std::ranges::move(hex_list(node.words292, 8), std::back_inserter(words));
   return words;
 }
 
@@ -121,15 +117,12 @@ std::vector<NodeRow> read_nodes(const Board& board, const Wwn& local) {
   list->count = OVK_MAX_NODES;
   board.check(OVK_GetAllNodeInfoByWWN(board, &local, list.get()),
               "Reading the nodes of " + wwn_text(local), node_results);
-  if (list->count > OVK_MAX_NODES) {
-    throw OperationFailed(fmt::format("The driver says that it gave {} nodes where {} have room.",
-                                      list->count, std::uint32_t{OVK_MAX_NODES}));
-  }
+  check_room(list->count, OVK_MAX_NODES, "nodes");
   std::vector<NodeRow> rows;
-  for (std::uint32_t i = 0; i < list->count; ++i) {
-    NodeRow& row = rows.emplace_back(NodeRow{.node = list->nodes[i], .port = {}});
+  for (const NodeInformation& node : first_of(list->nodes, list->count)) {
+    NodeRow& row = rows.emplace_back(NodeRow{.node = node, .port = {}});
     PortAttributes port{};
-    if (GetPortAttributesByWWN(board, &row.node.port_wwn, &port) == OVK_OK) {
+    if (GetPortAttributesByWWN(board, &node.port_wwn, &port) == OVK_OK) {
       row.port = port;
     }
   }
@@ -140,61 +133,18 @@ constexpr OptionalWord<Wwn> port_word{"WWN", "port WWN of a virtual port"};
 
 Report show_nodes(const Board& board, const std::optional<Wwn>& port) {
   const Wwn local = port ? *port : read_own_port(board).PortWWN;
-  Report report = board.report();
-  report.field("port_wwn", "Port WWN", local);
-  report.table("nodes", "Nodes", node_columns, read_nodes(board, local),
-               "The port is logged in with no other.");
-  return report;
+  return board.report()
+      .field("port_wwn", "Port WWN", local)
+      .table("nodes", "Nodes", node_columns, read_nodes(board, local),
+             "The port is logged in with no other.");
 }
 
 // ---- targets --------------------------------------------------------------------------------
 
-constexpr std::uint32_t first_room = 64;
-
-/** A target mapping in memory of its own. */
-class Mapping {
- public:
-  explicit Mapping(std::uint32_t entries)
-      : memory_(offsetof(FcpTargetMappingV2, entry) + entries * sizeof(FcpScsiEntryV2)) {
-    map()->NumberOfEntries = entries;
-  }
-
-  FcpTargetMappingV2* map() {
-    void* memory = memory_.data();
-    return static_cast<FcpTargetMappingV2*>(memory);
-  }
-
-  [[nodiscard]] std::vector<FcpScsiEntryV2> entries() {
-    std::vector<FcpScsiEntryV2> entries(map()->NumberOfEntries);
-    if (!entries.empty()) {
-      std::memcpy(entries.data(), memory_.data() + offsetof(FcpTargetMappingV2, entry),
-                  entries.size() * sizeof entries[0]);
-    }
-    return entries;
-  }
-
- private:
-  Bytes memory_;
-};
-
-/** Reads the mapping with as much room as it turns out to need. */
-Mapping read_mapping(const Board& board) {
-  const Wwn port = read_own_port(board).PortWWN;
-  Mapping mapping{first_room};
-  std::uint32_t result = OVK_GetFcpTargetMappingV2(board, &port, mapping.map());
-  if (result == OVK_MORE_DATA) {
-    mapping =
-        Mapping{std::min<std::uint32_t>(mapping.map()->NumberOfEntries, OVK_MAX_TARGET_MAPPINGS)};
-    result = OVK_GetFcpTargetMappingV2(board, &port, mapping.map());
-  }
-  board.check(result, "Reading the target mapping");
-  return mapping;
-}
-
-std::string lun_digits(const FcpScsiEntryV2& unit) {
-  std::uint8_t lun[sizeof unit.entry.FcpLun];
-  std::memcpy(lun, &unit.entry.FcpLun, sizeof lun);
-  return bytes_text(lun);
+Bytes lun_bytes(const FcpScsiEntryV2& unit) {
+  Bytes lun(sizeof unit.entry.FcpLun);
+  std::memcpy(lun.data(), &unit.entry.FcpLun, lun.size());
+  return lun;
 }
 
 /** A part of the unit's identifier; nothing for a unit without one. */
@@ -203,36 +153,33 @@ constexpr auto of_identifier = [](const FcpScsiEntryV2& unit) {
   return unit.identifier[0] != 0 ? Cell{decode_designator(unit.identifier).*part} : Cell{};
 };
 
-constexpr Column<FcpScsiEntryV2> target_columns[] = {
-    {"bus", "BUS", [](const FcpScsiEntryV2& unit) { return unit.entry.ScsiBusNumber; }},
-    {"target", "TARGET", [](const FcpScsiEntryV2& unit) { return unit.entry.ScsiTargetNumber; }},
-    {"os_lun", "LUN", [](const FcpScsiEntryV2& unit) { return unit.entry.ScsiOSLun; }},
-    {"os_device_name", "DEVICE",
-     [](const FcpScsiEntryV2& unit) { return fixed_text(unit.entry.OSDeviceName); }},
-    {"port_wwn", "PORT WWN", [](const FcpScsiEntryV2& unit) { return unit.entry.PortWWN; }},
-    {"node_wwn", "", [](const FcpScsiEntryV2& unit) { return unit.entry.NodeWWN; }},
-    {"fc_id", "FC ID", [](const FcpScsiEntryV2& unit) { return FcAddress{unit.entry.FcId}; }},
-    {"fcp_lun", "FCP LUN", field<lun_digits>},
+using Unit = FcpScsiEntryV2;
+constexpr Column<Unit> target_columns[] = {
+    {"bus", "BUS", field<&Unit::entry, &FcpScsiEntry::ScsiBusNumber>},
+    {"target", "TARGET", field<&Unit::entry, &FcpScsiEntry::ScsiTargetNumber>},
+    {"os_lun", "LUN", field<&Unit::entry, &FcpScsiEntry::ScsiOSLun>},
+    {"os_device_name", "DEVICE", field<&Unit::entry, &FcpScsiEntry::OSDeviceName>},
+    {"port_wwn", "PORT WWN", field<&Unit::entry, &FcpScsiEntry::PortWWN>},
+    {"node_wwn", "", field<&Unit::entry, &FcpScsiEntry::NodeWWN>},
+    {"fc_id", "FC ID", field<&Unit::entry, as<FcAddress, &FcpScsiEntry::FcId>>},
+    {"fcp_lun", "FCP LUN", field<lun_bytes>},
     {"identifier_type", "ID TYPE", of_identifier<&Designator::type>},
     {"identifier", "IDENTIFIER", of_identifier<&Designator::value>},
 };
 
 Report show_targets(const Board& board) {
-  Report report = board.listing();
-  report.table("targets", "", target_columns, read_mapping(board).entries(),
-               "The host sees no logical unit behind this board.");
-  return report;
+  static constexpr std::uint32_t first_room = 64;
+  const Wwn port = read_own_port(board).PortWWN;
+  LongList<FcpTargetMappingV2, &FcpTargetMappingV2::NumberOfEntries, &FcpTargetMappingV2::entry>
+      map;
+  board.check(map.read(first_room, OVK_MAX_TARGET_MAPPINGS,
+                       [&](auto* list) { return OVK_GetFcpTargetMappingV2(board, &port, list); }),
+              "Reading the target mapping");
+  return board.listing().table("targets", "", target_columns, map.entries(),
+                               "The host sees no logical unit behind this board.");
 }
 
 // ---- bindings -------------------------------------------------------------------------------
-
-/** The driver's bindings, with room for the most that there can be. */
-struct Bindings {
-  std::uint32_t count;
-  FcpBinding entries[OVK_MAX_BINDINGS];
-};
-
-static_assert(offsetof(Bindings, entries) == offsetof(FcpBindList, entry));
 
 constexpr Column<FcpBinding> binding_columns[] = {
     {"index", "INDEX", row_number},
@@ -240,15 +187,12 @@ constexpr Column<FcpBinding> binding_columns[] = {
 };
 
 Report show_bindings(const Board& board) {
-  const auto bindings = std::make_unique<Bindings>();
-  bindings->count = OVK_MAX_BINDINGS;
-  void* const list = bindings.get();
-  board.check(GetFcpBindList(board, static_cast<FcpBindList*>(list)), "Reading the bindings");
-  const std::size_t count = std::min<std::size_t>(bindings->count, OVK_MAX_BINDINGS);
-  Report report = board.listing();
-  report.table("bindings", "", binding_columns, std::span{bindings->entries}.first(count),
-               "The board has no persistent bindings.");
-  return report;
+  LongList<FcpBindList, &FcpBindList::count, &FcpBindList::entry> bindings;
+  board.check(bindings.read(OVK_MAX_BINDINGS, OVK_MAX_BINDINGS,
+                            [&](auto* list) { return GetFcpBindList(board, list); }),
+              "Reading the bindings");
+  return board.listing().table("bindings", "", binding_columns, bindings.entries(),
+                               "The board has no persistent bindings.");
 }
 
 }  // namespace

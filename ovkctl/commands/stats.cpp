@@ -1,19 +1,82 @@
 #include "ovkctl/frame/command.h"
+#include "ovkctl/frame/files.h"
 #include "ovkctl/subjects/board_text.h"
-#include "ovkctl/subjects/stats_baseline.h"
 
 #include <ovk/hbaapi.h>
 
 #include <array>
 #include <bit>
 #include <chrono>
-#include <fmt/core.h>
+#include <cstdlib>
+#include <filesystem>
+#include <fmt/format.h>
 #include <optional>
+#include <sstream>
+#include <string>
 #include <thread>
 #include <vector>
 
 namespace ovkctl {
 namespace {
+
+namespace fs = std::filesystem;
+
+// ---- The baseline ---------------------------------------------------------------------------
+
+// What the counters of a port read at its last reset is kept from one run of ovkctl to the next:
+// the library keeps it for the life of a process only.
+
+/** The counters of a record in their order. */
+using CounterRow = std::array<std::int64_t, sizeof(PortStatistics) / sizeof(std::int64_t)>;
+
+fs::path state_folder() {
+  if (const char* const state = std::getenv("XDG_STATE_HOME"); state != nullptr && *state != '\0') {
+    return fs::path(state) / "ovkctl";
+  }
+  if (const char* const home = std::getenv("HOME"); home != nullptr && *home != '\0') {
+    return fs::path(home) / ".local" / "state" / "ovkctl";
+  }
+  throw OperationFailed("There is no place to keep what the counters read.",
+                        "Set XDG_STATE_HOME to a folder.");
+}
+
+std::string baseline_path(const Wwn& port_wwn) {
+  return state_folder() / ("statistics-" + wwn_text(port_wwn));
+}
+
+/** The baseline of a port; nothing when it was never reset. */
+std::optional<PortStatistics> load_baseline(const Wwn& port_wwn) {
+  static constexpr std::size_t longest_file = 4096;
+  const std::string path = baseline_path(port_wwn);
+  if (!fs::exists(path)) {
+    return std::nullopt;
+  }
+  const Bytes bytes = read_file(path, longest_file);
+  std::istringstream text(std::string(bytes.begin(), bytes.end()));
+  CounterRow counters{};
+  for (std::int64_t& counter : counters) {
+    text >> counter;
+  }
+  if (!text) {
+    throw OperationFailed(path + " does not hold the counters of a port.",
+                          "Reset the statistics of this port anew.");
+  }
+  return std::bit_cast<PortStatistics>(counters);
+}
+
+void save_baseline(const Wwn& port_wwn, const PortStatistics& baseline) {
+  const auto counters = std::bit_cast<CounterRow>(baseline);
+  const std::string text = fmt::format("{}\n", fmt::join(counters, "\n"));
+  const std::string path = baseline_path(port_wwn);
+  std::error_code error;
+  fs::create_directories(fs::path(path).parent_path(), error);
+  if (error) {
+    throw OperationFailed(path + " cannot be written: " + error.message() + ".");
+  }
+  write_file(path, Bytes(text.begin(), text.end()));
+}
+
+// ---- Reading --------------------------------------------------------------------------------
 
 using Clock = std::chrono::steady_clock;
 using Seconds = std::chrono::duration<double>;
@@ -72,15 +135,10 @@ class Reader {
     return {std::bit_cast<CounterRow>(stats), Clock::now()};
   }
 
-  void reset() const {
-    board_.check(ResetStatistics(board_), "Resetting the statistics");
-    save_baseline(port_wwn_, ovk_rststatistics[board_]);
-  }
-
   [[nodiscard]] Report report() const {
-    Report report = board_.report();
-    report.field("port_wwn", "Port WWN", port_wwn_)
-        .field("since", "Counted since", since_reset_ ? "reset" : "driver load");
+    Report report = board_.report()
+                        .field("port_wwn", "Port WWN", port_wwn_)
+                        .field("since", "Counted since", since_reset_ ? "reset" : "driver load");
     if (reloaded_) {
       report.note("The driver was loaded anew since the last reset, which counts no more.");
     }
@@ -129,9 +187,9 @@ std::optional<double> rate(const Growth& growth) {
 }
 
 constexpr Column<Growth> growth_columns[] = {
-    {"counter", "", [](const Growth& growth) { return growth.name.key; }},
-    {"label", "COUNTER", [](const Growth& growth) { return growth.name.label; }},
-    {"value", "VALUE", [](const Growth& growth) { return counter_cell(growth.now); }},
+    {"counter", "", field<&Growth::name, &CounterName::key>},
+    {"label", "COUNTER", field<&Growth::name, &CounterName::label>},
+    {"value", "VALUE", field<&Growth::now, counter_cell>},
     {"per_second", "PER SECOND", field<rate>},
 };
 
@@ -141,10 +199,9 @@ Report rates_report(const Reader& reader, const Reading& before, const Reading& 
   for (std::size_t i = 0; i < counter_names.size(); ++i) {
     rows.push_back({counter_names[i], before.counters[i], now.counters[i], time});
   }
-  Report report = reader.report();
-  report.field("interval_seconds", "Interval in seconds", time.count());
-  report.table("counters", "", growth_columns, rows, "");
-  return report;
+  return reader.report()
+      .field("interval_seconds", "Interval in seconds", time.count())
+      .table("counters", "", growth_columns, rows, "");
 }
 
 constexpr Option<std::uint32_t> watch_option{
@@ -158,8 +215,9 @@ constexpr Option<std::uint32_t> count_option{
 constexpr Flag since_load_flag{"--since-load",
                                "count since the driver was loaded, not since the last reset"};
 
-void watch(const Board& board, Reader& reader, std::uint32_t interval,
-           std::optional<std::uint32_t> most) {
+/** Shows rates every so many seconds, until `most` were shown; without it for ever. */
+Report watch(const Board& board, Reader& reader, std::uint32_t interval,
+             std::optional<std::uint32_t> most) {
   Reading before = reader.read();
   for (std::uint32_t i = 0; !most || i < *most; ++i) {
     std::this_thread::sleep_for(std::chrono::seconds{interval});
@@ -167,6 +225,7 @@ void watch(const Board& board, Reader& reader, std::uint32_t interval,
     board.show_next(rates_report(reader, before, now));
     before = now;
   }
+  return {};
 }
 
 Report show(const Board& board, std::optional<std::uint32_t> interval,
@@ -175,16 +234,13 @@ Report show(const Board& board, std::optional<std::uint32_t> interval,
     throw UsageError("--count goes with --watch.");
   }
   Reader reader{board, since_load};
-  if (!interval) {
-    return counters_report(reader);
-  }
-  watch(board, reader, *interval, most);
-  return {};
+  return interval ? watch(board, reader, *interval, most) : counters_report(reader);
 }
 
 Report reset(const Board& board) {
-  const Reader reader{board, true};
-  reader.reset();
+  const Wwn port_wwn = read_own_port(board).PortWWN;
+  board.check(ResetStatistics(board), "Resetting the statistics");
+  save_baseline(port_wwn, ovk_rststatistics[board]);
   return board.done("The statistics of {board} count from now on.");
 }
 

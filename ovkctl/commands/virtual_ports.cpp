@@ -7,8 +7,6 @@
 #include <bit>
 #include <fmt/core.h>
 #include <iterator>
-#include <memory>
-#include <span>
 
 namespace ovkctl {
 namespace {
@@ -28,27 +26,17 @@ ovk::VportListEntry identity_of(const VportEntry& entry) {
 }
 
 constexpr Column<VportEntry> vport_columns[] = {
-    {"port_wwn", "PORT WWN", [](const VportEntry& entry) { return identity_of(entry).port_wwn; }},
-    {"node_wwn", "NODE WWN", [](const VportEntry& entry) { return identity_of(entry).node_wwn; }},
-    {"driver_word", "DRIVER WORD",
-     [](const VportEntry& entry) {
-       return Hex{entry.word16, 8};
-     }},
+    {"port_wwn", "PORT WWN", field<identity_of, &ovk::VportListEntry::port_wwn>},
+    {"node_wwn", "NODE WWN", field<identity_of, &ovk::VportListEntry::node_wwn>},
+    {"driver_word", "DRIVER WORD", as<Hex, &VportEntry::word16, 8>},
 };
 
 Report list(const Board& board) {
-  const auto list = std::make_unique<VportList>();
-  list->count = OVK_MAX_VPORTS;
-  board.check(OVK_VPGetList(board, list.get()), "Listing the virtual ports", no_npiv_results);
-  if (list->count > OVK_MAX_VPORTS) {
-    throw OperationFailed(
-        fmt::format("The driver says that it gave {} virtual ports where {} have room.",
-                    list->count, std::uint32_t{OVK_MAX_VPORTS}));
-  }
-  Report report = board.listing();
-  report.table("virtual_ports", "", vport_columns, std::span{list->vports}.first(list->count),
-               "The board has no virtual port.");
-  return report;
+  const VportList list = board.read(OVK_VPGetList, "Listing the virtual ports", no_npiv_results,
+                                    {.count = OVK_MAX_VPORTS});
+  check_room(list.count, OVK_MAX_VPORTS, "virtual ports");
+  return board.listing().table("virtual_ports", "", vport_columns,
+                               first_of(list.vports, list.count), "The board has no virtual port.");
 }
 
 constexpr Word<Wwn> wwn_word{"WWN", "port WWN of the virtual port", "10:00:02:28:54:56:32:01"};
@@ -57,11 +45,10 @@ Report show(const Board& board, const Wwn& wwn) {
   VportAttributes attributes{};
   board.check(OVK_VPGetAttrib(board, &wwn, &attributes),
               "Reading the attributes of virtual port " + wwn_text(wwn), no_vport_results);
-  Report report = board.report();
-  report.field("port_wwn", "Port WWN", wwn)
+  return board.report()
+      .field("port_wwn", "Port WWN", wwn)
       .payload("attributes", "Attributes, as the driver gives them",
                {std::begin(attributes.bytes), std::end(attributes.bytes)});
-  return report;
 }
 
 Report show_resources(const Board& board) {
@@ -69,20 +56,17 @@ Report show_resources(const Board& board) {
       board.read(OVK_VPGetResource, "Reading the virtual-port resources", no_npiv_results);
   Report report = board.report();
   Section& section = report.section("resources", "Resources, as the driver gives them");
-  std::size_t number = 0;
-  for (const std::uint32_t word : resources.words) {
-    section.field(fmt::format("word{}", number), fmt::format("Word {}", number), word);
-    ++number;
+  for (std::size_t i = 0; i < std::size(resources.words); ++i) {
+    section.field(fmt::format("word{}", i), fmt::format("Word {}", i), resources.words[i]);
   }
   return report;
 }
 
 Report show_readiness(const Board& board) {
   const std::uint32_t ready = board.read(OVK_NPIVReadyTest, "Asking for the readiness");
-  Report report = board.report();
-  report.field("ready", "Ready for virtual ports", ready != 0)
+  return board.report()
+      .field("ready", "Ready for virtual ports", ready != 0)
       .field("driver_word", ready > 1 ? "Driver word" : "", Hex{ready, 8});
-  return report;
 }
 
 }  // namespace

@@ -14,25 +14,10 @@
 namespace ovkctl {
 namespace {
 
-/** The output file that is standard output. */
-constexpr const char* standard_output = "-";
-
 void write_report(std::FILE* stream, const std::string& text) {
   const bool whole = std::fwrite(text.data(), 1, text.size(), stream) == text.size();
   if (std::fflush(stream) != 0 || !whole) {
     throw OperationFailed("The output could not be written.");
-  }
-}
-
-void ask_person(const std::string& warning) {
-  if (isatty(STDIN_FILENO) == 0) {
-    throw UsageError(warning + " Confirm it with --yes.");
-  }
-  fmt::print(stderr, "{} Continue? [y/N] ", warning);
-  std::string answer;
-  std::getline(std::cin, answer);
-  if (answer != "y" && answer != "Y" && answer != "yes") {
-    throw OperationFailed("Nothing was done.");
   }
 }
 
@@ -47,8 +32,8 @@ void Invocation::finish(Report report) const {
     }
     write_file(*output_file, *bytes);
     report.field("file", "Written to", *output_file);
-    // The report must not stand among the bytes.
-    stream = *output_file == standard_output ? stderr : stdout;
+    // The report must not stand among the bytes, which "-" sends to standard output.
+    stream = *output_file == "-" ? stderr : stdout;
   }
   if (!report.empty()) {
     write_report(stream, json ? render_json(report) : render_text(report));
@@ -60,12 +45,21 @@ void Invocation::show_next(const Report& report) const {
 }
 
 bool Invocation::ask(const std::string& warning, const Report* preview) const {
-  const bool shown = preview != nullptr && !yes && !json;
+  if (yes) {
+    return false;
+  }
+  const bool shown = preview != nullptr && !json;
   if (shown) {
     write_report(stdout, render_text(*preview));
   }
-  if (!yes) {
-    ask_person(warning);
+  if (isatty(STDIN_FILENO) == 0) {
+    throw UsageError(warning + " Confirm it with --yes.");
+  }
+  fmt::print(stderr, "{} Continue? [y/N] ", warning);
+  std::string answer;
+  std::getline(std::cin, answer);
+  if (answer != "y" && answer != "Y" && answer != "yes") {
+    throw OperationFailed("Nothing was done.");
   }
   return shown;
 }
@@ -91,10 +85,10 @@ Board Host::board(std::uint32_t index) const {
   if (index < board_count_) {
     return {*invocation_, index};
   }
-  const std::string range = board_count_ == 1
-                                ? "0 is the only board"
-                                : fmt::format("the boards are 0 to {}", board_count_ - 1);
-  throw UsageError(fmt::format("There is no board {}: {} (see \"ovkctl list\").", index, range));
+  throw UsageError(fmt::format("There is no board {}: {} (see \"ovkctl list\").", index,
+                               board_count_ == 1
+                                   ? "0 is the only board"
+                                   : fmt::format("the boards are 0 to {}", board_count_ - 1)));
 }
 
 std::vector<Board> Host::boards() const {

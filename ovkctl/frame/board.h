@@ -116,12 +116,12 @@ class Board {
   void check(std::uint32_t result, const std::string& operation,
              std::span<const ResultText> own = {}) const;
 
-  /** What a call writes into its zeroed record; throws OperationFailed. */
-  template <typename Record, typename Index>
-  [[nodiscard]] Record read(std::uint32_t (*call)(Index, Record*), const std::string& operation,
-                            std::span<const ResultText> own = {}) const {
-    Record record{};
-    check(call(static_cast<Index>(index_), &record), operation, own);
+  /** What a call writes into its record, which is zeroed unless given; throws OperationFailed. */
+  template <typename Result, typename Index, typename Record>
+  [[nodiscard]] Record read(Result (*call)(Index, Record*), const std::string& operation,
+                            std::span<const ResultText> own = {}, Record record = {}) const {
+    const Result result = call(static_cast<Index>(index_), &record);
+    check(static_cast<std::uint32_t>(result), operation, own);
     return record;
   }
 

@@ -34,13 +34,11 @@ std::string list_text(const List& list) {
   return text.empty() ? nothing : text;
 }
 
-std::string gbit_text(std::uint32_t gbit) { return fmt::format("{} Gbit/s", gbit); }
-
 std::string speed_text(Speed speed) {
   static constexpr std::uint32_t unknown = 0;
   static constexpr std::uint32_t not_negotiated = 0x8000;
   if (const auto gbit = speed.gbit()) {
-    return gbit_text(*gbit);
+    return fmt::format("{} Gbit/s", *gbit);
   }
   if (speed.code == unknown) {
     return "unknown";
@@ -66,7 +64,7 @@ struct TextOf {
   std::string operator()(Speeds speeds) const {
     List texts;
     for (const std::uint32_t gbit : speeds.gbits()) {
-      texts.push_back(gbit_text(gbit));
+      texts.push_back(fmt::format("{} Gbit/s", gbit));
     }
     return list_text(texts);
   }

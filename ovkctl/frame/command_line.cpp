@@ -65,21 +65,17 @@ Command::Node& selected(Command::Node& node) {
   return node;
 }
 
-void add_error(Report& report, int exit_code, const char* message, const OperationFailed* failure) {
-  Section& error = report.section("error", "Error");
-  error.field("exit_code", "Exit code", exit_code).field("message", "Message", message);
-  if (failure != nullptr) {
-    error.field("result", "Result", failure->result()).field("advice", "Advice", failure->advice());
-  }
-}
-
 int end_with(int exit_code, const std::exception& error, bool json) {
   const auto* const failure = dynamic_cast<const OperationFailed*>(&error);
   const auto* const shown = dynamic_cast<const FailedWithReport*>(&error);
   Report report = shown != nullptr ? shown->report() : Report{};
   // Nothing more can be done when standard output is what failed.
   if (json) {
-    add_error(report, exit_code, error.what(), failure);
+    Section& section = report.section("error", "");
+    section.field("exit_code", "", exit_code).field("message", "", error.what());
+    if (failure != nullptr) {
+      section.field("result", "", failure->result()).field("advice", "", failure->advice());
+    }
     // On one line, as a reader expects that has read a document a line until then.
     const JsonForm form = shown != nullptr ? JsonForm::indented : JsonForm::one_line;
     std::fputs(render_json(report, form).c_str(), stdout);

@@ -11,10 +11,6 @@
 namespace ovkctl {
 namespace {
 
-constexpr const char* see_driver_log =
-    "See with \"ovkctl list\" whether the board is ready, and look in the driver's log for the "
-    "reason.";
-
 constexpr ResultText shared_results[] = {
     {OVK_FAILED, "the command was not delivered or the driver refused it", see_driver_log},
     {OVK_NOT_SUPPORTED, "this adapter does not support it",
@@ -40,11 +36,6 @@ const ResultText& text_of(std::uint32_t result, std::span<const ResultText> own)
   return unknown_result;
 }
 
-std::string number_text(std::uint32_t result) {
-  static constexpr std::uint32_t last_decimal = 255;
-  return result > last_decimal ? hex_text(result, 0) : std::to_string(result);
-}
-
 }  // namespace
 
 OperationFailed::OperationFailed(const std::string& message, std::string advice,
@@ -55,10 +46,19 @@ void check(std::uint32_t result, const std::string& operation, std::span<const R
   if (result == OVK_OK) {
     return;
   }
+  static constexpr std::uint32_t last_decimal = 255;
   const ResultText& text = text_of(result, own);
+  const std::string number = result > last_decimal ? hex_text(result, 0) : std::to_string(result);
   throw OperationFailed(
-      fmt::format("{} failed with result {}: {}.", operation, number_text(result), text.meaning),
-      text.advice, result);
+      fmt::format("{} failed with result {}: {}.", operation, number, text.meaning), text.advice,
+      result);
+}
+
+void check_room(std::size_t count, std::size_t room, const char* what) {
+  if (count > room) {
+    throw OperationFailed(
+        fmt::format("The driver says that it gave {} {} where {} have room.", count, what, room));
+  }
 }
 
 }  // namespace ovkctl

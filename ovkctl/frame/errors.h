@@ -47,6 +47,11 @@ struct ResultText {
   const char* advice;
 };
 
+/** What to do about a failure of which the library does not know more. */
+inline constexpr const char* see_driver_log =
+    "See with \"ovkctl list\" whether the board is ready, and look in the driver's log for the "
+    "reason.";
+
 /**
  * Throws OperationFailed unless the result is OVK_OK.
  *
@@ -57,5 +62,8 @@ struct ResultText {
  */
 void check(std::uint32_t result, const std::string& operation,
            std::span<const ResultText> own = {});
+
+/** Throws OperationFailed when the driver says that it gave more than there was room for. */
+void check_room(std::size_t count, std::size_t room, const char* what);
 
 }  // namespace ovkctl

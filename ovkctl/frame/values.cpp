@@ -3,9 +3,8 @@
 #include "ovkctl/frame/errors.h"
 
 #include <algorithm>
-#include <array>
 #include <charconv>
-#include <fmt/core.h>
+#include <fmt/format.h>
 
 namespace ovkctl {
 namespace {
@@ -14,41 +13,31 @@ constexpr std::size_t dump_line_bytes = 16;
 
 bool printable(char c) { return c >= ' ' && c <= '~'; }
 
-int hex_digit(char c) {
-  int value = -1;
-  std::from_chars(&c, &c + 1, value, 16);
-  return value;
-}
-
-Bytes parse_bytes(std::string_view text, std::string_view separators) {
+/** Takes pairs of hex digits from the front of a text, and the separators around them. */
+Bytes take_bytes(std::string_view& text, std::string_view separators) {
   Bytes bytes;
-  while (!text.empty()) {
-    if (separators.find(text[0]) != std::string_view::npos) {
-      text.remove_prefix(1);
-      continue;
+  while (true) {
+    text.remove_prefix(std::min(text.find_first_not_of(separators), text.size()));
+    const std::string_view digits = text.substr(0, 2);
+    const char* const end = digits.data() + digits.size();
+    std::uint8_t byte = 0;
+    if (digits.size() < 2 || std::from_chars(digits.data(), end, byte, 16).ptr != end) {
+      return bytes;
     }
-    const int high = hex_digit(text[0]);
-    const int low = text.size() > 1 ? hex_digit(text[1]) : -1;
-    if (high < 0 || low < 0) {
-      throw UsageError("\"" + std::string(text) + "\" does not start with two hex digits.");
-    }
-    bytes.push_back(static_cast<std::uint8_t>(high << 4 | low));
-    text.remove_prefix(2);
+    bytes.push_back(byte);
+    text.remove_prefix(digits.size());
   }
-  return bytes;
 }
 
 std::string dump_line(std::uint64_t offset, std::span<const std::uint8_t> bytes) {
-  std::string line = fmt::format("{:08x} ", offset);
-  std::string ascii;
-  for (const std::uint8_t byte : bytes) {
-    line += ascii.size() == dump_line_bytes / 2 ? "  " : " ";
-    line += fmt::format("{:02x}", byte);
-    ascii += printable(static_cast<char>(byte)) ? static_cast<char>(byte) : '.';
-  }
-  static constexpr std::size_t ascii_column = 9 + 3 * dump_line_bytes + 3;
-  line.resize(ascii_column, ' ');
-  return line + "|" + ascii + "|\n";
+  const std::size_t half = std::min(bytes.size(), dump_line_bytes / 2);
+  const std::string hex =
+      fmt::format("{:08x}  {:02x}  {:02x}", offset, fmt::join(bytes.first(half), " "),
+                  fmt::join(bytes.subspan(half), " "));
+  std::string ascii(bytes.begin(), bytes.end());
+  std::ranges::replace_if(
+      ascii, [](char c) { return !printable(c); }, '.');
+  return fmt::format("{:<60}|{}|\n", hex, ascii);
 }
 
 }  // namespace
@@ -77,36 +66,30 @@ void refuse_outside(const Range& range, std::uint64_t number) {
 void parse_value(const std::string& text, std::string& value) { value = text; }
 
 void parse_value(const std::string& text, Wwn& value) {
-  const std::string mistake =
-      "\"" + text + "\" is not a world-wide name such as 10:00:02:00:54:12:34:56.";
   static constexpr std::size_t plain_length = 2 * sizeof value.bytes;
   static constexpr std::size_t colon_length = plain_length + sizeof value.bytes - 1;
-  if (text.size() != plain_length && text.size() != colon_length) {
-    throw UsageError(mistake);
+  std::string_view rest = text;
+  const Bytes bytes = take_bytes(rest, ":");
+  if ((text.size() != plain_length && text.size() != colon_length) || !rest.empty() ||
+      bytes.size() != sizeof value.bytes) {
+    throw UsageError(
+        fmt::format("\"{}\" is not a world-wide name such as 10:00:02:00:54:12:34:56.", text));
   }
-  try {
-    const Bytes bytes = parse_bytes(text, ":");
-    if (bytes.size() != sizeof value.bytes) {
-      throw UsageError(mistake);
-    }
-    std::copy(bytes.begin(), bytes.end(), std::begin(value.bytes));
-  } catch (const UsageError&) {
-    throw UsageError(mistake);
-  }
+  std::ranges::copy(bytes, value.bytes);
 }
 
 void parse_value(const std::string& text, HexBytes& value) {
-  value.bytes = parse_bytes(text, ": ");
+  std::string_view rest = text;
+  value.bytes = take_bytes(rest, ": ");
+  if (!rest.empty()) {
+    throw UsageError(fmt::format("\"{}\" does not start with two hex digits.", rest));
+  }
 }
 
 std::string wwn_text(const Wwn& wwn) { return bytes_text(wwn.bytes, ":"); }
 
 std::string bytes_text(std::span<const std::uint8_t> bytes, const char* separator) {
-  std::string text;
-  for (const std::uint8_t byte : bytes) {
-    text += fmt::format("{}{:02x}", text.empty() ? "" : separator, byte);
-  }
-  return text;
+  return fmt::format("{:02x}", fmt::join(bytes, separator));
 }
 
 std::string hex_text(std::uint64_t value, int digits) {
@@ -115,8 +98,8 @@ std::string hex_text(std::uint64_t value, int digits) {
 
 std::string fixed_text(std::span<const char> field) {
   std::string text(field.begin(), std::find(field.begin(), field.end(), '\0'));
-  std::replace_if(
-      text.begin(), text.end(), [](char c) { return !printable(c); }, '?');
+  std::ranges::replace_if(
+      text, [](char c) { return !printable(c); }, '?');
   text.erase(text.find_last_not_of(' ') + 1);
   return text;
 }

@@ -8,6 +8,7 @@
 
 #include <ovk/types.h>
 
+#include <algorithm>
 #include <concepts>
 #include <cstddef>
 #include <cstdint>
@@ -61,6 +62,23 @@ std::string bytes_text(std::span<const std::uint8_t> bytes, const char* separato
 
 /** A number in hex after "0x" with at least that many digits. */
 std::string hex_text(std::uint64_t value, int digits);
+
+/** Numbers in hex. */
+template <typename Numbers>
+std::vector<std::string> hex_list(const Numbers& numbers, int digits) {
+  std::vector<std::string> texts;
+  for (const auto number : numbers) {
+    texts.push_back(hex_text(number, digits));
+  }
+  return texts;
+}
+
+/** As many elements of an array as a record says that it has, but not more than it has. */
+template <typename Array>
+auto first_of(Array& array, std::size_t count) {
+  const std::span all{array};
+  return all.first(std::min(count, all.size()));
+}
 
 /**
  * The text of a fixed-size field that may lack its terminator: up to the first NUL, without

@@ -23,13 +23,6 @@ std::string board_state_text(std::uint32_t board) {
   return word_or(board_states, state, fmt::format("state {}", state));
 }
 
-std::string summary_state_text(std::uint32_t board, const PortAttributes* port) {
-  if (ovk_state[board] != OVK_BOARD_NORMAL) {
-    return board_state_text(board);
-  }
-  return port != nullptr ? port_state_text(port->PortState) : "no answer";
-}
-
 PortAttributes read_own_port(const Board& board) {
   // Zeroed, because the library leaves the end of the device name as it is.
   PortAttributes port{};
@@ -52,8 +45,8 @@ void add_port_fields(Section& section, const PortAttributes& port) {
              fc4_type_list(port.PortFc4TypesSupported))
       .field("fc4_types_active", "FC-4 types active", fc4_type_list(port.PortFc4TypesActive))
       .field("max_frame_size", "Maximum frame size", Size{port.PortMaxFrameSize})
-      .field("symbolic_name", "Symbolic name", fixed_text(port.PortSymbolicName))
-      .field("device_name", "Device name", fixed_text(port.OSDeviceName))
+      .field("symbolic_name", "Symbolic name", port.PortSymbolicName)
+      .field("device_name", "Device name", port.OSDeviceName)
       .field("discovered_ports", "Discovered ports", port.NumberofDiscoveredPorts);
 }
 

@@ -17,9 +17,6 @@ namespace ovkctl {
 /** The state in which the library has a board, such as "normal". */
 std::string board_state_text(std::uint32_t board);
 
-/** One word for how a board does: what keeps it from working, else the state of its port. */
-std::string summary_state_text(std::uint32_t board, const PortAttributes* port);
-
 /** Reads the attributes of a board's own port; throws OperationFailed. */
 PortAttributes read_own_port(const Board& board);
 

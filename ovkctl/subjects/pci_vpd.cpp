@@ -1,11 +1,13 @@
 #include "ovkctl/subjects/pci_vpd.h"
 
 #include "ovkctl/frame/values.h"
+#include "ovkctl/frame/words.h"
 
 #include <algorithm>
 #include <cstddef>
 #include <numeric>
 #include <optional>
+#include <string_view>
 
 namespace ovkctl {
 namespace {
@@ -68,13 +70,11 @@ Vpd parse_vpd(std::span<const std::uint8_t> image) {
     if (!contents) {
       break;
     }
+    const bool writable = tag->front() == read_write_tag;
     if (tag->front() == identifier_tag) {
       vpd.identifier = text_of(*contents);
-    } else if (tag->front() == read_only_tag || tag->front() == read_write_tag) {
-      if (!take_fields(vpd, *contents, tag->front() == read_write_tag, image.data())) {
-        break;
-      }
-    } else {
+    } else if ((tag->front() != read_only_tag && !writable) ||
+               !take_fields(vpd, *contents, writable, image.data())) {
       break;
     }
   }
@@ -82,20 +82,18 @@ Vpd parse_vpd(std::span<const std::uint8_t> image) {
 }
 
 std::string vpd_keyword_text(const std::string& keyword) {
-  struct Meaning {
-    const char* keyword;
-    const char* text;
-  };
-  constexpr Meaning meanings[] = {
-      {"PN", "Part number"},    {"EC", "Engineering change"}, {"SN", "Serial number"},
-      {"MN", "Manufacture ID"}, {"YA", "Asset tag"},          {"FG", "Fabric geography"},
-      {"LC", "Location"},       {"PG", "PCI geography"},
-  };
-  const auto* meaning = std::ranges::find(meanings, keyword, &Meaning::keyword);
-  if (meaning != std::end(meanings)) {
-    return meaning->text;
-  }
-  return keyword.starts_with("V") ? "Vendor-specific" : keyword.starts_with("Y") ? "System" : "";
+  static constexpr auto meanings = words<std::string_view>({{"PN", "Part number"},
+                                                            {"EC", "Engineering change"},
+                                                            {"SN", "Serial number"},
+                                                            {"MN", "Manufacture ID"},
+                                                            {"YA", "Asset tag"},
+                                                            {"FG", "Fabric geography"},
+                                                            {"LC", "Location"},
+                                                            {"PG", "PCI geography"}});
+  const char* const family = keyword.starts_with("V")   ? "Vendor-specific"
+                             : keyword.starts_with("Y") ? "System"
+                                                        : "";
+  return word_or(meanings, keyword, family);
 }
 
 }  // namespace ovkctl
