@@ -4,6 +4,8 @@
  */
 #pragma once
 
+#include "driver_abi/fc.h"
+
 #include <ovk/types.h>
 
 #include <array>
@@ -36,5 +38,41 @@ struct RnidManagementRecord {
 
 static_assert(sizeof(RnidManagementRecord) == 44);
 static_assert(offsetof(RnidManagementRecord, data) == 8);
+
+/** What an LS_ACC to an RNID begins with. The names follow, if it has any, and then the data. */
+struct RnidAcceptHeader {
+  Els command;
+  std::uint8_t reserved1[3];
+  std::uint8_t format;
+  std::uint8_t names_size;
+  std::uint8_t reserved6;
+  std::uint8_t data_size;
+};
+
+static_assert(sizeof(RnidAcceptHeader) == 8);
+static_assert(offsetof(RnidAcceptHeader, format) == 4);
+
+struct RnidNames {
+  Wwn port;
+  Wwn node;
+};
+
+/** The general topology discovery data as they travel, in network byte order. */
+struct RnidTopologyOnWire {
+  std::uint8_t vendor_unique[16];
+  std::uint32_t unit_type;
+  std::uint32_t physical_port;
+  std::uint32_t attached_nodes;
+  std::uint8_t node_management;
+  std::uint8_t ip_version;
+  std::uint16_t udp_port;
+  std::array<std::uint8_t, 16> ip_address;
+  std::uint16_t reserved48;
+  std::uint16_t topology_flags;
+};
+
+static_assert(sizeof(RnidTopologyOnWire) == 52);
+static_assert(offsetof(RnidTopologyOnWire, ip_version) == 29);
+static_assert(offsetof(RnidTopologyOnWire, topology_flags) == 50);
 
 }  // namespace ovk

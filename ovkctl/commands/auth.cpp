@@ -10,12 +10,6 @@
 #include <array>
 #include <cstring>
 #include <ctime>
-#include <fmt/core.h>
-#include <optional>
-#include <span>
-#include <sstream>
-#include <string>
-#include <vector>
 
 namespace ovkctl {
 namespace {
@@ -84,11 +78,10 @@ List words_of(const Words<Code, count>& table, std::span<const std::uint8_t> cod
 template <typename Code, std::size_t count>
 std::uint8_t parse_codes(const Words<Code, count>& table, const std::string& text,
                          std::span<std::uint8_t> codes) {
-  std::istringstream list{text};
   std::uint8_t used = 0;
-  for (std::string word; std::getline(list, word, ',');) {
+  for (const std::string& word : split(text)) {
     if (used == codes.size()) {
-      throw UsageError(fmt::format("At most {} of {} fit.", codes.size(), list_words(table, ", ")));
+      throw UsageError("At most {} of {} fit.", codes.size(), list_words(table, ", "));
     }
     codes[used++] = static_cast<std::uint8_t>(code_of(table, word));
   }
@@ -97,10 +90,6 @@ std::uint8_t parse_codes(const Words<Code, count>& table, const std::string& tex
 
 void check_auth(const Board& board, std::uint32_t result, const char* operation) {
   board.check(result, operation, auth_results);
-}
-
-ovk::PortPair ports_of(const Board& board, const Wwn& remote) {
-  return {read_own_port(board).PortWWN, remote};
 }
 
 void persist_if(bool wanted, const Board& board) {

@@ -8,11 +8,8 @@
 #include <algorithm>
 #include <bit>
 #include <cstring>
-#include <fmt/core.h>
 #include <iterator>
 #include <memory>
-#include <optional>
-#include <vector>
 
 namespace ovkctl {
 namespace {
@@ -200,8 +197,7 @@ constexpr Word<std::string> log_word{"TEXT", "the line, up to 64 bytes", "mainte
 Report module_log(const Host& /*host*/, const std::string& text) {
   LogMessage message{};
   if (text.size() > sizeof message.text) {
-    throw UsageError(
-        fmt::format("The driver's log takes up to {} bytes at a time.", sizeof message.text));
+    throw UsageError("The driver's log takes up to {} bytes at a time.", sizeof message.text);
   }
   std::memcpy(message.text, text.data(), text.size());
   check(LogMsg(&message), "Writing to the driver's log");

@@ -6,10 +6,7 @@
 #include <chrono>
 #include <ctime>
 #include <fmt/chrono.h>
-#include <optional>
-#include <string>
 #include <thread>
-#include <vector>
 
 namespace ovkctl {
 namespace {

@@ -1,4 +1,5 @@
 #include "driver_abi/fc.h"
+#include "driver_abi/records/name_server.h"
 #include "ovkctl/frame/command.h"
 #include "ovkctl/subjects/fc_words.h"
 #include "ovkctl/subjects/scsi_access.h"
@@ -8,10 +9,6 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
-#include <fmt/core.h>
-#include <span>
-#include <string>
-#include <vector>
 
 namespace ovkctl {
 namespace {
@@ -145,31 +142,9 @@ constexpr std::uint32_t most_ports = 0x10000;
 constexpr auto registered_types = words<std::uint8_t>(
     {{0x01, "N_Port"}, {0x02, "NL_Port"}, {0x81, "F_Port"}, {0x82, "FL_Port"}, {0x84, "E_Port"}});
 
-/** The contents of an accepted GA_NXT (FC-GS). */
-struct RegisteredPort {
-  std::uint8_t type;
-  std::uint8_t fc_id[3];
-  Wwn port_name;
-  std::uint8_t symbolic_name_length;
-  char symbolic_name[255];
-  Wwn node_name;
-  std::uint8_t reserved276[280];
-  std::uint8_t classes[4];
-  std::uint8_t fc4_types[32];
-  std::uint8_t reserved592[16];
-  Wwn fabric_name;
-  std::uint8_t reserved616[4];
+using ovk::RegisteredPort;
 
-  [[nodiscard]] std::uint32_t address() const { return big_endian(fc_id, 0, sizeof fc_id); }
-};
-
-static_assert(sizeof(RegisteredPort) == 620);
-static_assert(offsetof(RegisteredPort, port_name) == 4);
-static_assert(offsetof(RegisteredPort, symbolic_name_length) == 12);
-static_assert(offsetof(RegisteredPort, node_name) == 268);
-static_assert(offsetof(RegisteredPort, classes) == 556);
-static_assert(offsetof(RegisteredPort, fc4_types) == 560);
-static_assert(offsetof(RegisteredPort, fabric_name) == 608);
+std::uint32_t address_of(const RegisteredPort& port) { return big_endian(port.fc_id, 0, 3); }
 
 std::string type_text(const RegisteredPort& port) {
   return word_or_hex(registered_types, port.type, 2, "type ");
@@ -180,7 +155,7 @@ std::string symbolic_name_text(const RegisteredPort& port) {
 }
 
 constexpr Column<RegisteredPort> registered_columns[] = {
-    {"fc_id", "FC ID", as<FcAddress, &RegisteredPort::address>},
+    {"fc_id", "FC ID", as<FcAddress, address_of>},
     {"port_wwn", "PORT WWN", field<&RegisteredPort::port_name>},
     {"node_wwn", "NODE WWN", field<&RegisteredPort::node_name>},
     {"type", "TYPE", field<type_text>},
@@ -212,9 +187,9 @@ RegisteredPort port_after(const Board& board, std::uint32_t fc_id) {
 Report list_registered(const Board& board) {
   std::vector<RegisteredPort> ports;
   // The server goes on with the lowest address after the highest.
-  for (std::uint32_t last = 0; ports.size() < most_ports; last = ports.back().address()) {
+  for (std::uint32_t last = 0; ports.size() < most_ports; last = address_of(ports.back())) {
     const RegisteredPort port = port_after(board, last);
-    if (port.address() <= last) {
+    if (address_of(port) <= last) {
       break;
     }
     ports.push_back(port);

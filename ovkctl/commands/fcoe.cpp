@@ -5,12 +5,7 @@
 
 #include <algorithm>
 #include <cstring>
-#include <fmt/core.h>
 #include <limits>
-#include <optional>
-#include <sstream>
-#include <string>
-#include <vector>
 
 namespace ovkctl {
 namespace {
@@ -136,13 +131,9 @@ constexpr Rest<std::string> connection_words{
 
 /** Reads "FLAGS,VLAN,NAME,NAME". The adapter marks each entry as used. */
 FcfConnectEntry parse_connection(const std::string& text) {
-  std::istringstream words{text};
-  std::vector<std::string> parts;
-  for (std::string part; std::getline(words, part, ',');) {
-    parts.push_back(part);
-  }
+  const std::vector<std::string> parts = split(text);
   if (parts.size() != 4) {
-    throw UsageError(fmt::format("\"{}\" is no connection such as 0x06,100,WWN,WWN.", text));
+    throw UsageError("\"{}\" is no connection such as 0x06,100,WWN,WWN.", text);
   }
   FcfConnectEntry entry{};
   parse_value(parts[0], entry.flags);
@@ -150,8 +141,7 @@ FcfConnectEntry parse_connection(const std::string& text) {
   parse_value(parts[2], entry.names[0]);
   parse_value(parts[3], entry.names[1]);
   if ((entry.flags & ~(OVK_FCF_CONNECT_IN_USE | OVK_FCF_CONNECT_OPTIONS)) != 0) {
-    throw UsageError(
-        fmt::format("{} has flags that the adapter does not keep: only 0x3f are kept.", parts[0]));
+    throw UsageError("{} has flags that the adapter does not keep: only 0x3f are kept.", parts[0]);
   }
   entry.flags |= OVK_FCF_CONNECT_IN_USE;
   return entry;
@@ -159,7 +149,7 @@ FcfConnectEntry parse_connection(const std::string& text) {
 
 FcfConnectList parse_connections(const std::vector<std::string>& texts) {
   if (texts.size() > OVK_FCF_CONNECT_ENTRIES) {
-    throw UsageError(fmt::format("The list has room for {} connections.", OVK_FCF_CONNECT_ENTRIES));
+    throw UsageError("The list has room for {} connections.", OVK_FCF_CONNECT_ENTRIES);
   }
   FcfConnectList list{};
   for (const std::string& text : texts) {

@@ -8,8 +8,6 @@
 
 #include <algorithm>
 #include <bit>
-#include <span>
-#include <vector>
 
 namespace ovkctl {
 namespace {

@@ -9,10 +9,6 @@
 
 #include <algorithm>
 #include <bit>
-#include <fmt/core.h>
-#include <optional>
-#include <string>
-#include <vector>
 
 namespace ovkctl {
 namespace {
@@ -175,8 +171,8 @@ Report set_parameter(const Board& board, const std::string& name, std::uint32_t 
   const std::vector<ovk::ParameterRecord> before = read_parameters(board);
   const auto found = std::ranges::find(before, name, name_text);
   if (found == before.end()) {
-    throw UsageError(fmt::format(
-        "There is no parameter \"{}\"; \"ovkctl params list\" shows which there are.", name));
+    throw UsageError("There is no parameter \"{}\"; \"ovkctl params list\" shows which there are.",
+                     name);
   }
   const auto index = static_cast<std::uint32_t>(found - before.begin());
   const std::string limits = limits_text(*found);

@@ -5,10 +5,8 @@
 #include <algorithm>
 #include <atomic>
 #include <csignal>
-#include <fmt/core.h>
 #include <functional>
 #include <numeric>
-#include <optional>
 #include <random>
 #include <utility>
 
@@ -28,10 +26,9 @@ using Pattern = std::uint8_t (*)(std::size_t number, std::size_t place);
 std::uint8_t counting(std::size_t number, std::size_t place) {
   return static_cast<std::uint8_t>(number + place);
 }
-std::uint8_t zeros(std::size_t /*number*/, std::size_t /*place*/) { return 0x00; }
-std::uint8_t ones(std::size_t /*number*/, std::size_t /*place*/) { return 0xff; }
-std::uint8_t alternating(std::size_t /*number*/, std::size_t place) {
-  return place % 2 == 0 ? 0xaa : 0x55;
+template <std::uint8_t even, std::uint8_t odd = even>
+std::uint8_t filled(std::size_t /*number*/, std::size_t place) {
+  return place % 2 == 0 ? even : odd;
 }
 std::uint8_t random(std::size_t /*number*/, std::size_t /*place*/) {
   static std::minstd_rand generator;
@@ -39,9 +36,9 @@ std::uint8_t random(std::size_t /*number*/, std::size_t /*place*/) {
 }
 
 constexpr auto patterns = words<Pattern>({{counting, "counting"},
-                                          {zeros, "zeros"},
-                                          {ones, "ones"},
-                                          {alternating, "alternating"},
+                                          {filled<0x00>, "zeros"},
+                                          {filled<0xFF>, "ones"},
+                                          {filled<0xAA, 0x55>, "alternating"},
                                           {random, "random"}});
 
 constexpr Setting<LoopbackMode> mode_setting{"--mode",   "", "where a frame turns around",

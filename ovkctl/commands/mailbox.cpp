@@ -5,9 +5,6 @@
 #include <ovk/mailbox.h>
 
 #include <algorithm>
-#include <fmt/core.h>
-#include <string>
-#include <vector>
 
 namespace ovkctl {
 namespace {
@@ -75,7 +72,7 @@ Record* as_records(Bytes& bytes) {
 
 void check_words(const Bytes& bytes, std::size_t most, const char* what) {
   if (bytes.size() > most * word_size || bytes.size() % word_size != 0) {
-    throw UsageError(fmt::format("{} has whole words, at most {} of them.", what, most));
+    throw UsageError("{} has whole words, at most {} of them.", what, most);
   }
 }
 
@@ -115,8 +112,8 @@ void attach_memory(Parcel& parcel) {
   const MemoryWords& memory = parcel.memory;
   if ((!parcel.read.empty() && memory.read_length == 0) ||
       (!parcel.write.empty() && memory.write_length == 0)) {
-    throw UsageError(fmt::format("The mailbox command {:#04x} does not move data that way.",
-                                 as_records<Mailbox>(parcel.mailbox)->command));
+    throw UsageError("The mailbox command {:#04x} does not move data that way.",
+                     as_records<Mailbox>(parcel.mailbox)->command);
   }
   put_word(parcel, memory.read_length, parcel.read.size());
   put_word(parcel, memory.read_address, reinterpret_cast<std::uintptr_t>(parcel.read.data()));
@@ -132,7 +129,7 @@ Parcel pack(const MailboxArguments& given) {
                 .ext = given.ext.bytes,
                 .memory = {}};
   if (parcel.write.size() > OVK_MAILBOX_EXTENSION_SIZE) {
-    throw UsageError(fmt::format("A mailbox writes at most {} bytes.", OVK_MAILBOX_EXTENSION_SIZE));
+    throw UsageError("A mailbox writes at most {} bytes.", OVK_MAILBOX_EXTENSION_SIZE);
   }
   check_words(parcel.ext, OVK_MAILBOX_EXTENDED_WORDS, "Extended data");
   parcel.ext.resize(std::max(parcel.ext.size(), given.ext_words * word_size));
@@ -164,8 +161,7 @@ std::uint32_t send(const Board& board, const MailboxArguments& given, Parcel& pa
     return OVK_IssueMboxWithRetryV2(board, mailbox, parcel.words, given.attempts, given.delay);
   }
   if (parcel.words > OVK_MAILBOX_WORDS) {
-    throw UsageError(
-        fmt::format("A mailbox of this board has at most {} words.", OVK_MAILBOX_WORDS));
+    throw UsageError("A mailbox of this board has at most {} words.", OVK_MAILBOX_WORDS);
   }
   return OVK_IssueMboxWithRetry(board, mailbox, parcel.words, parcel.words * word_size,
                                 given.attempts, given.delay);

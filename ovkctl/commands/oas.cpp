@@ -3,13 +3,9 @@
 
 #include <ovk/features.h>
 
-#include <algorithm>
 #include <bit>
 #include <endian.h>
-#include <iterator>
 #include <memory>
-#include <optional>
-#include <span>
 
 namespace ovkctl {
 namespace {
@@ -53,17 +49,6 @@ constexpr Option<Wwn> local_option{"--local", "WWN", "port WWN of the board's po
 constexpr Option<std::uint8_t> priority_option{
     "--priority", "NUMBER", "0 to 127: a priority of its own", "", {0, OVK_OAS_MAX_PRIORITY}};
 
-/** Between which ports a rule is. */
-struct Ports {
-  Wwn local;
-  Wwn target;
-};
-
-/** The local port is the board's own unless the command line names another. */
-Ports ports_of(const Board& board, const Wwn& target, const std::optional<Wwn>& local) {
-  return {local ? *local : read_own_port(board).PortWWN, target};
-}
-
 std::uint64_t lun_number(const OasLun& lun) {
   return be64toh(std::bit_cast<std::uint64_t>(lun.lun));
 }
@@ -78,10 +63,10 @@ constexpr Column<OasLun> lun_columns[] = {
 };
 
 /** Reads the list; that the ports have no logical unit is an empty one. */
-std::unique_ptr<OasLunList> read_list(const Board& board, const Ports& ports) {
+std::unique_ptr<OasLunList> read_list(const Board& board, const ovk::PortPair& ports) {
   auto list = std::make_unique<OasLunList>();
   list->count = OVK_OAS_MAX_LUNS;
-  const std::uint32_t result = OVK_GetOASLunList(board, &ports.local, &ports.target, 0, list.get());
+  const std::uint32_t result = OVK_GetOASLunList(board, &ports.local, &ports.remote, 0, list.get());
   if (result == OVK_OAS_NO_LUN) {
     list->count = 0;
   } else if (result != OVK_MORE_DATA) {
@@ -90,16 +75,16 @@ std::unique_ptr<OasLunList> read_list(const Board& board, const Ports& ports) {
   return list;
 }
 
-Report list_report(const Board& board, const Ports& ports) {
+Report list_report(const Board& board, const ovk::PortPair& ports) {
   const auto list = read_list(board, ports);
-  const std::size_t delivered = std::min<std::size_t>(list->count, std::size(list->luns));
-  Report report = board.report()
-                      .field("local_port", "Local port", ports.local)
-                      .field("target_port", "Target port", ports.target)
-                      .field("count", "Logical units", list->count)
-                      .table("luns", "", lun_columns, std::span{list->luns}.first(delivered),
-                             "No logical unit has optimized access.");
-  if (delivered < list->count) {
+  const std::span delivered = first_of(list->luns, list->count);
+  Report report =
+      board.report()
+          .field("local_port", "Local port", ports.local)
+          .field("target_port", "Target port", ports.remote)
+          .field("count", "Logical units", list->count)
+          .table("luns", "", lun_columns, delivered, "No logical unit has optimized access.");
+  if (delivered.size() < list->count) {
     report.note("The driver has more than it gives at a time.");
   }
   return report;
@@ -109,18 +94,18 @@ Report list(const Board& board, const Wwn& target, const std::optional<Wwn>& loc
   return list_report(board, ports_of(board, target, local));
 }
 
-std::uint32_t send_rule(const Board& board, const Ports& ports, std::uint64_t lun,
+std::uint32_t send_rule(const Board& board, const ovk::PortPair& ports, std::uint64_t lun,
                         OvkOasOperation operation) {
-  return OVK_SetOASLun(board, &ports.local, &ports.target, static_cast<std::uint32_t>(lun),
+  return OVK_SetOASLun(board, &ports.local, &ports.remote, static_cast<std::uint32_t>(lun),
                        static_cast<std::uint32_t>(lun >> 32), 0,
                        static_cast<std::uint8_t>(operation));
 }
 
 Report add(const Board& board, const Wwn& target, std::uint64_t lun,
            const std::optional<Wwn>& local, std::optional<std::uint8_t> priority) {
-  const Ports ports = ports_of(board, target, local);
+  const ovk::PortPair ports = ports_of(board, target, local);
   const OasRule rule{.operation = OVK_OAS_SET, .priority = priority.value_or(0), .lun = lun};
-  board.check(priority ? OVK_SetOASLunV2(board, &ports.local, &ports.target, 0, &rule)
+  board.check(priority ? OVK_SetOASLunV2(board, &ports.local, &ports.remote, 0, &rule)
                        : send_rule(board, ports, lun, OVK_OAS_SET),
               "Adding the optimized-access rule", oas_results);
   return list_report(board, ports);
@@ -128,7 +113,7 @@ Report add(const Board& board, const Wwn& target, std::uint64_t lun,
 
 Report remove(const Board& board, const Wwn& target, std::uint64_t lun,
               const std::optional<Wwn>& local) {
-  const Ports ports = ports_of(board, target, local);
+  const ovk::PortPair ports = ports_of(board, target, local);
   const std::uint32_t result = send_rule(board, ports, lun, OVK_OAS_CLEAR);
   // Whether the target is logged in does not matter to a rule that is gone.
   if (result != OVK_OAS_NODES_UNKNOWN && result != OVK_OAS_TARGET_UNKNOWN) {

@@ -10,8 +10,6 @@
 #include <cstring>
 #include <iterator>
 #include <memory>
-#include <optional>
-#include <vector>
 
 namespace ovkctl {
 namespace {

@@ -5,14 +5,9 @@
 
 #include <algorithm>
 #include <bit>
-#include <fmt/core.h>
 #include <iterator>
 #include <memory>
-#include <optional>
-#include <span>
 #include <sstream>
-#include <string>
-#include <vector>
 
 namespace ovkctl {
 namespace {
@@ -44,7 +39,7 @@ FcpPriorityMatch parse_field(const std::string& text) {
   try {
     parse_value(text == wildcard ? all_ones : text, digits);
   } catch (const UsageError&) {
-    throw UsageError(fmt::format("\"{}\" is neither 16 hex digits nor *.", text));
+    throw UsageError("\"{}\" is neither 16 hex digits nor *.", text);
   }
   return std::bit_cast<FcpPriorityMatch>(digits);
 }
@@ -68,7 +63,7 @@ void add_line(FcpPriorityList& list, const std::string& line) {
     return;
   }
   if (list.count == OVK_FCP_PRIORITY_MAX_ENTRIES) {
-    throw UsageError(fmt::format("A table has at most {} rules.", list.count));
+    throw UsageError("A table has at most {} rules.", list.count);
   }
   list.entries[list.count++] = parse_rule(words);
 }
@@ -82,7 +77,7 @@ std::unique_ptr<FcpPriorityList> read_rules(const std::string& path) {
     try {
       add_line(*list, line);
     } catch (const UsageError& error) {
-      throw UsageError(fmt::format("{}:{}: {}", path, number, error.what()));
+      throw UsageError("{}:{}: {}", path, number, error.what());
     }
   }
   return list;
@@ -110,11 +105,10 @@ bool read_flag(const Board& board) {
 }
 
 Report rules_report(const Board& board, const FcpPriorityList& list) {
-  const std::size_t count = std::min<std::size_t>(list.count, std::size(list.entries));
   return board.report()
       .field("applied", "Rules are applied", read_flag(board))
       .field("count", "Rules", list.count)
-      .table("rules", "", rule_columns, std::span{list.entries}.first(count),
+      .table("rules", "", rule_columns, first_of(list.entries, list.count),
              "The board has no FCP priority rules.");
 }
 

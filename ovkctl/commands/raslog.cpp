@@ -5,7 +5,6 @@
 #include <ovk/features.h>
 
 #include <algorithm>
-#include <string>
 
 namespace ovkctl {
 namespace {

@@ -6,12 +6,7 @@
 #include <ovk/info.h>
 
 #include <bit>
-#include <fmt/core.h>
 #include <limits>
-#include <optional>
-#include <span>
-#include <string>
-#include <vector>
 
 namespace ovkctl {
 namespace {
@@ -36,7 +31,7 @@ Bytes bytes_to_write(const std::optional<HexBytes>& hex, const std::optional<std
                      std::size_t most) {
   Bytes bytes = given_bytes(hex, file, most, "Give the bytes either as HEX or with --from FILE.");
   if (bytes.empty() || bytes.size() > most) {
-    throw UsageError(fmt::format("A write takes 1 to {} bytes.", most));
+    throw UsageError("A write takes 1 to {} bytes.", most);
   }
   return bytes;
 }

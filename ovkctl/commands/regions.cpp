@@ -7,10 +7,7 @@
 #include <ovk/regions.h>
 
 #include <algorithm>
-#include <fmt/core.h>
 #include <map>
-#include <optional>
-#include <string>
 
 namespace ovkctl {
 namespace {
@@ -92,8 +89,8 @@ constexpr Flag dry_run_flag{"--dry-run", "only show what would change"};
 /** A region's bytes with new ones in their place. */
 Bytes put_into(Bytes image, const Bytes& given, std::uint32_t offset) {
   if (offset > image.size() || given.size() > image.size() - offset) {
-    throw UsageError(fmt::format("The region has {} bytes: {} at offset {} do not fit.",
-                                 image.size(), count_text(given.size(), "byte"), offset));
+    throw UsageError("The region has {} bytes: {} at offset {} do not fit.", image.size(),
+                     count_text(given.size(), "byte"), offset);
   }
   std::ranges::copy(given, image.begin() + static_cast<std::ptrdiff_t>(offset));
   return image;

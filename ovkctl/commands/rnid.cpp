@@ -10,11 +10,7 @@
 #include <arpa/inet.h>
 #include <array>
 #include <cstddef>
-#include <fmt/core.h>
 #include <iterator>
-#include <optional>
-#include <span>
-#include <string>
 
 namespace ovkctl {
 namespace {
@@ -107,7 +103,7 @@ void put_ip_address(RnidMgmtInfo& info, const std::string& text) {
   } else if (inet_pton(AF_INET6, text.c_str(), address.data()) == 1) {
     info.IPVersion = ipv6;
   } else {
-    throw UsageError(fmt::format("\"{}\" is no IP address.", text));
+    throw UsageError("\"{}\" is no IP address.", text);
   }
   std::ranges::copy(address, info.IPAddress);
 }
@@ -141,47 +137,7 @@ constexpr ResultText send_results[] = {
      "See with \"ovkctl nodes\" which ports the board is logged in with."},
 };
 
-/** What an LS_ACC begins with (FC-LS). The names follow, if it has any, and then the data. */
-struct ReplyHeader {
-  ovk::Els command;
-  std::uint8_t reserved1[3];
-  std::uint8_t format;
-  std::uint8_t names_size;
-  std::uint8_t reserved6;
-  std::uint8_t data_size;
-
-  [[nodiscard]] bool fits(std::size_t size) const {
-    return command == ovk::Els::ls_acc && size >= sizeof *this + names_size + data_size;
-  }
-};
-
-static_assert(sizeof(ReplyHeader) == 8);
-static_assert(offsetof(ReplyHeader, format) == 4);
-
-struct Names {
-  Wwn port;
-  Wwn node;
-};
-
-/** General topology discovery data as it travels, in network byte order. */
-struct TopologyOnWire {
-  std::uint8_t vendor_unique[16];
-  std::uint32_t unit_type;
-  std::uint32_t physical_port;
-  std::uint32_t attached_nodes;
-  std::uint8_t node_management;
-  std::uint8_t ip_version;
-  std::uint16_t udp_port;
-  IpAddress ip_address;
-  std::uint16_t reserved48;
-  std::uint16_t topology_flags;
-};
-
-static_assert(sizeof(TopologyOnWire) == 52);
-static_assert(offsetof(TopologyOnWire, ip_version) == 29);
-static_assert(offsetof(TopologyOnWire, topology_flags) == 50);
-
-Topology topology_of(const TopologyOnWire& wire) {
+Topology topology_of(const ovk::RnidTopologyOnWire& wire) {
   return {.unit_type = ntohl(wire.unit_type),
           .physical_port = ntohl(wire.physical_port),
           .attached_nodes = ntohl(wire.attached_nodes),
@@ -194,17 +150,19 @@ Topology topology_of(const TopologyOnWire& wire) {
 
 /** Adds what the parts of a reply say whose sizes are those of the standard. */
 void add_reply(Report& report, std::span<const std::uint8_t> reply) {
-  const auto header = ovk::read_record<ReplyHeader>(reply);
-  if (!header || !header->fits(reply.size())) {
+  const auto header = ovk::read_record<ovk::RnidAcceptHeader>(reply);
+  if (!header || header->command != ovk::Els::ls_acc ||
+      reply.size() < sizeof *header + header->names_size + header->data_size) {
     report.note("The reply is not an LS_ACC that is understood here.");
     return;
   }
   report.field("format", "Format", Hex{header->format, 2});
-  const auto names = ovk::read_record<Names>(reply, sizeof *header);
+  const auto names = ovk::read_record<ovk::RnidNames>(reply, sizeof *header);
   if (names && header->names_size == sizeof *names) {
     report.field("port_wwn", "Port WWN", names->port).field("node_wwn", "Node WWN", names->node);
   }
-  const auto data = ovk::read_record<TopologyOnWire>(reply, sizeof *header + header->names_size);
+  const auto data =
+      ovk::read_record<ovk::RnidTopologyOnWire>(reply, sizeof *header + header->names_size);
   const bool is_general = header->format == ovk::rnid_general_topology;
   if (data && is_general && header->data_size == sizeof *data) {
     add_topology(report.section("topology", "General topology"), topology_of(*data));

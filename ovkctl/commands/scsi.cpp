@@ -6,13 +6,8 @@
 #include <ovk/hbaapi.h>
 
 #include <algorithm>
-#include <fmt/core.h>
 #include <limits>
-#include <optional>
-#include <span>
-#include <string>
 #include <utility>
-#include <vector>
 
 namespace ovkctl {
 namespace {
@@ -157,16 +152,11 @@ constexpr Setting<std::uint32_t> blocks_setting{
 constexpr Word<std::string> file_word{"FILE", "what to write, whole blocks of 512 bytes",
                                       "blocks.bin"};
 
-struct Place {
-  LogicalUnit unit;
-  std::uint32_t lba = 0;
-};
-
-/** Moves all the data, a chunk after the other. */
-void transfer_all(Transfer* transfer, const Place& place, Bytes& data, const char* operation) {
+/** Moves all the data from or to a block on, a chunk after the other. */
+void transfer_all(Transfer* transfer, const LogicalUnit& unit, std::uint32_t first_block,
+                  Bytes& data, const char* operation) {
   in_pieces(operation, std::span{data}, chunk_size, [&](std::size_t done, auto chunk) {
-    const LogicalUnit& unit = place.unit;
-    const std::uint32_t lba = place.lba + done / OVK_SCSI_BLOCK_SIZE;
+    const std::uint32_t lba = first_block + done / OVK_SCSI_BLOCK_SIZE;
     const std::string where = fmt::format("{} block {}", operation, lba);
     const std::uint32_t length = send_scsi(unit.board, where, chunk, transfer, &unit.target,
                                            unit.word0(), unit.word1(), lba);
@@ -184,22 +174,22 @@ void refuse_beyond_last_lba(std::uint32_t lba, std::size_t bytes) {
   }
 }
 
-Report transfer_report(const Place& place, std::size_t bytes) {
-  return place.unit.board.report()
-      .field("target", "Target", place.unit.target)
-      .field("lun", "LUN", place.unit.lun)
-      .field("lba", "First block", place.lba)
+Report transfer_report(const LogicalUnit& unit, std::uint32_t lba, std::size_t bytes) {
+  return unit.board.report()
+      .field("target", "Target", unit.target)
+      .field("lun", "LUN", unit.lun)
+      .field("lba", "First block", lba)
       .field("blocks", "Blocks", static_cast<std::uint32_t>(bytes / OVK_SCSI_BLOCK_SIZE))
       .field("bytes", "Transferred", Size{bytes});
 }
 
 Report read(const Board& board, const Wwn& target, std::uint32_t lun, std::uint32_t lba,
             std::uint32_t blocks) {
-  const Place place{{board, target, lun}, lba};
+  const LogicalUnit unit{board, target, lun};
   Bytes data(std::size_t{blocks} * OVK_SCSI_BLOCK_SIZE);
   refuse_beyond_last_lba(lba, data.size());
-  transfer_all(SendScsiRead, place, data, "Reading");
-  Report report = board.has_output_file() ? transfer_report(place, data.size())
+  transfer_all(SendScsiRead, unit, lba, data, "Reading");
+  Report report = board.has_output_file() ? transfer_report(unit, lba, data.size())
                                           : Report{}.field("lba", "", lba);
   return report.payload("data", "", std::move(data));
 }
@@ -208,15 +198,15 @@ Report write(const Board& board, const Wwn& target, std::uint32_t lun, const std
              std::uint32_t lba) {
   Bytes data = read_file(file, most_bytes);
   if (data.empty() || data.size() % OVK_SCSI_BLOCK_SIZE != 0) {
-    throw UsageError(fmt::format("\"{}\" has {} bytes; whole blocks of 512 bytes are needed.", file,
-                                 data.size()));
+    throw UsageError("\"{}\" has {} bytes; whole blocks of 512 bytes are needed.", file,
+                     data.size());
   }
   refuse_beyond_last_lba(lba, data.size());
   board.ask("This overwrites {} blocks of LUN {} of {} from block {} on.",
             data.size() / OVK_SCSI_BLOCK_SIZE, lun, wwn_text(target), lba);
-  const Place place{{board, target, lun}, lba};
-  transfer_all(SendScsiWrite, place, data, "Writing");
-  return transfer_report(place, data.size()).field("file", "File", file);
+  const LogicalUnit unit{board, target, lun};
+  transfer_all(SendScsiWrite, unit, lba, data, "Writing");
+  return transfer_report(unit, lba, data.size()).field("file", "File", file);
 }
 
 }  // namespace

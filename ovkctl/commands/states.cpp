@@ -6,10 +6,7 @@
 #include <algorithm>
 #include <array>
 #include <chrono>
-#include <fmt/core.h>
-#include <optional>
 #include <thread>
-#include <vector>
 
 namespace ovkctl {
 namespace {

@@ -10,11 +10,8 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fmt/format.h>
-#include <optional>
 #include <sstream>
-#include <string>
 #include <thread>
-#include <vector>
 
 namespace ovkctl {
 namespace {

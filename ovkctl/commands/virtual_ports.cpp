@@ -5,7 +5,6 @@
 #include <ovk/npiv.h>
 
 #include <bit>
-#include <fmt/core.h>
 #include <iterator>
 
 namespace ovkctl {

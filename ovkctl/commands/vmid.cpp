@@ -7,10 +7,7 @@
 #include <algorithm>
 #include <array>
 #include <bit>
-#include <fmt/core.h>
 #include <memory>
-#include <span>
-#include <string>
 
 namespace ovkctl {
 namespace {
@@ -35,9 +32,8 @@ Report show_ranges(const Board& board) {
   const auto list =
       board.read(OVK_GetQFPAPriorityList, "Reading the priority ranges", qfpa_results);
   const auto record = std::bit_cast<ovk::QfpaRecord>(list);
-  const std::size_t count = std::min<std::size_t>(record.count, record.ranges.size());
   return board.report()
-      .table("ranges", "", range_columns, std::span{record.ranges}.first(count),
+      .table("ranges", "", range_columns, first_of(record.ranges, record.count),
              "The fabric gave no priority range.")
       .payload("", "", {std::begin(list.bytes), std::end(list.bytes)});
 }
@@ -80,7 +76,7 @@ Uuid parse_uuid(const std::string& text) {
   }
   Uuid uuid{};
   if (hex.bytes.size() != uuid.size()) {
-    throw UsageError(fmt::format("\"{}\" is no UUID of 32 hex digits.", text));
+    throw UsageError("\"{}\" is no UUID of 32 hex digits.", text);
   }
   std::ranges::copy(hex.bytes, uuid.begin());
   return uuid;
@@ -97,9 +93,8 @@ Report list_machines(const Board& board) {
   const auto record = std::make_unique<ovk::VmidRecord>();
   auto* const mapping = opaque<VMidMapping>(*record);
   board.check(OVK_GetVMidMapping(board, mapping), "Reading the VMID mapping", vmid_results);
-  const std::size_t count = std::min<std::size_t>(record->count, record->machines.size());
   return board.report()
-      .table("machines", "", machine_columns, std::span{record->machines}.first(count),
+      .table("machines", "", machine_columns, first_of(record->machines, record->count),
              "No virtual machine has an identifier.")
       .payload("", "", {std::begin(mapping->bytes), std::end(mapping->bytes)});
 }
@@ -120,7 +115,7 @@ Report update_machine(const Board& board, const std::string& uuid, const std::st
              .identifier = identifier,
              .action = remove ? ovk::VmidAction::remove : ovk::VmidAction::add};
   if (name.size() > machine.name.size()) {
-    throw UsageError(fmt::format("--name: at most {} bytes fit.", machine.name.size()));
+    throw UsageError("--name: at most {} bytes fit.", machine.name.size());
   }
   std::ranges::copy(name, machine.name.begin());
   board.ask("This {} the identifier of virtual machine {} on {board}.", remove ? "removes" : "sets",

@@ -6,10 +6,8 @@
 
 #include <array>
 #include <cstdio>
-#include <fmt/core.h>
 #include <iostream>
 #include <unistd.h>
-#include <utility>
 
 namespace ovkctl {
 namespace {
@@ -53,7 +51,7 @@ bool Invocation::ask(const std::string& warning, const Report* preview) const {
     write_report(stdout, render_text(*preview));
   }
   if (isatty(STDIN_FILENO) == 0) {
-    throw UsageError(warning + " Confirm it with --yes.");
+    throw UsageError("{} Confirm it with --yes.", warning);
   }
   fmt::print(stderr, "{} Continue? [y/N] ", warning);
   std::string answer;
@@ -85,10 +83,9 @@ Board Host::board(std::uint32_t index) const {
   if (index < board_count_) {
     return {*invocation_, index};
   }
-  throw UsageError(fmt::format("There is no board {}: {} (see \"ovkctl list\").", index,
-                               board_count_ == 1
-                                   ? "0 is the only board"
-                                   : fmt::format("the boards are 0 to {}", board_count_ - 1)));
+  throw UsageError("There is no board {}: {} (see \"ovkctl list\").", index,
+                   board_count_ == 1 ? "0 is the only board"
+                                     : fmt::format("the boards are 0 to {}", board_count_ - 1));
 }
 
 std::vector<Board> Host::boards() const {

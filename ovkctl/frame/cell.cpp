@@ -1,7 +1,6 @@
 #include "ovkctl/frame/cell.h"
 
 #include "driver_abi/fc.h"
-#include "ovkctl/frame/values.h"
 
 #include <algorithm>
 #include <array>

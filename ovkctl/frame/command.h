@@ -18,6 +18,9 @@
  * A noun that the command line does not name is not declared any further than its name, and costs
  * next to nothing. The parser shows in command_line.cpp alone, which keeps subjects quick to
  * compile.
+ *
+ * With this header a subject has all that declarations and such functions are written with: the
+ * frame, the standard library's texts, spans, optionals and vectors, and fmt::format.
  */
 #pragma once
 
@@ -27,8 +30,11 @@
 
 #include <concepts>
 #include <cstdint>
+#include <fmt/core.h>
 #include <functional>
 #include <memory>
+#include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <tuple>

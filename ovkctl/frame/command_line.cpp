@@ -184,7 +184,7 @@ void Command::declare(const Declaration& declaration, const std::string& words, 
     try {
       std::ranges::for_each(texts, take);
     } catch (const UsageError& error) {
-      throw UsageError(fmt::format("{}: {}", names, error.what()));
+      throw UsageError("{}: {}", names, error.what());
     }
     return true;
   };

@@ -5,7 +5,6 @@
 #include <ovk/types.h>
 
 #include <algorithm>
-#include <fmt/core.h>
 #include <utility>
 
 namespace ovkctl {

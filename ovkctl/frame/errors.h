@@ -5,6 +5,7 @@
 #pragma once
 
 #include <cstdint>
+#include <fmt/core.h>
 #include <optional>
 #include <span>
 #include <stdexcept>
@@ -18,7 +19,10 @@ enum ExitCode { exit_success = 0, exit_failed = 1, exit_wrong_usage = 2 };
 /** The command line asks for something that cannot be asked for: exit code 2. */
 class UsageError : public std::runtime_error {
  public:
-  using std::runtime_error::runtime_error;
+  /** Says in a sentence, in which "{}" stands for an argument, what is wrong with it. */
+  template <typename... Arguments>
+  explicit UsageError(const char* sentence, const Arguments&... arguments)
+      : std::runtime_error{fmt::format(fmt::runtime(sentence), arguments...)} {}
 };
 
 /** The operation did not succeed: exit code 1. */

@@ -1,6 +1,5 @@
 #include "ovkctl/frame/terminal.h"
 
-#include <algorithm>
 #include <cstdio>
 #include <fmt/core.h>
 #include <unistd.h>

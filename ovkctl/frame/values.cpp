@@ -2,9 +2,9 @@
 
 #include "ovkctl/frame/errors.h"
 
-#include <algorithm>
 #include <charconv>
 #include <fmt/format.h>
+#include <sstream>
 
 namespace ovkctl {
 namespace {
@@ -42,6 +42,15 @@ std::string dump_line(std::uint64_t offset, std::span<const std::uint8_t> bytes)
 
 }  // namespace
 
+std::vector<std::string> split(const std::string& text) {
+  std::istringstream rest{text};
+  std::vector<std::string> parts;
+  for (std::string part; std::getline(rest, part, ',');) {
+    parts.push_back(part);
+  }
+  return parts;
+}
+
 std::uint64_t parse_number(const std::string& text, std::uint64_t most) {
   const bool hex = text.starts_with("0x") || text.starts_with("0X");
   const char* const end = text.data() + text.size();
@@ -49,17 +58,17 @@ std::uint64_t parse_number(const std::string& text, std::uint64_t most) {
   const auto [stop, error] =
       std::from_chars(text.data() + (hex ? 2 : 0), end, value, hex ? 16 : 10);
   if (error == std::errc::invalid_argument || stop != end) {
-    throw UsageError("\"" + text + "\" is not a number (decimal, or hex after 0x).");
+    throw UsageError("\"{}\" is not a number (decimal, or hex after 0x).", text);
   }
   if (error != std::errc() || value > most) {
-    throw UsageError(fmt::format("{} is too large: at most {}.", text, most));
+    throw UsageError("{} is too large: at most {}.", text, most);
   }
   return value;
 }
 
 void refuse_outside(const Range& range, std::uint64_t number) {
   if (number < range.least || number > range.most) {
-    throw UsageError(fmt::format("{} is not from {} to {}.", number, range.least, range.most));
+    throw UsageError("{} is not from {} to {}.", number, range.least, range.most);
   }
 }
 
@@ -72,8 +81,7 @@ void parse_value(const std::string& text, Wwn& value) {
   const Bytes bytes = take_bytes(rest, ":");
   if ((text.size() != plain_length && text.size() != colon_length) || !rest.empty() ||
       bytes.size() != sizeof value.bytes) {
-    throw UsageError(
-        fmt::format("\"{}\" is not a world-wide name such as 10:00:02:00:54:12:34:56.", text));
+    throw UsageError("\"{}\" is not a world-wide name such as 10:00:02:00:54:12:34:56.", text);
   }
   std::ranges::copy(bytes, value.bytes);
 }
@@ -82,7 +90,7 @@ void parse_value(const std::string& text, HexBytes& value) {
   std::string_view rest = text;
   value.bytes = take_bytes(rest, ": ");
   if (!rest.empty()) {
-    throw UsageError(fmt::format("\"{}\" does not start with two hex digits.", rest));
+    throw UsageError("\"{}\" does not start with two hex digits.", rest);
   }
 }
 

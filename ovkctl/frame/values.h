@@ -33,6 +33,9 @@ struct HexBytes {
   Bytes bytes;
 };
 
+/** The parts of a text between commas. */
+std::vector<std::string> split(const std::string& text);
+
 /** Reads a number, decimal or in hex after "0x"; refuses what is above most. */
 std::uint64_t parse_number(const std::string& text, std::uint64_t most);
 

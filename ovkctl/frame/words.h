@@ -74,7 +74,7 @@ template <typename Table>
 auto code_of(const Table& table, const std::string& word) {
   const auto entry = std::ranges::find(table, word, &Table::value_type::word);
   if (entry == table.end()) {
-    throw UsageError("\"" + word + "\" is none of " + list_words(table, "|") + ".");
+    throw UsageError("\"{}\" is none of {}.", word, list_words(table, "|"));
   }
   return entry->code;
 }

@@ -2,7 +2,6 @@
 
 #include "ovkctl/frame/values.h"
 #include "ovkctl/frame/words.h"
-#include "ovkctl/subjects/fc_words.h"
 
 #include <ovk/core.h>
 
@@ -28,6 +27,10 @@ PortAttributes read_own_port(const Board& board) {
   PortAttributes port{};
   board.check(GetAdapterPortAttributes(board, 0, &port), "Reading the port attributes");
   return port;
+}
+
+ovk::PortPair ports_of(const Board& board, const Wwn& remote, const std::optional<Wwn>& local) {
+  return {local ? *local : read_own_port(board).PortWWN, remote};
 }
 
 void add_port_fields(Section& section, const PortAttributes& port) {

@@ -4,12 +4,14 @@
  */
 #pragma once
 
+#include "driver_abi/records/auth.h"
 #include "ovkctl/frame/board.h"
 #include "ovkctl/subjects/fc_words.h"
 
 #include <ovk/hbaapi.h>
 
 #include <cstdint>
+#include <optional>
 #include <string>
 
 namespace ovkctl {
@@ -22,5 +24,8 @@ PortAttributes read_own_port(const Board& board);
 
 /** Adds the fields of a port to a section. */
 void add_port_fields(Section& section, const PortAttributes& port);
+
+/** A remote port beside the board's own, or beside the local port that the command line names. */
+ovk::PortPair ports_of(const Board& board, const Wwn& remote, const std::optional<Wwn>& local = {});
 
 }  // namespace ovkctl

@@ -47,7 +47,7 @@ void read_region_line(const std::string& value, RegionArchive& archive) {
   HexBytes bytes;
   parse_value(blank != std::string::npos ? value.substr(blank + 1) : "", bytes);
   if (bytes.bytes.size() != region_kind(number).length) {
-    throw UsageError(fmt::format("region {} has the wrong length", number));
+    throw UsageError("region {} has the wrong length", number);
   }
   archive.regions[number] = bytes.bytes;
 }
@@ -62,7 +62,7 @@ void read_line(const std::string& line, RegionArchive& archive) {
   } else if (const auto wwn = value_of(line, "port_wwn")) {
     archive.board.port_wwn = *wwn;
   } else {
-    throw UsageError(fmt::format("\"{}\" is unknown", line));
+    throw UsageError("\"{}\" is unknown", line);
   }
 }
 

@@ -55,7 +55,7 @@ const RegionKind& region_kind(std::uint32_t number) {
   for (const RegionKind& region : ovk::region_kinds) {
     known += fmt::format("{}{}", known.empty() ? "" : ", ", region.number);
   }
-  throw UsageError(fmt::format("There is no region {}: the regions are {}.", number, known));
+  throw UsageError("There is no region {}: the regions are {}.", number, known);
 }
 
 RegionIo::RegionIo(const Board& board) : board_{board}, by_command_{false} {

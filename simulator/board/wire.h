@@ -6,6 +6,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <span>
 #include <string_view>
 #include <vector>
@@ -29,6 +30,21 @@ inline void put_number(ByteVector& bytes, std::uint32_t number, std::size_t size
   for (std::size_t i = size; i-- > 0;) {
     bytes.push_back(static_cast<std::uint8_t>(number >> 8 * i));
   }
+}
+
+/** Writes a number over all of the bytes. */
+inline void set_number(std::span<std::uint8_t> bytes, std::uint32_t number) {
+  for (std::size_t i = bytes.size(); i-- > 0; number >>= 8) {
+    bytes[i] = static_cast<std::uint8_t>(number);
+  }
+}
+
+/** The bytes of a record that is laid out as on the wire. */
+template <typename Record>
+ByteVector record_bytes(const Record& record) {
+  ByteVector bytes(sizeof record);
+  std::memcpy(bytes.data(), &record, sizeof record);
+  return bytes;
 }
 
 /** Appends bytes. */

@@ -1,5 +1,6 @@
 #include "simulator/fabric/fabric_servers.h"
 
+#include "driver_abi/records/name_server.h"
 #include "simulator/board/port_list.h"
 
 #include <algorithm>
@@ -57,34 +58,28 @@ std::uint8_t name_server_type(PortType type) {
   return found != types.end() ? found->second : std::uint8_t{0};
 }
 
-/** A name after its length, in a field of `size` bytes or of its own length. */
-void put_symbolic_name(ByteVector& bytes, const std::string& name, std::size_t size = 0) {
-  constexpr std::size_t longest = 255;
-  const std::size_t length = std::min(name.size(), longest);
-  put_number(bytes, static_cast<std::uint32_t>(length), 1);
-  put_text(bytes, std::string_view{name}.substr(0, length), size == 0 ? length : size, '\0');
+/** A symbolic name, as much of it as is registered. */
+std::string_view registered_name(const PortTopology& port) {
+  return std::string_view{port.symbolic_name}.substr(0, sizeof ovk::RegisteredPort{}.symbolic_name);
 }
 
 /** Everything that is registered of the port after the one of the request (GA_NXT). */
 CtAnswer next_port(Adapter& adapter, Bytes request) {
-  constexpr std::size_t name_field = 255;
   const std::vector<PortTopology> ports = registered(adapter);
   const std::uint32_t id = get_number(request, 1, id_size);
   const auto after = std::ranges::upper_bound(ports, id, {}, &PortTopology::fc_id);
   const PortTopology& port = after != ports.end() ? *after : ports.front();
-  ByteVector answer{name_server_type(port.type)};
-  put_number(answer, port.fc_id, id_size);
-  put_bytes(answer, port.port_wwn.bytes);
-  put_symbolic_name(answer, port.symbolic_name, name_field);
-  put_bytes(answer, port.node_wwn.bytes);
-  put_symbolic_name(answer, "", name_field);
-  put_zeros(answer, 8 + 16);  // initial process associator, IP address of the node
-  put_number(answer, port.classes, 4);
-  put_bytes(answer, port.fc4_types_supported);
-  put_zeros(answer, 16);  // IP address of the port
-  put_bytes(answer, port.fabric_name.bytes);
-  put_zeros(answer, 4);  // reserved, hard address
-  return answer;
+  const std::string_view name = registered_name(port);
+  ovk::RegisteredPort answer{.type = name_server_type(port.type),
+                             .port_name = port.port_wwn,
+                             .symbolic_name_length = static_cast<std::uint8_t>(name.size()),
+                             .node_name = port.node_wwn,
+                             .fc4_types = port.fc4_types_supported,
+                             .fabric_name = port.fabric_name};
+  set_number(answer.fc_id, port.fc_id);
+  set_number(answer.classes, port.classes);
+  std::ranges::copy(name, answer.symbolic_name);
+  return record_bytes(answer);
 }
 
 // What the entries of answers say of a port.
@@ -101,7 +96,9 @@ void put_node_name(ByteVector& entry, const PortTopology& port) {
 }
 
 void put_symbolic_port_name(ByteVector& entry, const PortTopology& port) {
-  put_symbolic_name(entry, port.symbolic_name);
+  const std::string_view name = registered_name(port);
+  put_number(entry, static_cast<std::uint32_t>(name.size()), 1);
+  put_text(entry, name);
 }
 
 /** A name behind the four reserved bytes of a list's entry. */

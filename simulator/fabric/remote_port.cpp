@@ -1,9 +1,11 @@
 #include "simulator/fabric/remote_port.h"
 
 #include "driver_abi/fc.h"
+#include "driver_abi/records/rnid.h"
 #include "simulator/board/port_list.h"
 
 #include <algorithm>
+#include <arpa/inet.h>
 
 namespace ravnsim {
 
@@ -27,14 +29,6 @@ ByteVector echo(std::span<const std::uint8_t> request) {
   return reply;
 }
 
-/** What both formats of an RNID tell of a port. */
-ByteVector common_data(const PortTopology& port) {
-  ByteVector data;
-  put_bytes(data, port.port_wwn.bytes);
-  put_bytes(data, port.node_wwn.bytes);
-  return data;
-}
-
 /** Request node identification data, without or with the general topology data. */
 ByteVector identify_node(const PortTopology& port, std::span<const std::uint8_t> request) {
   constexpr std::uint8_t common_only = 0x00;
@@ -45,33 +39,30 @@ ByteVector identify_node(const PortTopology& port, std::span<const std::uint8_t>
   if (format != common_only && format != ovk::rnid_general_topology) {
     return ls_reject(unknown_format);
   }
-  return format == common_only ? accept_rnid(format, common_data(port), {})
-                               : accept_rnid(format, common_data(port), topology_data(port.rnid));
+  const ByteVector names = record_bytes(ovk::RnidNames{port.port_wwn, port.node_wwn});
+  return accept_rnid(format, names,
+                     format == common_only ? ByteVector{} : topology_data(port.rnid));
 }
 
 }  // namespace
 
 ByteVector topology_data(const RnidTopology& rnid) {
-  ByteVector bytes;
-  constexpr std::size_t vendor_unique_length = 16;
-  put_zeros(bytes, vendor_unique_length);
-  put_number(bytes, rnid.unit_type, 4);
-  put_number(bytes, rnid.physical_port, 4);
-  put_number(bytes, rnid.attached_nodes, 4);
-  put_number(bytes, 0, 1);  // node management
-  put_number(bytes, rnid.ip_version, 1);
-  put_number(bytes, rnid.udp_port, 2);
-  put_bytes(bytes, rnid.ip_address);
-  put_zeros(bytes, 2);
-  put_number(bytes, rnid.topology_flags, 2);
-  return bytes;
+  return record_bytes(
+      ovk::RnidTopologyOnWire{.unit_type = htonl(rnid.unit_type),
+                              .physical_port = htonl(rnid.physical_port),
+                              .attached_nodes = htonl(rnid.attached_nodes),
+                              .ip_version = static_cast<std::uint8_t>(rnid.ip_version),
+                              .udp_port = htons(rnid.udp_port),
+                              .ip_address = rnid.ip_address,
+                              .topology_flags = htons(rnid.topology_flags)});
 }
 
 ByteVector accept_rnid(std::uint8_t format, const ByteVector& common, const ByteVector& specific) {
-  ByteVector reply = ls_accept();
-  put_number(reply, format, 1);
-  put_number(reply, static_cast<std::uint32_t>(common.size()), 1);
-  put_number(reply, static_cast<std::uint32_t>(specific.size()), 2);
+  ByteVector reply =
+      record_bytes(ovk::RnidAcceptHeader{.command = Els::ls_acc,
+                                         .format = format,
+                                         .names_size = static_cast<std::uint8_t>(common.size()),
+                                         .data_size = static_cast<std::uint8_t>(specific.size())});
   put_bytes(reply, common);
   put_bytes(reply, specific);
   return reply;
