@@ -6,7 +6,6 @@
 
 #include <ovk/info.h>
 
-#include <algorithm>
 #include <bit>
 
 namespace ovkctl {

@@ -95,10 +95,9 @@ Report list(const Board& board, const Wwn& target, const std::optional<Wwn>& loc
 }
 
 std::uint32_t send_rule(const Board& board, const ovk::PortPair& ports, std::uint64_t lun,
-                        OvkOasOperation operation) {
+                        std::uint8_t operation) {
   return OVK_SetOASLun(board, &ports.local, &ports.remote, static_cast<std::uint32_t>(lun),
-                       static_cast<std::uint32_t>(lun >> 32), 0,
-                       static_cast<std::uint8_t>(operation));
+                       static_cast<std::uint32_t>(lun >> 32), 0, operation);
 }
 
 Report add(const Board& board, const Wwn& target, std::uint64_t lun,

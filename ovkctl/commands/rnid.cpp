@@ -10,7 +10,6 @@
 #include <arpa/inet.h>
 #include <array>
 #include <cstddef>
-#include <iterator>
 
 namespace ovkctl {
 namespace {

@@ -144,8 +144,6 @@ Report list_luns(const Board& board, const Wwn& target) {
 constexpr std::uint32_t chunk_size = OVK_SCSI_MAX_TRANSFER / 2;
 constexpr std::uint32_t most_bytes = 0x40000000;
 
-using Transfer = decltype(SendScsiRead);
-
 constexpr Setting<std::uint32_t> lba_setting{"--lba", "NUMBER", "first block", "0"};
 constexpr Setting<std::uint32_t> blocks_setting{
     "--blocks", "NUMBER", "blocks of 512 bytes", "1", "", {1, most_bytes / OVK_SCSI_BLOCK_SIZE}};
@@ -153,8 +151,8 @@ constexpr Word<std::string> file_word{"FILE", "what to write, whole blocks of 51
                                       "blocks.bin"};
 
 /** Moves all the data from or to a block on, a chunk after the other. */
-void transfer_all(Transfer* transfer, const LogicalUnit& unit, std::uint32_t first_block,
-                  Bytes& data, const char* operation) {
+void transfer_all(decltype(SendScsiRead)* transfer, const LogicalUnit& unit,
+                  std::uint32_t first_block, Bytes& data, const char* operation) {
   in_pieces(operation, std::span{data}, chunk_size, [&](std::size_t done, auto chunk) {
     const std::uint32_t lba = first_block + done / OVK_SCSI_BLOCK_SIZE;
     const std::string where = fmt::format("{} block {}", operation, lba);

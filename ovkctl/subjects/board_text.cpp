@@ -1,6 +1,5 @@
 #include "ovkctl/subjects/board_text.h"
 
-#include "ovkctl/frame/values.h"
 #include "ovkctl/frame/words.h"
 
 #include <ovk/core.h>

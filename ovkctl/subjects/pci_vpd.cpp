@@ -3,7 +3,6 @@
 #include "ovkctl/frame/values.h"
 #include "ovkctl/frame/words.h"
 
-#include <algorithm>
 #include <cstddef>
 #include <numeric>
 #include <optional>

@@ -7,10 +7,8 @@
 #include "driver_abi/regions.h"
 #include "simulator/board/adapter.h"
 
-#include <cstddef>
 #include <cstdint>
 #include <span>
-#include <string>
 #include <vector>
 
 namespace ravnsim {

@@ -3,8 +3,6 @@
 #include "simulator/board/link.h"
 #include "simulator/board/port_list.h"
 
-#include <algorithm>
-
 namespace ravnsim {
 
 void Timeline::advance(Clock::time_point now) {

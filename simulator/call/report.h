@@ -4,7 +4,6 @@
  */
 #pragma once
 
-#include <cstdio>
 #include <string>
 
 namespace ravnsim {

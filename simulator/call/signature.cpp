@@ -2,7 +2,6 @@
 
 #include "simulator/call/channel_error.h"
 
-#include <algorithm>
 #include <cstring>
 #include <string_view>
 

@@ -5,7 +5,6 @@
 #include "simulator/commands/subsystem.h"
 
 #include <algorithm>
-#include <array>
 #include <cstddef>
 #include <vector>
 

@@ -8,7 +8,6 @@
 #include "simulator/topology/port_speed.h"
 
 #include <algorithm>
-#include <bit>
 
 namespace ravnsim {
 

@@ -4,7 +4,6 @@
 #include "simulator/commands/subsystem.h"
 
 #include <algorithm>
-#include <array>
 #include <cstddef>
 #include <vector>
 

@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <optional>
-#include <vector>
 
 namespace ravnsim {
 

@@ -2,7 +2,6 @@
 
 #include "simulator/topology/json_reader.h"
 
-#include <algorithm>
 #include <filesystem>
 #include <system_error>
 

@@ -9,7 +9,6 @@
 #include "simulator/topology/wwn.h"
 
 #include <array>
-#include <cstddef>
 #include <cstdint>
 #include <set>
 #include <string>
