@@ -1,6 +1,6 @@
 #include "library/auth/gate.h"
 #include "library/core/command.h"
-#include "library/core/heap_buffer.h"
+#include "library/core/payload.h"
 
 #include <ovk/auth.h>
 

@@ -1,9 +1,9 @@
 #include "library/boards/driver_info.h"
 
 #include "library/core/command.h"
+#include "library/core/payload.h"
 #include "library/core/version.h"
-
-#include <ovk/hbaapi.h>
+#include "library/hbaapi/attributes.h"
 
 #include <algorithm>
 #include <cstring>
@@ -44,67 +44,77 @@ static_assert(offsetof(DriverInfoRecord, features) == 104);
 static_assert(offsetof(DriverInfoRecord, word108) == 108);
 static_assert(offsetof(DriverInfoRecord, adapter_type) == 112);
 
-void fill(DrvInfo& info, const DriverInfoRecord& driver, const AdapterAttributes& adapter,
-          const PortAttributes& port) {
+/** What the driver answers to the four commands of a driver information. */
+struct DriverAnswers {
+  DriverInfoRecord driver;
+  AdapterAttributes adapter;
+  ovk::PortRecord port;
+  bool takes_extended_sli_config;
+};
+
+/** Sends the four commands: also for a caller who looks at a word of the answers, so that a board
+    which fails one of them is nobody's. False when one but the last failed. */
+bool ask_driver(std::uint32_t board, DriverAnswers& answers) {
+  ovk::clear(answers);
+  const ovk::LogPlace place = ovk::here("OVK_GetDrvInfo");
+  Command query{board, {.request_size = sizeof answers.driver}, place};
+  if (!query.invoke<"RAVN_MGMT_GET_RAVNOVK_INFO">(&answers.driver).succeeded()) {
+    return false;
+  }
+  ovk::read_adapter_attributes(board, answers.adapter);
+  if (!ovk::read_own_port(board, answers.port).succeeded()) {
+    return false;
+  }
+  Command probe{board, {}, place};
+  answers.takes_extended_sli_config =
+      probe.invoke<"RAVN_MGMT_MBOX_SLI_CFG_EXT_SUP">().succeeded() &&
+      answers.driver.sli_mode >= OVK_SLI4;
+  return true;
+}
+
+void fill(DrvInfo& info, const DriverAnswers& answers) {
+  const DriverInfoRecord& driver = answers.driver;
   info.record_kind = drv_info_kind;
   info.interface_major = ovk::interface_major;
   info.interface_minor = ovk::interface_minor;
   info.interface_update = interface_update;
-  std::memcpy(info.driver_version, adapter.DriverVersion, sizeof info.driver_version);
-  std::memcpy(info.driver_name, adapter.DriverName, sizeof info.driver_name);
+  std::memcpy(info.driver_version, answers.adapter.DriverVersion, sizeof info.driver_version);
+  std::memcpy(info.driver_name, answers.adapter.DriverName, sizeof info.driver_name);
   std::copy(std::begin(driver.words0), std::end(driver.words0), info.words0);
   info.word64 = driver.word64;
   info.word68 = driver.word68;
   std::ranges::fill(info.reserved56, 0U);
-  info.port_fc_id = port.PortFcId;
-  info.port_wwn = port.PortWWN;
-  info.node_wwn = port.NodeWWN;
+  info.port_fc_id = answers.port.fc_id;
+  info.port_wwn = answers.port.port_wwn;
+  info.node_wwn = answers.port.node_wwn;
   gethostname(info.host_name, sizeof info.host_name);
   info.reserved132 = 0;
   info.sli_mode = driver.sli_mode;
   info.features = driver.features;
+  if (answers.takes_extended_sli_config) {
+    info.features |= OVK_FEATURE_EXTENDED_SLI_CONFIG;
+  }
   info.word108 = driver.word108;
-}
-
-/** The driver information as the rest of the library asks for it. */
-std::uint32_t read_driver_info(std::uint32_t board, DrvInfo& info) {
-  info = {};
-  info.record_version = OVK_DRV_INFO_VERSION;
-  return OVK_GetDrvInfo(board, &info);
 }
 
 }  // namespace
 
 std::uint32_t OVK_GetDrvInfo(std::uint32_t board, DrvInfo* info) {
-  DriverInfoRecord driver{};
-  Command command{board, {.request_size = sizeof driver}};
-  if (!command.invoke<"RAVN_MGMT_GET_RAVNOVK_INFO">(&driver).succeeded()) {
+  DriverAnswers answers;
+  if (!ask_driver(board, answers)) {
     return no_driver_info;
   }
-
-  AdapterAttributes adapter{};
-  PortAttributes port{};
-  if (GetAdapterAttributes(board, &adapter) != OVK_OK ||
-      GetAdapterPortAttributes(board, 0, &port) != OVK_OK) {
-    return no_driver_info;
-  }
-  fill(*info, driver, adapter, port);
-
-  Command probe{board};
-  const Outcome extended = probe.invoke<"RAVN_MGMT_MBOX_SLI_CFG_EXT_SUP">();
-  if (extended.succeeded() && info->sli_mode >= OVK_SLI4) {
-    info->features |= OVK_FEATURE_EXTENDED_SLI_CONFIG;
-  }
+  fill(*info, answers);
   return OVK_OK;
 }
 
 std::uint32_t get_sli_mode(std::uint32_t board, std::uint32_t* sliMode) {
-  DrvInfo info;
-  const std::uint32_t result = read_driver_info(board, info);
-  if (result == OVK_OK) {
-    *sliMode = info.sli_mode;
+  DriverAnswers answers;
+  if (!ask_driver(board, answers)) {
+    return no_driver_info;
   }
-  return result;
+  *sliMode = answers.driver.sli_mode;
+  return OVK_OK;
 }
 
 std::uint32_t get_hba_type(std::uint32_t board, std::uint32_t* type) {
@@ -122,11 +132,11 @@ std::uint32_t get_hba_type(std::uint32_t board, std::uint32_t* type) {
 }
 
 std::uint32_t support_persist_link_disable(std::uint32_t board, std::uint8_t* supported) {
-  DrvInfo info;
-  if (read_driver_info(board, info) != OVK_OK) {
+  DriverAnswers answers;
+  if (!ask_driver(board, answers)) {
     return OVK_FAILED;
   }
-  *supported = (info.features & OVK_FEATURE_PERSISTENT_LINK_DOWN) != 0 ? 1 : 0;
+  *supported = (answers.driver.features & OVK_FEATURE_PERSISTENT_LINK_DOWN) != 0 ? 1 : 0;
   return OVK_OK;
 }
 

@@ -5,15 +5,16 @@
 
 #include <algorithm>
 #include <cstring>
+#include <string_view>
 
 using ovk::Command;
 
 namespace {
 
-/** Copies a text and its terminator; what stands behind it in the destination stays. */
+/** Copies a literal with its terminator; what stands behind it in the destination stays. */
 template <std::size_t size>
-void copy_text(char (&destination)[size], const char (&text)[size]) {
-  std::memcpy(destination, text, std::min(size, strnlen(text, size) + 1));
+void copy_text(char (&destination)[size], std::string_view text) {
+  std::memcpy(destination, text.data(), std::min(size, text.size() + 1));
 }
 
 }  // namespace
@@ -30,8 +31,8 @@ std::uint32_t LogMsg(const LogMessage* message) {
 
 std::uint32_t CallVer(VersionSignature* driver, VersionSignature* library) {
   library->revision = ravn_mgmt_signature.version;
-  copy_text(library->name, ravn_mgmt_signature.name);
-  copy_text(library->vendor, ravn_mgmt_signature.vendor);
+  copy_text(library->name, ovk::interface_name);
+  copy_text(library->vendor, ovk::interface_vendor);
   library->callback_count = ravn_mgmt_signature.callback_count;
 
   Command command = Command::without_board();

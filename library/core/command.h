@@ -118,14 +118,16 @@ class Command {
    */
   template <CommandName name, CommandName reported = name, typename... Payloads>
   Outcome invoke(Payloads*... payloads) {
-    static constexpr const DriverCommand& command = *name;
+    // A reference to the list's entry would keep the whole list, and its relocations, in the binary.
+    constexpr std::uint32_t id = name->id;
+    constexpr std::size_t payload_count = name->payload_count;
     static constexpr LogText log = log_text(name);
     static constexpr const char* result_text =
         name == reported ? log.results : reported->name.data();
-    static_assert(sizeof...(Payloads) == command.payload_count,
+    static_assert(sizeof...(Payloads) == payload_count,
                   "the command takes another number of payloads");
     static_assert(
-        payloads_fit<Payloads...>(command),
+        payloads_fit<Payloads...>(*name),
         "a payload is smaller than what the driver copies, or const though it is written");
 
     if constexpr ((log.lines & call_line) != 0) {
@@ -134,7 +136,7 @@ class Command {
       }
     }
     const Outcome outcome{
-        vmk_MgmtUserCallbackInvokeInt(ravn_mgmt_handle, 0, command.id, 1 + sizeof...(Payloads),
+        vmk_MgmtUserCallbackInvokeInt(ravn_mgmt_handle, 0, id, 1 + sizeof...(Payloads),
                                       &block, payloads...),
         block.status};
     if (fLogger != nullptr) {

@@ -39,6 +39,19 @@ void read_word(FILE* file, std::array<char, word_size>& word) {
 
 unsigned version_byte(unsigned index) { return ravn_mgmt_signature.version >> (8 * index) & 0xFF; }
 
+/** The text of the time, which is made anew for each second only. The log is locked meanwhile. */
+const char* timestamp() {
+  static constinit timeval of_text{};
+  static constinit std::array<char, timestamp_size> text{};
+  timeval now{};
+  gettimeofday(&now, nullptr);
+  if (text.front() == '\0' || now.tv_sec != of_text.tv_sec) {
+    of_text = now;
+    ravn_GetTimeOfDay(&now, text.data(), text.size());
+  }
+  return text.data();
+}
+
 }  // namespace
 
 namespace ovk {
@@ -47,13 +60,8 @@ void write_log_line(LogPlace place, const char* format, ...) {
   if (fLogger == nullptr) {
     return;
   }
-  timeval now{};
-  gettimeofday(&now, nullptr);
-  std::array<char, timestamp_size> timestamp{};
-  ravn_GetTimeOfDay(&now, timestamp.data(), timestamp.size());
-
   flockfile(fLogger);  // keeps the lines of several threads whole
-  std::fprintf(fLogger, "%s  %24s:%5d ", timestamp.data(), place.function, place.line);
+  std::fprintf(fLogger, "%s  %24s:%5d ", timestamp(), place.function, place.line);
   va_list arguments;
   va_start(arguments, format);
   std::vfprintf(fLogger, format, arguments);

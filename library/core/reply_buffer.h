@@ -4,7 +4,7 @@
  */
 #pragma once
 
-#include "library/core/heap_buffer.h"
+#include "library/core/payload.h"
 
 #include <cstddef>
 #include <optional>

@@ -1,6 +1,6 @@
 #include "library/core/command.h"
-#include "library/core/heap_buffer.h"
 #include "library/core/in_out_count.h"
+#include "library/core/payload.h"
 #include "library/fabric/fcp_cmnd.h"
 
 #include <ovk/fabric.h>
@@ -80,11 +80,11 @@ std::uint32_t SendFcpCmdByWWN(std::uint32_t board, const Wwn* /*hba_port_wwn*/,
                               std::uint32_t /*fcp_cmnd_length*/, void* data,
                               std::uint32_t* data_length, void* response,
                               std::uint32_t* response_length, std::uint32_t option_word) {
-  DataBuffer buffer;
+  DataBuffer buffer{ovk::unfilled};
   if (!buffer) {
     return OVK_FAILED;
   }
-  buffer.copy_in(data, *data_length);
+  buffer.fill(data, *data_length);
   FcpRequest request{
       .target = *target_wwn, .command = *fcp_cmnd, .response = {.length = *response_length}};
   Command command{board, {.request_size = announced(*data_length), .option = option_word}};
@@ -107,11 +107,11 @@ std::uint32_t SendScsiCmdByWWN(std::uint32_t board, const Wwn* /*hba_port_wwn*/,
                                std::uint32_t /*fcp_cmnd_length*/, void* data,
                                std::uint32_t* data_length, void* sense,
                                std::uint32_t* sense_length) {
-  DataBuffer buffer;
+  DataBuffer buffer{ovk::unfilled};
   if (!buffer) {
     return OVK_FAILED;
   }
-  buffer.copy_in(data, *data_length);
+  buffer.fill(data, *data_length);
   ScsiRequest request{.target = *target_wwn, .command = *fcp_cmnd};
   Command command{board, {.request_size = announced(*data_length)}};
   const Outcome outcome = command.invoke<"RAVN_MGMT_HBA_SEND_SCSI">(&request, buffer.get());

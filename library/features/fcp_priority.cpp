@@ -2,8 +2,8 @@
 
 #include "driver_abi/records/fcp_priority.h"
 #include "library/core/command.h"
-#include "library/core/heap_buffer.h"
 #include "library/core/in_out_count.h"
+#include "library/core/payload.h"
 
 #include <algorithm>
 #include <array>
@@ -58,11 +58,11 @@ std::uint32_t order_fcp_priority_list(FcpPriorityList* list) {
   if (count > OVK_FCP_PRIORITY_MAX_ENTRIES) {
     return OVK_FAILED;
   }
-  HeapBuffer<FcpPriorityEntry> copy{count * sizeof(FcpPriorityEntry)};
+  HeapBuffer<FcpPriorityEntry> copy{ovk::unfilled, count * sizeof(FcpPriorityEntry)};
   if (!copy) {
     return OVK_FAILED;
   }
-  copy.copy_in(list->entries, count * sizeof(FcpPriorityEntry));
+  copy.fill(list->entries, count * sizeof(FcpPriorityEntry));
   const std::span<const FcpPriorityEntry> rules{copy.get(), count};
 
   // The place where the rules of each kind end; the most specific kind stands first.
@@ -123,7 +123,7 @@ std::uint32_t OVK_QoSSetConfig(std::uint32_t board, FcpPriorityList* list) {
   if (const std::uint32_t result = order_fcp_priority_list(list); result != OVK_OK) {
     return result;
   }
-  payload.copy_in(list, list_size(list->count));
+  payload.fill(list, list_size(list->count));
   Command command{board, {.request_size = list->count}};
   return command.invoke<"RAVN_MGMT_SET_FCP_PRIORITY">(payload.get()).result();
 }

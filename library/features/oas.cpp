@@ -1,8 +1,8 @@
 #include "driver_abi/records/oas.h"
 
 #include "library/core/command.h"
-#include "library/core/heap_buffer.h"
 #include "library/core/in_out_count.h"
+#include "library/core/payload.h"
 
 #include <ovk/features.h>
 #include <ovk/npiv.h>

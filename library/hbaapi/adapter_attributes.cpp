@@ -1,5 +1,7 @@
 #include "library/core/board_tables.h"
 #include "library/core/command.h"
+#include "library/core/payload.h"
+#include "library/hbaapi/attributes.h"
 
 #include <ovk/hbaapi.h>
 
@@ -19,11 +21,18 @@ std::uint32_t RefreshInformation(std::uint32_t board) {
   return outcome.result();
 }
 
+namespace ovk {
+
+void read_adapter_attributes(std::uint32_t board, AdapterAttributes& attrs) {
+  Command command{board, {}, here("GetAdapterAttributes")};
+  static_cast<void>(command.invoke<"RAVN_MGMT_HBA_ADAPTERATTRIBUTES">(&attrs));
+}
+
+}  // namespace ovk
+
 std::uint32_t GetAdapterAttributes(std::uint32_t board, AdapterAttributes* attrs) {
   // Intended: the record is handed out and the result is OVK_OK even when the command failed.
-  AdapterAttributes reply{};
-  Command command{board};
-  static_cast<void>(command.invoke<"RAVN_MGMT_HBA_ADAPTERATTRIBUTES">(&reply));
-  *attrs = reply;
+  ovk::clear(*attrs);
+  ovk::read_adapter_attributes(board, *attrs);
   return OVK_OK;
 }

@@ -1,7 +1,6 @@
-#include "driver_abi/records/port.h"
 #include "driver_abi/wwn_request.h"
 #include "library/core/board_tables.h"
-#include "library/core/command.h"
+#include "library/hbaapi/attributes.h"
 
 #include <ovk/hbaapi.h>
 
@@ -15,25 +14,27 @@ using ovk::PortRecord;
 
 namespace {
 
-/** The part of the caller's OSDeviceName that is written: the driver's bytes and two more. */
-constexpr std::size_t os_device_name_written = 116;
+// Up to the OS device name the two records are alike.
+constexpr std::size_t alike = offsetof(PortRecord, os_device_name);
+static_assert(offsetof(PortAttributes, NodeWWN) == offsetof(PortRecord, node_wwn));
+static_assert(offsetof(PortAttributes, PortWWN) == offsetof(PortRecord, port_wwn));
+static_assert(offsetof(PortAttributes, PortFcId) == offsetof(PortRecord, fc_id));
+static_assert(offsetof(PortAttributes, PortType) == offsetof(PortRecord, type));
+static_assert(offsetof(PortAttributes, PortState) == offsetof(PortRecord, state));
+static_assert(offsetof(PortAttributes, PortSupportedClassofService) ==
+              offsetof(PortRecord, supported_classes));
+static_assert(offsetof(PortAttributes, PortFc4TypesSupported) ==
+              offsetof(PortRecord, fc4_types_supported));
+static_assert(offsetof(PortAttributes, PortFc4TypesActive) ==
+              offsetof(PortRecord, fc4_types_active));
+static_assert(offsetof(PortAttributes, PortSymbolicName) == offsetof(PortRecord, symbolic_name));
+static_assert(offsetof(PortAttributes, OSDeviceName) == offsetof(PortRecord, os_device_name));
 
 void reshape(const PortRecord& record, PortAttributes& attrs) {
-  attrs.NodeWWN = record.node_wwn;
-  attrs.PortWWN = record.port_wwn;
-  attrs.PortFcId = record.fc_id;
-  attrs.PortType = record.type;
-  attrs.PortState = record.state;
-  attrs.PortSupportedClassofService = record.supported_classes;
-  std::memcpy(attrs.PortFc4TypesSupported, record.fc4_types_supported.data(),
-              sizeof attrs.PortFc4TypesSupported);
-  std::memcpy(attrs.PortFc4TypesActive, record.fc4_types_active.data(),
-              sizeof attrs.PortFc4TypesActive);
-  std::memcpy(attrs.PortSymbolicName, record.symbolic_name, sizeof attrs.PortSymbolicName);
-  // Intended: the rest of the caller's field stays as it was.
-  char name[os_device_name_written]{};
-  std::memcpy(name, record.os_device_name, sizeof record.os_device_name);
-  std::memcpy(attrs.OSDeviceName, name, sizeof name);
+  constexpr std::size_t name_length = sizeof record.os_device_name;
+  std::memcpy(&attrs, &record, alike + name_length);
+  // Intended: two bytes behind the name become 0, the rest of the caller's field stays as it was.
+  attrs.OSDeviceName[name_length] = attrs.OSDeviceName[name_length + 1] = 0;
   attrs.PortSupportedSpeed = record.supported_speeds;
   attrs.PortSpeed = record.speed;
   attrs.PortMaxFrameSize = record.max_frame_size;
@@ -57,11 +58,19 @@ std::uint32_t refresh_tag(std::uint32_t board) {
 
 }  // namespace
 
+namespace ovk {
+
+Outcome read_own_port(std::uint32_t board, PortRecord& port) {
+  Command command{board, {}, here("GetAdapterPortAttributes")};
+  return command.invoke<"RAVN_MGMT_HBA_PORTATTRIBUTES">(&port);
+}
+
+}  // namespace ovk
+
 std::uint32_t GetAdapterPortAttributes(std::uint32_t board, std::uint32_t /*port_index*/,
                                        PortAttributes* attrs) {
   PortRecord record{};
-  Command command{board};
-  const Outcome outcome = command.invoke<"RAVN_MGMT_HBA_PORTATTRIBUTES">(&record);
+  const Outcome outcome = ovk::read_own_port(board, record);
   if (outcome.succeeded()) {
     reshape(record, *attrs);
   }

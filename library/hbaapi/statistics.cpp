@@ -3,11 +3,9 @@
 
 #include <ovk/hbaapi.h>
 
-#include <algorithm>
-#include <array>
-#include <bit>
+#include <cstddef>
 #include <cstdint>
-#include <functional>
+#include <cstring>
 
 using ovk::Command;
 using ovk::Outcome;
@@ -18,25 +16,28 @@ namespace {
 
 constexpr std::int64_t not_counted = -1;
 
-/** The counters as a row of unsigned numbers, whose differences wrap. */
-using Counters = std::array<std::uint64_t, sizeof(PortStatistics) / sizeof(std::uint64_t)>;
-
-PortStatistics difference(const PortStatistics& now, const PortStatistics& baseline) {
-  auto counters = std::bit_cast<Counters>(now);
-  std::ranges::transform(counters, std::bit_cast<Counters>(baseline), counters.begin(),
-                         std::minus{});
-  return std::bit_cast<PortStatistics>(counters);
+/** Takes a baseline off the counters; the differences wrap. */
+void subtract(PortStatistics& stats, const PortStatistics& baseline) {
+  const auto* const before = static_cast<const std::uint8_t*>(static_cast<const void*>(&baseline));
+  auto* const counters = static_cast<std::uint8_t*>(static_cast<void*>(&stats));
+  for (std::size_t at = 0; at < sizeof stats; at += sizeof(std::uint64_t)) {
+    std::uint64_t counter = 0;
+    std::uint64_t counted_before = 0;
+    std::memcpy(&counter, counters + at, sizeof counter);
+    std::memcpy(&counted_before, before + at, sizeof counted_before);
+    counter -= counted_before;
+    std::memcpy(counters + at, &counter, sizeof counter);
+  }
 }
 
-/** The baseline with which later readings are compared. */
-PortStatistics as_baseline(PortStatistics stats) {
+/** Makes the counters a baseline with which later readings are compared. */
+void make_baseline(PortStatistics& stats) {
   // Intended: only these three go on to read -1 after a reset when the driver does not count them.
   for (std::int64_t* counter : {&stats.LIPCount, &stats.NOSCount, &stats.DumpedFrames}) {
     if (*counter == not_counted) {
       *counter = 0;
     }
   }
-  return stats;
 }
 
 }  // namespace
@@ -50,11 +51,11 @@ std::uint32_t GetPortStatistics(std::uint32_t board, std::uint32_t port_index,
     return outcome.result();
   }
   if (port_index == OVK_STATISTICS_SNAPSHOT) {
-    *stats = as_baseline(reply);
-    return OVK_OK;
+    make_baseline(reply);
+  } else if (const PortStatistics* baseline = ovk::board_entry(ovk_rststatistics, board)) {
+    subtract(reply, *baseline);
   }
-  const PortStatistics* baseline = ovk::board_entry(ovk_rststatistics, board);
-  *stats = baseline != nullptr ? difference(reply, *baseline) : reply;
+  *stats = reply;
   return OVK_OK;
 }
 

@@ -1,6 +1,6 @@
 #include "library/core/command.h"
-#include "library/core/heap_buffer.h"
 #include "library/core/in_out_count.h"
+#include "library/core/payload.h"
 
 #include <ovk/fabric.h>
 #include <ovk/hbaapi.h>

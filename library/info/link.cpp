@@ -31,17 +31,14 @@ std::uint32_t GetIOinfo(int board, IoInfo* record) {
 }
 
 std::uint32_t GetNodeInfo(int board, NodeInfoEntry* entries) {
-  struct {
-    NodeInfoEntry entries[OVK_MAX_NODE_INFO_ENTRIES];
-  } reply{};
-  std::memset(entries, 0, sizeof reply);
-
-  Command command{static_cast<std::uint32_t>(board), {.request_size = sizeof reply}};
-  if (!command.invoke<"RAVN_MGMT_NODEINFO">(&reply).succeeded()) {
-    return 0;  // intended: a failure reads like an empty table
-  }
-  const std::uint32_t reported = command.block.reply_size / sizeof(NodeInfoEntry);
+  constexpr std::uint32_t size = OVK_MAX_NODE_INFO_ENTRIES * sizeof(NodeInfoEntry);
+  std::memset(entries, 0, size);
+  Command command{static_cast<std::uint32_t>(board), {.request_size = size}};
+  const Outcome outcome = command.invoke<"RAVN_MGMT_NODEINFO">(ovk::as_bytes<size>(entries));
+  // Intended: a failure reads like an empty table.
+  const std::uint32_t reported =
+      outcome.succeeded() ? command.block.reply_size / std::uint32_t{sizeof(NodeInfoEntry)} : 0;
   const std::uint32_t count = std::min<std::uint32_t>(reported, OVK_MAX_NODE_INFO_ENTRIES);
-  std::copy_n(reply.entries, count, entries);
+  std::memset(entries + count, 0, size - count * sizeof(NodeInfoEntry));  // what nobody reported
   return count;
 }

@@ -1,6 +1,6 @@
 #include "library/boards/driver_info.h"
 #include "library/core/command.h"
-#include "library/core/heap_buffer.h"
+#include "library/core/payload.h"
 #include "library/info/pci_config.h"
 
 #include <ovk/info.h>
@@ -48,7 +48,7 @@ std::uint32_t ReadPciCfg(std::uint32_t board, void* buffer, std::uint32_t offset
 // Intended: unlike the read, a write takes any count, and has a result of its own for a failure.
 std::uint32_t WritePciCfg(std::uint32_t board, const void* buffer, std::uint32_t offset,
                           std::uint32_t count) {
-  TransferBuffer transfer;
+  const TransferBuffer transfer{ovk::unfilled};
   if (!transfer) {
     return OVK_NO_MEMORY;
   }
@@ -56,9 +56,9 @@ std::uint32_t WritePciCfg(std::uint32_t board, const void* buffer, std::uint32_t
     return OVK_FAILED;
   }
   SwapPciData();
-  transfer.copy_in(buffer, count);
+  const auto* const sent = ovk::whole_input(*transfer, buffer, count);
   Command command{board, {.index = offset, .request_size = count}};
-  return command.invoke<"RAVN_MGMT_WRITE_PCI">(transfer.get()).result({}, OVK_RAW_ACCESS_FAILED);
+  return command.invoke<"RAVN_MGMT_WRITE_PCI">(sent).result({}, OVK_RAW_ACCESS_FAILED);
 }
 
 std::uint32_t ReadMem(std::uint32_t board, void* buffer, std::uint32_t offset,
@@ -78,14 +78,14 @@ std::uint32_t ReadMem(std::uint32_t board, void* buffer, std::uint32_t offset,
 
 std::uint32_t WriteMem(std::uint32_t board, const void* buffer, std::uint32_t offset,
                        std::uint32_t count) {
-  TransferBuffer transfer;
+  const TransferBuffer transfer{ovk::unfilled};
   if (!transfer) {
     return OVK_NO_MEMORY;
   }
   if (const auto refused = ovk::sli3_gate(board, OVK_NO_MEMORY_ACCESS)) return *refused;
-  transfer.copy_in(buffer, count);
+  const auto* const sent = ovk::whole_input(*transfer, buffer, count);
   Command command{board, {.index = offset, .request_size = count}};
-  return command.invoke<"RAVN_MGMT_WRITE_MEM">(transfer.get()).result({}, OVK_RAW_ACCESS_FAILED);
+  return command.invoke<"RAVN_MGMT_WRITE_MEM">(sent).result({}, OVK_RAW_ACCESS_FAILED);
 }
 
 // Intended: on SLI-4 the registers answer with another result than the memory does.

@@ -1,6 +1,6 @@
 #include "library/boards/driver_info.h"
 #include "library/core/command.h"
-#include "library/core/heap_buffer.h"
+#include "library/core/payload.h"
 
 #include <ovk/core.h>
 #include <ovk/mailbox.h>

@@ -1,6 +1,6 @@
 #include "library/boards/driver_info.h"
 #include "library/core/command.h"
-#include "library/core/heap_buffer.h"
+#include "library/core/payload.h"
 
 #include <ovk/mailbox.h>
 
@@ -19,7 +19,7 @@ using ExtendedMailbox = Bytes<4096>;
 
 std::uint32_t IssueExtendedSLIConfig(std::uint32_t board, Mailbox* mb, std::uint32_t subCode,
                                      std::uint32_t /*kind*/, std::uint32_t words) {
-  HeapBuffer<ExtendedMailbox> buffer;
+  HeapBuffer<ExtendedMailbox> buffer{ovk::unfilled};
   if (!buffer) {
     return OVK_NO_MEMORY;
   }
@@ -28,7 +28,7 @@ std::uint32_t IssueExtendedSLIConfig(std::uint32_t board, Mailbox* mb, std::uint
   const std::uint32_t told = words * word_size;
   const std::size_t moved =
       std::min<std::size_t>(words, sizeof(ExtendedMailbox) / word_size) * word_size;
-  buffer.copy_in(mb, moved);
+  buffer.fill(mb, moved);
   Command command{board, {.request_size = told, .reply_size = told, .selector = subCode}};
   const bool succeeded = command.invoke<"RAVN_MGMT_MBOX_SLI_CFG_EXT">(buffer.get()).succeeded();
   if (!succeeded) {

@@ -1,7 +1,7 @@
 #include "library/boards/driver_info.h"
 #include "library/core/assertion.h"
 #include "library/core/command.h"
-#include "library/core/heap_buffer.h"
+#include "library/core/payload.h"
 
 #include <ovk/mailbox.h>
 
@@ -75,21 +75,21 @@ std::uint32_t OVK_ConfigLoopbackV2(std::uint32_t board, std::uint32_t value, std
 
 std::uint32_t OVK_RunLoopbackTest(std::uint32_t board, const LoopbackRequest* req) {
   ovk::assert_that(req->bufSize <= OVK_LOOPBACK_MAX_SIZE, "pLoopback->bufSize <= 65536");
-  using Frames = Bytes<OVK_LOOPBACK_MAX_SIZE>;
-  HeapBuffer<Frames> transmitted;
-  if (!transmitted) {
+  struct Frames {
+    Bytes<OVK_LOOPBACK_MAX_SIZE> transmitted;
+    Bytes<OVK_LOOPBACK_MAX_SIZE> received;
+  };
+  const HeapBuffer<Frames> frames{ovk::unfilled};
+  if (!frames) {
     return OVK_NO_MEMORY;
   }
-  const HeapBuffer<Frames> received;
-  if (!received) {
-    return OVK_NO_MEMORY;
-  }
-  transmitted.copy_in(req->transmit, req->bufSize);
+  const auto* const transmitted =
+      ovk::whole_input(frames->transmitted, req->transmit, req->bufSize);
+  ovk::clear(frames->received);
   Command command{board, {.request_size = req->bufSize}};
-  const Outcome outcome =
-      command.invoke<"RAVN_MGMT_LOOPBACK_TEST">(transmitted.get(), received.get());
+  const Outcome outcome = command.invoke<"RAVN_MGMT_LOOPBACK_TEST">(transmitted, &frames->received);
   if (outcome.succeeded()) {
-    received.copy_out(req->receive, req->bufSize);
+    ovk::copy_out(frames->received, req->receive, req->bufSize);
   }
   return outcome.result({{DriverStatus::no_response, OVK_LOOPBACK_NOTHING_RECEIVED},
                          {DriverStatus::busy, OVK_LOOPBACK_PORT_BUSY}});

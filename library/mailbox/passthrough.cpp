@@ -3,7 +3,7 @@
 #include "library/boards/driver_info.h"
 #include "library/core/assertion.h"
 #include "library/core/command.h"
-#include "library/core/heap_buffer.h"
+#include "library/core/payload.h"
 
 #include <algorithm>
 #include <bit>
@@ -131,12 +131,12 @@ std::uint32_t issue_mailbox(std::uint32_t board, Mailbox* mb, std::uint32_t in_w
     mb->status = OVK_MAILBOX_NOT_ISSUED;
     return OVK_FAILED;
   }
-  ExtensionBuffer buffer;
+  ExtensionBuffer buffer{ovk::unfilled};
   if (!buffer) {
     return OVK_NO_MEMORY;
   }
   extension.take_once(*mb);
-  buffer.copy_in(extension.write_data(), extension.write_size());
+  buffer.fill(extension.write_data(), extension.write_size());
 
   mb->status = 0;
   Mailbox mailbox{};

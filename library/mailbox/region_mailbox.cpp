@@ -4,7 +4,7 @@
 #include "library/boards/driver_info.h"
 #include "library/core/assertion.h"
 #include "library/core/command.h"
-#include "library/core/heap_buffer.h"
+#include "library/core/payload.h"
 
 #include <algorithm>
 
@@ -113,15 +113,14 @@ std::int32_t OVK_IssueUpdateCfgMBox(std::uint32_t board, std::uint8_t type, std:
   if (length > region_length) {
     return no_room;
   }
-  RegionBuffer image;
+  const RegionBuffer image{ovk::unfilled};
   if (!image) {
     return OVK_NO_MEMORY;
   }
-  image.copy_in(data, length);
+  const auto* const written = ovk::whole_input(*image, data, length);
   std::uint32_t mailbox_status = 0;
   Command command{board, {.request_size = region_length, .value = region}};
-  const Outcome outcome =
-      command.invoke<"RAVN_MGMT_HBA_ISSUE_UPD_MBX">(image.get(), &mailbox_status);
+  const Outcome outcome = command.invoke<"RAVN_MGMT_HBA_ISSUE_UPD_MBX">(written, &mailbox_status);
   if (outcome.succeeded()) {
     *mbxStatus = mailbox_status;
   }

@@ -1,7 +1,7 @@
 #include "driver_abi/wwn_request.h"
 #include "library/core/command.h"
-#include "library/core/heap_buffer.h"
 #include "library/core/in_out_count.h"
+#include "library/core/payload.h"
 
 #include <ovk/npiv.h>
 

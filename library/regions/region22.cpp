@@ -1,5 +1,5 @@
 #include "library/boards/driver_info.h"
-#include "library/core/heap_buffer.h"
+#include "library/core/payload.h"
 #include "library/mailbox/region_mailbox.h"
 #include "library/regions/record_list.h"
 #include "library/regions/region_update.h"

@@ -1,7 +1,7 @@
 #include "library/regions/region23.h"
 
 #include "library/boards/driver_info.h"
-#include "library/core/heap_buffer.h"
+#include "library/core/payload.h"
 #include "library/mailbox/region_mailbox.h"
 #include "library/regions/region_update.h"
 
