@@ -1,0 +1,107 @@
+// Counts the instructions of each call, and those of its commands by hand, for callgrind to write
+// down:   instructions [--check]
+//
+// With --check nothing is counted: what both sides send to the driver, and leave in the caller's
+// memory, is compared, because a hand that does less would set a wrong measure.
+
+#include "bench/calls.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+#include <numeric>
+
+#include <valgrind/callgrind.h>
+
+namespace {
+
+using ovk::bench::Call;
+using ovk::bench::Function;
+using ovk::bench::Sent;
+
+constexpr int warm_up = 20;  // until libc has all the memory it is going to need
+constexpr int counted = 10;
+
+void count(const Call& call, const std::vector<Function>& functions, const char* side) {
+  std::vector<std::uint8_t> memory(ovk::bench::memory_size);
+  CALLGRIND_ZERO_STATS;
+  for (int i = 0; i < warm_up + counted; ++i) {
+    prepare(call, memory.data());
+    for (const Function function : functions) {
+      if (i >= warm_up) {
+        CALLGRIND_TOGGLE_COLLECT;
+      }
+      function(memory.data());
+      if (i >= warm_up) {
+        CALLGRIND_TOGGLE_COLLECT;
+      }
+    }
+  }
+  char line[160];
+  std::snprintf(line, sizeof line, "%s;%s;%u;%u;%d", side, call.name, call.allowed,
+                call.allowed_percent, counted);
+  CALLGRIND_DUMP_STATS_AT(line);
+}
+
+/** What a side sends and leaves behind. */
+struct Trace {
+  std::vector<Sent> sent;
+  std::vector<std::uint8_t> memory;
+  std::uint32_t result = 0;
+};
+
+Trace trace(const Call& call, const std::vector<Function>& functions) {
+  Trace trace{.sent = {}, .memory = std::vector<std::uint8_t>(ovk::bench::memory_size)};
+  std::iota(trace.memory.begin(), trace.memory.end(), std::uint8_t{1});
+  prepare(call, trace.memory.data());
+  record_into(&trace.sent);
+  for (const Function function : functions) {
+    trace.result = function(trace.memory.data());
+  }
+  ovk::bench::record_into(nullptr);
+  return trace;
+}
+
+bool same(const Call& call) {
+  const Trace library = trace(call, {call.library});
+  const Trace by_hand = trace(call, call.by_hand);
+  if (library.sent.size() != by_hand.sent.size()) {
+    std::printf("%s: %zu commands, by hand %zu\n", call.name, library.sent.size(),
+                by_hand.sent.size());
+    return false;
+  }
+  for (std::size_t i = 0; i < library.sent.size(); ++i) {
+    const Sent& a = library.sent[i];
+    const Sent& b = by_hand.sent[i];
+    const auto [at, other] = std::ranges::mismatch(a.bytes, b.bytes);
+    if (a != b) {
+      std::printf("%s: %s and by hand %s differ from byte %td\n", call.name, a.command.c_str(),
+                  b.command.c_str(), at - a.bytes.begin());
+      return false;
+    }
+  }
+  if (call.compares_memory && library.memory != by_hand.memory) {
+    const auto [at, other] = std::ranges::mismatch(library.memory, by_hand.memory);
+    std::printf("%s: the memory differs from byte %td: %d, by hand %d\n", call.name,
+                at - library.memory.begin(), *at, *other);
+    return false;
+  }
+  return true;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  const bool checks = argc > 1 && std::strcmp(argv[1], "--check") == 0;
+  int wrong = 0;
+  for (const Call& call : ovk::bench::calls()) {
+    answer_with(call.answer);
+    if (checks) {
+      wrong += same(call) ? 0 : 1;
+    } else {
+      count(call, call.by_hand, "by hand");
+      count(call, {call.library}, "library");
+    }
+  }
+  return wrong == 0 ? 0 : 1;
+}
