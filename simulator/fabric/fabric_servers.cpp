@@ -4,6 +4,7 @@
 #include "simulator/board/port_list.h"
 
 #include <algorithm>
+#include <iterator>
 #include <map>
 #include <variant>
 #include <vector>
@@ -41,12 +42,33 @@ constexpr CtReject unknown_fc4_type{0x09, 0x07};
 constexpr CtReject unknown_element{0x09, 0x01};
 constexpr CtReject not_supported{0x0B, 0x00};
 
-/** The ports that are registered, by rising address. */
-std::vector<PortTopology> registered(Adapter& adapter) {
-  std::vector<PortTopology> ports = adapter.state<PortList>().ports();
-  ports.push_back(adapter.topology().port);
-  std::ranges::sort(ports, {}, &PortTopology::fc_id);
-  return ports;
+/** The ports that are registered, by rising address: put in order when the list of them changes,
+    because whoever walks a large fabric asks for each. */
+class Registry {
+ public:
+  explicit Registry(Adapter& adapter) : adapter_{adapter} {}
+
+  const std::vector<const PortTopology*>& ports() {
+    const auto& list = adapter_.state<PortList>();
+    if (list.tag() != tag_) {
+      ports_.clear();
+      std::ranges::transform(list.ports(), std::back_inserter(ports_),
+                             [](const PortTopology& port) { return &port; });
+      ports_.push_back(&adapter_.topology().port);
+      std::ranges::sort(ports_, {}, &PortTopology::fc_id);
+      tag_ = list.tag();
+    }
+    return ports_;
+  }
+
+ private:
+  Adapter& adapter_;
+  std::uint32_t tag_ = 0;  // that no list has
+  std::vector<const PortTopology*> ports_;
+};
+
+const std::vector<const PortTopology*>& registered(Adapter& adapter) {
+  return adapter.state<Registry>().ports();
 }
 
 /** How the name server tells the types of ports apart. */
@@ -65,10 +87,10 @@ std::string_view registered_name(const PortTopology& port) {
 
 /** Everything that is registered of the port after the one of the request (GA_NXT). */
 CtAnswer next_port(Adapter& adapter, Bytes request) {
-  const std::vector<PortTopology> ports = registered(adapter);
+  const auto& ports = registered(adapter);
   const std::uint32_t id = get_number(request, 1, id_size);
   const auto after = std::ranges::upper_bound(ports, id, {}, &PortTopology::fc_id);
-  const PortTopology& port = after != ports.end() ? *after : ports.front();
+  const PortTopology& port = after != ports.end() ? **after : *ports.front();
   const std::string_view name = registered_name(port);
   ovk::RegisteredPort answer{.type = name_server_type(port.type),
                              .port_name = port.port_wwn,
@@ -111,21 +133,22 @@ void put_field(ByteVector& entry, const PortTopology& port) {
 /** The port whose address a request carries, or why there is none. */
 template <Describe describe>
 CtAnswer of_id(Adapter& adapter, Bytes request) {
-  const std::vector<PortTopology> ports = registered(adapter);
-  const auto port = std::ranges::find(ports, get_number(request, 1, id_size), &PortTopology::fc_id);
-  if (port == ports.end()) {
+  const auto& ports = registered(adapter);
+  const std::uint32_t id = get_number(request, 1, id_size);
+  const auto port = std::ranges::lower_bound(ports, id, {}, &PortTopology::fc_id);
+  if (port == ports.end() || (*port)->fc_id != id) {
     return unknown_id;
   }
   ByteVector answer;
-  describe(answer, *port);
+  describe(answer, **port);
   return answer;
 }
 
 CtAnswer id_of_name(Adapter& adapter, Bytes request) {
-  for (const PortTopology& port : registered(adapter)) {
-    if (std::ranges::equal(port.port_wwn.bytes, request.first(name_size))) {
+  for (const PortTopology* port : registered(adapter)) {
+    if (std::ranges::equal(port->port_wwn.bytes, request.first(name_size))) {
       ByteVector answer{0};
-      put_number(answer, port.fc_id, id_size);
+      put_number(answer, port->fc_id, id_size);
       return answer;
     }
   }
@@ -137,12 +160,12 @@ template <Describe describe>
 CtAnswer of_fc4_type(Adapter& adapter, Bytes request) {
   ByteVector answer;
   std::size_t last = 0;
-  for (const PortTopology& port : registered(adapter)) {
-    if (ovk::has_fc4_type(port.fc4_types_supported, request[3])) {
+  for (const PortTopology* port : registered(adapter)) {
+    if (ovk::has_fc4_type(port->fc4_types_supported, request[3])) {
       last = answer.size();
       answer.push_back(0);
-      put_number(answer, port.fc_id, id_size);
-      describe(answer, port);
+      put_number(answer, port->fc_id, id_size);
+      describe(answer, *port);
     }
   }
   if (answer.empty()) {
