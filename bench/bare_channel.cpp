@@ -15,7 +15,9 @@ namespace {
 using ovk::bench::Answer;
 using ovk::bench::Sent;
 
-constexpr std::uint32_t driver_information = ovk::CommandName{"RAVN_MGMT_GET_RAVNOVK_INFO"}->id;
+constexpr std::uint32_t driver_information = ovk::CommandName {
+  "RAVN_MGMT_GET_RAVNOVK_INFO"
+  } -> id;
 constexpr std::uint32_t sli_mode_offset = 96;
 constexpr std::uint32_t adapter_type_offset = 112;
 

@@ -236,8 +236,7 @@ class ByHand {
             size *= block.reply_size;
           }
           if constexpr (piece.amount.kind != Amount::fixed) {
-            size = std::min<std::size_t>(size,
-                                         command.payloads[piece.payload - 1].size - piece.at);
+            size = std::min<std::size_t>(size, command.payloads[piece.payload - 1].size - piece.at);
           }
         }
         std::memcpy(memory + piece.memory, from, size);

@@ -56,7 +56,7 @@ std::uint32_t statistics_by_hand(std::uint8_t* memory) {
   PortStatistics now{};
   CommandBlock block{.driver_board = static_cast<std::uint32_t>(ovk_brdno[board])};
   const int error = vmk_MgmtUserCallbackInvokeInt(
-      ravn_mgmt_handle, 0, CommandName{"RAVN_MGMT_HBA_PORTSTATISTICS"}->id, 2, &block, &now);
+      ravn_mgmt_handle, 0, CommandName { "RAVN_MGMT_HBA_PORTSTATISTICS" } -> id, 2, &block, &now);
   if (error != 0 || block.status != DriverStatus::success) {
     return OVK_FAILED;
   }
@@ -519,12 +519,12 @@ std::uint32_t by_hand_mode() {
   constexpr std::uint32_t mode_offset = 96;
   std::uint32_t mode = 0;
   std::uint8_t memory[2192 + sizeof mode];
-  const bool told =
-      by_hand<Row{.command = "RAVN_MGMT_GET_RAVNOVK_INFO", .words = {{{2, 120}}},
-                  .gets = {{{1, mode_offset, 2192, bytes(4)}}}}>(memory) == OVK_OK &&
-      by_hand<Row{.command = "RAVN_MGMT_HBA_ADAPTERATTRIBUTES"}>(memory) == OVK_OK &&
-      by_hand<Row{.command = "RAVN_MGMT_HBA_PORTATTRIBUTES"}>(memory) == OVK_OK &&
-      by_hand<Row{.command = "RAVN_MGMT_MBOX_SLI_CFG_EXT_SUP"}>(memory) == OVK_OK;
+  const bool told = by_hand<Row{.command = "RAVN_MGMT_GET_RAVNOVK_INFO",
+                                .words = {{{2, 120}}},
+                                .gets = {{{1, mode_offset, 2192, bytes(4)}}}}>(memory) == OVK_OK &&
+                    by_hand<Row{.command = "RAVN_MGMT_HBA_ADAPTERATTRIBUTES"}>(memory) == OVK_OK &&
+                    by_hand<Row{.command = "RAVN_MGMT_HBA_PORTATTRIBUTES"}>(memory) == OVK_OK &&
+                    by_hand<Row{.command = "RAVN_MGMT_MBOX_SLI_CFG_EXT_SUP"}>(memory) == OVK_OK;
   std::memcpy(&mode, memory + 2192, sizeof mode);
   return told ? mode : 0;
 }
@@ -532,8 +532,8 @@ std::uint32_t by_hand_mode() {
 const std::vector<Call>& calls() {
   static const std::vector<Call> all = [] {
     std::vector<Call> rows;
-    for (const auto& part : {information(), hbaapi(), fabric(), mailbox(), regions(), features(), virtual_ports(),
-                             authentication(), driver()}) {
+    for (const auto& part : {information(), hbaapi(), fabric(), mailbox(), regions(), features(),
+                             virtual_ports(), authentication(), driver()}) {
       rows.insert(rows.end(), part.begin(), part.end());
     }
     return rows;

@@ -2,7 +2,8 @@
 // down:   instructions [--check]
 //
 // With --check nothing is counted: what both sides send to the driver, and leave in the caller's
-// memory, is compared, because a hand that does less would set a wrong measure.
+// memory, is compared, because a hand that does less would set a wrong measure; and no call may go
+// to the kernel for memory once it has been made a few times.
 
 #include "bench/calls.h"
 
@@ -10,12 +11,15 @@
 #include <cstdio>
 #include <cstring>
 #include <numeric>
-
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
 #include <valgrind/callgrind.h>
 
 namespace {
 
 using ovk::bench::Call;
+using ovk::bench::calls;
 using ovk::bench::Function;
 using ovk::bench::Sent;
 
@@ -24,6 +28,7 @@ constexpr int counted = 10;
 
 void count(const Call& call, const std::vector<Function>& functions, const char* side) {
   std::vector<std::uint8_t> memory(ovk::bench::memory_size);
+  answer_with(call.answer);
   CALLGRIND_ZERO_STATS;
   for (int i = 0; i < warm_up + counted; ++i) {
     prepare(call, memory.data());
@@ -54,6 +59,7 @@ Trace trace(const Call& call, const std::vector<Function>& functions) {
   Trace trace{.sent = {}, .memory = std::vector<std::uint8_t>(ovk::bench::memory_size)};
   std::iota(trace.memory.begin(), trace.memory.end(), std::uint8_t{1});
   prepare(call, trace.memory.data());
+  answer_with(call.answer);
   record_into(&trace.sent);
   for (const Function function : functions) {
     trace.result = function(trace.memory.data());
@@ -89,19 +95,51 @@ bool same(const Call& call) {
   return true;
 }
 
+/** The page faults of so many calls. */
+long faults_in(int count, const Call& call) {
+  static std::uint8_t memory[ovk::bench::memory_size];
+  rusage before{};
+  getrusage(RUSAGE_SELF, &before);
+  for (int i = 0; i < count; ++i) {
+    prepare(call, memory);
+    call.library(memory);
+  }
+  rusage after{};
+  getrusage(RUSAGE_SELF, &after);
+  return after.ru_minflt - before.ru_minflt;
+}
+
+/** Whether the pages of a call's memory stay with the process from call to call. Each call has a
+    process of its own, because libc keeps the more memory the larger a block it was given back. */
+bool keeps_its_memory(const Call& call) {
+  constexpr int times = 3000;
+  const pid_t child = fork();
+  if (child == 0) {
+    answer_with(call.answer);
+    faults_in(10, call);
+    const long faults = faults_in(times, call);
+    if (faults != 0) {
+      std::printf("%s: %ld page faults in %d calls\n", call.name, faults, times);
+      std::fflush(stdout);
+    }
+    _exit(faults == 0 ? 0 : 1);
+  }
+  int status = 1;
+  return child > 0 && waitpid(child, &status, 0) == child && status == 0;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
-  const bool checks = argc > 1 && std::strcmp(argv[1], "--check") == 0;
-  int wrong = 0;
-  for (const Call& call : ovk::bench::calls()) {
-    answer_with(call.answer);
-    if (checks) {
-      wrong += same(call) ? 0 : 1;
-    } else {
-      count(call, call.by_hand, "by hand");
-      count(call, {call.library}, "library");
-    }
+  if (argc > 1 && std::strcmp(argv[1], "--check") == 0) {
+    const auto memory_kept = std::ranges::count_if(calls(), keeps_its_memory);
+    const auto alike = std::ranges::count_if(calls(), same);
+    const auto all = std::ssize(calls());
+    return memory_kept == all && alike == all ? 0 : 1;
   }
-  return wrong == 0 ? 0 : 1;
+  for (const Call& call : calls()) {
+    count(call, call.by_hand, "by hand");
+    count(call, {call.library}, "library");
+  }
+  return 0;
 }

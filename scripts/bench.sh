@@ -1,9 +1,13 @@
 #!/usr/bin/env bash
-# Builds and runs the benchmarks: scripts/bench.sh [GOOGLE-BENCHMARK-ARGUMENT...]
+# Prints what each call of the library costs beside the same commands by hand, in two tables:
+#   scripts/bench.sh                             both
+#   scripts/bench.sh instructions                the instructions; fails when a call passes its limit
+#   scripts/bench.sh time [GOOGLE-BENCHMARK-ARGUMENT...]
 set -euo pipefail
 
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 third_party=$PWD/build/third_party
+bin=build/bench/bin
 
 # The library is an i386 one, so its benchmarks need an i386 Google Benchmark. It is unpacked in
 # the build folder and by package lists of its own: the machine gets no foreign architecture.
@@ -25,9 +29,57 @@ get_google_benchmark() {
   mv "$work/unpacked" "$third_party"
 }
 
-scripts/setup.sh
-[[ -d $third_party ]] || get_google_benchmark
+# Callgrind writes a file for each count; its trigger is what the program named it:
+# side;call;instructions allowed over by hand;or percent allowed of by hand;calls counted.
+count_instructions() {
+  local counts=$PWD/build/bench/counts
+  rm -rf "$counts"
+  mkdir -p "$counts"
+  "$bin/instructions" --check
+  valgrind --tool=callgrind --collect-atstart=no --callgrind-out-file="$counts/count" \
+    "$bin/instructions" 2>"$counts/log" || { cat "$counts/log"; return 1; }
+  cat $(find "$counts" -name 'count.*' | sort -t. -k2n) | awk '
+    sub(/^desc: Trigger: Client Request: /, "") { split($0, made, ";") }
+    /^(totals|summary):/ && made[1] != "" {
+      count = $2 / made[5]
+      if (made[1] == "by hand") {
+        by_hand = count
+      } else {
+        if (!lines++) printf "%-34s %10s %10s %8s %8s\n", "instructions of", "by hand", "library", "more", "limit"
+        limit = made[3] ? by_hand + made[3] : by_hand * made[4] / 100
+        printf "%-34s %10d %10d %8d %8d%s\n", made[2], by_hand, count, count - by_hand,
+          limit - by_hand, count > limit ? "  passes its limit" : ""
+        failed += count > limit
+      }
+      made[1] = ""
+    }
+    END { exit failed > 0 }'
+}
+
+# The medians of one run, in which both sides of a call take turns.
+take_times() {
+  "$bin/times" --benchmark_repetitions=21 --benchmark_min_time=0.02 --benchmark_format=csv \
+    --benchmark_enable_random_interleaving=true --benchmark_report_aggregates_only=true "$@" \
+    2>/dev/null | awk -F, '
+    match($1, /\/(by_hand|library)_median"?$/) {
+      name = substr($1, 1, RSTART - 1)
+      gsub(/"/, "", name)
+      if ($1 ~ /by_hand/) {
+        by_hand[name] = $4
+      } else {
+        if (!lines++) printf "%-34s %12s %12s %6s\n", "time of, in ns", "by hand", "library", "ratio"
+        printf "%-34s %12.1f %12.1f %6.2f\n", name, by_hand[name], $4, $4 / by_hand[name]
+      }
+    }'
+}
+
+what=${1:-both}
+shift || true
+scripts/setup.sh --checks
+if [[ $what != instructions ]]; then
+  [[ -d $third_party ]] || get_google_benchmark
+fi
 echo "Building ..."
 scripts/build.sh bench
-build/bench/bin/transfers_bench --benchmark_repetitions=21 --benchmark_min_time=0.05 \
-  --benchmark_enable_random_interleaving=true --benchmark_report_aggregates_only=true "$@"
+[[ $what == time ]] || count_instructions
+[[ $what == instructions ]] || take_times "$@"

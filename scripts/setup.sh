@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Installs what building and testing need and this machine lacks. Says nothing when nothing is
-# missing. With --checks also what the checks of .ci/run need: clang, its fuzzer, the formatter.
+# missing. With --checks also what the checks of .ci/run need: clang, its fuzzer, the formatter,
+# valgrind.
 set -euo pipefail
 
 packages=(
@@ -17,7 +18,7 @@ packages=(
   sg3-utils
 )
 if [[ ${1:-} == --checks ]]; then
-  packages+=(clang clang-format libclang-rt-14-dev)
+  packages+=(clang clang-format libclang-rt-14-dev valgrind)
 fi
 
 missing=()
