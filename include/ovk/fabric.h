@@ -77,8 +77,8 @@ OVK_API uint32_t SendMgmtCommand(uint32_t board, const Wwn* port_name, const voi
  * @param payload         the response
  * @param payload_length  bytes of it, OVK_CT_MAX_LENGTH at most; not checked
  * @param context_word    passed to the driver as it is
- * @return OVK_OK; OVK_MGMT_RESPONSE_REFUSED; OVK_MGMT_FAILED, also without memory;
- *         OVK_MGMT_NOT_READY; OVK_MGMT_DOES_NOT_FIT
+ * @return OVK_OK; OVK_MGMT_RESPONSE_REFUSED; OVK_MGMT_FAILED, also without memory for a payload
+ *         of less than OVK_CT_MAX_LENGTH bytes; OVK_MGMT_NOT_READY; OVK_MGMT_DOES_NOT_FIT
  */
 OVK_API uint32_t SendMgmtResponse(uint32_t board, const void* payload, uint32_t payload_length,
                                   uint32_t context_word);
@@ -108,7 +108,7 @@ OVK_ASSERT_SIZE(ElsDestination, 16);
  * @param reply             receives the reply payload; should hold OVK_ELS_MAX_LENGTH bytes
  * @param reply_length_out  receives the bytes of the reply on success, and the bytes that it needs
  *                          with OVK_MORE_DATA; untouched otherwise
- * @return OVK_OK, also with an LS_RJT; OVK_FAILED, also without memory; OVK_ELS_NO_RESPONSE;
+ * @return OVK_OK, also with an LS_RJT; OVK_FAILED; OVK_ELS_NO_RESPONSE;
  *         OVK_MORE_DATA when the reply does not fit into OVK_ELS_MAX_LENGTH bytes
  */
 OVK_API uint32_t OVK_SendELSCmd(uint32_t board, const ElsDestination* destination,
