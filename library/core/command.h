@@ -118,7 +118,8 @@ class Command {
    */
   template <CommandName name, CommandName reported = name, typename... Payloads>
   Outcome invoke(Payloads*... payloads) {
-    // A reference to the list's entry would keep the whole list, and its relocations, in the binary.
+    // A reference to the list's entry would keep the whole list, and its relocations, in the
+    // binary.
     constexpr std::uint32_t id = name->id;
     constexpr std::size_t payload_count = name->payload_count;
     static constexpr LogText log = log_text(name);
@@ -136,8 +137,8 @@ class Command {
       }
     }
     const Outcome outcome{
-        vmk_MgmtUserCallbackInvokeInt(ravn_mgmt_handle, 0, id, 1 + sizeof...(Payloads),
-                                      &block, payloads...),
+        vmk_MgmtUserCallbackInvokeInt(ravn_mgmt_handle, 0, id, 1 + sizeof...(Payloads), &block,
+                                      payloads...),
         block.status};
     if (fLogger != nullptr) {
       report(outcome, result_text, log.lines);
