@@ -124,6 +124,7 @@ class ByHand {
 
   template <std::size_t i>
   struct Stack {
+    Stack() {}  // or the tuple below would zero the bytes before they are filled
     alignas(std::uint32_t) std::uint8_t bytes[on_stack<i>];
   };
 

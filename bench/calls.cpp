@@ -3,6 +3,7 @@
 #include "bench/calls.h"
 
 #include "bench/by_hand.h"
+#include "driver_abi/fc.h"
 #include "driver_abi/regions.h"
 #include "library/boards/driver_info.h"
 #include "library/mailbox/passthrough.h"
@@ -212,6 +213,21 @@ std::vector<Call> fabric() {
                     .sends = {{word(2, 72), word(7, 144), {2, 0, 8, told_at(72)}}},
                     .gets = {{{3, 0, 76, replied()}, word(3, 140)}}}>},
        .given = {{72, 64}}, .answer = {.reply_size = 64}, .allowed = with_heap},
+      {.name = "SendMgmtCommand 245760", .library = library<SendMgmtCommand, largest_ct>,
+       .by_hand = {by_hand<Row{.command = "RAVN_MGMT_HBA_SEND_MGMT_CMD",
+                    .places = {callers(0), callers(8), on_heap}, .words = {{{3, largest_ct}}},
+                    .sends = {{word(2, 8 + largest_ct), word(7, 16 + 2 * largest_ct)}},
+                    .gets = {{{3, 0, 12 + largest_ct, replied()}, word(3, 12 + 2 * largest_ct)}}}>},
+       .given = {{8 + largest_ct, largest_ct}}, .answer = {.reply_size = largest_ct},
+       .allowed_percent = 110},
+      {.name = "SendCTPassThru 64", .library = [](auto* memory) {
+         return SendCTPassThru(board, memory, 64, memory + 64, at<std::uint32_t>(memory + 128)); },
+       .by_hand = {by_hand<Row{.command = "RAVN_MGMT_SEND_CT", .places = {on_heap, on_heap},
+                    .words = {{{2, 64}, {4, name_server}}},
+                    .sends = {{word(3, 128), {1, 0, 0, bytes(64)}}},
+                    .gets = {{{2, 0, 64, replied()}, word(3, 128)}}}>},
+       .given = {{4, directory_service}, {128, 64}}, .answer = {.reply_size = 64},
+       .allowed = with_heap},
       {.name = "SendMgmtResponse 64", .library = library<SendMgmtResponse, largest_ct>,
        .by_hand = {by_hand<Row{.command = "RAVN_MGMT_HBA_SEND_MGMT_RSP", .places = {on_heap}, .words = {{{2, largest_ct}}},
                     .sends = {{word(4, largest_ct + 4), {1, 0, 0, told_at(largest_ct)}}}}>},
@@ -279,18 +295,14 @@ constexpr Function write_region = by_hand<Row{
     .words = {{{2, region_bytes(region)}, {4, region}}},
     .sends = {{{1, 0, 0, bytes(region_bytes(region))}}}}>;
 
-template <std::uint32_t region>
-std::uint32_t write_default_region(std::uint8_t* memory) {
-  const auto& image = [] -> const auto& {
-    if constexpr (region == 22) {
-      return default_region22;
-    } else {
-      return default_region23;
-    }
-  }();
-  std::memcpy(memory, &image, sizeof image);
-  std::memset(memory + sizeof image, 0, region_bytes(region) - sizeof image);
-  return write_region<region>(memory);
+/** A region that is written with an image of the program's own. */
+template <std::uint32_t region, const auto& image>
+std::uint32_t write_image(std::uint8_t* /*memory*/) {
+  void* const start = const_cast<std::remove_cvref_t<decltype(image)>*>(&image);  // only read
+  return by_hand<Row{.command = "RAVN_MGMT_HBA_ISSUE_UPD_MBX",
+                     .words = {{{2, region_bytes(region)}, {4, region}}},
+                     .sends = {{{1, 0, 0, bytes(sizeof image)}}}}>(
+      static_cast<std::uint8_t*>(start));
 }
 
 constexpr Function adapter_type_by_hand = by_hand<Row{.command = "RAVN_MGMT_GET_RAVNOVK_INFO"}>;
@@ -361,11 +373,11 @@ std::vector<Call> regions() {
   return {
       {.name = "OVK_InitR22", .library = library<OVK_InitR22>,
        .by_hand = {adapter_type_by_hand, adapter_type_by_hand, gate_by_hand,
-                   write_default_region<22>},
+                   write_image<22, default_region22>},
        .answer = {.adapter_type = 0x704}, .allowed = 2 * without_heap + gated,
        .compares_memory = false},
       {.name = "OVK_InitR23", .library = library<OVK_InitR23>,
-       .by_hand = {gate_by_hand, gate_by_hand, write_default_region<23>},
+       .by_hand = {gate_by_hand, gate_by_hand, write_image<23, default_region23>},
        .allowed = 2 * gated, .compares_memory = false},
       {.name = "OVK_SetRegion14", .library = library<OVK_SetRegion14, 1000>,
        .by_hand = {adapter_type_by_hand, gate_by_hand,
@@ -391,6 +403,10 @@ std::vector<Call> features() {
                                .sends = {{word(2, 0)}},
                                .gets = {{{1, 0, 0, bytes(4 + 8 * 36)}}}}>},
        .given = {{0, 8}}, .answer = {.count = 8}, .allowed = with_heap},
+      {.name = "OVK_QoSSetConfig 1", .library = library<OVK_QoSSetConfig>,
+       .by_hand = {by_hand<Row{.command = "RAVN_MGMT_SET_FCP_PRIORITY", .places = {on_heap},
+                               .sends = {{word(2, 0), {1, 0, 0, bytes(4 + 36)}}}}>},
+       .given = {{0, 1}}, .allowed = with_heap},
       {.name = "OVK_GetOASLunList 0", .library = library<OVK_GetOASLunList>,
        .by_hand = {by_hand<Row{.command = "RAVN_MGMT_OAS_GET",
                                .places = {callers(0), callers(8)}, .words = {{{6, 4117}}},

@@ -36,10 +36,13 @@ struct Call {
   Answer answer = {};
   /** The instructions that the library may need more than the commands by hand. */
   std::uint32_t allowed = 0;
-  /** Or how many times theirs, in hundredths, where much is moved. */
+  /** In place of that, for calls that move much: what the library may need in all, in per cent of
+      the commands by hand. */
   std::uint32_t allowed_percent = 0;
-  /** Whether by hand leaves the same in the caller's memory; not where records are reshaped. */
+  /** Whether the commands by hand leave the same in the caller's memory. They do not where the call
+      makes something else of what the driver answers. */
   bool compares_memory = true;
+  std::uint32_t result = 0;  ///< of the library's call
 };
 
 const std::vector<Call>& calls();

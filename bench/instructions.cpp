@@ -71,6 +71,10 @@ Trace trace(const Call& call, const std::vector<Function>& functions) {
 bool same(const Call& call) {
   const Trace library = trace(call, {call.library});
   const Trace by_hand = trace(call, call.by_hand);
+  if (library.result != call.result) {
+    std::printf("%s: its result is %u\n", call.name, library.result);
+    return false;
+  }
   if (library.sent.size() != by_hand.sent.size()) {
     std::printf("%s: %zu commands, by hand %zu\n", call.name, library.sent.size(),
                 by_hand.sent.size());

@@ -14,6 +14,10 @@
 
 namespace ovk {
 
+/** The versions of an IP address, and where an IPv4 address stands in the field of 16 bytes. */
+enum IpVersion : std::uint16_t { no_ip = 0, ipv4 = 1, ipv6 = 2 };
+inline constexpr std::size_t ipv4_place = 12;
+
 /** The general topology discovery data of a port, as numbers of the host. */
 struct RnidData {
   std::uint32_t unit_type;  ///< an associated type of FC-LS

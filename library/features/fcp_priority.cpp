@@ -31,10 +31,9 @@ constexpr std::size_t list_size(std::uint32_t count) {
   return offsetof(FcpPriorityList, entries) + count * sizeof(FcpPriorityEntry);
 }
 
-/** A payload that holds a table of this many rules, if a table can have as many. */
-HeapBuffer<FcpPriorityTable> payload_for(std::uint32_t count) {
-  return HeapBuffer<FcpPriorityTable>{
-      count > OVK_FCP_PRIORITY_MAX_ENTRIES ? sizeof(FcpPriorityTable) : list_size(count)};
+/** The size of a payload that holds a table of this many rules, if a table can have as many. */
+std::size_t payload_size(std::uint32_t count) {
+  return count > OVK_FCP_PRIORITY_MAX_ENTRIES ? sizeof(FcpPriorityTable) : list_size(count);
 }
 
 bool is_wildcard(const FcpPriorityMatch& field) {
@@ -95,7 +94,7 @@ std::uint32_t OVK_QoSSetGlobalFlag(std::uint32_t board, std::uint32_t flag) {
 
 std::uint32_t OVK_QoSGetConfig(std::uint32_t board, FcpPriorityList* list) {
   const std::uint32_t capacity = list->count;
-  const HeapBuffer<FcpPriorityTable> payload = payload_for(capacity);
+  const HeapBuffer<FcpPriorityTable> payload{payload_size(capacity)};
   if (!payload) {
     return OVK_NO_MEMORY;
   }
@@ -113,7 +112,7 @@ std::uint32_t OVK_QoSGetConfig(std::uint32_t board, FcpPriorityList* list) {
 }
 
 std::uint32_t OVK_QoSSetConfig(std::uint32_t board, FcpPriorityList* list) {
-  HeapBuffer<FcpPriorityTable> payload = payload_for(list->count);
+  HeapBuffer<FcpPriorityTable> payload{ovk::unfilled, payload_size(list->count)};
   if (!payload) {
     return OVK_NO_MEMORY;
   }

@@ -1,6 +1,5 @@
 #include "driver_abi/records/ras_log.h"
 #include "ovkctl/frame/command.h"
-#include "ovkctl/frame/files.h"
 
 #include <ovk/features.h>
 
@@ -81,14 +80,13 @@ Bytes read_log(const Board& board, const ovk::RasLogExtent& extent) {
   return log;
 }
 
-Report save(const Board& board, const std::string& path) {
+Report save(const Board& board) {
   const FwLogConfig config = query(board);
   const Bytes log = read_log(board, read_extent(board, config));
-  write_file(path, log);
   Report report = board.report()
-                      .field("file", "File", path)
                       .field("bytes", "Saved", Size{log.size()})
-                      .field("logging", "Logging", config.state != 0);
+                      .field("logging", "Logging", config.state != 0)
+                      .payload("", "", log);
   if (config.state != 0) {
     report.note("The firmware went on logging; what it added meanwhile may be missing.");
   }
@@ -121,7 +119,7 @@ void add_raslog(Command root) {
       .asks("This ends the firmware log of {board}.")
       .shows(stop);
   raslog.command("save", "Write the log to a file, oldest entry first")
-      .takes(file_word)
+      .saves(file_word)
       .shows(save);
 }
 

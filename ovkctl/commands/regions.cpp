@@ -153,7 +153,7 @@ List numbers_of(const std::map<std::uint32_t, Bytes>& regions) {
   return numbers;
 }
 
-Report save(const Board& board, const std::string& path) {
+Report save(const Board& board) {
   const RegionIo io{board};
   RegionArchive archive{.board = identity_of(board), .regions = {}};
   go_through(board, "Reading the regions", ovk::region_kinds, [&](const RegionKind& region) {
@@ -162,10 +162,9 @@ Report save(const Board& board, const std::string& path) {
     }
   });
   const std::string text = archive.text();
-  write_file(path, Bytes(text.begin(), text.end()));
   return board.report()
       .field("regions", "Saved regions", numbers_of(archive.regions))
-      .field("file", "Written to", path);
+      .payload("", "", Bytes(text.begin(), text.end()));
 }
 
 void refuse_other_board(const BoardIdentity& saved, const BoardIdentity& here, bool replacement) {
@@ -251,7 +250,7 @@ void add_regions(Command root) {
       .asks_itself()
       .shows(initialise);
   region.command("save", "Save all regions of a board to a file")
-      .takes(new_archive_word)
+      .saves(new_archive_word)
       .shows(save);
   region.command("restore", "Write the regions of a saved file back")
       .takes(archive_word, replacement_flag)

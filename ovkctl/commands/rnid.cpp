@@ -16,10 +16,10 @@ namespace {
 
 // ---- words ----------------------------------------------------------------------------------
 
-enum IpVersion : std::uint16_t { no_ip = 0, ipv4 = 1, ipv6 = 2 };
+using ovk::ipv4_place;
 
 constexpr auto ip_versions =
-    words<std::uint16_t>({{no_ip, "none"}, {ipv4, "IPv4"}, {ipv6, "IPv6"}});
+    words<std::uint16_t>({{ovk::no_ip, "none"}, {ovk::ipv4, "IPv4"}, {ovk::ipv6, "IPv6"}});
 
 /** Associated types of FC-LS. */
 constexpr auto unit_types = words<std::uint32_t>({{0x01, "unknown"},
@@ -38,14 +38,12 @@ constexpr auto unit_types = words<std::uint32_t>({{0x01, "unknown"},
 
 using IpAddress = std::array<std::uint8_t, 16>;
 
-constexpr std::size_t ipv4_place = 12;  // an IPv4 address stands in the last bytes of its field
-
 /** An address of the field for IP addresses; empty when there is none. */
 std::string ip_address_text(std::uint16_t version, const IpAddress& address) {
   std::array<char, INET6_ADDRSTRLEN> text{};
-  if (version == ipv4) {
+  if (version == ovk::ipv4) {
     inet_ntop(AF_INET, &address[ipv4_place], text.data(), text.size());
-  } else if (version == ipv6) {
+  } else if (version == ovk::ipv6) {
     inet_ntop(AF_INET6, address.data(), text.data(), text.size());
   }
   return text.data();
@@ -98,9 +96,9 @@ constexpr Option<std::uint16_t> flags_option{"--flags", "NUMBER", "topology disc
 void put_ip_address(RnidMgmtInfo& info, const std::string& text) {
   IpAddress address{};
   if (inet_pton(AF_INET, text.c_str(), &address[ipv4_place]) == 1) {
-    info.IPVersion = ipv4;
+    info.IPVersion = ovk::ipv4;
   } else if (inet_pton(AF_INET6, text.c_str(), address.data()) == 1) {
-    info.IPVersion = ipv6;
+    info.IPVersion = ovk::ipv6;
   } else {
     throw UsageError("\"{}\" is no IP address.", text);
   }

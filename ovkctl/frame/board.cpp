@@ -5,7 +5,6 @@
 #include <ovk/core.h>
 
 #include <array>
-#include <cstdio>
 #include <iostream>
 #include <unistd.h>
 
@@ -22,7 +21,6 @@ void write_report(std::FILE* stream, const std::string& text) {
 }  // namespace
 
 void Invocation::finish(Report report) const {
-  std::FILE* stream = stdout;
   if (output_file) {
     const auto bytes = report.take_payload();
     if (!bytes) {
@@ -30,11 +28,9 @@ void Invocation::finish(Report report) const {
     }
     write_file(*output_file, *bytes);
     report.field("file", "Written to", *output_file);
-    // The report must not stand among the bytes, which "-" sends to standard output.
-    stream = *output_file == "-" ? stderr : stdout;
   }
   if (!report.empty()) {
-    write_report(stream, json ? render_json(report) : render_text(report));
+    write_report(report_stream(), json ? render_json(report) : render_text(report));
   }
 }
 

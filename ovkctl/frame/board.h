@@ -10,6 +10,7 @@
 #include "ovkctl/frame/values.h"
 
 #include <cstdint>
+#include <cstdio>
 #include <fmt/core.h>
 #include <optional>
 #include <span>
@@ -36,6 +37,9 @@ struct Invocation {
   bool json = false;  ///< print JSON instead of text
   bool yes = false;   ///< ask nothing
   std::optional<std::string> output_file;
+
+  /** Where reports go: they must not stand among bytes that go to standard output. */
+  [[nodiscard]] std::FILE* report_stream() const { return output_file == "-" ? stderr : stdout; }
 
   /** Prints the report of a command; bytes that it has for a file go there if one is named. */
   void finish(Report report) const;
@@ -139,7 +143,7 @@ class Board {
     invocation_->ask(in_words(sentence, arguments...));
   }
 
-  /** The same with a preview. */
+  /** Asks in the same way, and shows a preview before the question. */
   template <typename... Arguments>
   [[nodiscard]] bool ask(const Report& preview, const char* sentence,
                          const Arguments&... arguments) const {

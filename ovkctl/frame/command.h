@@ -49,8 +49,8 @@ class Verb;
 /** What a command is apart from its parameters and its function. */
 struct Traits {
   const char* question = nullptr;  ///< asked before it runs; empty when the command asks itself
-  bool saves = false;              ///< whether it has bytes for "-o FILE"
-  const char* board = "0";         ///< the board of the example
+  const Declaration* output = nullptr;  ///< what names the file for the report's bytes
+  const char* board = "0";              ///< the board of the example
   std::vector<const char*> examples;
 };
 
@@ -117,9 +117,10 @@ class Verb : public Command {
   /** Says that the command asks, in the middle of its work, with Board::ask. */
   [[nodiscard]] Verb&& asks_itself() { return asks(""); }
 
-  /** Adds "-o FILE", for the bytes that the report has as payload. */
-  [[nodiscard]] Verb&& saves() {
-    traits_.saves = true;
+  /** Adds "-o FILE", or an argument that must be there, for the bytes that the report has as
+      payload. */
+  [[nodiscard]] Verb&& saves(const Declaration& file = output_option) {
+    traits_.output = &file;
     return std::move(*this);
   }
 

@@ -65,12 +65,13 @@ Command::Node& selected(Command::Node& node) {
   return node;
 }
 
-int end_with(int exit_code, const std::exception& error, bool json) {
+int end_with(int exit_code, const std::exception& error, const Invocation& invocation) {
   const auto* const failure = dynamic_cast<const OperationFailed*>(&error);
   const auto* const shown = dynamic_cast<const FailedWithReport*>(&error);
   Report report = shown != nullptr ? shown->report() : Report{};
+  std::FILE* const stream = invocation.report_stream();
   // Nothing more can be done when standard output is what failed.
-  if (json) {
+  if (invocation.json) {
     Section& section = report.section("error", "");
     section.field("exit_code", "", exit_code).field("message", "", error.what());
     if (failure != nullptr) {
@@ -78,11 +79,11 @@ int end_with(int exit_code, const std::exception& error, bool json) {
     }
     // On one line, as a reader expects that has read a document a line until then.
     const JsonForm form = shown != nullptr ? JsonForm::indented : JsonForm::one_line;
-    std::fputs(render_json(report, form).c_str(), stdout);
+    std::fputs(render_json(report, form).c_str(), stream);
   } else {
-    std::fputs(render_text(report).c_str(), stdout);
+    std::fputs(render_text(report).c_str(), stream);
   }
-  std::fflush(stdout);
+  std::fflush(stream);
   std::fprintf(stderr, "ovkctl: %s\n", error.what());
   if (failure != nullptr && !failure->advice().empty()) {
     std::fprintf(stderr, "%s\n", failure->advice().c_str());
@@ -99,14 +100,13 @@ void require_needed(const Command::Node& node) {
 }
 
 int run(const Command::Node& node) {
-  const bool json = node.invocation.json;
   try {
     node.invocation.finish(node.run());
     return exit_success;
   } catch (const UsageError& error) {
-    return end_with(exit_wrong_usage, error, json);
+    return end_with(exit_wrong_usage, error, node.invocation);
   } catch (const std::exception& error) {
-    return end_with(exit_failed, error, json);
+    return end_with(exit_failed, error, node.invocation);
   }
 }
 
@@ -210,14 +210,13 @@ void Command::declare_traits(const Traits& traits, bool of_board) const {
   if (traits.question != nullptr) {
     declare_flag({"--yes", "do not ask for confirmation"}, node_->invocation.yes);
   }
-  if (traits.saves) {
-    declare({Kind::option, "-o,--output", "FILE",
-             "write the raw bytes to a file; - is standard output", ""},
-            "", [node = node_](const std::string& text) { node->invocation.output_file = text; });
-  }
   if (of_board) {
     declare({Kind::argument, "BOARD", "", "library board index", traits.board}, "",
             [node = node_](const std::string& text) { parse_value(text, node->board); });
+  }
+  if (traits.output != nullptr) {
+    declare(*traits.output, "",
+            [node = node_](const std::string& text) { node->invocation.output_file = text; });
   }
 }
 

@@ -82,6 +82,10 @@ struct Declaration {
   const char* sample;
 };
 
+/** The option by which most commands take a file for their bytes. */
+inline constexpr Declaration output_option{
+    Kind::option, "-o,--output", "FILE", "write the raw bytes to a file; - is standard output", ""};
+
 /** A parameter whose value the command's function gets as a `Value`. */
 template <typename Value>
 struct Parameter : Declaration {

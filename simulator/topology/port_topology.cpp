@@ -1,5 +1,6 @@
 #include "simulator/topology/port_topology.h"
 
+#include "driver_abi/records/rnid.h"
 #include "simulator/topology/json_reader.h"
 #include "simulator/topology/port_speed.h"
 
@@ -76,14 +77,11 @@ Fc4Types read_fc4_types(const JsonValue& list) {
 
 void read_address(const JsonValue& value, RnidTopology& rnid) {
   constexpr std::size_t longest_address = 46;
-  constexpr std::size_t ipv4_place = 12;  // an IPv4 address stands in the last bytes of its field
-  constexpr std::uint16_t ipv4 = 1;
-  constexpr std::uint16_t ipv6 = 2;
   const std::string text = value.text(longest_address);
-  if (inet_pton(AF_INET, text.c_str(), &rnid.ip_address[ipv4_place]) == 1) {
-    rnid.ip_version = ipv4;
+  if (inet_pton(AF_INET, text.c_str(), &rnid.ip_address[ovk::ipv4_place]) == 1) {
+    rnid.ip_version = ovk::ipv4;
   } else if (inet_pton(AF_INET6, text.c_str(), rnid.ip_address.data()) == 1) {
-    rnid.ip_version = ipv6;
+    rnid.ip_version = ovk::ipv6;
   } else {
     value.refuse("\"" + text + "\" is no IP address");
   }

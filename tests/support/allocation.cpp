@@ -1,6 +1,7 @@
 #include "tests/support/allocation.h"
 
 #include <cstddef>
+#include <cstring>
 
 namespace ovk::test {
 
@@ -36,7 +37,9 @@ void __libc_free(void*);
 
 void* malloc(size_t size) {
   auto* const real = __interceptor_malloc != nullptr ? __interceptor_malloc : __libc_malloc;
-  return grant_allocation() ? real(size) : nullptr;
+  void* const memory = grant_allocation() ? real(size) : nullptr;
+  // Or what nobody zeroes would be zero by itself, where a block is fresh.
+  return memory != nullptr && heap.counting ? std::memset(memory, 0xA5, size) : memory;
 }
 
 void* calloc(size_t members, size_t size) {
