@@ -139,9 +139,9 @@ std::uint32_t issue_mailbox(std::uint32_t board, Mailbox* mb, std::uint32_t in_w
   buffer.fill(extension.write_data(), extension.write_size());
 
   mb->status = 0;
-  Mailbox mailbox{};
+  Mailbox mailbox;
   const std::size_t mailbox_bytes = bytes_within(in_words, sizeof mailbox);
-  std::memcpy(&mailbox, mb, mailbox_bytes);
+  fill(mailbox, mb, mailbox_bytes);
   ExtendedData no_data{};
   Command command{
       board, {.request_size = in_words * word_size, .reply_size = out_bytes}, here("_IssueMbox")};
@@ -183,8 +183,8 @@ std::uint32_t IssueMboxEx(std::uint32_t board, Mailbox* mb, std::uint32_t* ext, 
   if (!extension) {
     return OVK_NO_MEMORY;
   }
-  Mailbox mailbox{};
-  std::memcpy(&mailbox, mb, mailbox_bytes);
+  Mailbox mailbox;
+  ovk::fill(mailbox, mb, mailbox_bytes);
   ExtendedData extended{
       .in_bytes = inExtWords * word_size, .out_bytes = outExtWords * word_size, .flag = flag};
   if (inExtWords != 0) {

@@ -69,7 +69,7 @@ std::uint32_t OVK_InitR22(std::uint32_t board) {
   if (const std::uint32_t result = get_hba_type(board, &access.adapter_type); result != OVK_OK) {
     return result;
   }
-  HeapBuffer<Region22Image> image;
+  HeapBuffer<Region22Image> image{ovk::unfilled};
   if (!image) {
     return OVK_NO_MEMORY;
   }

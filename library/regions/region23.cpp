@@ -117,10 +117,10 @@ std::uint32_t OVK_InitR23(std::uint32_t board) {
   if (get_sli_mode(board, &sli_mode) != OVK_OK) {
     return OVK_FAILED;
   }
-  HeapBuffer<Region23Image> image;
+  HeapBuffer<Region23Image> image{ovk::unfilled};
   if (!image) {
     return OVK_NO_MEMORY;
   }
-  make_default(*image);
+  image.fill(&ovk::default_region23, sizeof ovk::default_region23);
   return ovk::write_region23(board, sli_mode, *image);
 }

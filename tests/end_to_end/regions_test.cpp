@@ -104,6 +104,9 @@ TEST_F(RegionsTest, SavedRegionsComeBackToTheSameBoardOnly) {
   EXPECT_THAT(change("region write 2 14 --hex 010203"), Exits(0));
   const std::string before = bytes("2 23");
   EXPECT_THAT(json_of("region save 2 saved").at("regions"), ElementsAre("14", "23"));
+  const Outcome piped = run("region save 2 -");
+  EXPECT_EQ(piped.out, contents_of("saved")) << "the report does not stand among it";
+  EXPECT_THAT(piped.err, HasSubstr("Saved regions"));
 
   EXPECT_THAT(change("linkdown on 2"), Exits(0));
   EXPECT_NE(bytes("2 23"), before);
