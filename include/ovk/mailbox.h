@@ -5,7 +5,8 @@
  *
  * A mailbox is the record by which the adapter's firmware is commanded. The library passes it on
  * as the caller built it and looks at nothing but its command code, its status and, for a few
- * commands, where their data stands. All fields are little-endian.
+ * commands, where their data stands; of an SLI_CONFIG mailbox OVK_IssueMboxWithRetryV2 also looks
+ * at what chooses its way, and clears its addresses. All fields are little-endian.
  */
 #ifndef OVK_MAILBOX_H
 #define OVK_MAILBOX_H
@@ -142,8 +143,8 @@ OVK_API uint32_t OVK_IssueMboxWithRetryEx(uint32_t board, Mailbox* mb, uint32_t*
  *
  * @param board    library board index
  * @param mb       the mailbox, words long, with room for at least 260 bytes (OVK_MAILBOX_ROOM) in
- * the non-embedded form of SLI_CONFIG and for 256 in any other, whatever words says; returned as
- * the firmware completed it
+ *                 the non-embedded form of SLI_CONFIG and for 256 in any other, whatever words
+ *                 says; returned as the firmware completed it
  * @param words    words to pass: OVK_MAILBOX_WORDS; on the extended way up to 1024
  * @param retries  attempts; 0 counts as 1
  * @param delayMs  the wait in milliseconds
@@ -313,7 +314,7 @@ OVK_API uint32_t OVK_EndLoopback(uint32_t board);
  * @param board  library board index
  * @param mode   1 or 2; 3 where the driver has it
  * @return OVK_OK; OVK_FAILED, also when the driver does not give its revision;
- * OVK_RESET_NO_SUCH_MODE
+ *         OVK_RESET_NO_SUCH_MODE
  */
 OVK_API uint32_t OVK_ResetAdapter(uint32_t board, uint32_t mode);
 

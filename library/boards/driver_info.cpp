@@ -52,8 +52,8 @@ struct DriverAnswers {
   bool takes_extended_sli_config;
 };
 
-/** Sends the four commands: also for a caller who looks at a word of the answers, so that a board
-    which fails one of them is nobody's. False when one but the last failed. */
+/** Sends the four commands, also for a caller who needs a word of the first answer only: a board
+    that fails one of the first three has no SLI mode for anyone. False when one of those failed. */
 bool ask_driver(std::uint32_t board, DriverAnswers& answers) {
   ovk::clear(answers);
   const ovk::LogPlace place = ovk::here("OVK_GetDrvInfo");

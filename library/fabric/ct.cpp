@@ -13,8 +13,8 @@ namespace {
 
 using CtPayload = ovk::Bytes<OVK_CT_MAX_LENGTH>;
 
-/** Both buffers of a command. They are one block, because libc keeps what is freed of one block of
-    this size, and gives that of two back to the kernel, at every call. */
+/** The request and the response in one block: libc keeps one block of this size when it is freed,
+    and gives two back to the kernel at every call. */
 struct CtPayloads {
   CtPayload request;
   CtPayload response;

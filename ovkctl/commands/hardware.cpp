@@ -28,7 +28,7 @@ constexpr Column<VpdField> vpd_columns[] = {
      [](const VpdField& field) { return field.writable ? "read/write" : "read-only"; }},
 };
 
-/** Both parts together, as the adapter has them. */
+/** The read-only and the read-write part one behind the other, as the adapter has them. */
 Bytes image_of(const ovk::VpdRecord& record) {
   const auto first = first_of(record.read_only, record.read_only_size);
   const auto second = first_of(record.read_write, record.read_write_size);

@@ -103,7 +103,8 @@ void compare(const Bytes& sent, const Bytes& received, Tally& tally) {
 
 /** Sends one frame around. What came back is compared with what was sent, byte for byte. */
 void exchange(const Board& board, const Bytes& frame, Tally& tally) {
-  // The other way round than what was sent, so that a driver that delivers nothing is noticed.
+  // Every byte differs from the one that is sent, so that a driver that delivers nothing is
+  // noticed.
   Bytes received(frame.size());
   std::ranges::transform(frame, received.begin(), std::bit_not{});
   const LoopbackRequest request{frame.size(), frame.data(), received.data()};

@@ -18,7 +18,7 @@ std::string count_text(std::size_t count, const char* noun) {
   return fmt::format("{} {}{}", count, noun, count == 1 ? "" : "s");
 }
 
-/** Does something with each element of a range, and shows how far it is. */
+/** Hands each element of a range to `work`, and shows how many are done. */
 template <typename Range, typename Work>
 void go_through(const Board& board, const char* label, const Range& range, Work work) {
   Progress progress = board.progress(label, std::size(range));

@@ -225,7 +225,7 @@ void add_scsi(Command root) {
       .shows(list_luns);
 
   const Command scsi = root.noun("scsi", "Read and write the blocks of a logical unit");
-  scsi.command("read", "Read blocks of a logical unit into a file")
+  scsi.command("read", "Read blocks of a logical unit")
       .takes(target_word, lun_word, lba_setting, blocks_setting)
       .example("0 10:00:02:0a:54:00:00:01 0 --blocks 64 -o blocks.bin")
       .saves()

@@ -49,7 +49,8 @@ std::uint32_t EventQueue::take_missed() {
   return missed;
 }
 
-/** What was saved: the missed events, then the queue. Another length is of nobody's making. */
+/** Takes what was saved: the count of missed events, then the queue. Another length was not saved
+    by this class. */
 void EventQueue::load(const std::vector<std::uint8_t>& blob) {
   if (blob.size() < sizeof missed_ || (blob.size() - sizeof missed_) % sizeof(EventRecord) != 0) {
     return;

@@ -1,6 +1,5 @@
 // Runs ovkctl as an operator's shell does, on a simulated host.
-#ifndef TESTS_END_TO_END_OVKCTL_H
-#define TESTS_END_TO_END_OVKCTL_H
+#pragma once
 
 #include "tests/support/files.h"
 
@@ -58,5 +57,3 @@ json described_boards();
 std::vector<json> column(const json& rows, const std::string& key);
 
 }  // namespace ovk::test
-
-#endif
