@@ -57,19 +57,26 @@ count_instructions() {
 
 # The medians of one run, in which both sides of a call take turns.
 take_times() {
+  local log=build/bench/times.log
   "$bin/times" --benchmark_repetitions=21 --benchmark_min_time=0.02 --benchmark_format=csv \
     --benchmark_enable_random_interleaving=true --benchmark_report_aggregates_only=true "$@" \
-    2>/dev/null | awk -F, '
+    2>"$log" | awk -F, '
     match($1, /\/(by_hand|library)_median"?$/) {
       name = substr($1, 1, RSTART - 1)
       gsub(/"/, "", name)
-      if ($1 ~ /by_hand/) {
-        by_hand[name] = $4
-      } else {
-        if (!lines++) printf "%-34s %12s %12s %6s\n", "time of, in ns", "by hand", "library", "ratio"
-        printf "%-34s %12.1f %12.1f %6.2f\n", name, by_hand[name], $4, $4 / by_hand[name]
+      if (!(name in seen)) { seen[name] = 1; names[++count] = name }
+      time[name, $1 ~ /by_hand/] = $4
+    }
+    END {
+      printf "%-34s %12s %12s %6s\n", "time of, in ns", "by hand", "library", "ratio"
+      fflush()
+      for (i = 1; i <= count; ++i) {
+        hand = time[names[i], 1]
+        printf "%-34s %12.1f %12.1f %6.2f\n", names[i], hand, time[names[i], 0], hand ? time[names[i], 0] / hand : 0 | "sort"
       }
-    }'
+      close("sort")
+      exit count == 0
+    }' || { cat "$log" >&2; return 1; }
 }
 
 what=${1:-both}
