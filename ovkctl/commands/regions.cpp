@@ -34,7 +34,7 @@ void go_through(const Board& board, const char* label, const Range& range, Work 
 struct RegionRow {
   std::uint32_t number;
   std::uint32_t length;
-  const char* state;
+  std::string_view state;
 };
 
 constexpr Column<RegionRow> region_columns[] = {

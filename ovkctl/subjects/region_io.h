@@ -9,6 +9,7 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 
 namespace ovkctl {
 
@@ -19,12 +20,12 @@ const RegionKind& region_kind(std::uint32_t number);
 
 /** What a region holds. */
 struct RegionContents {
-  Bytes bytes;                  ///< none unless it could be read
-  const char* state = written;  ///< "written", "empty", or why it cannot be read
+  static constexpr std::string_view written = "written";
+
+  Bytes bytes;                       ///< none unless it could be read
+  std::string_view state = written;  ///< "written", "empty", or why it cannot be read
 
   [[nodiscard]] bool readable() const { return state == written; }
-
-  static constexpr const char* written = "written";
 };
 
 /** Reads and writes the regions of one board. */

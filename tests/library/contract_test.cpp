@@ -35,7 +35,8 @@ void copy(const ByteVector& from, std::size_t at, ByteVector& to, std::size_t pl
           std::size_t size) {
   ASSERT_LE(at + size, from.size());
   ASSERT_LE(place + size, to.size());
-  std::memcpy(to.data() + place, from.data() + at, size);
+  std::copy_n(from.begin() + static_cast<std::ptrdiff_t>(at), size,
+              to.begin() + static_cast<std::ptrdiff_t>(place));
 }
 
 ByteVector with_places(ByteVector bytes, const std::vector<Place>& places, std::size_t unit = 1) {
