@@ -117,16 +117,17 @@ long faults_in(int count, const Call& call) {
     process of its own, because libc keeps the more memory the larger a block it was given back. */
 bool keeps_its_memory(const Call& call) {
   constexpr int times = 3000;
+  constexpr long strays = times / 100;  // that the kernel has reasons of its own for
   const pid_t child = fork();
   if (child == 0) {
     answer_with(call.answer);
     faults_in(10, call);
     const long faults = faults_in(times, call);
-    if (faults != 0) {
+    if (faults > strays) {
       std::printf("%s: %ld page faults in %d calls\n", call.name, faults, times);
       std::fflush(stdout);
     }
-    _exit(faults == 0 ? 0 : 1);
+    _exit(faults > strays ? 1 : 0);
   }
   int status = 1;
   return child > 0 && waitpid(child, &status, 0) == child && status == 0;
