@@ -22,21 +22,11 @@ static_assert(sizeof(FcfConnectionsData) == OVK_FCF_CONNECT_ENTRIES * sizeof(Fcf
 /** The record, or the list that is to go into it, has the wrong length. */
 constexpr std::uint32_t wrong_length = 7;
 
-/**
- * Finds a record in an FCoE board's Region 23 and has it used.
- *
- * @param not_found  the result when there is no such record
- * @param use        gives the result otherwise
- */
+/** ovk::with_record on an FCoE board. */
 template <typename Use>
 std::uint32_t with_record(std::uint32_t board, RecordType type, std::uint32_t not_found, Use use) {
   if (const auto refused = ovk::sli4_gate(board)) return *refused;
-  const Region23 region{board, OVK_SLI4};
-  if (region.read_result() != OVK_OK) {
-    return region.read_result();
-  }
-  const FoundRecord record = region.find(type);
-  return record ? use(region, record) : not_found;
+  return ovk::with_record(board, OVK_SLI4, type, not_found, use);
 }
 
 bool in_use(const FcfConnectionData& connection) {

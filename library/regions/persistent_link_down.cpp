@@ -37,47 +37,41 @@ LinkSlot* slot_in_use(const FoundRecord& record) {
   return nullptr;
 }
 
+/** Finds the setting in Region 23 of a board that can keep its link down, and has it used. */
+template <typename Use>
+std::uint32_t with_setting(std::uint32_t board, std::uint32_t not_found, Use use) {
+  std::uint32_t sli_mode = 0;
+  if (const std::uint32_t refusal = require_link_down_feature(board, sli_mode); refusal != OVK_OK) {
+    return refusal;
+  }
+  return ovk::with_record(board, sli_mode, RecordType::persistent_link_down, not_found, use);
+}
+
 }  // namespace
 
 std::uint32_t OVK_GetPersistLinkDown(std::uint32_t board, std::uint16_t* link_down) {
-  std::uint32_t sli_mode = 0;
-  if (const std::uint32_t refusal = require_link_down_feature(board, sli_mode); refusal != OVK_OK) {
-    return refusal;
-  }
-  const Region23 region{board, sli_mode};
-  if (region.read_result() != OVK_OK) {
-    return region.read_result();
-  }
-  const FoundRecord record = region.find(RecordType::persistent_link_down);
-  if (!record) {
-    return OVK_FAILED;
-  }
-  const LinkSlot* slot = slot_in_use(record);
-  if (slot == nullptr) {
-    return OVK_NOT_SUPPORTED;
-  }
-  *link_down = slot->link_enabled == 0 ? 1 : 0;
-  return OVK_OK;
+  const auto read = [link_down](const Region23& /*region*/,
+                                const FoundRecord& record) -> std::uint32_t {
+    const LinkSlot* slot = slot_in_use(record);
+    if (slot == nullptr) {
+      return OVK_NOT_SUPPORTED;
+    }
+    *link_down = slot->link_enabled == 0 ? 1 : 0;
+    return OVK_OK;
+  };
+  return with_setting(board, OVK_FAILED, read);
 }
 
 std::uint32_t OVK_SetPersistLinkDown(std::uint32_t board, std::uint16_t link_down) {
-  std::uint32_t sli_mode = 0;
-  if (const std::uint32_t refusal = require_link_down_feature(board, sli_mode); refusal != OVK_OK) {
-    return refusal;
-  }
-  const Region23 region{board, sli_mode};
-  if (region.read_result() != OVK_OK) {
-    return region.read_result();
-  }
-  const FoundRecord record = region.find(RecordType::persistent_link_down);
-  if (!record) {
-    return OVK_RECORD_NOT_FOUND;
-  }
-  std::ranges::copy(ovk::link_down_fields, record.header->fields);
-  LinkSlot* slot = slot_in_use(record);
-  if (slot == nullptr) {
-    return OVK_NOT_SUPPORTED;
-  }
-  slot->link_enabled = link_down == 0 ? 1 : 0;
-  return region.write();
+  const auto change = [link_down](const Region23& region,
+                                  const FoundRecord& record) -> std::uint32_t {
+    std::ranges::copy(ovk::link_down_fields, record.header->fields);
+    LinkSlot* slot = slot_in_use(record);
+    if (slot == nullptr) {
+      return OVK_NOT_SUPPORTED;
+    }
+    slot->link_enabled = link_down == 0 ? 1 : 0;
+    return region.write();
+  };
+  return with_setting(board, OVK_RECORD_NOT_FOUND, change);
 }

@@ -73,4 +73,21 @@ class Region23 {
   std::uint32_t read_result_;
 };
 
+/**
+ * Finds a record in a board's Region 23 and has it used.
+ *
+ * @param not_found  the result when there is no such record
+ * @param use        gives the result otherwise, of the region and the record
+ */
+template <typename Use>
+std::uint32_t with_record(std::uint32_t board, std::uint32_t sli_mode, RecordType type,
+                          std::uint32_t not_found, Use use) {
+  const Region23 region{board, sli_mode};
+  if (region.read_result() != OVK_OK) {
+    return region.read_result();
+  }
+  const FoundRecord record = region.find(type);
+  return record ? use(region, record) : not_found;
+}
+
 }  // namespace ovk
